@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+
+#include "common/windows_api.h"
+
+// Single files and folders, through direct Win32 calls where the standard library falls short or
+// differs between compilers. Questions about a path follow links. Any thread.
+// A DWORD result is a Win32 error code, ERROR_SUCCESS when it worked.
+
+enum class EntryKind {
+    Missing,  // Nothing there, a link to nothing, or a name that cannot be.
+    RegularFile,
+    Folder,
+    Unreadable,  // There may be something, but the system does not tell.
+};
+
+EntryKind KindOf(const std::filesystem::path& path);
+
+inline bool IsRegularFile(const std::filesystem::path& path) {
+    return KindOf(path) == EntryKind::RegularFile;
+}
+
+// Size in bytes of the file itself, not of its possibly older listing; none for anything else.
+std::optional<uint64_t> FileSize(const std::filesystem::path& path);
+
+// Last write times in 100 ns steps since 1601 (FILETIME); also of folders.
+std::optional<uint64_t> LastWriteTime(const std::filesystem::path& path);
+// False when the file cannot be opened for that or refuses. Works on read-only files.
+bool SetLastWriteTime(const std::filesystem::path& path, uint64_t time);
+
+// Copies one file, replacing what is there; attributes and time stamp come along. A read-only or
+// opened target makes it fail; a copy that breaks off can leave a shortened target.
+DWORD CopyFileOver(const std::filesystem::path& source, const std::filesystem::path& target);
+
+// Renames, replacing a file that is there; a file may go to another volume, a folder may not.
+DWORD MoveEntry(const std::filesystem::path& source, const std::filesystem::path& target);
+
+// Creates the folder with all missing parents. Whether something exists at `path` afterwards, be
+// it a folder or not; false for an empty path.
+bool EnsureDirectory(const std::filesystem::path& path);
+
+// Writes the file in place, creating its folder when missing. False when it cannot be opened or
+// the write fails; what is then in the file is undefined.
+bool WriteBinaryFile(const std::filesystem::path& path, std::span<const std::byte> bytes);

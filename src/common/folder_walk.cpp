@@ -1,0 +1,84 @@
+#include "common/folder_walk.h"
+
+#include "common/handles.h"
+
+namespace {
+
+bool IsDotEntry(const wchar_t* name) {
+    return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
+}
+
+void AppendName(std::wstring& path, const wchar_t* name) {
+    if (!path.empty() && path.back() != L'\\' && path.back() != L'/') {
+        path += L'\\';
+    }
+    path += name;
+}
+
+// Lists the folder at `path`; both texts are working buffers that are as before afterwards, so a
+// deep walk allocates no path of its own for each entry.
+ListingResult ListInto(std::wstring& path, std::wstring& relativePath, const EntryVisitor& visit) {
+    ListingResult result;
+    const size_t pathLength = path.size();
+    const size_t relativeLength = relativePath.size();
+    AppendName(path, L"*");
+    WIN32_FIND_DATAW found{};
+    const auto listing = AdoptHandle<FindHandle>(
+        ::FindFirstFileExW(path.c_str(), FindExInfoBasic, &found, FindExSearchNameMatch, nullptr,
+                           FIND_FIRST_EX_LARGE_FETCH));
+    const DWORD openError = listing ? ERROR_SUCCESS : ::GetLastError();
+    path.resize(pathLength);
+    if (!listing) {
+        // A volume's empty root has not even the dot entries.
+        result.openError = openError == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : openError;
+        return result;
+    }
+    do {
+        if (IsDotEntry(found.cFileName)) {
+            continue;
+        }
+        AppendName(path, found.cFileName);
+        AppendName(relativePath, found.cFileName);
+        const bool goOn = visit({path, relativePath, found.dwFileAttributes,
+                                 IsLink(found.dwFileAttributes, found.dwReserved0)});
+        path.resize(pathLength);
+        relativePath.resize(relativeLength);
+        if (!goOn) {
+            result.stoppedByVisitor = true;
+            return result;
+        }
+    } while (::FindNextFileW(listing.get(), &found));
+    const DWORD advanceError = ::GetLastError();
+    result.advanceError = advanceError == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : advanceError;
+    return result;
+}
+
+bool WalkInto(std::wstring& path, std::wstring& relativePath, const EntryVisitor& visit) {
+    const ListingResult result = ListInto(path, relativePath, [&](const FolderEntry& entry) {
+        if (!visit(entry)) {
+            return false;
+        }
+        // The entry's texts are the very buffers that the inner listing works in.
+        return !entry.IsFolder() || entry.isLink || WalkInto(path, relativePath, visit);
+    });
+    return !result.stoppedByVisitor;
+}
+
+}  // namespace
+
+ListingResult ListFolder(const std::filesystem::path& folder, const EntryVisitor& visit) {
+    std::wstring path = folder.native();
+    std::wstring relativePath;
+    return ListInto(path, relativePath, visit);
+}
+
+bool WalkTree(const std::filesystem::path& root, const EntryVisitor& visit) {
+    std::wstring path = root.native();
+    std::wstring relativePath;
+    return WalkInto(path, relativePath, visit);
+}
+
+bool IsLink(DWORD attributes, DWORD reparseTag) {
+    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+           (reparseTag == 0 || IsReparseTagNameSurrogate(reparseTag));
+}

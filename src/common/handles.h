@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+#include <type_traits>
+
+#include "common/windows_api.h"
+
+// Owning handles: a null pointer means "none", conversion to the raw handle is always written out
+// with .get(). Wrap on the line that obtains the handle.
+
+struct CloseKernelHandle {
+    void operator()(HANDLE handle) const noexcept {
+        ::CloseHandle(handle);
+    }
+};
+using KernelHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, CloseKernelHandle>;
+
+struct CloseFindHandle {
+    void operator()(HANDLE handle) const noexcept {
+        ::FindClose(handle);
+    }
+};
+using FindHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, CloseFindHandle>;
+
+// Calls such as CreateFileW and FindFirstFileExW fail with INVALID_HANDLE_VALUE; adopted here it
+// becomes null, so that `if (!file)` is always the right test.
+template <typename Owner>
+Owner AdoptHandle(HANDLE handle) noexcept {
+    return Owner(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+}

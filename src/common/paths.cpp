@@ -1,0 +1,190 @@
+#include "common/paths.h"
+
+#include <algorithm>
+
+#include "common/handles.h"
+#include "common/windows_api.h"
+
+namespace {
+
+constexpr std::wstring_view kSeparators = L"\\/";
+constexpr std::wstring_view kVerbatimPrefix = L"\\\\?\\";
+constexpr std::wstring_view kVerbatimUncPrefix = L"\\\\?\\UNC\\";
+
+bool IsSeparator(wchar_t character) {
+    return character == L'\\' || character == L'/';
+}
+
+bool IsDriveLetter(wchar_t character) {
+    return (character >= L'A' && character <= L'Z') || (character >= L'a' && character <= L'z');
+}
+
+bool StartsWithDrive(std::wstring_view path) {
+    return path.size() >= 2 && IsDriveLetter(path[0]) && path[1] == L':';
+}
+
+size_t SkipSeparators(std::wstring_view path, size_t position) {
+    return std::min(path.find_first_not_of(kSeparators, position), path.size());
+}
+
+size_t SkipName(std::wstring_view path, size_t position) {
+    return std::min(path.find_first_of(kSeparators, position), path.size());
+}
+
+// "\\?\C:\x" becomes "C:\x", "\\?\UNC\s\x" becomes "\\s\x"; a volume name has no plain form.
+std::wstring WithoutVerbatimPrefix(std::wstring path) {
+    if (path.starts_with(kVerbatimUncPrefix)) {
+        return L"\\\\" + path.substr(kVerbatimUncPrefix.size());
+    }
+    if (path.starts_with(kVerbatimPrefix) &&
+        StartsWithDrive(std::wstring_view(path).substr(kVerbatimPrefix.size()))) {
+        path.erase(0, kVerbatimPrefix.size());
+    }
+    return path;
+}
+
+// Absolute, with backslashes only; empty when the system cannot make it so.
+std::wstring FullPath(const std::wstring& path) {
+    if (path.empty()) {
+        return {};
+    }
+    std::wstring full;
+    DWORD needed = ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+    // The current folder can change between two calls, hence the loop.
+    while (needed > full.size()) {
+        full.resize(needed);
+        needed = ::GetFullPathNameW(path.c_str(), needed, full.data(), nullptr);
+    }
+    full.resize(needed);
+    return WithoutVerbatimPrefix(std::move(full));
+}
+
+// The part of a full path that has no parent to look up: "C:\", or "\\server\share".
+size_t AnchorLength(std::wstring_view fullPath) {
+    if (!fullPath.starts_with(L"\\\\")) {
+        return RootPathLength(fullPath);
+    }
+    const size_t share = SkipSeparators(fullPath, SkipName(fullPath, 2));
+    return SkipName(fullPath, share);
+}
+
+bool MeansNotThere(DWORD error) {
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+           error == ERROR_BAD_NETPATH || error == ERROR_BAD_NET_NAME || error == ERROR_INVALID_NAME;
+}
+
+// The final path of something that exists. Returns the Win32 error, ERROR_SUCCESS with `final` set.
+DWORD ResolveFinalPath(const std::wstring& path, std::wstring& finalPath) {
+    const auto opened = AdoptHandle<KernelHandle>(::CreateFileW(
+        path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!opened) {
+        return ::GetLastError();
+    }
+    std::wstring resolved;
+    DWORD needed = ::GetFinalPathNameByHandleW(opened.get(), nullptr, 0, FILE_NAME_NORMALIZED);
+    while (needed > resolved.size()) {
+        resolved.resize(needed);
+        needed = ::GetFinalPathNameByHandleW(opened.get(), resolved.data(), needed,
+                                             FILE_NAME_NORMALIZED);
+    }
+    if (needed == 0) {
+        const DWORD error = ::GetLastError();
+        return error == ERROR_SUCCESS ? ERROR_INVALID_FUNCTION : error;
+    }
+    resolved.resize(needed);
+    finalPath = WithoutVerbatimPrefix(std::move(resolved));
+    return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+size_t RootNameLength(std::wstring_view path) {
+    if (StartsWithDrive(path)) {
+        return 2;
+    }
+    if (path.size() < 3 || !IsSeparator(path[0])) {
+        return 0;
+    }
+    const bool isDevicePrefix = (IsSeparator(path[1]) && (path[2] == L'?' || path[2] == L'.')) ||
+                                (path[1] == L'?' && path[2] == L'?');
+    if (isDevicePrefix && path.size() >= 4 && IsSeparator(path[3]) &&
+        (path.size() == 4 || !IsSeparator(path[4]))) {
+        return 3;
+    }
+    if (IsSeparator(path[1]) && !IsSeparator(path[2])) {
+        return SkipName(path, 2);
+    }
+    return 0;
+}
+
+size_t RootPathLength(std::wstring_view path) {
+    return SkipSeparators(path, RootNameLength(path));
+}
+
+std::wstring FileNamePart(std::wstring_view path) {
+    const size_t separator = path.find_last_of(kSeparators);
+    if (separator == std::wstring_view::npos || separator < RootNameLength(path)) {
+        return std::wstring(path);
+    }
+    return std::wstring(path.substr(separator + 1));
+}
+
+std::wstring ParentFolder(std::wstring_view path) {
+    const size_t root = RootPathLength(path);
+    size_t end = path.size();
+    while (end > root && !IsSeparator(path[end - 1])) {
+        --end;
+    }
+    while (end > root && IsSeparator(path[end - 1])) {
+        --end;
+    }
+    return std::wstring(path.substr(0, end));
+}
+
+std::optional<std::filesystem::path> WeaklyCanonical(const std::filesystem::path& path) {
+    std::wstring head = FullPath(path.native());
+    if (head.empty()) {
+        return std::nullopt;
+    }
+    const size_t anchor = AnchorLength(head);
+    while (head.size() > anchor && head.back() == L'\\') {
+        head.pop_back();
+    }
+    const std::wstring full = head;
+    std::filesystem::path tail;
+    for (;;) {
+        std::wstring resolved;
+        const DWORD error = ResolveFinalPath(head, resolved);
+        if (error == ERROR_SUCCESS) {
+            return tail.empty() ? std::filesystem::path(resolved) : resolved / tail;
+        }
+        if (!MeansNotThere(error)) {
+            return std::nullopt;
+        }
+        if (head.size() <= anchor) {
+            return full;
+        }
+        const size_t separator = head.find_last_of(L'\\');
+        const std::filesystem::path name = head.substr(separator + 1);
+        tail = tail.empty() ? name : name / tail;
+        head.resize(std::max(separator, anchor));
+    }
+}
+
+bool IsSameCanonicalPath(std::wstring_view left, std::wstring_view right) {
+    size_t i = 0;
+    size_t j = 0;
+    while (i < left.size() && j < right.size()) {
+        if (IsSeparator(left[i]) && IsSeparator(right[j])) {
+            i = SkipSeparators(left, i);
+            j = SkipSeparators(right, j);
+        } else if (left[i] == right[j]) {
+            ++i;
+            ++j;
+        } else {
+            return false;
+        }
+    }
+    return i == left.size() && j == right.size();
+}

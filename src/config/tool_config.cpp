@@ -1,0 +1,3 @@
+#include "config/tool_config.h"
+
+ToolConfig toolConfig;

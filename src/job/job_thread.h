@@ -1,0 +1,23 @@
+#pragma once
+
+#include <functional>
+
+// The one slot for the job thread. There is never more than one such thread; it is joined, never
+// detached. Window thread only.
+
+// Whether the slot holds a thread, ended or not, that nobody has collected yet.
+bool JobThreadExists();
+
+// Whether a job may be started: no thread is left in the slot and none is marked as running.
+bool CanStartJob();
+
+// Whether a thread waits in the slot for its collection: its job has ended.
+bool JobAwaitsCollection();
+
+// Starts the thread. Only after CanStartJob(): the slot must be empty. When the system cannot
+// create a thread, std::system_error ends the program.
+void StartJobThread(std::function<void()> body);
+
+// Waits for the thread and empties the slot; nothing happens when it is empty. Blocks until the
+// job has ended.
+void JoinJobThread();
