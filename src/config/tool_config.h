@@ -8,9 +8,9 @@
 // configuration; an operator's configuration text normally replaces them.
 inline constexpr std::wstring_view kDefaultCopyright =
     L"\u00A9 2026 Brennick. Karvoth and its logo belong to their owner.";
-inline constexpr std::wstring_view kDefaultEacProductId = L"4b1d7c0e9f3a4f52a86e05d2c7b91f38";
+inline constexpr std::wstring_view kDefaultEacProductId = L"7c41e09ab6d2438f95b01d6ea83f527c";
 inline constexpr std::wstring_view kDefaultDirectXUrl =
-    L"https://download.microsoft.com/download/1/7/1/1718ccc4-6315-4d8e-9543-8e28a4e18c4c/"
+    L"https://download.microsoft.com/download/1/7/1/1718CCC4-6315-4D8E-9543-8E28A4E18C4C/"
     L"dxwebsetup.exe";
 inline constexpr std::wstring_view kDefaultVcRedistUrl =
     L"https://aka.ms/vs/17/release/vc_redist.x64.exe";
