@@ -71,6 +71,10 @@ function(write_brand_version config_file prefix file_name folder)
     if(NOT BRAND_LANGUAGE_ID MATCHES "^[0-9A-Fa-f][0-9A-Fa-f][0-9A-Fa-f][0-9A-Fa-f]$")
         message(FATAL_ERROR "${prefix}Language in ${config_file} must be four hexadecimal digits.")
     endif()
+    # A language identifier keeps the primary language in its low ten bits, the rest above. Resource
+    # compilers differ in the operators they know, so they get plain numbers.
+    math(EXPR BRAND_LANGUAGE "0x${BRAND_LANGUAGE_ID} & 0x3ff")
+    math(EXPR BRAND_SUBLANGUAGE "0x${BRAND_LANGUAGE_ID} >> 10")
     configure_file("${PROJECT_SOURCE_DIR}/cmake/brand_version.h.in" "${folder}/brand_version.h" @ONLY)
 endfunction()
 

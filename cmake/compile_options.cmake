@@ -38,6 +38,7 @@ else()
         repair_options
         INTERFACE
         -static
+        -fstack-protector-strong
         -Wl,--no-insert-timestamp
         -Wl,--gc-sections
         -Wl,--dynamicbase

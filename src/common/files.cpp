@@ -20,21 +20,17 @@ KernelHandle OpenEntry(const std::filesystem::path& path, DWORD access) {
                                                    nullptr));
 }
 
-struct EntryFacts {
-    DWORD attributes;
-    uint64_t size;
-    uint64_t lastWriteTime;
-};
-
 template <typename Information>
 EntryFacts FactsFrom(const Information& information) {
-    return {information.dwFileAttributes, Join(information.nFileSizeHigh, information.nFileSizeLow),
+    const bool isFolder = (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    return {isFolder ? EntryKind::Folder : EntryKind::RegularFile,
+            isFolder ? 0 : Join(information.nFileSizeHigh, information.nFileSizeLow),
             Join(information.ftLastWriteTime.dwHighDateTime,
                  information.ftLastWriteTime.dwLowDateTime)};
 }
 
 // Attributes by name are quick but describe a link itself; behind one, the opened target answers.
-DWORD ReadFacts(const std::filesystem::path& path, std::optional<EntryFacts>& facts) {
+DWORD ReadFacts(const std::filesystem::path& path, EntryFacts& facts) {
     WIN32_FILE_ATTRIBUTE_DATA byName{};
     if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &byName)) {
         return ::GetLastError();
@@ -55,10 +51,6 @@ DWORD ReadFacts(const std::filesystem::path& path, std::optional<EntryFacts>& fa
     return ERROR_SUCCESS;
 }
 
-bool IsFolder(const EntryFacts& facts) {
-    return (facts.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
 bool MeansMissing(DWORD error) {
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
            error == ERROR_INVALID_NAME || error == ERROR_INVALID_DRIVE ||
@@ -67,29 +59,28 @@ bool MeansMissing(DWORD error) {
 
 }  // namespace
 
-EntryKind KindOf(const std::filesystem::path& path) {
-    std::optional<EntryFacts> facts;
+EntryFacts FactsOf(const std::filesystem::path& path) {
+    EntryFacts facts;
     const DWORD error = ReadFacts(path, facts);
-    if (error != ERROR_SUCCESS) {
-        return MeansMissing(error) ? EntryKind::Missing : EntryKind::Unreadable;
+    if (error != ERROR_SUCCESS && !MeansMissing(error)) {
+        facts.kind = EntryKind::Unreadable;
     }
-    return IsFolder(*facts) ? EntryKind::Folder : EntryKind::RegularFile;
+    return facts;
+}
+
+EntryKind KindOf(const std::filesystem::path& path) {
+    return FactsOf(path).kind;
 }
 
 std::optional<uint64_t> FileSize(const std::filesystem::path& path) {
-    std::optional<EntryFacts> facts;
-    if (ReadFacts(path, facts) != ERROR_SUCCESS || IsFolder(*facts)) {
-        return std::nullopt;
-    }
-    return facts->size;
+    const EntryFacts facts = FactsOf(path);
+    return facts.kind == EntryKind::RegularFile ? std::optional(facts.size) : std::nullopt;
 }
 
 std::optional<uint64_t> LastWriteTime(const std::filesystem::path& path) {
-    std::optional<EntryFacts> facts;
-    if (ReadFacts(path, facts) != ERROR_SUCCESS) {
-        return std::nullopt;
-    }
-    return facts->lastWriteTime;
+    const EntryFacts facts = FactsOf(path);
+    const bool isKnown = facts.kind == EntryKind::RegularFile || facts.kind == EntryKind::Folder;
+    return isKnown ? std::optional(facts.lastWriteTime) : std::nullopt;
 }
 
 bool SetLastWriteTime(const std::filesystem::path& path, uint64_t time) {

@@ -19,6 +19,16 @@ enum class EntryKind {
     Unreadable,  // There may be something, but the system does not tell.
 };
 
+// What one look at a path tells. Size and time are 0 where they are not known.
+struct EntryFacts {
+    EntryKind kind = EntryKind::Missing;
+    uint64_t size = 0;           // Bytes of a regular file.
+    uint64_t lastWriteTime = 0;  // 100 ns steps since 1601 (FILETIME).
+};
+
+// For those who need more than one of the answers below: they cost one look instead of one each.
+EntryFacts FactsOf(const std::filesystem::path& path);
+
 EntryKind KindOf(const std::filesystem::path& path);
 
 inline bool IsRegularFile(const std::filesystem::path& path) {

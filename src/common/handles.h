@@ -22,6 +22,28 @@ struct CloseFindHandle {
 };
 using FindHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, CloseFindHandle>;
 
+struct CloseRegistryKey {
+    void operator()(HKEY key) const noexcept {
+        ::RegCloseKey(key);
+    }
+};
+using RegistryKey = std::unique_ptr<std::remove_pointer_t<HKEY>, CloseRegistryKey>;
+
+struct ReleaseComObject {
+    void operator()(IUnknown* object) const noexcept {
+        object->Release();
+    }
+};
+template <typename Interface>
+using ComPointer = std::unique_ptr<Interface, ReleaseComObject>;
+
+struct FreeTaskMemory {
+    void operator()(void* memory) const noexcept {
+        ::CoTaskMemFree(memory);
+    }
+};
+using TaskMemoryText = std::unique_ptr<wchar_t, FreeTaskMemory>;
+
 // Calls such as CreateFileW and FindFirstFileExW fail with INVALID_HANDLE_VALUE; adopted here it
 // becomes null, so that `if (!file)` is always the right test.
 template <typename Owner>

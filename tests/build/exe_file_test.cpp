@@ -1,0 +1,255 @@
+// What the built exe is, seen as a file: what it imports, how it is hardened, what it carries.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "common/handles.h"
+#include "common/resources.h"
+#include "config/config_text.h"
+#include "resource_ids.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsSubsetOf;
+using testing::Not;
+
+std::filesystem::path FolderOfThisProgram() {
+    std::array<wchar_t, 1024> buffer{};
+    ::GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
+    return std::filesystem::path(buffer.data()).parent_path();
+}
+
+std::filesystem::path ToolPath() {
+    return FolderOfThisProgram() / TOOL_FILE_NAME;
+}
+
+std::vector<char> ReadAll(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream content;
+    content << file.rdbuf();
+    const std::string text = content.str();
+    return {text.begin(), text.end()};
+}
+
+struct FreeLibraryHandle {
+    void operator()(HMODULE module) const noexcept {
+        ::FreeLibrary(module);
+    }
+};
+using Library = std::unique_ptr<std::remove_pointer_t<HMODULE>, FreeLibraryHandle>;
+
+// The exe mapped as data: its resources can be read, nothing of it runs.
+class ToolFile : public testing::Test {
+protected:
+    void SetUp() override {
+        bytes_ = ReadAll(ToolPath());
+        ASSERT_GT(bytes_.size(), sizeof(IMAGE_DOS_HEADER));
+        module_.reset(::LoadLibraryExW(ToolPath().c_str(), nullptr,
+                                       LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+        ASSERT_TRUE(module_);
+    }
+
+    const IMAGE_NT_HEADERS64& Headers() const {
+        const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(bytes_.data());
+        return *reinterpret_cast<const IMAGE_NT_HEADERS64*>(bytes_.data() + dos->e_lfanew);
+    }
+
+    // The bytes at a relative virtual address, found through the section table.
+    const char* At(DWORD address) const {
+        const auto* section = IMAGE_FIRST_SECTION(&Headers());
+        for (WORD i = 0; i < Headers().FileHeader.NumberOfSections; ++i, ++section) {
+            if (address >= section->VirtualAddress &&
+                address < section->VirtualAddress + section->SizeOfRawData) {
+                return bytes_.data() + (address - section->VirtualAddress) +
+                       section->PointerToRawData;
+            }
+        }
+        return nullptr;
+    }
+
+    std::set<std::string> ImportedLibraries() const {
+        std::set<std::string> names;
+        const DWORD table =
+            Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+        const auto* import = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(At(table));
+        for (; import->Name != 0; ++import) {
+            std::string name = At(import->Name);
+            for (char& character : name) {
+                character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+            }
+            names.insert(name);
+        }
+        return names;
+    }
+
+    std::string_view Resource(const wchar_t* type, int id) const {
+        const HRSRC entry = ::FindResourceW(module_.get(), MAKEINTRESOURCEW(id), type);
+        if (entry == nullptr) {
+            return {};
+        }
+        return {static_cast<const char*>(::LockResource(::LoadResource(module_.get(), entry))),
+                ::SizeofResource(module_.get(), entry)};
+    }
+
+    std::string_view Data(int id) const {
+        const auto bytes = EmbeddedData(module_.get(), id);
+        return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+    }
+
+    std::vector<char> bytes_;
+    Library module_;
+};
+
+TEST_F(ToolFile, ImportsOnlyLibrariesThatWindowsShips) {
+    const std::set<std::string> shipped{
+        "advapi32.dll", "bcrypt.dll", "comctl32.dll", "gdi32.dll",   "gdiplus.dll", "kernel32.dll",
+        "msvcrt.dll",   "ole32.dll",  "shell32.dll",  "shlwapi.dll", "user32.dll",  "winhttp.dll"};
+    const std::set<std::string> imported = ImportedLibraries();
+    EXPECT_THAT(imported, IsSubsetOf(shipped));
+    EXPECT_TRUE(imported.contains("kernel32.dll"));
+    EXPECT_TRUE(imported.contains("user32.dll"));
+}
+
+TEST_F(ToolFile, IsA64BitWindowedProgram) {
+    EXPECT_EQ(Headers().FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
+    EXPECT_EQ(Headers().OptionalHeader.Subsystem, IMAGE_SUBSYSTEM_WINDOWS_GUI);
+}
+
+TEST_F(ToolFile, IsHardened) {
+    const WORD flags = Headers().OptionalHeader.DllCharacteristics;
+    EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE);
+    EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA);
+    EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT);
+    // Without relocations the loader could not move it, whatever the flags say.
+    EXPECT_FALSE(Headers().FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED);
+    EXPECT_NE(
+        Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_BASERELOC].VirtualAddress, 0u);
+}
+
+TEST_F(ToolFile, CarriesNoTimeStamp) {
+    EXPECT_EQ(Headers().FileHeader.TimeDateStamp, 0u);
+}
+
+TEST_F(ToolFile, LinkedTwiceFromTheSameInputsHasTheSameBytes) {
+    const std::vector<char> again = ReadAll(FolderOfThisProgram() / L"again" / TOOL_FILE_NAME);
+    EXPECT_FALSE(again.empty());
+    EXPECT_TRUE(again == bytes_);
+}
+
+TEST_F(ToolFile, NamesNoFolderOfTheBuildMachine) {
+    const std::string content(bytes_.begin(), bytes_.end());
+    EXPECT_THAT(content, Not(HasSubstr(SOURCE_FOLDER)));
+}
+
+TEST_F(ToolFile, ManifestAsksForWhatTheToolNeedsAndNoMore) {
+    const std::string manifest(Resource(RT_MANIFEST, 1));
+    EXPECT_THAT(manifest,
+                HasSubstr("name=\"Microsoft.Windows.Common-Controls\" version=\"6.0.0.0\""));
+    EXPECT_THAT(manifest, HasSubstr("<requestedExecutionLevel level=\"asInvoker\""));
+    // Windows 10 and 11 share one identifier.
+    EXPECT_THAT(manifest, HasSubstr("{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}"));
+    EXPECT_THAT(manifest, HasSubstr(">true</longPathAware>"));
+    // Set by the call at the start; a second place could only contradict it.
+    EXPECT_THAT(manifest, Not(HasSubstr("dpiAware")));
+}
+
+TEST_F(ToolFile, ManifestIsWellFormed) {
+    const std::string manifest(Resource(RT_MANIFEST, 1));
+    ACTCTXW request{};
+    request.cbSize = sizeof request;
+    const std::wstring path = ToolPath().native();
+    request.lpSource = path.c_str();
+    request.lpResourceName = MAKEINTRESOURCEW(1);
+    request.dwFlags = ACTCTX_FLAG_RESOURCE_NAME_VALID;
+    const HANDLE context = ::CreateActCtxW(&request);
+    ASSERT_NE(context, INVALID_HANDLE_VALUE);
+    ::ReleaseActCtx(context);
+}
+
+TEST_F(ToolFile, EmbedsTheBrandsFilesByteForByte) {
+    const std::pair<int, const wchar_t*> files[] = {{ID_CONFIG_TEXT, L"config.txt"},
+                                                    {ID_LOGO_IMAGE, L"logo.png"},
+                                                    {ID_BACKGROUND_IMAGE, L"background.jpg"}};
+    for (const auto& [id, name] : files) {
+        const std::vector<char> file = ReadAll(std::filesystem::path(BRAND_FOLDER) / name);
+        ASSERT_FALSE(file.empty());
+        EXPECT_EQ(Data(id), std::string_view(file.data(), file.size())) << id;
+    }
+}
+
+TEST_F(ToolFile, PicturesAreWhatTheirNamesSay) {
+    EXPECT_TRUE(Data(ID_BACKGROUND_IMAGE).starts_with("\xFF\xD8\xFF"));
+    EXPECT_TRUE(Data(ID_LOGO_IMAGE).starts_with("\x89PNG\r\n\x1A\n"));
+}
+
+TEST_F(ToolFile, LogoIsSquare) {
+    const std::string_view logo = Data(ID_LOGO_IMAGE);
+    ASSERT_GT(logo.size(), 24u);
+    EXPECT_EQ(logo.substr(16, 4), logo.substr(20, 4));
+}
+
+TEST_F(ToolFile, IconGroupHasTheUsualSizes) {
+    // A group: reserved, type, count, then 14 bytes for each picture, its width first (0 is 256).
+    const std::string_view group = Resource(RT_GROUP_ICON, ID_TOOL_ICON);
+    ASSERT_GE(group.size(), 6u);
+    std::set<int> widths;
+    for (size_t entry = 6; entry + 14 <= group.size(); entry += 14) {
+        const int width = static_cast<unsigned char>(group[entry]);
+        widths.insert(width == 0 ? 256 : width);
+    }
+    for (const int width : {16, 24, 32, 48, 64, 128, 256}) {
+        EXPECT_TRUE(widths.contains(width)) << width;
+    }
+}
+
+TEST_F(ToolFile, EmbeddedConfigurationNamesEveryKey) {
+    const ToolConfig config = ParseConfigText(Data(ID_CONFIG_TEXT));
+    EXPECT_EQ(config.repairToolName, TOOL_FILE_NAME);
+    EXPECT_EQ(config.accentHex, L"FFA640");
+}
+
+std::wstring VersionText(const std::vector<char>& block, const wchar_t* name) {
+    const wchar_t* text = nullptr;
+    UINT length = 0;
+    const std::wstring path = std::wstring(L"\\StringFileInfo\\040904B0\\") + name;
+    if (!::VerQueryValueW(block.data(), path.c_str(),
+                          reinterpret_cast<void**>(const_cast<wchar_t**>(&text)), &length)) {
+        return L"(missing)";
+    }
+    return text;
+}
+
+TEST_F(ToolFile, VersionResourceTellsTheBrandsRepairTexts) {
+    const std::wstring path = ToolPath().native();
+    DWORD ignored = 0;
+    const DWORD size = ::GetFileVersionInfoSizeW(path.c_str(), &ignored);
+    ASSERT_GT(size, 0u);
+    std::vector<char> block(size);
+    ASSERT_TRUE(::GetFileVersionInfoW(path.c_str(), 0, size, block.data()));
+    const ToolConfig config = ParseConfigText(Data(ID_CONFIG_TEXT));
+    EXPECT_EQ(VersionText(block, L"FileDescription"), config.repairFileDescription);
+    EXPECT_EQ(VersionText(block, L"ProductName"), config.repairProductName);
+    EXPECT_EQ(VersionText(block, L"ProductVersion"), config.repairProductVersion);
+    EXPECT_EQ(VersionText(block, L"FileVersion"), config.repairProductVersion);
+    EXPECT_EQ(VersionText(block, L"LegalCopyright"), config.repairCopyright);
+    EXPECT_EQ(VersionText(block, L"CompanyName"), config.programsPublisher);
+    EXPECT_EQ(VersionText(block, L"OriginalFilename"), config.repairToolName);
+
+    VS_FIXEDFILEINFO* numbers = nullptr;
+    UINT length = 0;
+    ASSERT_TRUE(::VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&numbers), &length));
+    EXPECT_EQ(numbers->dwFileVersionMS, 0x00020000u);
+    EXPECT_EQ(numbers->dwFileVersionLS, 0u);
+}
+
+}  // namespace

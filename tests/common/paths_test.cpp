@@ -1,0 +1,272 @@
+#include "common/paths.h"
+
+#include <gtest/gtest.h>
+
+#include "bench_parts/import_hook.h"
+#include "bench_parts/scratch_folder.h"
+#include "common/windows_api.h"
+
+namespace {
+
+using std::filesystem::path;
+
+struct Row {
+    std::wstring_view input;
+    std::wstring_view expected;
+};
+
+TEST(FileNamePart, GivesTheTextBehindTheLastSeparator) {
+    const Row rows[] = {
+        {L"C:\\Games\\a.exe", L"a.exe"},
+        {L"C:/Games/a.exe", L"a.exe"},
+        {L"C:\\Games/b c.dat", L"b c.dat"},
+        {L"C:\\a.exe", L"a.exe"},
+        {L"a\\b", L"b"},
+        {L"\\a", L"a"},
+        {L"\\\\server\\share\\x.exe", L"x.exe"},
+        {L"\\\\?\\C:\\x.exe", L"x.exe"},
+        {L"C:\\folder\\", L""},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(FileNamePart(row.input), row.expected) << std::wstring(row.input);
+    }
+}
+
+TEST(FileNamePart, IsTheWholePathWithoutASeparatorBehindTheRoot) {
+    EXPECT_EQ(FileNamePart(L"unrar.exe"), L"unrar.exe");
+    EXPECT_EQ(FileNamePart(L"C:unrar.exe"), L"C:unrar.exe");
+    EXPECT_EQ(FileNamePart(L"\\\\server"), L"\\\\server");
+    EXPECT_EQ(FileNamePart(L""), L"");
+}
+
+TEST(ParentFolder, TakesOffTheLastNameAndItsSeparators) {
+    const Row rows[] = {
+        {L"C:\\Games\\a.exe", L"C:\\Games"},
+        {L"C:\\Games\\\\/a.exe", L"C:\\Games"},
+        {L"C:\\Games\\", L"C:\\Games"},
+        {L"a\\b", L"a"},
+        {L"a", L""},
+        {L"", L""},
+        {L"\\\\server\\share\\x", L"\\\\server\\share"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(ParentFolder(row.input), row.expected) << std::wstring(row.input);
+    }
+}
+
+TEST(ParentFolder, NeverCutsIntoTheRoot) {
+    const Row rows[] = {
+        {L"C:\\a", L"C:\\"},
+        {L"C:\\", L"C:\\"},
+        {L"C:\\\\a", L"C:\\\\"},
+        {L"C:a", L"C:"},
+        {L"\\a", L"\\"},
+        {L"\\\\server\\share", L"\\\\server\\"},
+        {L"\\\\?\\C:", L"\\\\?\\"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(ParentFolder(row.input), row.expected) << std::wstring(row.input);
+    }
+}
+
+TEST(RootPathLength, CoversRootNameAndSeparators) {
+    const std::pair<std::wstring_view, size_t> rows[] = {
+        {L"", 0},
+        {L"a\\b", 0},
+        {L"C:", 2},
+        {L"C:a", 2},
+        {L"C:\\", 3},
+        {L"c:/a", 3},
+        {L"C:\\\\a", 4},
+        {L"\\", 1},
+        {L"\\a", 1},
+        {L"\\\\srv", 5},
+        {L"\\\\srv\\", 6},
+        {L"\\\\srv\\share\\a", 6},
+        {L"//srv/share", 6},
+        {L"\\\\?\\C:\\a", 4},
+        {L"\\\\.\\pipe", 4},
+        {L"\\??\\C:", 4},
+        {L"\\\\\\a", 3},
+        {L"1:\\a", 0},
+    };
+    for (const auto& [text, length] : rows) {
+        EXPECT_EQ(RootPathLength(text), length) << std::wstring(text);
+    }
+}
+
+TEST(IsSameCanonicalPath, ComparesElementByElement) {
+    EXPECT_TRUE(IsSameCanonicalPath(L"C:\\a\\b", L"C:\\a\\b"));
+    EXPECT_TRUE(IsSameCanonicalPath(L"C:\\a\\b", L"C:/a//b"));
+    EXPECT_FALSE(IsSameCanonicalPath(L"C:\\a\\b", L"C:\\a\\bc"));
+    EXPECT_FALSE(IsSameCanonicalPath(L"C:\\a\\bc", L"C:\\a\\b"));
+    EXPECT_FALSE(IsSameCanonicalPath(L"C:\\a", L"C:\\A"));
+    EXPECT_FALSE(IsSameCanonicalPath(L"C:\\ab", L"C:\\a\\b"));
+    EXPECT_TRUE(IsSameCanonicalPath(L"", L""));
+    EXPECT_FALSE(IsSameCanonicalPath(L"C:\\", L"C:"));
+}
+
+TEST(WeaklyCanonical, ResolvesAnExistingPathInTheFileSystemsLetterCase) {
+    const bench::ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"Data" / L"File.TXT", "x");
+    const auto canonical = WeaklyCanonical(scratch.Path() / L"DATA" / L"file.txt");
+    ASSERT_TRUE(canonical);
+    EXPECT_EQ(canonical->filename(), L"File.TXT");
+    EXPECT_EQ(canonical->parent_path().filename(), L"Data");
+}
+
+TEST(WeaklyCanonical, AppendsWhatDoesNotExistAsItStands) {
+    const bench::ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"Data" / L"x", "x");
+    const auto existing = WeaklyCanonical(scratch.Path() / L"Data");
+    ASSERT_TRUE(existing);
+    const auto canonical = WeaklyCanonical(scratch.Path() / L"DATA" / L"No Such" / L"FILE.txt");
+    ASSERT_TRUE(canonical);
+    EXPECT_EQ(canonical->native(), existing->native() + L"\\No Such\\FILE.txt");
+}
+
+TEST(WeaklyCanonical, ResolvesTheExistingPartBeforeATrailingSeparator) {
+    const bench::ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"Data" / L"x", "x");
+    const auto existing = WeaklyCanonical(scratch.Path() / L"Data");
+    ASSERT_TRUE(existing);
+    EXPECT_EQ(WeaklyCanonical(scratch.Path().native() + L"\\DATA\\missing\\"),
+              existing->native() + L"\\missing");
+    EXPECT_EQ(WeaklyCanonical(scratch.Path().native() + L"\\DATA\\\\"), *existing);
+}
+
+TEST(WeaklyCanonical, MakesRelativePathsAbsolute) {
+    const bench::ScratchFolder scratch;
+    const path former = std::filesystem::current_path();
+    ASSERT_TRUE(::SetCurrentDirectoryW(scratch.Path().c_str()));
+    const auto relative = WeaklyCanonical(L"sub/..\\other");
+    const auto driveRelative = WeaklyCanonical(scratch.Path().native().substr(0, 2) + L"x");
+    const auto rooted = WeaklyCanonical(L"\\no_such_folder\\x");
+    ::SetCurrentDirectoryW(former.c_str());
+    const auto root = WeaklyCanonical(scratch.Path());
+    ASSERT_TRUE(root && relative && driveRelative && rooted);
+    EXPECT_EQ(*relative, *root / L"other");
+    EXPECT_EQ(*driveRelative, *root / L"x");
+    EXPECT_EQ(rooted->native(), root->native().substr(0, 2) + L"\\no_such_folder\\x");
+}
+
+TEST(WeaklyCanonical, KeepsRootsAsRoots) {
+    EXPECT_EQ(WeaklyCanonical(L"C:\\")->native(), L"C:\\");
+    EXPECT_EQ(WeaklyCanonical(L"c:/")->native(), L"C:\\");
+    EXPECT_EQ(WeaklyCanonical(L"C:\\no_such_name")->native(), L"C:\\no_such_name");
+}
+
+TEST(WeaklyCanonical, LeavesADriveThatIsNotThereLexical) {
+    EXPECT_EQ(WeaklyCanonical(L"Q:\\")->native(), L"Q:\\");
+    EXPECT_EQ(WeaklyCanonical(L"Q:\\a\\..\\b\\")->native(), L"Q:\\b");
+}
+
+TEST(WeaklyCanonical, LeavesAShareThatIsNotThereLexical) {
+    EXPECT_EQ(WeaklyCanonical(L"\\\\no_such_server\\share\\a\\..\\b")->native(),
+              L"\\\\no_such_server\\share\\b");
+    EXPECT_EQ(WeaklyCanonical(L"//no_such_server/share/")->native(), L"\\\\no_such_server\\share");
+}
+
+TEST(WeaklyCanonical, TakesOffTheVerbatimPrefix) {
+    const bench::ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"file", "x");
+    const auto plain = WeaklyCanonical(scratch.Path() / L"file");
+    ASSERT_TRUE(plain);
+    EXPECT_EQ(WeaklyCanonical(L"\\\\?\\" + plain->native()), *plain);
+    EXPECT_EQ(WeaklyCanonical(L"\\\\?\\UNC\\no_such_server\\share\\a")->native(),
+              L"\\\\no_such_server\\share\\a");
+}
+
+TEST(WeaklyCanonical, FollowsFolderLinks) {
+    const bench::ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"real" / L"file", "x");
+    ASSERT_TRUE(bench::MakeFolderLink(scratch.Path() / L"link", scratch.Path() / L"real"));
+    EXPECT_EQ(WeaklyCanonical(scratch.Path() / L"link" / L"file"),
+              WeaklyCanonical(scratch.Path() / L"real" / L"file"));
+    EXPECT_EQ(WeaklyCanonical(scratch.Path() / L"link" / L"missing"),
+              WeaklyCanonical(scratch.Path() / L"real" / L"missing"));
+}
+
+TEST(WeaklyCanonical, KeepsUnicodeNamesAndNamesThatCannotBe) {
+    const bench::ScratchFolder scratch;
+    const auto root = WeaklyCanonical(scratch.Path());
+    ASSERT_TRUE(root);
+    bench::WriteFile(scratch.Path() / L"\u00C4\u4E2D\u0416" / L"x", "x");
+    EXPECT_EQ(WeaklyCanonical(scratch.Path() / L"\u00E4\u4E2D\u0436"),
+              *root / L"\u00C4\u4E2D\u0416");
+    EXPECT_EQ(WeaklyCanonical(scratch.Path() / L"a*b" / L"c"), *root / L"a*b" / L"c");
+}
+
+std::wstring finalPathAnswer;
+
+// As Windows does it: the length without the terminator when it fits, else the needed size.
+DWORD WINAPI GiveFinalPath(HANDLE, LPWSTR buffer, DWORD size, DWORD) {
+    const auto length = static_cast<DWORD>(finalPathAnswer.size());
+    if (size <= length) {
+        return length + 1;
+    }
+    finalPathAnswer.copy(buffer, length);
+    buffer[length] = L'\0';
+    return length;
+}
+
+std::optional<path> CanonicalWithFinalPath(std::wstring answer, const path& asked) {
+    finalPathAnswer = std::move(answer);
+    const bench::ImportHook hook(L"kernel32.dll", "GetFinalPathNameByHandleW",
+                                 reinterpret_cast<void*>(&GiveFinalPath));
+    EXPECT_TRUE(hook.Installed());
+    return WeaklyCanonical(asked);
+}
+
+TEST(WeaklyCanonical, ResolvesToFinalPathsOfMoreThan260Characters) {
+    const std::wstring deep = L"C:\\" + std::wstring(200, L'a') + L"\\" + std::wstring(200, L'b');
+    EXPECT_EQ(CanonicalWithFinalPath(L"\\\\?\\" + deep, L"C:\\windows"), deep);
+}
+
+TEST(WeaklyCanonical, TurnsAFinalPathOnAShareIntoItsPlainForm) {
+    EXPECT_EQ(CanonicalWithFinalPath(L"\\\\?\\UNC\\server\\share\\a", L"C:\\windows\\no_such_name"),
+              L"\\\\server\\share\\a\\no_such_name");
+}
+
+TEST(WeaklyCanonical, KeepsAVolumeNameThatHasNoPlainForm) {
+    const std::wstring volume = L"\\\\?\\Volume{01234567-0123-0123-0123-0123456789ab}\\a";
+    EXPECT_EQ(CanonicalWithFinalPath(volume, L"C:\\windows"), volume);
+}
+
+DWORD WINAPI GiveNoFinalPath(HANDLE, LPWSTR, DWORD, DWORD) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return 0;
+}
+
+TEST(WeaklyCanonical, IsNoneWhenTheExistingPartCannotBeResolved) {
+    const bench::ImportHook hook(L"kernel32.dll", "GetFinalPathNameByHandleW",
+                                 reinterpret_cast<void*>(&GiveNoFinalPath));
+    ASSERT_TRUE(hook.Installed());
+    EXPECT_FALSE(WeaklyCanonical(L"C:\\windows\\no_such_name"));
+}
+
+HANDLE WINAPI RefuseToOpen(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return INVALID_HANDLE_VALUE;
+}
+
+TEST(WeaklyCanonical, IsNoneWhenAnExistingPartCannotBeOpened) {
+    const bench::ImportHook hook(L"kernel32.dll", "CreateFileW",
+                                 reinterpret_cast<void*>(&RefuseToOpen));
+    ASSERT_TRUE(hook.Installed());
+    EXPECT_FALSE(WeaklyCanonical(L"C:\\windows"));
+}
+
+TEST(WeaklyCanonical, IsNoneForAnEmptyPath) {
+    EXPECT_FALSE(WeaklyCanonical(L""));
+}
+
+TEST(WeaklyCanonical, StaysInsideTheFileForANameBelowIt) {
+    const bench::ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"file", "x");
+    const auto file = WeaklyCanonical(scratch.Path() / L"file");
+    ASSERT_TRUE(file);
+    EXPECT_EQ(WeaklyCanonical(scratch.Path() / L"file" / L"below"), *file / L"below");
+}
+
+}  // namespace
