@@ -1,0 +1,276 @@
+// Tests of the bench itself: a tool that lies makes every other test worthless.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <system_error>
+
+#include "bench_parts/import_hook.h"
+#include "bench_parts/scratch_folder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using bench::ImportHook;
+using bench::OpenElsewhere;
+using bench::ScratchFolder;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Values that a test can tell from real ones.
+constexpr ULONGLONG kFakeTick = 4242;
+constexpr ULONGLONG kOtherFakeTick = 2424;
+
+ULONGLONG WINAPI FakeTickCount() {
+    return kFakeTick;
+}
+
+ULONGLONG WINAPI OtherFakeTickCount() {
+    return kOtherFakeTick;
+}
+
+BOOL WINAPI RefuseToMoveFile(LPCWSTR, LPCWSTR, DWORD) {
+    ::SetLastError(ERROR_SHARING_VIOLATION);
+    return FALSE;
+}
+
+bool Exists(const fs::path& path) {
+    return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+// What the path leads to in the end, links resolved.
+std::wstring FinalPath(const fs::path& path) {
+    const auto file = AdoptHandle<KernelHandle>(
+        ::CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                      FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    std::wstring finalPath(MAX_PATH, L'\0');
+    finalPath.resize(::GetFinalPathNameByHandleW(file.get(), finalPath.data(), MAX_PATH, 0));
+    return finalPath;
+}
+
+// The Win32 error of copying one file over another; 0 when it worked.
+DWORD CopyOver(const fs::path& source, const fs::path& target) {
+    return ::CopyFileW(source.c_str(), target.c_str(), FALSE) ? ERROR_SUCCESS : ::GetLastError();
+}
+
+// The Win32 error of opening a folder for listing; 0 when it worked.
+DWORD ListingError(const fs::path& folder) {
+    WIN32_FIND_DATAW entry;
+    const auto search = AdoptHandle<FindHandle>(::FindFirstFileW((folder / L"*").c_str(), &entry));
+    return search ? ERROR_SUCCESS : ::GetLastError();
+}
+
+TEST(ImportHook, ReplacesAndRestoresAFunction) {
+    {
+        const ImportHook hook(L"KERNEL32.dll", "GetTickCount64",
+                              reinterpret_cast<void*>(&FakeTickCount));
+        ASSERT_TRUE(hook.Installed());
+        EXPECT_EQ(::GetTickCount64(), kFakeTick);
+    }
+    EXPECT_NE(::GetTickCount64(), kFakeTick);
+}
+
+TEST(ImportHook, ReachesCallsFromStaticLibraries) {
+    const ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"a.txt", "");
+    const ImportHook hook(L"kernel32.dll", "MoveFileExW",
+                          reinterpret_cast<void*>(&RefuseToMoveFile));
+    ASSERT_TRUE(hook.Installed());
+    std::error_code error;
+    fs::rename(scratch.Path() / L"a.txt", scratch.Path() / L"b.txt", error);
+    EXPECT_TRUE(error);
+    EXPECT_THAT(bench::FolderListing(scratch.Path()), ElementsAre(L"a.txt"));
+}
+
+TEST(ImportHook, MatchesTheDllInAnyLetterCase) {
+    const ImportHook hook(L"Kernel32.DLL", "GetTickCount64",
+                          reinterpret_cast<void*>(&FakeTickCount));
+    EXPECT_TRUE(hook.Installed());
+}
+
+TEST(ImportHook, OffersTheOriginal) {
+    const ImportHook hook(L"kernel32.dll", "GetTickCount64",
+                          reinterpret_cast<void*>(&FakeTickCount));
+    const auto original = hook.Original<decltype(&::GetTickCount64)>();
+    ASSERT_NE(original, nullptr);
+    EXPECT_NE(original(), kFakeTick);
+}
+
+TEST(ImportHook, NestsInReverseOrder) {
+    const ImportHook outer(L"kernel32.dll", "GetTickCount64",
+                           reinterpret_cast<void*>(&FakeTickCount));
+    {
+        const ImportHook inner(L"kernel32.dll", "GetTickCount64",
+                               reinterpret_cast<void*>(&OtherFakeTickCount));
+        EXPECT_EQ(::GetTickCount64(), kOtherFakeTick);
+    }
+    EXPECT_EQ(::GetTickCount64(), kFakeTick);
+}
+
+TEST(ImportHook, SaysWhenThereIsNothingToReplace) {
+    const ImportHook unknownFunction(L"kernel32.dll", "NoSuchFunction",
+                                     reinterpret_cast<void*>(&FakeTickCount));
+    const ImportHook unknownDll(L"no_such.dll", "GetTickCount64",
+                                reinterpret_cast<void*>(&FakeTickCount));
+    EXPECT_FALSE(unknownFunction.Installed());
+    EXPECT_EQ(unknownFunction.Original<void*>(), nullptr);
+    EXPECT_FALSE(unknownDll.Installed());
+    EXPECT_NE(::GetTickCount64(), kFakeTick);
+}
+
+TEST(Bench, StartsWithEmptyFolders) {
+    wchar_t temp[MAX_PATH + 1]{};
+    ASSERT_NE(::GetTempPathW(MAX_PATH + 1, temp), 0U);
+    EXPECT_THAT(bench::FolderListing(temp), IsEmpty());
+    if (bench::IsWine()) {
+        EXPECT_THAT(bench::FolderListing(L"C:\\bench"), IsEmpty());
+    }
+}
+
+TEST(ScratchFolder, IsFreshAndGoesWithItsContent) {
+    fs::path folder;
+    {
+        const ScratchFolder scratch;
+        const ScratchFolder other;
+        folder = scratch.Path();
+        EXPECT_NE(folder, other.Path());
+        EXPECT_THAT(bench::FolderListing(folder), IsEmpty());
+        bench::WriteFile(folder / L"Über" / L"locked.dat", "x");
+        bench::SetReadOnly(folder / L"Über" / L"locked.dat", true);
+        bench::WriteFile(folder / L"plain.txt", "y");
+        EXPECT_THAT(bench::FolderListing(folder),
+                    ElementsAre(L"plain.txt", L"\u00dcber/", L"\u00dcber/locked.dat"));
+    }
+    EXPECT_FALSE(Exists(folder));
+}
+
+TEST(ScratchFolder, LeavesTheTargetsOfLinksAlone) {
+    const ScratchFolder kept;
+    bench::WriteFile(kept.Path() / L"sub" / L"inside.txt", "kept");
+    bench::WriteFile(kept.Path() / L"file.txt", "kept");
+    fs::path folder;
+    {
+        const ScratchFolder scratch;
+        folder = scratch.Path();
+        ASSERT_TRUE(bench::MakeFolderLink(folder / L"folder link", kept.Path() / L"sub"));
+        ASSERT_TRUE(bench::MakeFileLink(folder / L"file link", kept.Path() / L"file.txt"));
+        ASSERT_TRUE(bench::MakeFolderLink(folder / L"dangling", kept.Path() / L"no" / L"where"));
+    }
+    EXPECT_FALSE(Exists(folder));
+    EXPECT_THAT(bench::FolderListing(kept.Path()),
+                ElementsAre(L"file.txt", L"sub/", L"sub/inside.txt"));
+}
+
+TEST(ScratchFolder, FailsTheTestWhenSomethingIsStillOpen) {
+    auto scratch = std::make_unique<ScratchFolder>();
+    const fs::path folder = scratch->Path();
+    bench::WriteFile(folder / L"open.txt", "");
+    OpenElsewhere open(folder / L"open.txt", FILE_SHARE_READ);
+    EXPECT_NONFATAL_FAILURE(scratch.reset(), "cannot be removed");
+    open.Close();
+    fs::remove_all(folder);
+}
+
+TEST(FileHelpers, KeepBytesAsTheyAre) {
+    const ScratchFolder scratch;
+    const std::string bytes("a\r\n\0\xff\x1a", 6);
+    bench::WriteFile(scratch.Path() / L"b.dat", bytes);
+    EXPECT_EQ(bench::ReadFile(scratch.Path() / L"b.dat"), bytes);
+}
+
+TEST(FileHelpers, KeepTimesToTheTick) {
+    const ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"b.dat", "");
+    constexpr std::uint64_t kTime = 133'000'000'000'000'001;
+    bench::SetWriteTime(scratch.Path() / L"b.dat", kTime);
+    EXPECT_EQ(bench::GetWriteTime(scratch.Path() / L"b.dat"), kTime);
+    bench::SetWriteTime(scratch.Path(), kTime + 1);
+    EXPECT_EQ(bench::GetWriteTime(scratch.Path()), kTime + 1);
+}
+
+TEST(FileHelpers, MakeFilesOverFourGibibytes) {
+    const ScratchFolder scratch;
+    constexpr std::uint64_t kSize = (std::uint64_t{5} << 30) + 1;
+    bench::MakeSparseFile(scratch.Path() / L"big.dat", kSize);
+    EXPECT_EQ(fs::file_size(scratch.Path() / L"big.dat"), kSize);
+}
+
+TEST(FileHelpers, ThrowTheErrorCode) {
+    const ScratchFolder scratch;
+    try {
+        bench::ReadFile(scratch.Path() / L"missing.txt");
+        FAIL() << "nothing was thrown";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code().value(), ERROR_FILE_NOT_FOUND);
+    }
+}
+
+TEST(FileHelpers, ReadOnlyRefusesToBeReplaced) {
+    const ScratchFolder scratch;
+    const fs::path source = scratch.Path() / L"new.txt";
+    const fs::path target = scratch.Path() / L"old.txt";
+    bench::WriteFile(source, "new");
+    bench::WriteFile(target, "old");
+    bench::SetReadOnly(target, true);
+    EXPECT_EQ(CopyOver(source, target), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(bench::ReadFile(target), "old");
+    bench::SetReadOnly(target, false);
+    EXPECT_EQ(CopyOver(source, target), DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(bench::ReadFile(target), "new");
+}
+
+TEST(OpenElsewhere, KeepsOthersOutUntilClosed) {
+    const ScratchFolder scratch;
+    const fs::path source = scratch.Path() / L"new.txt";
+    const fs::path target = scratch.Path() / L"old.txt";
+    bench::WriteFile(source, "new");
+    bench::WriteFile(target, "old");
+    OpenElsewhere open(target, FILE_SHARE_READ);
+    EXPECT_EQ(CopyOver(source, target), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(bench::ReadFile(target), "old");
+    open.Close();
+    EXPECT_EQ(CopyOver(source, target), DWORD{ERROR_SUCCESS});
+}
+
+TEST(Links, LeadToTheirTargets) {
+    const ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"real" / L"a.txt", "through the link");
+    ASSERT_TRUE(bench::MakeFolderLink(scratch.Path() / L"link ü", scratch.Path() / L"real"));
+    ASSERT_TRUE(
+        bench::MakeFileLink(scratch.Path() / L"b.txt", scratch.Path() / L"real" / L"a.txt"));
+    EXPECT_EQ(bench::ReadFile(scratch.Path() / L"link ü" / L"a.txt"), "through the link");
+    EXPECT_EQ(bench::ReadFile(scratch.Path() / L"b.txt"), "through the link");
+    EXPECT_EQ(FinalPath(scratch.Path() / L"link ü"), FinalPath(scratch.Path() / L"real"));
+    EXPECT_NE(
+        ::GetFileAttributesW((scratch.Path() / L"link ü").c_str()) & FILE_ATTRIBUTE_REPARSE_POINT,
+        0U);
+}
+
+TEST(Links, MayLeadUpwardsOrNowhere) {
+    const ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"sub" / L"a.txt", "a");
+    ASSERT_TRUE(bench::MakeFolderLink(scratch.Path() / L"sub" / L"loop", scratch.Path()));
+    ASSERT_TRUE(bench::MakeFolderLink(scratch.Path() / L"dangling", scratch.Path() / L"missing"));
+    EXPECT_TRUE(Exists(scratch.Path() / L"sub" / L"loop" / L"sub" / L"loop" / L"sub" / L"a.txt"));
+    EXPECT_FALSE(Exists(scratch.Path() / L"dangling" / L"a.txt"));
+    // Its name is taken, although nothing seems to be there.
+    EXPECT_FALSE(bench::MakeFolderLink(scratch.Path() / L"dangling", scratch.Path() / L"sub"));
+    EXPECT_THAT(bench::FolderListing(scratch.Path() / L"sub"), ElementsAre(L"a.txt", L"loop@"));
+}
+
+TEST(UnreadableFolder, RefusesToBeListedUntilItEnds) {
+    const ScratchFolder scratch;
+    bench::WriteFile(scratch.Path() / L"closed" / L"a.txt", "a");
+    {
+        const bench::UnreadableFolder closed(scratch.Path() / L"closed");
+        ASSERT_TRUE(closed.Made());
+        EXPECT_EQ(ListingError(scratch.Path() / L"closed"), DWORD{ERROR_ACCESS_DENIED});
+    }
+    EXPECT_EQ(ListingError(scratch.Path() / L"closed"), DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(bench::ReadFile(scratch.Path() / L"closed" / L"a.txt"), "a");
+}
+
+}  // namespace

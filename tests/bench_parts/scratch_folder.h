@@ -1,0 +1,98 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/handles.h"
+#include "common/windows_api.h"
+
+// A place for a test's files, and what tests do with files there. Nothing in here uses the file
+// functions of the program under test.
+//
+// Helpers without a result throw std::system_error with the Win32 error code when they cannot do
+// their work, so that preparing a test needs no checks of its own: Google Test reports it as a
+// failure.
+
+namespace bench {
+
+// A fresh empty folder below the temp folder. It goes with the object, and so does everything in
+// it: read-only entries, unreadable folders, links, but never what a link leads to. What cannot be
+// removed, such as a file that is still open, fails the test.
+class ScratchFolder {
+public:
+    ScratchFolder();
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    // Absolute, without a trailing separator.
+    [[nodiscard]] const std::filesystem::path& Path() const {
+        return path_;
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+// Keeps a file or folder open, as another program would, until the object goes or Close is called.
+class OpenElsewhere {
+public:
+    // `shareMode`: what others may still do, a combination of FILE_SHARE_READ, _WRITE and _DELETE.
+    // `access`: what the other program opens it for.
+    explicit OpenElsewhere(const std::filesystem::path& path, DWORD shareMode,
+                           DWORD access = GENERIC_READ);
+    void Close();
+
+private:
+    KernelHandle file_;
+};
+
+// Makes a folder's content unreadable (its listing fails with ERROR_ACCESS_DENIED) until the object
+// goes. To be declared after the ScratchFolder that it lies in.
+class UnreadableFolder {
+public:
+    explicit UnreadableFolder(std::filesystem::path folder);
+    ~UnreadableFolder();
+    UnreadableFolder(const UnreadableFolder&) = delete;
+    UnreadableFolder& operator=(const UnreadableFolder&) = delete;
+
+    // False where it cannot be brought about; the folder is then as it was.
+    [[nodiscard]] bool Made() const {
+        return made_;
+    }
+
+private:
+    std::filesystem::path folder_;
+    std::vector<std::byte> formerAccess_;
+    bool made_ = false;
+};
+
+// Replaces the file's whole content; missing folders above it are created.
+void WriteFile(const std::filesystem::path& path, std::string_view bytes);
+std::string ReadFile(const std::filesystem::path& path);
+void SetReadOnly(const std::filesystem::path& path, bool readOnly);
+// A file of `size` bytes, all zero, that takes up next to no space; good for sizes over 4 GiB.
+void MakeSparseFile(const std::filesystem::path& path, std::uint64_t size);
+
+// Last write time of a file or folder in 100 ns steps since 1601 (FILETIME).
+std::uint64_t GetWriteTime(const std::filesystem::path& path);
+void SetWriteTime(const std::filesystem::path& path, std::uint64_t time);
+
+// Everything below `folder`, sorted by character codes: "a.txt", "empty/", "link@", "sub/",
+// "sub/b.txt". Paths are relative to `folder`, with "/" between and after folders; a folder link
+// ends in "@" and is not entered. (Under Wine a file link looks like a file, and a dangling link
+// like nothing.)
+std::vector<std::wstring> FolderListing(const std::filesystem::path& folder);
+
+// Symbolic links. `target` is absolute; it need not exist and may lie above the link. True when the
+// link is there; Windows makes links only for administrators or in developer mode.
+bool MakeFolderLink(const std::filesystem::path& link, const std::filesystem::path& target);
+bool MakeFileLink(const std::filesystem::path& link, const std::filesystem::path& target);
+
+// Is this Wine instead of Windows?
+bool IsWine();
+
+}  // namespace bench
