@@ -1,0 +1,253 @@
+#include "package/http_download.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "common/handles.h"
+#include "common/windows_api.h"
+#include "job/job_progress.h"
+
+// Wants the types of windows_api.h.
+#include <winhttp.h>
+
+namespace {
+
+constexpr wchar_t kUserAgent[] = L"KrvBrennickRepair/1.0";
+constexpr int kTimeoutMs = 30000;
+constexpr DWORD kReadChunkBytes = 0x100000;
+constexpr size_t kHostCharacters = 512;
+constexpr size_t kPathCharacters = 4096;
+constexpr size_t kContentLengthBytes = 128;
+constexpr double kPublicationIntervalSeconds = 0.35;
+
+struct CloseInternetHandle {
+    void operator()(HINTERNET handle) const noexcept {
+        ::WinHttpCloseHandle(handle);
+    }
+};
+using InternetHandle = std::unique_ptr<std::remove_pointer_t<HINTERNET>, CloseInternetHandle>;
+
+// What one download holds open; goes in reverse order, the file first.
+struct Transfer {
+    InternetHandle session;
+    InternetHandle connection;
+    InternetHandle request;
+    KernelHandle file;
+};
+
+InternetHandle OpenSession() {
+    InternetHandle session(::WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY,
+                                         WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
+    if (session) {
+        // Neither call fails on a session that has just been opened, and the defaults would do.
+        ::WinHttpSetTimeouts(session.get(), kTimeoutMs, kTimeoutMs, kTimeoutMs, kTimeoutMs);
+        DWORD redirectPolicy = WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS;
+        ::WinHttpSetOption(session.get(), WINHTTP_OPTION_REDIRECT_POLICY, &redirectPolicy,
+                           sizeof redirectPolicy);
+    }
+    return session;
+}
+
+InternetHandle OpenRequest(const InternetHandle& connection, const PackageAddress& address) {
+    return InternetHandle(::WinHttpOpenRequest(
+        connection.get(), L"GET", address.objectName.c_str(), nullptr, WINHTTP_NO_REFERER,
+        WINHTTP_DEFAULT_ACCEPT_TYPES, address.secure ? WINHTTP_FLAG_SECURE : 0));
+}
+
+bool SendAndReceive(const InternetHandle& request) {
+    return ::WinHttpSendRequest(request.get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0,
+                                WINHTTP_NO_REQUEST_DATA, 0, 0, 0) != FALSE &&
+           ::WinHttpReceiveResponse(request.get(), nullptr) != FALSE;
+}
+
+uint32_t QueryStatus(const InternetHandle& request) {
+    DWORD status = 0;
+    DWORD bytes = sizeof status;
+    ::WinHttpQueryHeaders(request.get(), WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
+                          WINHTTP_HEADER_NAME_BY_INDEX, &status, &bytes, WINHTTP_NO_HEADER_INDEX);
+    return status;
+}
+
+// Asked for as text, because the numeric query has only 32 bits. 0 without such a header.
+uint64_t QueryContentLength(const InternetHandle& request) {
+    std::array<wchar_t, kContentLengthBytes / sizeof(wchar_t)> text{};
+    DWORD bytes = kContentLengthBytes;
+    if (!::WinHttpQueryHeaders(request.get(), WINHTTP_QUERY_CONTENT_LENGTH,
+                               WINHTTP_HEADER_NAME_BY_INDEX, text.data(), &bytes,
+                               WINHTTP_NO_HEADER_INDEX)) {
+        return 0;
+    }
+    return static_cast<uint64_t>(::_wtoi64(text.data()));
+}
+
+void PublishStart(uint64_t bytesTotal) {
+    UpdateJobState([&](JobState& state) {
+        state.stage = JobStage::Downloading;
+        state.bytesTotal = bytesTotal;
+        state.bytesReceived = 0;
+        state.bytesPerSecond = 0.0;
+        state.statusLine = L"Downloading client package...";
+        state.detailLine.clear();
+    });
+}
+
+void PublishReceived(uint64_t bytesReceived, double bytesPerSecond) {
+    UpdateJobState([&](JobState& state) {
+        state.bytesReceived = bytesReceived;
+        state.bytesPerSecond = bytesPerSecond;
+    });
+}
+
+// From the first call to a body that can be read and a file to write it to. None with the message
+// in `failure`; everything is closed then.
+std::optional<Transfer> BeginTransfer(const PackageAddress& address,
+                                      const std::filesystem::path& archivePath,
+                                      std::wstring& failure) {
+    Transfer transfer;
+    transfer.session = OpenSession();
+    if (!transfer.session) {
+        failure = L"Could not start the Windows HTTP downloader.";
+        return std::nullopt;
+    }
+    transfer.connection.reset(
+        ::WinHttpConnect(transfer.session.get(), address.host.c_str(), address.port, 0));
+    if (!transfer.connection) {
+        failure = L"Could not connect to the download host.";
+        return std::nullopt;
+    }
+    transfer.request = OpenRequest(transfer.connection, address);
+    if (!transfer.request) {
+        failure = L"Could not create the download request.";
+        return std::nullopt;
+    }
+    if (!SendAndReceive(transfer.request)) {
+        failure = L"The server did not respond to the download request.";
+        return std::nullopt;
+    }
+    const uint32_t status = QueryStatus(transfer.request);
+    if (!IsSuccessStatus(status)) {
+        failure = HttpStatusMessage(status);
+        return std::nullopt;
+    }
+    PublishStart(QueryContentLength(transfer.request));
+    transfer.file =
+        AdoptHandle<KernelHandle>(::CreateFileW(archivePath.c_str(), GENERIC_WRITE, 0, nullptr,
+                                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!transfer.file) {
+        failure = L"Could not create the temporary download file.";
+        return std::nullopt;
+    }
+    return transfer;
+}
+
+// A full disk takes a part and reports success.
+bool WriteWhole(const KernelHandle& file, const std::byte* data, DWORD bytes) {
+    DWORD written = 0;
+    return ::WriteFile(file.get(), data, bytes, &written, nullptr) != FALSE && written == bytes;
+}
+
+// Moves the body into the file until it ends or a stop is asked for; which of the two, the stop
+// flag tells. False after a failure, which it has reported.
+bool ReceiveBody(const Transfer& transfer, uint64_t& bytesReceived) {
+    std::vector<std::byte> buffer(kReadChunkBytes);
+    DownloadPace pace(DownloadPace::Clock::now());
+    while (!jobProgress.cancelRequested) {
+        DWORD bytesRead = 0;
+        if (!::WinHttpReadData(transfer.request.get(), buffer.data(), kReadChunkBytes,
+                               &bytesRead)) {
+            reportFailure(L"The download stopped unexpectedly.");
+            return false;
+        }
+        if (bytesRead == 0) {
+            return true;
+        }
+        if (!WriteWhole(transfer.file, buffer.data(), bytesRead)) {
+            reportFailure(L"Could not write the downloaded data to disk.");
+            return false;
+        }
+        bytesReceived += bytesRead;
+        const auto bytesPerSecond = pace.Add(bytesRead, DownloadPace::Clock::now());
+        if (bytesPerSecond) {
+            PublishReceived(bytesReceived, *bytesPerSecond);
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+bool DownloadPackage(const std::wstring& packageUrl, const std::filesystem::path& archivePath) {
+    const std::optional<PackageAddress> address = SplitPackageUrl(packageUrl);
+    if (!address) {
+        reportFailure(L"The package URL is not valid.");
+        return false;
+    }
+    std::wstring failure;
+    std::optional<Transfer> transfer = BeginTransfer(*address, archivePath, failure);
+    if (!transfer) {
+        reportFailure(std::move(failure));
+        return false;
+    }
+    uint64_t bytesReceived = 0;
+    const bool complete = ReceiveBody(*transfer, bytesReceived);
+    // The file must be closed before it can be deleted.
+    transfer.reset();
+    PublishReceived(bytesReceived, 0.0);
+    if (jobProgress.cancelRequested) {
+        ::DeleteFileW(archivePath.c_str());
+        return false;
+    }
+    return complete;
+}
+
+std::optional<PackageAddress> SplitPackageUrl(const std::wstring& packageUrl) {
+    std::array<wchar_t, kHostCharacters> host{};
+    std::array<wchar_t, kPathCharacters> path{};
+    URL_COMPONENTS parts{};
+    parts.dwStructSize = sizeof parts;
+    parts.lpszHostName = host.data();
+    parts.dwHostNameLength = static_cast<DWORD>(host.size());
+    parts.lpszUrlPath = path.data();
+    parts.dwUrlPathLength = static_cast<DWORD>(path.size());
+    // Without a buffer the extra info points into the URL itself, so a query has no limit.
+    parts.dwExtraInfoLength = static_cast<DWORD>(-1);
+    if (!::WinHttpCrackUrl(packageUrl.c_str(), 0, 0, &parts)) {
+        return std::nullopt;
+    }
+    PackageAddress address;
+    address.host.assign(host.data(), parts.dwHostNameLength);
+    address.port = parts.nPort;
+    address.objectName.assign(path.data(), parts.dwUrlPathLength);
+    if (parts.dwExtraInfoLength != 0) {
+        address.objectName.append(parts.lpszExtraInfo, parts.dwExtraInfoLength);
+    }
+    address.secure = parts.nScheme == INTERNET_SCHEME_HTTPS;
+    return address;
+}
+
+bool IsSuccessStatus(uint32_t status) {
+    return status >= 200 && status <= 299;
+}
+
+std::wstring HttpStatusMessage(uint32_t status) {
+    return L"The server returned HTTP " + std::to_wstring(status) + L".";
+}
+
+DownloadPace::DownloadPace(Clock::time_point start) : lastPublication_(start) {}
+
+std::optional<double> DownloadPace::Add(uint64_t bytes, Clock::time_point now) {
+    bytesSincePublication_ += bytes;
+    const double elapsedSeconds = std::chrono::duration<double>(now - lastPublication_).count();
+    if (elapsedSeconds < kPublicationIntervalSeconds) {
+        return std::nullopt;
+    }
+    const double bytesPerSecond = static_cast<double>(bytesSincePublication_) / elapsedSeconds;
+    lastPublication_ = now;
+    bytesSincePublication_ = 0;
+    return bytesPerSecond;
+}

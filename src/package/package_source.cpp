@@ -1,0 +1,89 @@
+#include "package/package_source.h"
+
+#include <array>
+
+#include "common/text.h"
+#include "common/windows_api.h"
+
+bool primaryServerChosen = true;
+std::wstring selectedPackageUrl;
+
+namespace {
+
+constexpr std::wstring_view kFallbackArchiveName = L"KrvBrennickInstaller";
+constexpr std::wstring_view kJobFolderPrefix = L"KrvBrennickRepair_";
+constexpr size_t kTempFolderCharacters = MAX_PATH;
+
+std::filesystem::path TempFolder() {
+    std::array<wchar_t, kTempFolderCharacters> buffer{};
+    const DWORD length = ::GetTempPathW(static_cast<DWORD>(buffer.size()), buffer.data());
+    // A name that does not fit yields the length that it would need.
+    if (length == 0 || length >= buffer.size()) {
+        return {};
+    }
+    return std::wstring(buffer.data(), length);
+}
+
+}  // namespace
+
+bool HasSeveralServers(const ToolConfig& config) {
+    return config.multiRepairTool && !config.archiveMirrorUrls.empty();
+}
+
+std::wstring ChoosePackageUrl(const ToolConfig& config, bool primaryServer) {
+    if (HasSeveralServers(config) && !primaryServer) {
+        return config.archiveMirrorUrls.front();
+    }
+    return config.archiveUrl;
+}
+
+std::wstring ResolvePackageUrl(std::wstring_view candidate, const std::wstring& archiveUrl) {
+    std::wstring url = TrimWhitespace(candidate);
+    return url.empty() ? archiveUrl : url;
+}
+
+void SelectPackageUrl(std::wstring_view candidate) {
+    selectedPackageUrl = ResolvePackageUrl(candidate, toolConfig.archiveUrl);
+}
+
+ArchiveKind ArchiveKindFor(std::wstring_view archiveType, std::wstring_view hint,
+                           std::wstring_view selectedUrl, std::wstring_view archiveUrl) {
+    const std::wstring type = LowerCase(TrimWhitespace(archiveType));
+    if (type != L"auto") {
+        return type == L"rar" ? ArchiveKind::Rar : ArchiveKind::Zip;
+    }
+    const std::wstring selected = TrimWhitespace(selectedUrl);
+    std::wstring_view source = archiveUrl;
+    if (!hint.empty()) {
+        source = hint;
+    } else if (!selected.empty()) {
+        source = selected;
+    }
+    const bool namesRar = LowerCase(source).find(L".rar") != std::wstring::npos;
+    return namesRar ? ArchiveKind::Rar : ArchiveKind::Zip;
+}
+
+ArchiveKind DetectArchiveKind(std::wstring_view hint) {
+    return ArchiveKindFor(toolConfig.archiveType, hint, selectedPackageUrl, toolConfig.archiveUrl);
+}
+
+std::wstring ArchiveFileName(std::wstring_view repairToolName, uint32_t processId,
+                             uint64_t milliseconds, ArchiveKind kind) {
+    return SanitizeFileName(repairToolName, kFallbackArchiveName) + L"_" +
+           std::to_wstring(processId) + L"_" + std::to_wstring(milliseconds) +
+           (kind == ArchiveKind::Rar ? L".rar" : L".zip");
+}
+
+std::wstring JobFolderName(uint32_t processId, uint64_t milliseconds) {
+    return std::wstring(kJobFolderPrefix) + std::to_wstring(processId) + L"_" +
+           std::to_wstring(milliseconds);
+}
+
+std::filesystem::path MakeArchiveDownloadPath() {
+    return TempFolder() / ArchiveFileName(toolConfig.repairToolName, ::GetCurrentProcessId(),
+                                          ::GetTickCount64(), DetectArchiveKind(L""));
+}
+
+std::filesystem::path MakeJobTempFolder() {
+    return TempFolder() / JobFolderName(::GetCurrentProcessId(), ::GetTickCount64());
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "config/tool_config.h"
+
+// Where a job's package comes from, of which kind it is, and where the job's temporary files go.
+// Nothing here touches disk or network, and nothing reports an error.
+
+// The user's choice between two download servers; the primary one at first. Window thread only.
+extern bool primaryServerChosen;
+
+// The package URL of the current job; empty before the first job and after a reset. The window
+// writes it while no job thread exists, the job thread reads it: no lock needed.
+extern std::wstring selectedPackageUrl;
+
+// Whether the user has two servers to choose from.
+bool HasSeveralServers(const ToolConfig& config);
+
+// The URL that "Repair Client" asks for. Of the mirrors only the first is ever used. May be blank:
+// see ResolvePackageUrl.
+std::wstring ChoosePackageUrl(const ToolConfig& config, bool primaryServer);
+
+// The candidate trimmed; when nothing is left, `archiveUrl` as it stands, blanks included.
+std::wstring ResolvePackageUrl(std::wstring_view candidate, const std::wstring& archiveUrl);
+
+// Makes the candidate, or the configured `archiveUrl` in place of a blank one, the selected
+// package URL. Window thread, while no job thread exists.
+void SelectPackageUrl(std::wstring_view candidate);
+
+// The configured kind of the package. It decides nothing but the downloaded file's extension: what
+// an archive really is, the extraction reads from its first bytes.
+enum class ArchiveKind { Zip, Rar };
+
+// `archiveType` decides; with "auto" the first text that is not empty among `hint`, the trimmed
+// `selectedUrl` and `archiveUrl`: it means RAR when it holds ".rar" anywhere, so that a name
+// inside a query counts too. A misspelt type never fails, it means ZIP.
+ArchiveKind ArchiveKindFor(std::wstring_view archiveType, std::wstring_view hint,
+                           std::wstring_view selectedUrl, std::wstring_view archiveUrl);
+
+// The same for the active configuration and the selected package URL. `hint` is a URL or a file
+// name, usually empty.
+ArchiveKind DetectArchiveKind(std::wstring_view hint);
+
+// The downloaded archive's name without folder: made of the tool's own file name (its ".exe"
+// stays), process id and milliseconds since the system's start, so that no two jobs meet.
+std::wstring ArchiveFileName(std::wstring_view repairToolName, uint32_t processId,
+                             uint64_t milliseconds, ArchiveKind kind);
+
+// The scratch folder's name without its parent.
+std::wstring JobFolderName(uint32_t processId, uint64_t milliseconds);
+
+// Full paths for the next job in the user's temporary folder; neither is created. Each call gives
+// a new name: the job asks once, at its start. When the system cannot name the temporary folder
+// (or its name has 260 characters or more), the result is relative to the current folder.
+std::filesystem::path MakeArchiveDownloadPath();
+std::filesystem::path MakeJobTempFolder();

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string_view>
+#include <utility>
+
+#include "bench_parts/import_hook.h"
+#include "common/windows_api.h"
+
+// ImportHook for callables with captures:
+//
+//   const auto hook = HookCall<decltype(&::WinHttpOpen)>(
+//       L"winhttp.dll", "WinHttpOpen", [&](auto&&...) -> HINTERNET { return nullptr; });
+//
+// A lambda has a type of its own, so each hook in the source has its own slot; the same line must
+// not be in use twice at a time.
+
+template <class Function, class Callable>
+class CallHook;
+
+template <class Result, class... Arguments, class Callable>
+class CallHook<Result (*)(Arguments...), Callable> {
+public:
+    CallHook(std::wstring_view dllName, std::string_view functionName, Callable callable)
+        : callable_(std::move(callable)),
+          hook_((active = &callable_, dllName), functionName, reinterpret_cast<void*>(&Forward)) {
+        EXPECT_TRUE(hook_.Installed()) << functionName;
+    }
+    CallHook(const CallHook&) = delete;
+    CallHook& operator=(const CallHook&) = delete;
+
+private:
+    static Result WINAPI Forward(Arguments... arguments) {
+        return (*active)(arguments...);
+    }
+
+    static inline Callable* active = nullptr;
+
+    Callable callable_;
+    bench::ImportHook hook_;
+};
+
+template <class Function, class Callable>
+[[nodiscard]] CallHook<Function, Callable> HookCall(std::wstring_view dllName,
+                                                    std::string_view functionName,
+                                                    Callable callable) {
+    return CallHook<Function, Callable>(dllName, functionName, std::move(callable));
+}
+
+// The function itself, whatever hooks there are.
+template <class Function>
+Function RealFunction(const wchar_t* dllName, const char* functionName) {
+    return reinterpret_cast<Function>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(dllName), functionName)));
+}

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "bench_parts/fault_server_client.h"
+#include "bench_parts/scratch_folder.h"
+#include "common/windows_api.h"
+#include "job/job_progress.h"
+#include "package/call_hook.h"
+#include "package/http_download.h"
+
+// Wants the types of windows_api.h.
+#include <winhttp.h>
+
+inline constexpr wchar_t kWinHttp[] = L"winhttp.dll";
+inline constexpr wchar_t kKernel32[] = L"kernel32.dll";
+inline constexpr size_t kMebibyte = 0x100000;
+
+inline BOOL ReadRealData(HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
+    static const auto real =
+        RealFunction<decltype(&::WinHttpReadData)>(kWinHttp, "WinHttpReadData");
+    return real(request, buffer, size, bytesRead);
+}
+
+// A job that has just started, a server, and a folder for the package.
+class DownloadTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ClearForJobStart(JobKind::Repair);
+    }
+    void TearDown() override {
+        resetJobProgress();
+    }
+
+    bool Download(std::wstring_view behaviour) {
+        return DownloadPackage(server_.Url(behaviour), archive_);
+    }
+
+    std::string SavedBytes() const {
+        return bench::ReadFile(archive_);
+    }
+
+    bool IsSaved() const {
+        return ::GetFileAttributesW(archive_.c_str()) != INVALID_FILE_ATTRIBUTES;
+    }
+
+    // The job as a reported failure leaves it.
+    static void ExpectFailure(const std::wstring& message) {
+        const JobState state = snapshot();
+        EXPECT_EQ(state.stage, JobStage::Failed);
+        EXPECT_EQ(state.statusLine, L"Repair failed.");
+        EXPECT_EQ(state.detailLine, message);
+        EXPECT_EQ(state.errorMessage, message);
+        EXPECT_TRUE(jobProgress.failed);
+        EXPECT_FALSE(jobProgress.running);
+    }
+
+    // The job goes on, or has been stopped without a word.
+    static void ExpectNoFailure() {
+        const JobState state = snapshot();
+        EXPECT_EQ(state.stage, JobStage::Downloading);
+        EXPECT_EQ(state.errorMessage, L"");
+        EXPECT_FALSE(jobProgress.failed);
+        EXPECT_TRUE(jobProgress.running);
+    }
+
+    bench::ScratchFolder scratch_;
+    bench::FaultServer server_;
+    const std::filesystem::path archive_ = scratch_.Path() / L"pkg.zip";
+};

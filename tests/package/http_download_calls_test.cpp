@@ -1,0 +1,341 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "package/download_fixture.h"
+
+namespace {
+
+// What the download asks of the system where no server and no file can tell: limits, sizes, the
+// order of closing, the moments of publication.
+class HttpDownloadCalls : public DownloadTest {
+protected:
+    // Bytes that a read is to give, and how long it is to take.
+    struct Piece {
+        DWORD bytes;
+        double seconds;
+    };
+
+    // Downloads from a body of such pieces by a clock of its own. The result is what was published
+    // before each read and, last, at the end.
+    std::vector<JobState> StatesDuring(const std::vector<Piece>& pieces) {
+        std::vector<JobState> states;
+        LONGLONG clock = 1000000;
+        LARGE_INTEGER frequency{};
+        ::QueryPerformanceFrequency(&frequency);
+        const auto clockHook = HookCall<decltype(&::QueryPerformanceCounter)>(
+            kKernel32, "QueryPerformanceCounter", [&](LARGE_INTEGER* now) {
+                now->QuadPart = clock;
+                return TRUE;
+            });
+        const auto readHook = HookCall<decltype(&::WinHttpReadData)>(
+            kWinHttp, "WinHttpReadData", [&](HINTERNET, LPVOID, DWORD, LPDWORD bytesRead) {
+                const bool isEnd = states.size() == pieces.size();
+                *bytesRead = isEnd ? 0 : pieces[states.size()].bytes;
+                if (!isEnd) {
+                    clock += static_cast<LONGLONG>(pieces[states.size()].seconds *
+                                                   static_cast<double>(frequency.QuadPart));
+                }
+                states.push_back(snapshot());
+                return TRUE;
+            });
+        EXPECT_TRUE(Download(L"body/0"));
+        states.push_back(snapshot());
+        return states;
+    }
+};
+
+TEST_F(HttpDownloadCalls, OpenASynchronousSessionWithAutomaticProxyAndLimits) {
+    HINTERNET session = nullptr;
+    const auto openHook = HookCall<decltype(&::WinHttpOpen)>(
+        kWinHttp, "WinHttpOpen",
+        [&](LPCWSTR agent, DWORD access, LPCWSTR proxy, LPCWSTR bypass, DWORD flags) {
+            EXPECT_STREQ(agent, L"KrvBrennickRepair/1.0");
+            EXPECT_EQ(access, 4u);
+            EXPECT_EQ(proxy, nullptr);
+            EXPECT_EQ(bypass, nullptr);
+            EXPECT_EQ(flags, 0u);
+            session = RealFunction<decltype(&::WinHttpOpen)>(kWinHttp, "WinHttpOpen")(
+                agent, access, proxy, bypass, flags);
+            return session;
+        });
+    int limits = 0;
+    const auto timeoutHook = HookCall<decltype(&::WinHttpSetTimeouts)>(
+        kWinHttp, "WinHttpSetTimeouts",
+        [&](HINTERNET handle, int resolve, int connect, int send, int receive) {
+            ++limits;
+            EXPECT_EQ(handle, session);
+            EXPECT_EQ(resolve, 30000);
+            EXPECT_EQ(connect, 30000);
+            EXPECT_EQ(send, 30000);
+            EXPECT_EQ(receive, 30000);
+            return TRUE;
+        });
+    int options = 0;
+    const auto optionHook = HookCall<decltype(&::WinHttpSetOption)>(
+        kWinHttp, "WinHttpSetOption",
+        [&](HINTERNET handle, DWORD option, LPVOID value, DWORD bytes) {
+            ++options;
+            EXPECT_EQ(handle, session);
+            EXPECT_EQ(option, 88u);
+            EXPECT_EQ(bytes, 4u);
+            EXPECT_EQ(*static_cast<DWORD*>(value), 2u);
+            return FALSE;  // It does not matter.
+        });
+    EXPECT_TRUE(Download(L"body/10"));
+    EXPECT_EQ(limits, 1);
+    EXPECT_EQ(options, 1);
+}
+
+TEST_F(HttpDownloadCalls, AskForHttpsOnlyWhereTheUrlDoes) {
+    std::vector<DWORD> flagsSeen;
+    std::vector<INTERNET_PORT> ports;
+    const auto connectHook = HookCall<decltype(&::WinHttpConnect)>(
+        kWinHttp, "WinHttpConnect",
+        [&](HINTERNET session, LPCWSTR host, INTERNET_PORT port, DWORD reserved) {
+            ports.push_back(port);
+            return RealFunction<decltype(&::WinHttpConnect)>(kWinHttp, "WinHttpConnect")(
+                session, host, port, reserved);
+        });
+    const auto requestHook = HookCall<decltype(&::WinHttpOpenRequest)>(
+        kWinHttp, "WinHttpOpenRequest",
+        [&](HINTERNET, LPCWSTR verb, LPCWSTR objectName, LPCWSTR version, LPCWSTR referrer,
+            LPCWSTR* acceptTypes, DWORD flags) -> HINTERNET {
+            EXPECT_STREQ(verb, L"GET");
+            EXPECT_STREQ(objectName, L"/p?q");
+            EXPECT_EQ(version, nullptr);
+            EXPECT_EQ(referrer, nullptr);
+            EXPECT_EQ(acceptTypes, nullptr);
+            flagsSeen.push_back(flags);
+            return nullptr;
+        });
+    for (const wchar_t* const url :
+         {L"http://localhost/p?q", L"https://localhost/p?q", L"https://localhost:81/p?q"}) {
+        EXPECT_FALSE(DownloadPackage(url, archive_));
+    }
+    EXPECT_THAT(flagsSeen, testing::ElementsAre(0u, 0x00800000u, 0x00800000u));
+    EXPECT_THAT(ports, testing::ElementsAre(80, 443, 81));
+}
+
+TEST_F(HttpDownloadCalls, AskForTheLengthAsText) {
+    const auto hook = HookCall<decltype(&::WinHttpQueryHeaders)>(
+        kWinHttp, "WinHttpQueryHeaders",
+        [](HINTERNET request, DWORD what, LPCWSTR name, LPVOID buffer, LPDWORD bytes,
+           LPDWORD index) {
+            if (what == WINHTTP_QUERY_CONTENT_LENGTH) {
+                EXPECT_EQ(*bytes, 128u);
+                std::wstring_view(L"12345678901").copy(static_cast<wchar_t*>(buffer), 12);
+                return TRUE;
+            }
+            EXPECT_EQ(what, 0x20000013u);
+            return RealFunction<decltype(&::WinHttpQueryHeaders)>(kWinHttp, "WinHttpQueryHeaders")(
+                request, what, name, buffer, bytes, index);
+        });
+    EXPECT_TRUE(Download(L"body/10"));
+    EXPECT_EQ(snapshot().bytesTotal, 12345678901u);
+}
+
+TEST_F(HttpDownloadCalls, CreateTheFileForThemselvesAlone) {
+    int creations = 0;
+    const auto hook = HookCall<decltype(&::CreateFileW)>(
+        kKernel32, "CreateFileW",
+        [&](LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+            DWORD disposition, DWORD attributes, HANDLE model) {
+            ++creations;
+            EXPECT_EQ(name, archive_);
+            EXPECT_EQ(access, static_cast<DWORD>(GENERIC_WRITE));
+            EXPECT_EQ(share, 0u);
+            EXPECT_EQ(security, nullptr);
+            EXPECT_EQ(disposition, static_cast<DWORD>(CREATE_ALWAYS));
+            EXPECT_EQ(attributes, static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL));
+            return RealFunction<decltype(&::CreateFileW)>(kKernel32, "CreateFileW")(
+                name, access, share, security, disposition, attributes, model);
+        });
+    EXPECT_TRUE(Download(L"body/10"));
+    EXPECT_EQ(creations, 1);
+}
+
+TEST_F(HttpDownloadCalls, ReadIntoOneZeroedBufferOfOneMebibyte) {
+    std::vector<LPVOID> buffers;
+    bool isZeroed = false;
+    const auto hook = HookCall<decltype(&::WinHttpReadData)>(
+        kWinHttp, "WinHttpReadData",
+        [&](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
+            EXPECT_EQ(size, kMebibyte);
+            if (buffers.empty()) {
+                const std::string_view bytes(static_cast<const char*>(buffer), size);
+                isZeroed = bytes.find_first_not_of('\0') == std::string_view::npos;
+            }
+            buffers.push_back(buffer);
+            return ReadRealData(request, buffer, size, bytesRead);
+        });
+    EXPECT_TRUE(Download(L"body/3000000"));
+    EXPECT_TRUE(isZeroed);
+    EXPECT_THAT(buffers, testing::Each(buffers.front()));
+}
+
+TEST_F(HttpDownloadCalls, CloseFileRequestConnectionAndSessionInThisOrder) {
+    std::vector<std::string> closed;
+    HANDLE file = nullptr;
+    HINTERNET session = nullptr;
+    HINTERNET connection = nullptr;
+    const auto openHook =
+        HookCall<decltype(&::WinHttpOpen)>(kWinHttp, "WinHttpOpen", [&](auto... arguments) {
+            session = RealFunction<decltype(&::WinHttpOpen)>(kWinHttp, "WinHttpOpen")(arguments...);
+            return session;
+        });
+    const auto connectHook =
+        HookCall<decltype(&::WinHttpConnect)>(kWinHttp, "WinHttpConnect", [&](auto... arguments) {
+            connection =
+                RealFunction<decltype(&::WinHttpConnect)>(kWinHttp, "WinHttpConnect")(arguments...);
+            return connection;
+        });
+    const auto fileHook =
+        HookCall<decltype(&::CreateFileW)>(kKernel32, "CreateFileW", [&](auto... arguments) {
+            file = RealFunction<decltype(&::CreateFileW)>(kKernel32, "CreateFileW")(arguments...);
+            return file;
+        });
+    const auto closeHook =
+        HookCall<decltype(&::CloseHandle)>(kKernel32, "CloseHandle", [&](HANDLE handle) {
+            if (handle == file) {
+                closed.emplace_back("file");
+            }
+            return RealFunction<decltype(&::CloseHandle)>(kKernel32, "CloseHandle")(handle);
+        });
+    const auto closeInternetHook = HookCall<decltype(&::WinHttpCloseHandle)>(
+        kWinHttp, "WinHttpCloseHandle", [&](HINTERNET handle) {
+            closed.emplace_back(handle == session      ? "session"
+                                : handle == connection ? "connection"
+                                                       : "request");
+            return RealFunction<decltype(&::WinHttpCloseHandle)>(kWinHttp,
+                                                                 "WinHttpCloseHandle")(handle);
+        });
+    EXPECT_TRUE(Download(L"body/10"));
+    EXPECT_THAT(closed, testing::ElementsAre("file", "request", "connection", "session"));
+
+    closed.clear();
+    file = nullptr;
+    EXPECT_FALSE(Download(L"status/404"));
+    EXPECT_THAT(closed, testing::ElementsAre("request", "connection", "session"));
+}
+
+TEST_F(HttpDownloadCalls, CloseEverythingBeforeTheStopDeletesTheFile) {
+    jobProgress.cancelRequested = true;
+    int open = 0;
+    int openAtDeletion = -1;
+    const auto closeHook = HookCall<decltype(&::WinHttpCloseHandle)>(
+        kWinHttp, "WinHttpCloseHandle", [&](HINTERNET handle) {
+            ++open;
+            return RealFunction<decltype(&::WinHttpCloseHandle)>(kWinHttp,
+                                                                 "WinHttpCloseHandle")(handle);
+        });
+    const auto deleteHook =
+        HookCall<decltype(&::DeleteFileW)>(kKernel32, "DeleteFileW", [&](LPCWSTR name) {
+            openAtDeletion = 3 - open;
+            return RealFunction<decltype(&::DeleteFileW)>(kKernel32, "DeleteFileW")(name);
+        });
+    EXPECT_FALSE(Download(L"body/10"));
+    EXPECT_EQ(openAtDeletion, 0);
+}
+
+TEST_F(HttpDownloadCalls, AreMadeWithoutTheLock) {
+    int calls = 0;
+    const auto expectUnlocked = [&] {
+        ++calls;
+        // From a thread of its own, for a thread must not try a lock that it holds.
+        EXPECT_TRUE(std::async(std::launch::async, [] {
+                        const std::unique_lock lock(jobProgress.lock, std::try_to_lock);
+                        return lock.owns_lock();
+                    }).get());
+    };
+    const auto readHook =
+        HookCall<decltype(&::WinHttpReadData)>(kWinHttp, "WinHttpReadData", [&](auto... arguments) {
+            expectUnlocked();
+            return ReadRealData(arguments...);
+        });
+    const auto writeHook =
+        HookCall<decltype(&::WriteFile)>(kKernel32, "WriteFile", [&](auto... arguments) {
+            expectUnlocked();
+            return RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile")(arguments...);
+        });
+    const auto closeHook = HookCall<decltype(&::WinHttpCloseHandle)>(
+        kWinHttp, "WinHttpCloseHandle", [&](HINTERNET handle) {
+            expectUnlocked();
+            return RealFunction<decltype(&::WinHttpCloseHandle)>(kWinHttp,
+                                                                 "WinHttpCloseHandle")(handle);
+        });
+    EXPECT_TRUE(Download(L"body/1000"));
+    EXPECT_EQ(calls, 2 + 1 + 3);
+}
+
+TEST_F(HttpDownloadCalls, FollowThePublicationOfTheStart) {
+    UpdateJobState([](JobState& state) {
+        state.bytesReceived = 7;
+        state.bytesPerSecond = 7.0;
+        state.detailLine = L"Preparing CDN package...";
+    });
+    const std::vector<JobState> states = StatesDuring({});
+    EXPECT_EQ(states[0].stage, JobStage::Downloading);
+    EXPECT_EQ(states[0].bytesTotal, 0u);
+    EXPECT_EQ(states[0].bytesReceived, 0u);
+    EXPECT_EQ(states[0].bytesPerSecond, 0.0);
+    EXPECT_EQ(states[0].statusLine, L"Downloading client package...");
+    EXPECT_EQ(states[0].detailLine, L"");
+}
+
+TEST_F(HttpDownloadCalls, PublishTheSpeedOfTheTimeSinceTheLastPublication) {
+    const std::vector<JobState> states =
+        StatesDuring({{1000, 0.2}, {2000, 0.2}, {500, 0.3}, {300, 0.5}, {50, 0.1}});
+    ASSERT_EQ(states.size(), 7u);
+    EXPECT_EQ(states[1].bytesReceived, 0u);  // 0.2 s
+    EXPECT_EQ(states[1].bytesPerSecond, 0.0);
+    EXPECT_EQ(states[2].bytesReceived, 3000u);  // 0.4 s
+    EXPECT_NEAR(states[2].bytesPerSecond, 3000 / 0.4, 0.1);
+    EXPECT_EQ(states[3].bytesReceived, 3000u);  // 0.3 s since
+    EXPECT_NEAR(states[3].bytesPerSecond, 3000 / 0.4, 0.1);
+    EXPECT_EQ(states[4].bytesReceived, 3800u);  // 0.8 s since
+    EXPECT_NEAR(states[4].bytesPerSecond, 800 / 0.8, 0.1);
+    EXPECT_EQ(states[5].bytesReceived, 3800u);
+    EXPECT_EQ(states[6].bytesReceived, 3850u);  // The end
+    EXPECT_EQ(states[6].bytesPerSecond, 0.0);
+}
+
+TEST(DownloadPaceTest, IsDueFromThirtyFiveHundredthsOfASecondOn) {
+    using std::chrono::nanoseconds;
+    struct Row {
+        long long elapsedNs;
+        bool due;
+    };
+    const Row rows[] = {
+        {0, false}, {349999999, false}, {350000000, true}, {350000001, true}, {9000000000, true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.elapsedNs);
+        const DownloadPace::Clock::time_point start(std::chrono::hours(5));
+        DownloadPace pace(start);
+        const auto speed = pace.Add(700, start + nanoseconds(row.elapsedNs));
+        ASSERT_EQ(speed.has_value(), row.due);
+        if (row.due) {
+            EXPECT_DOUBLE_EQ(*speed, 700.0 / (static_cast<double>(row.elapsedNs) / 1e9));
+        }
+    }
+}
+
+TEST(DownloadPaceTest, BeginsAfreshAfterEachPublication) {
+    using std::chrono::milliseconds;
+    const DownloadPace::Clock::time_point start{};
+    DownloadPace pace(start);
+    EXPECT_FALSE(pace.Add(100, start + milliseconds(300)));
+    EXPECT_EQ(pace.Add(300, start + milliseconds(500)), 800.0);
+    EXPECT_FALSE(pace.Add(50, start + milliseconds(840)));
+    EXPECT_EQ(pace.Add(50, start + milliseconds(1000)), 200.0);
+    EXPECT_EQ(pace.Add(0, start + milliseconds(2000)), 0.0);
+}
+
+}  // namespace

@@ -1,0 +1,269 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <string>
+#include <thread>
+
+#include "package/download_fixture.h"
+
+namespace {
+
+// How a download fails: each message, and what is then on disk.
+class HttpDownloadFailure : public DownloadTest {
+protected:
+    void ExpectFailureWithoutFile(const std::wstring& message) const {
+        ExpectFailure(message);
+        EXPECT_FALSE(IsSaved());
+        EXPECT_EQ(snapshot().bytesPerSecond, 0.0);
+    }
+};
+
+constexpr wchar_t kNoResponse[] = L"The server did not respond to the download request.";
+
+TEST_F(HttpDownloadFailure, NamesAnUnusableUrl) {
+    const std::wstring urls[] = {
+        L"http://",
+        L"https://",
+        L"",
+        L"http://" + std::wstring(512, L'h') + L"/pkg.zip",
+        server_.Url(std::wstring(4096, L'p')),
+    };
+    for (const std::wstring& url : urls) {
+        ClearForJobStart(JobKind::Repair);
+        EXPECT_FALSE(DownloadPackage(url, archive_));
+        ExpectFailureWithoutFile(L"The package URL is not valid.");
+    }
+    EXPECT_TRUE(server_.RequestLog().empty());
+}
+
+TEST_F(HttpDownloadFailure, NamesASessionThatCannotBeOpened) {
+    const auto hook = HookCall<decltype(&::WinHttpOpen)>(
+        kWinHttp, "WinHttpOpen",
+        [](LPCWSTR, DWORD, LPCWSTR, LPCWSTR, DWORD) -> HINTERNET { return nullptr; });
+    EXPECT_FALSE(Download(L"body/10"));
+    ExpectFailureWithoutFile(L"Could not start the Windows HTTP downloader.");
+}
+
+TEST_F(HttpDownloadFailure, NamesAConnectionThatCannotBeOpened) {
+    const auto hook = HookCall<decltype(&::WinHttpConnect)>(
+        kWinHttp, "WinHttpConnect",
+        [](HINTERNET, LPCWSTR, INTERNET_PORT, DWORD) -> HINTERNET { return nullptr; });
+    EXPECT_FALSE(Download(L"body/10"));
+    ExpectFailureWithoutFile(L"Could not connect to the download host.");
+}
+
+TEST_F(HttpDownloadFailure, NamesARequestThatCannotBeOpened) {
+    const auto hook = HookCall<decltype(&::WinHttpOpenRequest)>(
+        kWinHttp, "WinHttpOpenRequest",
+        [](HINTERNET, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR*, DWORD) -> HINTERNET {
+            return nullptr;
+        });
+    EXPECT_FALSE(Download(L"body/10"));
+    ExpectFailureWithoutFile(L"Could not create the download request.");
+}
+
+TEST_F(HttpDownloadFailure, NamesAServerThatCannotBeReached) {
+    const std::wstring url =
+        L"http://127.0.0.1:" + std::to_wstring(bench::UnusedPort()) + L"/pkg.zip";
+    EXPECT_FALSE(DownloadPackage(url, archive_));
+    ExpectFailureWithoutFile(kNoResponse);
+}
+
+TEST_F(HttpDownloadFailure, NamesAServerWithoutAUsableAnswer) {
+    for (const wchar_t* const behaviour : {L"close", L"garbage", L"loop"}) {
+        SCOPED_TRACE(testing::PrintToString(behaviour));
+        ClearForJobStart(JobKind::Repair);
+        EXPECT_FALSE(Download(behaviour));
+        ExpectFailureWithoutFile(kNoResponse);
+    }
+}
+
+TEST_F(HttpDownloadFailure, NamesAServerThatClosesAfterASilence) {
+    auto download = std::async(std::launch::async, [&] { return Download(L"silence"); });
+    // The request is there and waits for its answer.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (server_.RequestLog().empty() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    server_.ReleaseWaits();
+    EXPECT_FALSE(download.get());
+    ExpectFailureWithoutFile(kNoResponse);
+}
+
+TEST_F(HttpDownloadFailure, NamesATimeoutOfSendOrReceive) {
+    {
+        const auto hook = HookCall<decltype(&::WinHttpSendRequest)>(
+            kWinHttp, "WinHttpSendRequest",
+            [](HINTERNET, LPCWSTR, DWORD, LPVOID, DWORD, DWORD, DWORD_PTR) {
+                ::SetLastError(ERROR_WINHTTP_TIMEOUT);
+                return FALSE;
+            });
+        EXPECT_FALSE(Download(L"body/10"));
+        ExpectFailureWithoutFile(kNoResponse);
+    }
+    ClearForJobStart(JobKind::Repair);
+    const auto hook = HookCall<decltype(&::WinHttpReceiveResponse)>(
+        kWinHttp, "WinHttpReceiveResponse", [](HINTERNET, LPVOID) {
+            ::SetLastError(ERROR_WINHTTP_TIMEOUT);
+            return FALSE;
+        });
+    EXPECT_FALSE(Download(L"body/10"));
+    ExpectFailureWithoutFile(kNoResponse);
+}
+
+TEST_F(HttpDownloadFailure, TrustsNoUnknownAuthority) {
+    const bench::TestAuthority authority;
+    EXPECT_FALSE(DownloadPackage(server_.StrangersUrl(L"body/10"), archive_));
+    ExpectFailureWithoutFile(kNoResponse);
+    EXPECT_TRUE(server_.RequestLog().empty());
+}
+
+TEST_F(HttpDownloadFailure, TrustsNoCertificateOfAnotherName) {
+    const bench::TestAuthority authority;
+    if (!authority.Trusted()) {
+        GTEST_SKIP() << "The test certificate cannot be trusted here.";
+    }
+    std::wstring url = server_.SecureUrl(L"body/10");
+    EXPECT_TRUE(DownloadPackage(url, scratch_.Path() / L"trusted.zip"));
+    url.replace(url.find(L"localhost"), 9, L"127.0.0.1");
+    EXPECT_FALSE(DownloadPackage(url, archive_));
+    ExpectFailureWithoutFile(kNoResponse);
+    EXPECT_EQ(server_.RequestLog().size(), 1u);
+}
+
+TEST_F(HttpDownloadFailure, NamesTheStatus) {
+    for (const wchar_t* const status :
+         {L"300", L"304", L"400", L"401", L"403", L"404", L"407", L"416", L"500", L"503", L"599"}) {
+        SCOPED_TRACE(testing::PrintToString(status));
+        ClearForJobStart(JobKind::Repair);
+        EXPECT_FALSE(Download(L"status/" + std::wstring(status)));
+        ExpectFailureWithoutFile(L"The server returned HTTP " + std::wstring(status) + L".");
+    }
+}
+
+TEST_F(HttpDownloadFailure, NamesTheStatusThatARedirectEndsIn) {
+    EXPECT_FALSE(Download(L"redirect/named/status/404"));
+    ExpectFailureWithoutFile(L"The server returned HTTP 404.");
+}
+
+TEST_F(HttpDownloadFailure, FailsOnARedirectToNowhere) {
+    for (const wchar_t* const status : {L"301", L"302", L"307"}) {
+        SCOPED_TRACE(testing::PrintToString(status));
+        ClearForJobStart(JobKind::Repair);
+        EXPECT_FALSE(Download(L"status/" + std::wstring(status)));
+        // Whether the platform takes it for no answer or for that status is its own business.
+        EXPECT_EQ(snapshot().stage, JobStage::Failed);
+        EXPECT_FALSE(IsSaved());
+    }
+}
+
+TEST_F(HttpDownloadFailure, NamesStatusZeroWhenItCannotBeRead) {
+    const auto hook = HookCall<decltype(&::WinHttpQueryHeaders)>(
+        kWinHttp, "WinHttpQueryHeaders",
+        [](HINTERNET, DWORD, LPCWSTR, LPVOID, LPDWORD, LPDWORD) { return FALSE; });
+    EXPECT_FALSE(Download(L"body/10"));
+    ExpectFailureWithoutFile(L"The server returned HTTP 0.");
+}
+
+TEST_F(HttpDownloadFailure, LeavesAnOlderFileAndTheTextsAloneWithoutAGoodStatus) {
+    bench::WriteFile(archive_, "older");
+    UpdateJobState([](JobState& state) { state.bytesTotal = 7; });
+    EXPECT_FALSE(Download(L"status/404"));
+    EXPECT_EQ(SavedBytes(), "older");
+    EXPECT_EQ(snapshot().bytesTotal, 7u);
+}
+
+TEST_F(HttpDownloadFailure, NamesAFileThatCannotBeCreated) {
+    struct Row {
+        const char* why;
+        std::filesystem::path path;
+    };
+    const Row rows[] = {
+        {"a folder has that name", scratch_.Path() / L"folder"},
+        {"its folder is missing", scratch_.Path() / L"missing" / L"pkg.zip"},
+        {"read-only", scratch_.Path() / L"read-only.zip"},
+        {"in use", scratch_.Path() / L"in-use.zip"},
+    };
+    std::filesystem::create_directory(rows[0].path);
+    bench::WriteFile(rows[2].path, "older");
+    bench::SetReadOnly(rows[2].path, true);
+    bench::WriteFile(rows[3].path, "older");
+    const bench::OpenElsewhere reader(rows[3].path, FILE_SHARE_READ);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.why);
+        ClearForJobStart(JobKind::Repair);
+        EXPECT_FALSE(DownloadPackage(server_.Url(L"body/10"), row.path));
+        ExpectFailure(L"Could not create the temporary download file.");
+        EXPECT_EQ(snapshot().bytesTotal, 10u);
+    }
+    EXPECT_EQ(bench::ReadFile(rows[2].path), "older");
+    EXPECT_EQ(bench::ReadFile(rows[3].path), "older");
+}
+
+TEST_F(HttpDownloadFailure, KeepsWhatCameBeforeTheConnectionBroke) {
+    // A reset that comes just between two reads can look like the end of the body.
+    bool complete = true;
+    for (int attempt = 0; attempt < 10 && complete; ++attempt) {
+        complete = Download(L"reset/3000000/1500000");
+        EXPECT_TRUE(SavedBytes() == bench::PatternBytes(SavedBytes().size()));
+        EXPECT_LE(SavedBytes().size(), 1500000u);
+        EXPECT_EQ(snapshot().bytesReceived, SavedBytes().size());
+        EXPECT_EQ(snapshot().bytesPerSecond, 0.0);
+    }
+    EXPECT_FALSE(complete);
+    ExpectFailure(L"The download stopped unexpectedly.");
+}
+
+TEST_F(HttpDownloadFailure, KeepsWhatCameBeforeAReadTimedOut) {
+    int reads = 0;
+    const auto hook = HookCall<decltype(&::WinHttpReadData)>(
+        kWinHttp, "WinHttpReadData",
+        [&](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
+            if (++reads == 3) {
+                ::SetLastError(ERROR_WINHTTP_TIMEOUT);
+                return FALSE;
+            }
+            return ReadRealData(request, buffer, size, bytesRead);
+        });
+    EXPECT_FALSE(Download(L"body/5000000"));
+    ExpectFailure(L"The download stopped unexpectedly.");
+    EXPECT_TRUE(SavedBytes() == bench::PatternBytes(2 * kMebibyte));
+    EXPECT_EQ(snapshot().bytesReceived, 2 * kMebibyte);
+    EXPECT_EQ(snapshot().bytesPerSecond, 0.0);
+}
+
+TEST_F(HttpDownloadFailure, KeepsWhatFittedOnAFullDisk) {
+    // A disk takes what still fits and reports success; only the next write fails.
+    const auto hook = HookCall<decltype(&::WriteFile)>(
+        kKernel32, "WriteFile",
+        [](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
+            const auto real = RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile");
+            return real(file, data, size < 1000 ? size : 1000, written, overlapped);
+        });
+    EXPECT_FALSE(Download(L"body/3000000"));
+    ExpectFailure(L"Could not write the downloaded data to disk.");
+    EXPECT_EQ(SavedBytes(), bench::PatternBytes(1000));
+    EXPECT_EQ(snapshot().bytesReceived, 0u);
+    EXPECT_EQ(snapshot().bytesPerSecond, 0.0);
+}
+
+TEST_F(HttpDownloadFailure, NamesAWriteThatFails) {
+    int writes = 0;
+    const auto hook = HookCall<decltype(&::WriteFile)>(
+        kKernel32, "WriteFile",
+        [&](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
+            if (++writes == 2) {
+                ::SetLastError(ERROR_DISK_FULL);
+                return FALSE;
+            }
+            const auto real = RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile");
+            return real(file, data, size, written, overlapped);
+        });
+    EXPECT_FALSE(Download(L"body/3000000"));
+    ExpectFailure(L"Could not write the downloaded data to disk.");
+    EXPECT_EQ(SavedBytes().size(), kMebibyte);
+    EXPECT_EQ(snapshot().bytesReceived, kMebibyte);
+}
+
+}  // namespace
