@@ -1,0 +1,158 @@
+#!/usr/bin/env python3
+"""Writes the packages that the tests unpack, and what they hold.
+
+make_archives.py FOLDER
+
+Beside each NAME.zip or NAME.rar that can be unpacked stands NAME.contents: for each entry a line
+of its path, a tab and its size, then its bytes. The files are the same each time.
+"""
+
+import os
+import random
+import sys
+import unittest.mock
+import zipfile
+
+import write_rar
+
+TIME = (2024, 3, 4, 5, 6, 8)
+CRC_BYTES = b"the bytes that one bit is flipped in"
+
+
+def noise(seed, size):
+    return random.Random(seed).randbytes(size)
+
+
+CLIENT = [
+    ("client.exe", b"MZ" + noise(1, 70_001)),
+    ("readme.txt", b"line one\r\nline two\r\n"),
+    ("empty.dat", b""),
+    ("data/", b""),
+    ("data/maps/", b""),
+    ("data/maps/a.map", b"mountain " * 40_000),
+    ("data/maps/b.map", noise(2, 1_500_000)),
+    ("data/every byte.bin", bytes(range(256)) * 17),
+    ("leer/", b""),
+]
+
+UNICODE = [
+    ("Gr\u00fc\u00dfe.txt", b"umlauts"),
+    ("\u65e5\u672c\u8a9e/", b""),
+    ("\u65e5\u672c\u8a9e/\u8aad\u3093\u3067.txt", b"east"),
+    ("\u041f\u0440\u0438\u0432\u0435\u0442.dat", b"north"),
+    ("smile \U0001f600.bin", b"beyond the first plane"),
+    ("it's 100% (a) [b] {c} & $d.txt", b"signs"),
+]
+
+TWO_FILES = [("first.dat", b"first"), ("damaged.dat", CRC_BYTES)]
+
+# Something of everything, for jobs that run from end to end; also a file named like the tool.
+SMALL_CLIENT = CLIENT + UNICODE + [
+    ("Karvoth Repair.exe", b"the tool of another version"),
+    ("data/maps/old/deep/c.map", b"valley " * 1_000),
+]
+
+
+def under(folder, items):
+    return [(folder + "/", b"")] + [(folder + "/" + name, data) for name, data in items]
+
+
+def many():
+    """10,000 files; not over 200 to a folder, for the test machine's sake."""
+    return [
+        (f"part{i // 200:02}/file{i:05}.dat", b"%d\n" % i * (i % 50)) for i in range(10_000)
+    ]
+
+
+def write_zip(path, items, method=zipfile.ZIP_DEFLATED, zip64=False):
+    with zipfile.ZipFile(path, "w") as archive:
+        for name, data in items:
+            entry = zipfile.ZipInfo(name, TIME)
+            entry.compress_type = zipfile.ZIP_STORED if name.endswith("/") else method
+            entry.create_system = 0  # Windows
+            entry.external_attr = 0x10 if name.endswith("/") else 0x20
+            if name.endswith("/"):
+                archive.writestr(entry, b"")
+                continue
+            with archive.open(entry, "w", force_zip64=zip64) as out:
+                out.write(data)
+
+
+def write_zip64(path, items):
+    """Every entry and the directory in the long form, which is otherwise for 4 GiB and more."""
+    with unittest.mock.patch.multiple(zipfile, ZIP64_LIMIT=0, ZIP_FILECOUNT_LIMIT=0):
+        write_zip(path, items, zip64=True)
+
+
+def write_bytes(path, data):
+    with open(path, "wb") as out:
+        out.write(data)
+
+
+def write_contents(path, items):
+    out = bytearray()
+    for name, data in items:
+        out += f"{name}\t{len(data)}\n".encode("utf-8") + data
+    write_bytes(path, out)
+
+
+def flip_a_bit(data):
+    position = data.index(CRC_BYTES)
+    return data[:position] + bytes([data[position] ^ 1]) + data[position + 1 :]
+
+
+def write_broken(folder, name, whole):
+    """Two of a kind: one with a wrong bit in its last file, one that ends inside that file."""
+    base, extension = os.path.splitext(name)
+    write_bytes(os.path.join(folder, f"{base}_damaged{extension}"), flip_a_bit(whole))
+    cut = whole.index(CRC_BYTES) + len(CRC_BYTES) // 2
+    write_bytes(os.path.join(folder, f"{base}_truncated{extension}"), whole[:cut])
+
+
+def write_zips(folder):
+    packages = {
+        "zip_stored": (CLIENT, lambda path, items: write_zip(path, items, zipfile.ZIP_STORED)),
+        "zip_deflated": (CLIENT, write_zip),
+        "zip_64": (CLIENT, write_zip64),
+        "zip_unicode": (UNICODE, write_zip),
+        "zip_many": (many(), write_zip),
+        "zip_lone_folder": (under("Client", CLIENT), write_zip),
+        "zip_own_name": (under("Client", under("client", TWO_FILES)), write_zip),
+        "zip_small_client": (SMALL_CLIENT, write_zip),
+        "zip_small_client_lone_folder": (under("Client", SMALL_CLIENT), write_zip),
+    }
+    for name, (items, write) in packages.items():
+        write(os.path.join(folder, name + ".zip"), items)
+        write_contents(os.path.join(folder, name + ".contents"), items)
+    whole = os.path.join(folder, "zip_whole.zip")
+    write_zip(whole, TWO_FILES, zipfile.ZIP_STORED)
+    with open(whole, "rb") as archive:
+        write_broken(folder, "zip.zip", archive.read())
+    os.remove(whole)
+
+
+def write_rars(folder):
+    packages = {
+        "plain": CLIENT,
+        "unicode": UNICODE,
+        "lone_folder": under("Client", CLIENT),
+        "small_client": SMALL_CLIENT,
+        "small_client_lone_folder": under("Client", SMALL_CLIENT),
+    }
+    for version, write in (("rar4", write_rar.rar4), ("rar5", write_rar.rar5)):
+        for name, items in packages.items():
+            base = os.path.join(folder, f"{version}_{name}")
+            write_bytes(base + ".rar", write(items))
+            write_contents(base + ".contents", items)
+        write_broken(folder, version + ".rar", write(TWO_FILES))
+
+
+def main():
+    folder = sys.argv[1]
+    os.makedirs(folder, exist_ok=True)
+    write_zips(folder)
+    write_rars(folder)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,97 @@
+// Stands under the name of an unpacking program and notes how it was started. What it does then is
+// told by a file beside it, its own name with ".plan" appended; words, in order:
+//   sleep MS    waits
+//   hold        waits until somebody ends it (or for two minutes, then ends with kNobodyCame)
+//   exit CODE   ends with that code, any 32-bit value
+// Without a plan it ends with 0 at once.
+//
+// It appends to the file that the environment variable BENCH_RECORDS names, in UTF-8: when it
+// starts, lines "key=value" in the order of Describe() below; when it ends by itself, "end=CODE".
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include "common/handles.h"
+#include "common/windows_api.h"
+
+namespace {
+
+constexpr DWORD kHoldLimitMs = 120'000;
+constexpr int kNobodyCame = 93;
+constexpr int kBadPlan = 94;
+
+std::string ToUtf8(std::wstring_view text) {
+    const std::u8string utf8 = std::filesystem::path(text).u8string();
+    return {utf8.begin(), utf8.end()};
+}
+
+std::wstring Environment(const wchar_t* name) {
+    std::wstring value(32'768, L'\0');
+    value.resize(::GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
+    return value;
+}
+
+std::wstring OwnPath() {
+    std::wstring path(MAX_PATH * 2, L'\0');
+    path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return path;
+}
+
+std::string Describe() {
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    ::GetStartupInfoW(&startup);
+    return "program=" + ToUtf8(OwnPath()) +                                         //
+           "\ncommand=" + ToUtf8(::GetCommandLineW()) +                             //
+           "\nfolder=" + ToUtf8(std::filesystem::current_path().native()) +         //
+           "\nstartup=" + std::to_string(startup.dwFlags & STARTF_USESHOWWINDOW) +  //
+           "\nshow=" + std::to_string(startup.wShowWindow) +                        //
+           "\nconsole=" + (::GetConsoleWindow() == nullptr ? "hidden" : "shown") +  //
+           "\nmark=" + ToUtf8(Environment(L"BENCH_MARK")) +                         //
+           "\npid=" + std::to_string(::GetCurrentProcessId()) + "\n";
+}
+
+// One write, so that a reader never sees half a note.
+void Note(const std::string& text) {
+    const auto file = AdoptHandle<KernelHandle>(::CreateFileW(
+        Environment(L"BENCH_RECORDS").c_str(), FILE_APPEND_DATA,
+        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS, 0, nullptr));
+    DWORD written = 0;
+    ::WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+}
+
+int Finish(int code) {
+    Note("end=" + std::to_string(static_cast<uint32_t>(code)) + "\n");
+    return code;
+}
+
+int FollowPlan() {
+    std::ifstream plan(std::filesystem::path(OwnPath() + L".plan"));
+    std::string word;
+    int64_t number = 0;
+    while (plan >> word) {
+        if (word == "hold") {
+            ::Sleep(kHoldLimitMs);
+            return Finish(kNobodyCame);
+        }
+        if (!(plan >> number)) {
+            return Finish(kBadPlan);
+        }
+        if (word == "exit") {
+            return Finish(static_cast<int>(number));
+        }
+        ::Sleep(static_cast<DWORD>(number));
+    }
+    return Finish(0);
+}
+
+}  // namespace
+
+int wmain() {
+    Note(Describe());
+    return FollowPlan();
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include "common/windows_api.h"
+
+// For the stand-ins that really unpack: the bench's own 7-Zip, which lies in a folder where no
+// search of the tool finds it.
+
+namespace bench {
+
+// Unpacks with full paths, overwriting, and waits. 7-Zip's exit code: 0, or what went wrong, 2 for
+// a bad archive; kSevenZipMissing when it cannot be started. It ends when this program is ended.
+inline constexpr DWORD kSevenZipMissing = 91;
+DWORD UnpackWithSevenZip(const std::wstring& archive, const std::wstring& folder);
+
+}  // namespace bench

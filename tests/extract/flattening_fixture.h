@@ -1,0 +1,38 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "bench_parts/scratch_folder.h"
+#include "extract/folder_flattening.h"
+#include "job/job_progress.h"
+
+// A fresh record, and a folder for a staging folder and things beside it.
+class Flattening : public testing::Test {
+protected:
+    Flattening() {
+        resetJobProgress();
+        std::filesystem::create_directories(Staging());
+    }
+    ~Flattening() override {
+        resetJobProgress();
+    }
+    std::filesystem::path Staging() const {
+        return scratch_.Path() / L"staging";
+    }
+    std::filesystem::path Beside(const wchar_t* name) const {
+        return scratch_.Path() / name;
+    }
+    // Flattens; the failure message, empty for a success.
+    std::wstring MessageOfFlattening() const {
+        const bool succeeded = FlattenSingleTopFolder(Staging());
+        std::wstring message = snapshot().errorMessage;
+        EXPECT_EQ(succeeded, message.empty());
+        return message;
+    }
+
+private:
+    bench::ScratchFolder scratch_;
+};

@@ -1,0 +1,115 @@
+// What a full disk does to unpacking and placing, and placing between two volumes: on a real, small
+// disk. Without one (mounting is for root) these tests skip themselves.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "bench_parts/import_hook.h"
+#include "bench_parts/package_contents.h"
+#include "bench_parts/unpacker_machine.h"
+#include "extract/archive_extraction.h"
+#include "extract/folder_flattening.h"
+#include "job/job_progress.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using bench::UnpackerMachine;
+
+class SmallDisk : public testing::Test {
+protected:
+    void SetUp() override {
+        const std::optional<fs::path> disk = bench::EmptySmallDisk();
+        if (!disk) {
+            GTEST_SKIP() << "There is no small disk on this machine.";
+        }
+        disk_ = *disk;
+    }
+    void TearDown() override {
+        bench::EmptySmallDisk();
+    }
+    const fs::path& Disk() const {
+        return disk_;
+    }
+    const UnpackerMachine& Machine() const {
+        return machine_;
+    }
+    // Leaves room for about half a megabyte.
+    void NearlyFill() const {
+        bench::WriteFile(disk_ / L"filling", std::string(1'500'000, 'f'));
+    }
+
+private:
+    UnpackerMachine machine_;
+    fs::path disk_;
+};
+
+TEST_F(SmallDisk, MakesAZipFail) {
+    NearlyFill();
+    Machine().PutTar();
+    Machine().PutPowerShell();
+    EXPECT_FALSE(ExtractPackage(bench::PackagePath(L"zip_deflated.zip"), Disk() / L"staging"));
+    EXPECT_THAT(snapshot().errorMessage, testing::StartsWith(L"ZIP extraction failed.\n"));
+}
+
+TEST_F(SmallDisk, MakesARarFail) {
+    NearlyFill();
+    Machine().PutSevenZip(Machine().ToolFolder() / L"7z.exe");
+    EXPECT_FALSE(ExtractPackage(bench::PackagePath(L"rar5_plain.rar"), Disk() / L"staging"));
+    EXPECT_THAT(snapshot().errorMessage,
+                testing::StartsWith(L"RAR extraction failed with 7z.exe exit code 2."));
+}
+
+TEST_F(SmallDisk, StopsAFileThatIsMovedToIt) {
+    NearlyFill();
+    const fs::path file = Machine().Root() / L"a.dat";
+    bench::WriteFile(file, std::string(1'000'000, 'a'));
+    DWORD error = ERROR_SUCCESS;
+    EXPECT_FALSE(MoveEntryInto(file, Disk(), error));
+    EXPECT_EQ(error, DWORD{ERROR_DISK_FULL});
+    EXPECT_EQ(bench::ReadFile(file).size(), 1'000'000u);
+}
+
+TEST_F(SmallDisk, StopsAFolderThatIsMovedToIt) {
+    NearlyFill();
+    const fs::path folder = Machine().Root() / L"Data";
+    bench::WriteFile(folder / L"sub" / L"a.dat", std::string(1'000'000, 'a'));
+    DWORD error = ERROR_SUCCESS;
+    EXPECT_FALSE(MoveEntryInto(folder, Disk(), error));
+    EXPECT_EQ(error, DWORD{ERROR_DISK_FULL});
+    EXPECT_EQ(bench::ReadFile(folder / L"sub" / L"a.dat").size(), 1'000'000u);
+}
+
+BOOL WINAPI RefuseToMove(LPCWSTR, LPCWSTR, DWORD) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+TEST_F(SmallDisk, StopsAFlatteningThatHasToCopy) {
+    const fs::path client = Disk() / L"staging" / L"Client";
+    bench::WriteFile(client / L"Data" / L"a.dat", std::string(1'200'000, 'a'));
+    const bench::ImportHook hook(L"kernel32.dll", "MoveFileExW",
+                                 reinterpret_cast<void*>(&RefuseToMove));
+    ASSERT_TRUE(hook.Installed());
+    EXPECT_FALSE(FlattenSingleTopFolder(Disk() / L"staging"));
+    EXPECT_EQ(snapshot().errorMessage, L"Could not move extracted client files into place.");
+    EXPECT_EQ(bench::ReadFile(client / L"Data" / L"a.dat").size(), 1'200'000u);
+}
+
+TEST_F(SmallDisk, TakesFilesAndFoldersOfAnotherVolume) {
+    const fs::path client = Machine().Root() / L"Client";
+    bench::WriteFile(client / L"a.dat", "a");
+    bench::WriteFile(client / L"Data" / L"sub" / L"b.dat", std::string(100'000, 'b'));
+    fs::create_directories(client / L"Data" / L"empty");
+    const bench::Contents expected = bench::FolderContents(client);
+    DWORD error = ERROR_SUCCESS;
+
+    EXPECT_TRUE(MoveEntryInto(client / L"a.dat", Disk(), error));
+    EXPECT_TRUE(MoveEntryInto(client / L"Data", Disk(), error));
+
+    EXPECT_EQ(bench::FirstDifference(expected, bench::FolderContents(Disk())), "");
+    EXPECT_THAT(bench::FolderListing(client), testing::IsEmpty());
+}
+
+}  // namespace
