@@ -5,6 +5,7 @@
 
 #include "common/handles.h"
 #include "common/paths.h"
+#include "common/win32_error.h"
 
 namespace {
 
@@ -51,18 +52,12 @@ DWORD ReadFacts(const std::filesystem::path& path, EntryFacts& facts) {
     return ERROR_SUCCESS;
 }
 
-bool MeansMissing(DWORD error) {
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
-           error == ERROR_INVALID_NAME || error == ERROR_INVALID_DRIVE ||
-           error == ERROR_BAD_NETPATH || error == ERROR_BAD_NET_NAME || error == ERROR_BAD_PATHNAME;
-}
-
 }  // namespace
 
 EntryFacts FactsOf(const std::filesystem::path& path) {
     EntryFacts facts;
     const DWORD error = ReadFacts(path, facts);
-    if (error != ERROR_SUCCESS && !MeansMissing(error)) {
+    if (error != ERROR_SUCCESS && !MeansNotThere(error)) {
         facts.kind = EntryKind::Unreadable;
     }
     return facts;

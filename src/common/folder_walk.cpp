@@ -8,8 +8,10 @@ bool IsDotEntry(const wchar_t* name) {
     return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
 }
 
+// As paths are joined: "C:" and a name make "C:name", the current folder of that drive.
 void AppendName(std::wstring& path, const wchar_t* name) {
-    if (!path.empty() && path.back() != L'\\' && path.back() != L'/') {
+    const bool isBareDrive = path.size() == 2 && path[1] == L':';
+    if (!path.empty() && !isBareDrive && path.back() != L'\\' && path.back() != L'/') {
         path += L'\\';
     }
     path += name;
@@ -19,6 +21,11 @@ void AppendName(std::wstring& path, const wchar_t* name) {
 // deep walk allocates no path of its own for each entry.
 ListingResult ListInto(std::wstring& path, std::wstring& relativePath, const EntryVisitor& visit) {
     ListingResult result;
+    if (path.empty()) {
+        // The pattern "*" alone would list the current folder.
+        result.openError = ERROR_PATH_NOT_FOUND;
+        return result;
+    }
     const size_t pathLength = path.size();
     const size_t relativeLength = relativePath.size();
     AppendName(path, L"*");

@@ -33,7 +33,8 @@ struct ListingResult {
     bool stoppedByVisitor = false;
 };
 
-// The entries of one folder, not of those below it, in the file system's order. The visitor may
+// The entries of one folder, not of those below it, in the file system's order. No path is no
+// folder, not the current one. The visitor may
 // remove the entry that it is shown. The listing is closed when this returns.
 ListingResult ListFolder(const std::filesystem::path& folder, const EntryVisitor& visit);
 

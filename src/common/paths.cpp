@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/handles.h"
+#include "common/win32_error.h"
 #include "common/windows_api.h"
 
 namespace {
@@ -68,18 +69,16 @@ size_t AnchorLength(std::wstring_view fullPath) {
     return SkipName(fullPath, share);
 }
 
-bool MeansNotThere(DWORD error) {
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
-           error == ERROR_BAD_NETPATH || error == ERROR_BAD_NET_NAME || error == ERROR_INVALID_NAME;
-}
+enum class Resolution { Resolved, NotThere, Failed };
 
-// The final path of something that exists. Returns the Win32 error, ERROR_SUCCESS with `final` set.
-DWORD ResolveFinalPath(const std::wstring& path, std::wstring& finalPath) {
+// The final path of what stands at `path`. Only the opening can tell that nothing is there: an
+// existing entry whose final path cannot be named must not be taken for a missing one.
+Resolution ResolveFinalPath(const std::wstring& path, std::wstring& finalPath) {
     const auto opened = AdoptHandle<KernelHandle>(::CreateFileW(
         path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
         nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (!opened) {
-        return ::GetLastError();
+        return MeansNotThere(::GetLastError()) ? Resolution::NotThere : Resolution::Failed;
     }
     std::wstring resolved;
     DWORD needed = ::GetFinalPathNameByHandleW(opened.get(), nullptr, 0, FILE_NAME_NORMALIZED);
@@ -89,12 +88,22 @@ DWORD ResolveFinalPath(const std::wstring& path, std::wstring& finalPath) {
                                              FILE_NAME_NORMALIZED);
     }
     if (needed == 0) {
-        const DWORD error = ::GetLastError();
-        return error == ERROR_SUCCESS ? ERROR_INVALID_FUNCTION : error;
+        return Resolution::Failed;
     }
     resolved.resize(needed);
     finalPath = WithoutVerbatimPrefix(std::move(resolved));
-    return ERROR_SUCCESS;
+    return Resolution::Resolved;
+}
+
+// Plain text, for a path that does not exist may hold names that look like a drive ("x:y").
+std::wstring Append(std::wstring folder, std::wstring_view name) {
+    if (!name.empty()) {
+        if (!IsSeparator(folder.back())) {
+            folder += L'\\';
+        }
+        folder += name;
+    }
+    return folder;
 }
 
 }  // namespace
@@ -152,23 +161,20 @@ std::optional<std::filesystem::path> WeaklyCanonical(const std::filesystem::path
         head.pop_back();
     }
     const std::wstring full = head;
-    std::filesystem::path tail;
     for (;;) {
         std::wstring resolved;
-        const DWORD error = ResolveFinalPath(head, resolved);
-        if (error == ERROR_SUCCESS) {
-            return tail.empty() ? std::filesystem::path(resolved) : resolved / tail;
-        }
-        if (!MeansNotThere(error)) {
+        const Resolution resolution = ResolveFinalPath(head, resolved);
+        if (resolution == Resolution::Failed) {
             return std::nullopt;
+        }
+        if (resolution == Resolution::Resolved) {
+            const size_t tail = SkipSeparators(full, head.size());
+            return Append(std::move(resolved), std::wstring_view(full).substr(tail));
         }
         if (head.size() <= anchor) {
             return full;
         }
-        const size_t separator = head.find_last_of(L'\\');
-        const std::filesystem::path name = head.substr(separator + 1);
-        tail = tail.empty() ? name : name / tail;
-        head.resize(std::max(separator, anchor));
+        head.resize(std::max(head.find_last_of(L'\\'), anchor));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "common/folder_walk.h"
 #include "common/handles.h"
+#include "common/win32_error.h"
 
 namespace {
 
@@ -13,10 +14,6 @@ KernelHandle OpenItself(const std::filesystem::path& path, DWORD access) {
     return AdoptHandle<KernelHandle>(::CreateFileW(
         path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
-}
-
-bool MeansMissing(DWORD error) {
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
 bool MeansNotOffered(DWORD error) {
@@ -106,7 +103,7 @@ DWORD RemoveEntry(const std::filesystem::path& path) {
     if (MeansNotOffered(error)) {
         error = RemoveByName(path);
     }
-    return MeansMissing(error) ? ERROR_SUCCESS : error;
+    return MeansNotThere(error) ? ERROR_SUCCESS : error;
 }
 
 DWORD RemoveTree(const std::filesystem::path& path) {

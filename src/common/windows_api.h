@@ -1,9 +1,8 @@
 #pragma once
 
-// The one place that includes the Windows headers: their order matters, and the macros that keep
-// them small (WIN32_LEAN_AND_MEAN) and away from std::min and std::max (NOMINMAX) must come first.
-// UNICODE, NOMINMAX, WIN32_LEAN_AND_MEAN and the version macros are set on the command line by the
-// build's interface target, so that they hold in every translation unit.
+// The one place that includes the Windows headers, whose order matters. UNICODE, NOMINMAX,
+// WIN32_LEAN_AND_MEAN and the version macros come from the build's interface target, so that they
+// hold in every translation unit, whatever it includes first.
 
 // clang-format off
 #include <windows.h>

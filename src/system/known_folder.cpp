@@ -1,0 +1,12 @@
+#include "system/known_folder.h"
+
+#include "common/handles.h"
+
+std::filesystem::path KnownFolder(const KNOWNFOLDERID& id, DWORD flags) {
+    wchar_t* text = nullptr;
+    const HRESULT result = ::SHGetKnownFolderPath(id, flags, nullptr, &text);
+    // To be freed also when the call fails.
+    const TaskMemoryText folder(text);
+    return SUCCEEDED(result) && folder ? std::filesystem::path(folder.get())
+                                       : std::filesystem::path();
+}

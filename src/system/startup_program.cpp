@@ -1,0 +1,26 @@
+#include "system/startup_program.h"
+
+#include <string>
+
+#include "common/files.h"
+#include "common/paths.h"
+#include "common/shell_api.h"
+#include "common/tool_instance.h"
+#include "config/tool_config.h"
+
+std::filesystem::path ResolveStartupExePath() {
+    const std::wstring& startupExe = toolConfig.startupExe;
+    if (startupExe.empty() || !::PathIsRelativeW(startupExe.c_str())) {
+        return startupExe;
+    }
+    return toolFolder / startupExe;
+}
+
+void LaunchStartupProgram() {
+    const std::filesystem::path program = ResolveStartupExePath();
+    if (program.empty() || !IsRegularFile(program)) {
+        return;
+    }
+    const std::wstring folder = ParentFolder(program.native());
+    ::ShellExecuteW(mainWindow, L"open", program.c_str(), nullptr, folder.c_str(), SW_SHOWNORMAL);
+}

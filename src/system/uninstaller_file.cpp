@@ -1,0 +1,15 @@
+#include "system/uninstaller_file.h"
+
+#include "common/files.h"
+#include "common/resources.h"
+#include "common/tool_instance.h"
+#include "resource_ids.h"
+
+std::filesystem::path UninstallerPath() {
+    return toolFolder / L"Uninstall.exe";
+}
+
+bool WriteUninstaller() {
+    const std::span<const std::byte> program = EmbeddedData(nullptr, ID_UNINSTALLER);
+    return program.empty() || WriteBinaryFile(UninstallerPath(), program);
+}

@@ -1,0 +1,35 @@
+// A tool that was built without an uninstaller: this test program carries no resource at all.
+
+#include <gtest/gtest.h>
+
+#include "client_folder_test.h"
+#include "common/resources.h"
+#include "resource_ids.h"
+#include "system/installed_programs_entry.h"
+#include "system/uninstaller_file.h"
+
+namespace {
+
+class ToolWithoutUninstaller : public ClientFolderTest {};
+
+TEST_F(ToolWithoutUninstaller, WritesNothingAndIsContent) {
+    ASSERT_TRUE(EmbeddedData(nullptr, ID_UNINSTALLER).empty());
+    EXPECT_TRUE(WriteUninstaller());
+    EXPECT_TRUE(bench::FolderListing(toolFolder).empty());
+}
+
+TEST_F(ToolWithoutUninstaller, KeepsAnUninstallerThatIsThere) {
+    bench::WriteFile(toolFolder / L"Uninstall.exe", "from elsewhere");
+    EXPECT_TRUE(WriteUninstaller());
+    EXPECT_EQ(bench::ReadFile(toolFolder / L"Uninstall.exe"), "from elsewhere");
+}
+
+TEST_F(ToolWithoutUninstaller, RegistersNothing) {
+    ASSERT_TRUE(WriteUninstaller());
+    std::wstring message;
+    EXPECT_FALSE(RegisterProgramsAndFeatures(message));
+    EXPECT_EQ(message,
+              L"Could not register Programs and Features because Uninstall.exe was not written.");
+}
+
+}  // namespace
