@@ -4,7 +4,7 @@
 
 JobProgress jobProgress;
 
-void resetJobProgress() {
+void resetJobProgress() noexcept {
     jobProgress.cancelRequested.exchange(false);
     jobProgress.running.exchange(false);
     jobProgress.finished.exchange(false);
@@ -14,7 +14,8 @@ void resetJobProgress() {
     jobProgress.childProcess = nullptr;
 }
 
-void reportStage(JobStage stage, std::wstring_view statusLine, std::wstring_view detailLine) {
+void reportStage(JobStage stage, std::wstring_view statusLine,
+                 std::wstring_view detailLine) noexcept {
     UpdateJobState([&](JobState& state) {
         state.stage = stage;
         state.statusLine = statusLine;
@@ -22,7 +23,7 @@ void reportStage(JobStage stage, std::wstring_view statusLine, std::wstring_view
     });
 }
 
-void reportFailure(std::wstring message) {
+void reportFailure(std::wstring message) noexcept {
     const std::lock_guard guard(jobProgress.lock);
     jobProgress.state.stage = JobStage::Failed;
     // Running comes last: whoever sees it false sees the other two.
@@ -34,7 +35,7 @@ void reportFailure(std::wstring message) {
     jobProgress.state.detailLine = std::move(message);
 }
 
-void ReportSuccess(std::wstring_view statusLine) {
+void ReportSuccess(std::wstring_view statusLine) noexcept {
     const std::lock_guard guard(jobProgress.lock);
     jobProgress.state.stage = JobStage::Done;
     jobProgress.running.exchange(false);
@@ -46,7 +47,7 @@ void ReportSuccess(std::wstring_view statusLine) {
     }
 }
 
-void ClearForJobStart(JobKind kind) {
+void ClearForJobStart(JobKind kind) noexcept {
     jobProgress.cancelRequested.exchange(false);
     jobProgress.running.exchange(true);
     jobProgress.finished.exchange(false);
@@ -58,12 +59,12 @@ void ClearForJobStart(JobKind kind) {
     jobProgress.childProcess = nullptr;
 }
 
-JobState snapshot() {
+JobState snapshot() noexcept {
     const std::lock_guard guard(jobProgress.lock);
     return jobProgress.state;
 }
 
-void requestCancel() {
+void requestCancel() noexcept {
     jobProgress.cancelRequested.exchange(true);
     const std::lock_guard guard(jobProgress.lock);
     if (jobProgress.childProcess != nullptr) {

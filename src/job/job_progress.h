@@ -47,7 +47,11 @@ struct JobState {
 // `running` false together with `finished` true means that the job has ended; a failure changes
 // the flags in the order failed, finished, running, so whoever sees `running` false also sees
 // `finished` true. The flags are changed by sequentially consistent exchanges and read without the
-// lock. Locking fails only when the mutex itself is broken; that ends the program.
+// lock.
+//
+// Locking fails only when the mutex itself is broken. Nobody could go on then, and no exception may
+// travel through a window procedure: the operations are noexcept, so that a failure ends the
+// program.
 struct JobProgress {
     std::atomic<bool> cancelRequested = false;  // Set by the window; loops of the job poll it.
     std::atomic<bool> running = false;          // From the job's start to its end.
@@ -65,34 +69,35 @@ extern JobProgress jobProgress;
 
 // Locks the record for one change: `change` gets the JobState by reference. Short work only.
 template <typename Change>
-void UpdateJobState(Change change) {
+void UpdateJobState(Change change) noexcept {
     const std::lock_guard guard(jobProgress.lock);
     change(jobProgress.state);
 }
 
 // Puts everything back to the values of a fresh start: "Ready.", no flag set. Only while no job
 // thread exists.
-void resetJobProgress();
+void resetJobProgress() noexcept;
 
 // What a stage does when it begins something: stage and both texts change in one step.
-void reportStage(JobStage stage, std::wstring_view statusLine, std::wstring_view detailLine);
+void reportStage(JobStage stage, std::wstring_view statusLine,
+                 std::wstring_view detailLine) noexcept;
 
 // How a failing stage ends the job: stage Failed, headline "Repair failed." for both kinds of job,
 // `message` as detail and error. By value, so that the record's own texts may be passed. Posts
 // nothing; the window notices on its next tick.
-void reportFailure(std::wstring message);
+void reportFailure(std::wstring message) noexcept;
 
 // How the job flow ends a successful job. The last stage's detail stays; "Client is ready." stands
 // in for an empty one.
-void ReportSuccess(std::wstring_view statusLine);
+void ReportSuccess(std::wstring_view statusLine) noexcept;
 
 // The record's half of a job's start: flags and state as a running job of `kind` has them at
 // first. Only while no job thread exists.
-void ClearForJobStart(JobKind kind);
+void ClearForJobStart(JobKind kind) noexcept;
 
 // A consistent copy for painting.
-JobState snapshot();
+JobState snapshot() noexcept;
 
 // Asks the job to stop and ends the unpacking program it waits for, with exit code 1. Window
 // thread. Returns at once; the job ends when it notices.
-void requestCancel();
+void requestCancel() noexcept;

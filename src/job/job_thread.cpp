@@ -23,11 +23,11 @@ bool JobAwaitsCollection() {
     return JobThreadExists() && !jobProgress.running;
 }
 
-void StartJobThread(std::function<void()> body) {
+void StartJobThread(std::function<void()> body) noexcept {
     jobThread = std::thread(std::move(body));
 }
 
-void JoinJobThread() {
+void JoinJobThread() noexcept {
     if (jobThread.joinable()) {
         jobThread.join();
     }

@@ -15,9 +15,10 @@ bool CanStartJob();
 bool JobAwaitsCollection();
 
 // Starts the thread. Only after CanStartJob(): the slot must be empty. When the system cannot
-// create a thread, std::system_error ends the program.
-void StartJobThread(std::function<void()> body);
+// create a thread, the program ends: noexcept, for no exception may travel through a window
+// procedure.
+void StartJobThread(std::function<void()> body) noexcept;
 
 // Waits for the thread and empties the slot; nothing happens when it is empty. Blocks until the
 // job has ended.
-void JoinJobThread();
+void JoinJobThread() noexcept;

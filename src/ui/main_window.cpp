@@ -59,6 +59,9 @@ HWND CreateMainWindow(HINSTANCE instance, int showCommand) {
     mainWindow = ::CreateWindowExW(WS_EX_APPWINDOW, kWindowClassName, kFirstTitle,
                                    WS_POPUP | WS_MINIMIZEBOX, left, top, kWindowWidth,
                                    kWindowHeight, nullptr, nullptr, instance, nullptr);
+    if (mainWindow == nullptr) {
+        return nullptr;
+    }
     // A region's right and bottom edges lie outside of it, hence the extra pixel. The window owns
     // the region from here on; without one it stays rectangular.
     if (const HRGN corners = ::CreateRoundRectRgn(0, 0, kWindowWidth + 1, kWindowHeight + 1,

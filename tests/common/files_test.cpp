@@ -89,7 +89,8 @@ TEST(KindOf, ShareOrServerThatIsNotThereIsMissing) {
     const bench::ImportHook hook(L"kernel32.dll", "GetFileAttributesExW",
                                  reinterpret_cast<void*>(&RefuseAttributes));
     ASSERT_TRUE(hook.Installed());
-    for (const DWORD error : {ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_BAD_PATHNAME}) {
+    for (const DWORD error : {ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_BAD_PATHNAME,
+                              ERROR_INVALID_DRIVE, ERROR_INVALID_NAME}) {
         attributesError = error;
         EXPECT_EQ(KindOf(L"\\\\server\\share\\x"), EntryKind::Missing) << error;
     }
@@ -104,6 +105,36 @@ TEST(KindOf, SaysUnreadableWhereTheSystemDoesNotTell) {
     EXPECT_FALSE(IsRegularFile(L"C:\\"));
     EXPECT_FALSE(FileSize(L"C:\\"));
     EXPECT_FALSE(LastWriteTime(L"C:\\"));
+    EXPECT_FALSE(EnsureDirectory(L"C:\\"));
+}
+
+BOOL WINAPI RefuseInformation(HANDLE, LPBY_HANDLE_FILE_INFORMATION) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+HANDLE WINAPI RefuseToOpen(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return INVALID_HANDLE_VALUE;
+}
+
+TEST(KindOf, LinkWhoseTargetDoesNotTellIsUnreadable) {
+    const ScratchFolder scratch;
+    const path link = scratch.Path() / L"link";
+    ASSERT_TRUE(::CreateDirectoryW((scratch.Path() / L"real").c_str(), nullptr));
+    ASSERT_TRUE(bench::MakeFolderLink(link, scratch.Path() / L"real"));
+    {
+        const bench::ImportHook hook(L"kernel32.dll", "GetFileInformationByHandle",
+                                     reinterpret_cast<void*>(&RefuseInformation));
+        ASSERT_TRUE(hook.Installed());
+        EXPECT_EQ(KindOf(link), EntryKind::Unreadable);
+    }
+    {
+        const bench::ImportHook hook(L"kernel32.dll", "CreateFileW",
+                                     reinterpret_cast<void*>(&RefuseToOpen));
+        ASSERT_TRUE(hook.Installed());
+        EXPECT_EQ(KindOf(link), EntryKind::Unreadable);
+    }
 }
 
 TEST(FileSize, CountsBytesBeyondFourGiB) {
@@ -317,6 +348,15 @@ TEST(WriteBinaryFile, WritesAnEmptyFile) {
     WriteFile(scratch.Path() / L"file", "old");
     EXPECT_TRUE(WriteBinaryFile(scratch.Path() / L"file", {}));
     EXPECT_EQ(FileSize(scratch.Path() / L"file"), 0u);
+}
+
+TEST(WriteBinaryFile, WritesABareNameIntoTheCurrentFolder) {
+    const ScratchFolder scratch;
+    const path former = std::filesystem::current_path();
+    std::filesystem::current_path(scratch.Path());
+    EXPECT_TRUE(WriteBinaryFile(L"bare", Bytes("x")));
+    std::filesystem::current_path(former);
+    EXPECT_EQ(ReadFile(scratch.Path() / L"bare"), "x");
 }
 
 TEST(WriteBinaryFile, FailsOnReadOnlyOpenedAndImpossibleFiles) {

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -140,7 +142,7 @@ TEST(WalkTree, GoesOnBesideAFolderWhoseListingBreaksOff) {
                            reinterpret_cast<void*>(&BreakOffAtTheThirdCall));
     ASSERT_TRUE(hook.Installed());
     findNextHook = &hook;
-    EXPECT_TRUE(WalkTree(scratch.Path(), [](const FolderEntry&) { return true; }));
+    EXPECT_THAT(Walk(scratch.Path()), Contains(L"z"));
     EXPECT_GT(nextCalls, 3);
 }
 
@@ -208,6 +210,35 @@ TEST(ListFolder, ClosesTheListingSoThatTheFolderCanGo) {
         return true;
     });
     EXPECT_TRUE(::RemoveDirectoryW((scratch.Path() / L"folder").c_str()));
+}
+
+TEST(WalkTree, FindsNothingUnderAnEmptyPath) {
+    const ScratchFolder scratch;
+    WriteFile(scratch.Path() / L"file", "x");
+    const path former = std::filesystem::current_path();
+    std::filesystem::current_path(scratch.Path());
+    const auto never = [](const FolderEntry&) {
+        ADD_FAILURE();
+        return true;
+    };
+    EXPECT_TRUE(WalkTree(L"", never));
+    EXPECT_EQ(ListFolder(L"", never).openError, static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
+    std::filesystem::current_path(former);
+}
+
+TEST(WalkTree, TakesABareDriveAsItsCurrentFolder) {
+    const ScratchFolder scratch;
+    WriteFile(scratch.Path() / L"file", "x");
+    const path former = std::filesystem::current_path();
+    std::filesystem::current_path(scratch.Path());
+    const std::wstring drive = scratch.Path().native().substr(0, 2);
+    std::vector<std::wstring> paths;
+    WalkTree(drive, [&](const FolderEntry& entry) {
+        paths.push_back(entry.path);
+        return true;
+    });
+    std::filesystem::current_path(former);
+    EXPECT_THAT(paths, ElementsAre(drive + L"file"));
 }
 
 TEST(WalkTree, TakesARootWithATrailingSeparator) {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "bench_parts/import_hook.h"
+#include "common/windows_api.h"
+
 namespace {
 
 TEST(TrimWhitespace, RemovesExactlyTheFourCharactersAtBothEnds) {
@@ -51,6 +54,8 @@ TEST(ReplaceFileNameCharacters, DoesNotTrim) {
 TEST(LowerCase, LowersCharacterByCharacter) {
     EXPECT_EQ(LowerCase(L"RaR.7Z"), L"rar.7z");
     EXPECT_EQ(LowerCase(L""), L"");
+    // The "C" locale knows no other letters.
+    EXPECT_EQ(LowerCase(L"\u00C4\u0416"), L"\u00C4\u0416");
     EXPECT_EQ(LowerCase(std::wstring_view(L"A\0B", 3)), std::wstring(L"a\0b", 3));
 }
 
@@ -73,6 +78,28 @@ TEST(Utf8ToWide, TurnsInvalidSequencesIntoReplacementCharacters) {
     EXPECT_EQ(surrogate.back(), L'y');
     EXPECT_EQ(surrogate.find_first_not_of(L"x\uFFFDy"), std::wstring::npos);
     EXPECT_NE(surrogate.find(L'\uFFFD'), std::wstring::npos);
+}
+
+int callToFail = 0;
+
+int WINAPI ConvertOrFail(UINT codePage, DWORD flags, LPCCH bytes, int count, LPWSTR buffer,
+                         int size) {
+    EXPECT_EQ(codePage, 65001u);
+    EXPECT_EQ(flags, 0u);
+    EXPECT_NE(bytes, nullptr);
+    EXPECT_EQ(size, buffer == nullptr ? 0 : count);
+    const int call = buffer == nullptr ? 1 : 2;
+    return call == callToFail ? 0 : count;
+}
+
+TEST(Utf8ToWide, GivesTheEmptyTextWhenTheConversionYieldsNothing) {
+    const bench::ImportHook hook(L"kernel32.dll", "MultiByteToWideChar",
+                                 reinterpret_cast<void*>(&ConvertOrFail));
+    ASSERT_TRUE(hook.Installed());
+    callToFail = 1;  // The measuring one.
+    EXPECT_EQ(Utf8ToWide("abc"), L"");
+    callToFail = 2;  // The second one.
+    EXPECT_EQ(Utf8ToWide("abc"), L"");
 }
 
 TEST(Utf8ToWide, KeepsByteOrderMarkAndZeroBytes) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "bench_parts/import_hook.h"
@@ -35,6 +36,12 @@ protected:
         LocateTool();
     }
 };
+
+TEST(ToolInstance, IsUnknownBeforeTheWindowIsCreated) {
+    EXPECT_EQ(mainWindow, nullptr);
+    EXPECT_TRUE(toolExePath.empty());
+    EXPECT_TRUE(toolFolder.empty());
+}
 
 TEST_F(LocateToolTest, FindsTheRunningProgram) {
     LocateTool();

@@ -9,8 +9,9 @@
 #include <thread>
 #include <type_traits>
 
+#include "bench_parts/import_hook.h"
 #include "common/handles.h"
-#include "job/speed_text.h"
+#include "common/tool_instance.h"
 
 namespace {
 
@@ -172,11 +173,6 @@ TEST_F(JobProgressTest, SuccessSaysReadyOnlyWhereTheDetailIsEmpty) {
     EXPECT_EQ(snapshot().detailLine, L"Client is ready.");
 }
 
-TEST_F(JobProgressTest, UnknownTotalLeavesTheSpeedTextAtZero) {
-    ClearForJobStart(JobKind::Repair);
-    EXPECT_EQ(FormatSpeed(snapshot().bytesPerSecond), L"0 MB/s");
-}
-
 TEST_F(JobProgressTest, CancelRequestSetsTheFlagWithoutAChild) {
     requestCancel();
     EXPECT_TRUE(jobProgress.cancelRequested);
@@ -227,6 +223,29 @@ TEST_F(JobProgressTest, CancelRequestEndsTheUnpackingProgramWithCodeOne) {
     EXPECT_EQ(exitCode, 1u);
     EXPECT_TRUE(jobProgress.cancelRequested);
     EXPECT_EQ(jobProgress.childProcess, child.Process());
+}
+
+BOOL WINAPI TerminateUnderTheLock(HANDLE, UINT) {
+    std::thread([] { EXPECT_FALSE(jobProgress.lock.try_lock()); }).join();
+    return TRUE;
+}
+
+TEST_F(JobProgressTest, CancelRequestHoldsTheChildsHandleFastWhileEndingIt) {
+    const bench::ImportHook hook(L"kernel32.dll", "TerminateProcess",
+                                 reinterpret_cast<void*>(&TerminateUnderTheLock));
+    ASSERT_TRUE(hook.Installed());
+    jobProgress.childProcess = ::GetCurrentProcess();
+    requestCancel();
+}
+
+TEST_F(JobProgressTest, NothingIsPostedByAStageOrAFailure) {
+    MSG message{};
+    ::PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);  // Gives this thread a queue.
+    mainWindow = nullptr;                                  // A post to it would arrive here.
+    reportStage(JobStage::Finishing, L"", L"");
+    reportFailure(L"x");
+    ReportSuccess(L"x");
+    EXPECT_FALSE(::PeekMessageW(&message, reinterpret_cast<HWND>(-1), 0, 0, PM_REMOVE));
 }
 
 // What one update writes: stage, counters and texts all derived from one number.

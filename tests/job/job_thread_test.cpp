@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstdlib>
+#include <exception>
 #include <thread>
 
+#include "bench_parts/import_hook.h"
 #include "common/windows_api.h"
 #include "job/job_progress.h"
 
@@ -79,6 +83,29 @@ TEST_F(JobThreadTest, JoiningAnEmptySlotDoesNothing) {
     JoinJobThread();
     EXPECT_FALSE(JobThreadExists());
 }
+
+#ifdef __MINGW32__
+uintptr_t CreateNoThread(void*, unsigned, unsigned (*)(void*), void*, unsigned, unsigned*) {
+    errno = EAGAIN;
+    return 0;
+}
+
+TEST_F(JobThreadTest, ThreadThatCannotBeCreatedEndsTheProgram) {
+    EXPECT_EXIT(
+        {
+            std::set_terminate([] { std::_Exit(77); });
+            const bench::ImportHook hook(L"msvcrt.dll", "_beginthreadex",
+                                         reinterpret_cast<void*>(&CreateNoThread));
+            try {
+                StartJobThread([] {});
+            } catch (...) {
+                std::_Exit(78);
+            }
+            std::_Exit(79);
+        },
+        testing::ExitedWithCode(77), "");
+}
+#endif
 
 TEST_F(JobThreadTest, AnotherJobStartsAfterCollection) {
     for (int round = 0; round < 50; ++round) {

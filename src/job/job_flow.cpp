@@ -1,0 +1,118 @@
+#include "job/job_flow.h"
+
+#include <filesystem>
+#include <string>
+
+#include "common/removal.h"
+#include "common/tool_instance.h"
+#include "config/tool_config.h"
+#include "extract/archive_extraction.h"
+#include "job/client_repair.h"
+#include "job/job_thread.h"
+#include "package/http_download.h"
+#include "package/package_hash.h"
+#include "package/package_source.h"
+#include "system/installed_programs_entry.h"
+#include "system/uninstaller_file.h"
+
+namespace {
+
+bool IsReinstall(JobKind kind) {
+    return kind == JobKind::Reinstall;
+}
+
+// A listing that breaks off in the middle of the clean-out is the one error that arrives as an
+// exception. Going on would mix the new client with an unknown rest of the old one.
+bool RepairClientFolder(const std::filesystem::path& stagingFolder, bool reinstall) {
+    try {
+        return VerifyAndRepairClient(stagingFolder, reinstall);
+    } catch (const std::filesystem::filesystem_error&) {
+        reportFailure(L"Could not read the client folder while removing the old client files.");
+        return false;
+    }
+}
+
+bool DeployUninstaller() {
+    reportStage(JobStage::Finishing, L"Finishing...", L"Writing Uninstall.exe...");
+    if (!WriteUninstaller()) {
+        reportFailure(L"Could not write Uninstall.exe to the client folder.");
+        return false;
+    }
+    return true;
+}
+
+bool RegisterGame() {
+    reportStage(JobStage::Finishing, L"Finishing...",
+                L"Registering Programs and Features entry...");
+    std::wstring message;
+    if (!RegisterProgramsAndFeatures(message)) {
+        reportFailure(message);
+        return false;
+    }
+    return true;
+}
+
+// The stages in their order. Each reports its own failure; the first false ends the job.
+bool RunStages(JobKind kind, const std::filesystem::path& archivePath,
+               const std::filesystem::path& stagingFolder) {
+    const std::wstring packageUrl = ResolvePackageUrl(selectedPackageUrl, toolConfig.archiveUrl);
+    if (!HasHttpScheme(packageUrl)) {
+        reportFailure(L"No valid CDN package URL is configured.");
+        return false;
+    }
+    return DownloadPackage(packageUrl, archivePath) && VerifyPackage(archivePath) &&
+           ExtractPackage(archivePath, stagingFolder) &&
+           RepairClientFolder(stagingFolder, IsReinstall(kind)) && DeployUninstaller() &&
+           RegisterGame();
+}
+
+// After success and failure alike, so that a retry downloads afresh. What cannot be removed stays
+// in the user's temporary folder; nobody is bothered with it.
+void RemoveTemporaryFiles(const std::filesystem::path& archivePath,
+                          const std::filesystem::path& stagingFolder) {
+    if (toolConfig.cleanupArchive) {
+        RemoveEntry(archivePath);
+    }
+    RemoveEntryOrTree(stagingFolder);
+}
+
+}  // namespace
+
+bool beginJob(JobKind kind, std::wstring_view packageUrl,
+              const std::function<void()>& whenPrepared) {
+    if (!CanStartJob()) {
+        return false;
+    }
+    SelectPackageUrl(packageUrl);
+    ClearForJobStart(kind);
+    whenPrepared();
+    StartJobThread([kind] { runJob(kind); });
+    return true;
+}
+
+void runJob(JobKind kind) {
+    UpdateJobState([kind](JobState& state) {
+        state.kind = kind;
+        state.stage = JobStage::Downloading;
+        state.statusLine = IsReinstall(kind) ? L"Starting reinstall..." : L"Starting repair...";
+        state.detailLine = L"Preparing CDN package...";
+    });
+    const std::filesystem::path archivePath = MakeArchiveDownloadPath();
+    const std::filesystem::path stagingFolder = MakeJobTempFolder();
+    const bool succeeded = RunStages(kind, archivePath, stagingFolder);
+    RemoveTemporaryFiles(archivePath, stagingFolder);
+    if (succeeded) {
+        ReportSuccess(IsReinstall(kind) ? L"Reinstall complete." : L"Repair complete.");
+        ::PostMessageW(mainWindow, kJobSucceededMessage, 0, 0);
+    }
+}
+
+void resetForRetry() {
+    JoinJobThread();
+    selectedPackageUrl.clear();
+    resetJobProgress();
+}
+
+bool HasHttpScheme(std::wstring_view url) {
+    return url.starts_with(L"http://") || url.starts_with(L"https://");
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "common/windows_api.h"
+#include "job/job_progress.h"
+
+// The job from end to end: package, digest, unpacking, client folder, uninstaller, registration.
+
+// Posted to `mainWindow`, both parameters 0, when a job has succeeded. A failed job posts nothing:
+// the window notices on its next tick.
+inline constexpr UINT kJobSucceededMessage = WM_APP + 1;
+
+// Starts a job on its own thread. Window thread. Refused (false, and nothing has changed) while a
+// job thread exists or runs. `packageUrl` may be blank: `archiveUrl` then serves. When the record
+// is that of a running job, and before the thread exists, `whenPrepared` does the window's share.
+bool beginJob(JobKind kind, std::wstring_view packageUrl,
+              const std::function<void()>& whenPrepared);
+
+// The body of the job thread. Ends in the record's success or failure state; whatever the outcome,
+// the scratch folder is removed before, and so is the downloaded package when `cleanupArchive` is
+// on. A stop request ends it like a failure.
+void runJob(JobKind kind);
+
+// Puts the record and the selected package URL back to "Ready.", after collecting the ended job's
+// thread. Window thread; blocks while a job still runs.
+void resetForRetry();
+
+// Whether the job accepts the URL: "http://" or "https://" in lower case at its very start.
+bool HasHttpScheme(std::wstring_view url);

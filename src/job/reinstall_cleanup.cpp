@@ -1,0 +1,66 @@
+#include "job/reinstall_cleanup.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "common/folder_walk.h"
+#include "common/paths.h"
+#include "common/removal.h"
+#include "common/tool_instance.h"
+#include "job/job_progress.h"
+#include "job/running_tool.h"
+
+namespace {
+
+// "C:\abc". A game client so close to a drive's root is less likely than a tool that was started
+// from the wrong place.
+constexpr size_t kShortestSafePathLength = 6;
+
+bool IsRoot(std::wstring_view canonicalPath) {
+    return IsSameCanonicalPath(canonicalPath,
+                               canonicalPath.substr(0, RootPathLength(canonicalPath)));
+}
+
+}  // namespace
+
+bool IsSafeReinstallFolder() {
+    const std::optional<std::filesystem::path> clientRoot = WeaklyCanonical(toolFolder);
+    if (!clientRoot || clientRoot->empty()) {
+        return false;
+    }
+    const std::wstring& clientRootText = clientRoot->native();
+    if (IsRoot(clientRootText) || clientRootText.size() < kShortestSafePathLength) {
+        return false;
+    }
+    const std::optional<std::filesystem::path> tool = WeaklyCanonical(toolExePath);
+    return tool && IsSameCanonicalPath(ParentFolder(tool->native()), clientRootText);
+}
+
+bool PrepareCleanReinstall() {
+    if (!IsSafeReinstallFolder()) {
+        reportFailure(
+            L"Safety check failed. Reinstall can only run from inside the game client folder.");
+        return false;
+    }
+    reportStage(JobStage::Finishing, L"Preparing clean reinstall...",
+                L"Removing old client files...");
+    const RunningTool tool = FindRunningTool();
+    const ListingResult listing = ListFolder(toolFolder, [&](const FolderEntry& entry) {
+        if (!IsRunningTool(entry.path, tool)) {
+            // What stays is met again by the copying, which overwrites or reports it.
+            static_cast<void>(RemoveEntryOrTree(entry.path));
+        }
+        return true;
+    });
+    // A folder that cannot be listed at all has nothing to remove.
+    if (listing.advanceError != ERROR_SUCCESS) {
+        throw std::filesystem::filesystem_error(
+            "listing the client folder", toolFolder,
+            std::error_code(static_cast<int>(listing.advanceError), std::system_category()));
+    }
+    return true;
+}

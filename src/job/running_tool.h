@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+
+#include "common/files.h"
+
+// The one file of the client folder that no job overwrites or deletes: this program's own. It is
+// recognised by what a path leads to, not by its name: other letter case, short names and links
+// all count. Any thread.
+
+// What is known of the tool's file, gathered once for a pass over many files.
+struct RunningTool {
+    std::optional<std::filesystem::path> canonicalPath;  // None when it cannot be resolved.
+    std::optional<uint64_t> size;                        // None when the file cannot be found.
+};
+
+// From `toolExePath`.
+RunningTool FindRunningTool();
+
+// Whether `path` leads to the tool's file. False as well when either path cannot be resolved.
+bool IsRunningTool(const std::filesystem::path& path);
+bool IsRunningTool(const std::filesystem::path& path, const RunningTool& tool);
+
+// A cheap answer first: false when what stands at a path cannot be the tool's file, because it is
+// missing, a folder, or of another size.
+bool CanBeRunningTool(const EntryFacts& facts, const RunningTool& tool);

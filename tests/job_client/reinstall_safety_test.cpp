@@ -1,0 +1,285 @@
+#include <gtest/gtest.h>
+
+#include "common/tool_instance.h"
+#include "job/job_progress.h"
+#include "job/reinstall_cleanup.h"
+#include "job_client/client_folders.h"
+#include "job_client/file_hooks.h"
+
+namespace fs = std::filesystem;
+
+// What a wrong answer here costs is a disk: every condition is met with real folders, also at the
+// root of drive C:, which belongs to the test alone.
+
+namespace {
+
+// A folder outside the scratch folder with a tool in it; goes with the object.
+class ToolFolderAt {
+public:
+    explicit ToolFolderAt(const fs::path& folder) : folder_(folder) {
+        bench::WriteFile(folder / L"tool.exe", "tool");
+    }
+    ~ToolFolderAt() {
+        std::error_code ignored;
+        fs::remove(folder_ / L"tool.exe", ignored);
+        fs::remove(folder_, ignored);
+    }
+    ToolFolderAt(const ToolFolderAt&) = delete;
+    ToolFolderAt& operator=(const ToolFolderAt&) = delete;
+
+private:
+    fs::path folder_;
+};
+
+bool IsSafeWithToolIn(const fs::path& folder) {
+    const bench::ToolLocation location(folder, folder / L"tool.exe");
+    return IsSafeReinstallFolder();
+}
+
+bool IsSafeAt(const fs::path& folder, const fs::path& exePath) {
+    const bench::ToolLocation location(folder, exePath);
+    return IsSafeReinstallFolder();
+}
+
+// A drive letter that stands for a folder, as `subst` makes it.
+class SubstitutedDrive {
+public:
+    SubstitutedDrive(const wchar_t* drive, const fs::path& folder) : drive_(drive) {
+        made_ = ::DefineDosDeviceW(0, drive, folder.c_str()) != FALSE;
+    }
+    ~SubstitutedDrive() {
+        if (made_) {
+            ::DefineDosDeviceW(DDD_REMOVE_DEFINITION, drive_, nullptr);
+        }
+    }
+    SubstitutedDrive(const SubstitutedDrive&) = delete;
+    SubstitutedDrive& operator=(const SubstitutedDrive&) = delete;
+
+    bool Made() const {
+        return made_;
+    }
+
+private:
+    const wchar_t* drive_;
+    bool made_ = false;
+};
+
+class CurrentFolder {
+public:
+    explicit CurrentFolder(const fs::path& folder) : former_(fs::current_path()) {
+        fs::current_path(folder);
+    }
+    ~CurrentFolder() {
+        fs::current_path(former_);
+    }
+    CurrentFolder(const CurrentFolder&) = delete;
+    CurrentFolder& operator=(const CurrentFolder&) = delete;
+
+private:
+    fs::path former_;
+};
+
+}  // namespace
+
+TEST(ReinstallSafety, AllowsAClientFolder) {
+    const bench::ClientFolders folders;
+    EXPECT_TRUE(IsSafeReinstallFolder());
+}
+
+TEST(ReinstallSafety, RefusesTheRootOfTheSystemDrive) {
+    bench::WriteFile(L"C:\\tool.exe", "tool");
+    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\"));
+    EXPECT_FALSE(IsSafeWithToolIn(L"c:\\"));
+    EXPECT_FALSE(IsSafeWithToolIn(L"C:/"));
+    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\\\"));
+    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\windows\\.."));
+    EXPECT_FALSE(IsSafeWithToolIn(L"\\\\?\\C:\\"));
+    fs::remove(L"C:\\tool.exe");
+}
+
+TEST(ReinstallSafety, RefusesADriveWithoutSeparatorWhateverIsCurrentOnIt) {
+    // The part of "C:\tool.exe" before its last separator is "C:", which by itself means the
+    // drive's current folder.
+    const ToolFolderAt folder(L"C:\\abcdef");
+    EXPECT_FALSE(IsSafeAt(L"C:", L"C:\\tool.exe"));
+    const CurrentFolder current(L"C:\\abcdef");
+    EXPECT_FALSE(IsSafeAt(L"C:", L"C:\\tool.exe"));
+}
+
+TEST(ReinstallSafety, RefusesTheRootOfAMissingDrive) {
+    EXPECT_FALSE(IsSafeWithToolIn(L"Q:\\"));
+    EXPECT_FALSE(IsSafeAt(L"Q:", L"Q:\\tool.exe"));
+}
+
+TEST(ReinstallSafety, RefusesTheRootOfAnotherDrive) {
+    if (!bench::IsWine()) {
+        GTEST_SKIP() << "a second drive is an exception here";
+    }
+    const bench::ClientFolders folders;
+    const SubstitutedDrive drive(L"X:", folders.Client());
+    ASSERT_TRUE(drive.Made());
+    EXPECT_FALSE(IsSafeAt(L"X:\\", L"X:\\RepairTool.exe"));
+    EXPECT_FALSE(IsSafeAt(L"X:", L"X:\\RepairTool.exe"));
+}
+
+TEST(ReinstallSafety, AllowsASubstitutedDriveThatStandsForAClientFolder) {
+    if (bench::IsWine()) {
+        GTEST_SKIP() << "a substituted drive is a drive of its own here";
+    }
+    const bench::ClientFolders folders;
+    const SubstitutedDrive drive(L"X:", folders.Client());
+    ASSERT_TRUE(drive.Made());
+    EXPECT_TRUE(IsSafeAt(L"X:\\", L"X:\\RepairTool.exe"));
+}
+
+TEST(ReinstallSafety, RefusesASubstitutedDriveThatStandsForARoot) {
+    const SubstitutedDrive drive(L"X:", L"C:\\");
+    ASSERT_TRUE(drive.Made());
+    EXPECT_FALSE(IsSafeAt(L"X:\\", L"X:\\tool.exe"));
+}
+
+TEST(ReinstallSafety, RefusesPathsOfFourAndFiveCharactersAndAllowsSix) {
+    const ToolFolderAt four(L"C:\\a");
+    const ToolFolderAt five(L"C:\\ab");
+    const ToolFolderAt six(L"C:\\abc");
+    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\a"));
+    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\ab"));
+    EXPECT_TRUE(IsSafeWithToolIn(L"C:\\abc"));
+}
+
+TEST(ReinstallSafety, MeasuresTheResolvedPath) {
+    const ToolFolderAt five(L"C:\\ab");
+    const ToolFolderAt six(L"C:\\abc");
+    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\windows\\..\\ab"));
+    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\ab\\"));
+    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\ab\\.\\\\"));
+    EXPECT_FALSE(IsSafeWithToolIn(L"\\\\?\\C:\\ab"));
+    EXPECT_TRUE(IsSafeWithToolIn(L"C:\\ABC\\"));
+}
+
+TEST(ReinstallSafety, CountsUtf16Units) {
+    const fs::path twoUnits = L"C:\\\U0001F3AE";
+    const fs::path threeUnits = L"C:\\\U0001F3AEa";
+    const ToolFolderAt five(twoUnits);
+    const ToolFolderAt six(threeUnits);
+    EXPECT_FALSE(IsSafeWithToolIn(twoUnits));
+    EXPECT_TRUE(IsSafeWithToolIn(threeUnits));
+}
+
+TEST(ReinstallSafety, RefusesALinkToADrivesRoot) {
+    const bench::ClientFolders folders;
+    const fs::path link = folders.Scratch() / L"link to the root";
+    if (!bench::MakeFolderLink(link, L"C:\\")) {
+        GTEST_SKIP() << "no links for this user";
+    }
+    bench::WriteFile(L"C:\\tool.exe", "tool");
+    EXPECT_FALSE(IsSafeWithToolIn(link));
+    fs::remove(L"C:\\tool.exe");
+}
+
+TEST(ReinstallSafety, RefusesALinkToAShortPath) {
+    const bench::ClientFolders folders;
+    const ToolFolderAt five(L"C:\\ab");
+    const fs::path link = folders.Scratch() / L"link to a short path";
+    if (!bench::MakeFolderLink(link, L"C:\\ab")) {
+        GTEST_SKIP() << "no links for this user";
+    }
+    EXPECT_FALSE(IsSafeWithToolIn(link));
+}
+
+TEST(ReinstallSafety, AllowsALinkToTheClientFolder) {
+    const bench::ClientFolders folders;
+    const fs::path link = folders.Scratch() / L"link";
+    if (!bench::MakeFolderLink(link, folders.Client())) {
+        GTEST_SKIP() << "no links for this user";
+    }
+    EXPECT_TRUE(IsSafeAt(link, link / L"RepairTool.exe"));
+    EXPECT_TRUE(IsSafeAt(link, folders.Tool()));
+    EXPECT_TRUE(IsSafeAt(folders.Client(), link / L"RepairTool.exe"));
+}
+
+TEST(ReinstallSafety, RefusesALinkThatLeadsTheToolElsewhere) {
+    const bench::ClientFolders folders;
+    const fs::path other = folders.Scratch() / L"other";
+    bench::WriteFile(other / L"RepairTool.exe", "another tool");
+    if (!bench::MakeFolderLink(folders.Scratch() / L"link", other)) {
+        GTEST_SKIP() << "no links for this user";
+    }
+    EXPECT_FALSE(IsSafeAt(folders.Client(), folders.Scratch() / L"link" / L"RepairTool.exe"));
+}
+
+TEST(ReinstallSafety, AllowsTheClientFolderInAnotherLetterCase) {
+    const bench::ClientFolders folders;
+    EXPECT_TRUE(IsSafeAt(folders.Scratch() / L"GAMES" / L"client", folders.Tool()));
+    EXPECT_TRUE(IsSafeAt(folders.Client(), folders.Scratch() / L"Games" / L"CLIENT" / L"x.exe"));
+}
+
+TEST(ReinstallSafety, AllowsTheClientFolderByItsShortName) {
+    const bench::ClientFolders folders;
+    const fs::path client = folders.Scratch() / L"Client of the game";
+    const fs::path tool = client / L"tool.exe";
+    bench::WriteFile(tool, "tool");
+    const fs::path shortPath = bench::WithShortName(client);
+    if (shortPath.empty()) {
+        GTEST_SKIP() << "no short names on this volume";
+    }
+    EXPECT_TRUE(IsSafeAt(shortPath, shortPath / L"tool.exe"));
+    EXPECT_TRUE(IsSafeAt(shortPath, tool));
+    EXPECT_TRUE(IsSafeAt(client, shortPath / L"tool.exe"));
+}
+
+TEST(ReinstallSafety, RefusesWhenTheToolIsNotDirectlyInTheFolder) {
+    const bench::ClientFolders folders;
+    EXPECT_FALSE(IsSafeAt(folders.Scratch(), folders.Tool())) << "in a folder below";
+    EXPECT_FALSE(IsSafeAt(folders.Scratch() / L"games", folders.Tool())) << "one level below";
+    EXPECT_FALSE(IsSafeAt(folders.Package(), folders.Tool())) << "elsewhere";
+    EXPECT_FALSE(IsSafeAt(folders.Client() / L"sub", folders.Tool())) << "in a folder above";
+    EXPECT_FALSE(IsSafeAt(folders.Client(), folders.Client())) << "the folder itself";
+    EXPECT_FALSE(IsSafeAt(folders.Scratch() / L"games" / L"Clien", folders.Tool())) << "a prefix";
+}
+
+TEST(ReinstallSafety, RefusesWhenAPathIsUnknown) {
+    const bench::ClientFolders folders;
+    EXPECT_FALSE(IsSafeAt(L"", folders.Tool()));
+    EXPECT_FALSE(IsSafeAt(folders.Client(), L""));
+    EXPECT_FALSE(IsSafeAt(L"", L""));
+}
+
+TEST(ReinstallSafety, RefusesWhenTheFolderCannotBeResolved) {
+    const bench::ClientFolders folders;
+    const std::wstring client = folders.Client();
+    const bench::OpenHook hook([&](const std::wstring& path) -> DWORD {
+        return path == client ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    });
+    EXPECT_FALSE(IsSafeReinstallFolder());
+}
+
+TEST(ReinstallSafety, RefusesWhenTheToolCannotBeResolved) {
+    const bench::ClientFolders folders;
+    const std::wstring tool = folders.Tool();
+    const bench::OpenHook hook([&](const std::wstring& path) -> DWORD {
+        return path == tool ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    });
+    EXPECT_FALSE(IsSafeReinstallFolder());
+}
+
+TEST(ReinstallSafety, JudgesNetworkPathsByTheirText) {
+    if (!bench::IsWine()) {
+        GTEST_SKIP() << "asking the network for a missing server takes too long";
+    }
+    EXPECT_TRUE(IsSafeWithToolIn(L"\\\\server\\share\\game"));
+    EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\game", L"\\\\server\\share\\tool.exe"));
+    EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\game", L"\\\\server\\other\\game\\tool.exe"));
+    EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\game", L"C:\\share\\game\\tool.exe"));
+    EXPECT_FALSE(IsSafeAt(L"\\\\server\\", L"\\\\server\\tool.exe")) << "a root of any length";
+}
+
+TEST(ReinstallSafety, TouchesNothing) {
+    const bench::ClientFolders folders;
+    bench::WriteFile(folders.Client() / L"a.dat", "a");
+    EXPECT_TRUE(IsSafeReinstallFolder());
+    EXPECT_FALSE(IsSafeAt(folders.Scratch(), folders.Tool()));
+    EXPECT_EQ(bench::FolderListing(folders.Client()),
+              (std::vector<std::wstring>{L"RepairTool.exe", L"a.dat"}));
+    EXPECT_EQ(snapshot().statusLine, L"Ready.");
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "bench_parts/fault_server_client.h"
+#include "bench_parts/package_contents.h"
+#include "bench_parts/scratch_folder.h"
+#include "bench_parts/unpacker_machine.h"
+#include "job/job_progress.h"
+
+inline constexpr std::string_view kToolBytes = "this is the running tool";
+inline constexpr std::wstring_view kRepairSuccess = L"Repair complete.";
+
+// A player's machine with an installed client that a job works on: unpacking programs, a server
+// with packages, a client folder with the tool in it, a registry without an entry for the game, an
+// empty temp folder. Jobs run on their own thread, as the window would start them.
+class GameMachine : public testing::Test {
+protected:
+    GameMachine();
+    ~GameMachine() override;
+
+    // Starts the job and waits for its end, as the window's next tick would collect it.
+    void RunJob(JobKind kind, const std::wstring& packageUrl = {});
+
+    // "http://.../archive/NAME"
+    [[nodiscard]] std::wstring PackageUrl(const std::wstring& fileName) const;
+
+    [[nodiscard]] std::filesystem::path Client() const {
+        return machine_.ToolFolder();
+    }
+    [[nodiscard]] std::filesystem::path Tool() const {
+        return Client() / L"repair.exe";
+    }
+    // Puts the package's files into the client folder, as an installer would have.
+    void InstallClient(const std::wstring& fileName);
+
+    // The client without the tool and the uninstaller.
+    [[nodiscard]] bench::Contents ClientContents() const;
+    // What is in the temp folder, apart from the test's own.
+    [[nodiscard]] std::vector<std::wstring> TempFolder() const;
+
+    static void ExpectSuccess(std::wstring_view headline);
+    static void ExpectFailure(const std::wstring& message);
+
+    bench::UnpackerMachine machine_;
+    bench::FaultServer server_;
+};
+
+// The place of the default brand's entry.
+inline constexpr wchar_t kEntryKey[] =
+    L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Quellstone.Karvoth";
