@@ -15,7 +15,9 @@ target_include_directories(repair_options INTERFACE ${PROJECT_SOURCE_DIR}/src
 
 if(MSVC)
     target_compile_options(repair_options INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf /sdl /Brepro)
-    target_link_options(repair_options INTERFACE /guard:cf /CETCOMPAT /Brepro /MANIFEST:NO)
+    target_link_options(repair_options INTERFACE /guard:cf /CETCOMPAT /Brepro /MANIFEST:NO
+                                                  # Names the file with debug symbols without its folder.
+                                                  /PDBALTPATH:%_PDB%)
 else()
     target_compile_options(
         repair_options

@@ -1,6 +1,7 @@
 #include "config/config_loader.h"
 
-#include <string_view>
+#include <cstddef>
+#include <span>
 
 #include "common/resources.h"
 #include "config/config_text.h"

@@ -11,20 +11,6 @@ namespace {
 // Key to raw value, both as they stand in the text: nothing trimmed, the value still escaped.
 using RawValues = std::map<std::string, std::string, std::less<>>;
 
-// The position of the "=" that ends the key, or npos. A backslash protects the byte behind it, so
-// "\=" does not split, while "\\" is a pair of its own and leaves the next byte unprotected.
-size_t FindSplitPoint(std::string_view line) {
-    bool isProtected = false;
-    for (size_t i = 0; i < line.size(); ++i) {
-        if (isProtected || line[i] == '\\') {
-            isProtected = !isProtected;
-        } else if (line[i] == '=') {
-            return i;
-        }
-    }
-    return std::string_view::npos;
-}
-
 // Takes the first line off `rest`, without its LF and without one CR before that.
 std::string_view TakeLine(std::string_view& rest) {
     const size_t end = rest.find('\n');
@@ -40,7 +26,7 @@ RawValues SplitConfigText(std::string_view rest) {
     RawValues values;
     while (!rest.empty()) {
         const std::string_view line = TakeLine(rest);
-        const size_t split = FindSplitPoint(line);
+        const size_t split = FindConfigSplitPoint(line);
         if (split != std::string_view::npos) {
             values.insert_or_assign(std::string(line.substr(0, split)),
                                     std::string(line.substr(split + 1)));
@@ -110,6 +96,18 @@ ToolConfig ParseConfigText(std::string_view utf8) {
         }
     }
     return config;
+}
+
+size_t FindConfigSplitPoint(std::string_view line) {
+    bool isProtected = false;
+    for (size_t i = 0; i < line.size(); ++i) {
+        if (isProtected || line[i] == '\\') {
+            isProtected = !isProtected;
+        } else if (line[i] == '=') {
+            return i;
+        }
+    }
+    return std::string_view::npos;
 }
 
 std::string UnescapeConfigValue(std::string_view raw) {

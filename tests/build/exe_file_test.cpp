@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cctype>
 #include <filesystem>
 #include <fstream>
@@ -14,6 +13,7 @@
 
 #include "common/handles.h"
 #include "common/resources.h"
+#include "config/config_keys.h"
 #include "config/config_text.h"
 #include "resource_ids.h"
 
@@ -22,16 +22,6 @@ namespace {
 using testing::HasSubstr;
 using testing::IsSubsetOf;
 using testing::Not;
-
-std::filesystem::path FolderOfThisProgram() {
-    std::array<wchar_t, 1024> buffer{};
-    ::GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
-    return std::filesystem::path(buffer.data()).parent_path();
-}
-
-std::filesystem::path ToolPath() {
-    return FolderOfThisProgram() / TOOL_FILE_NAME;
-}
 
 std::vector<char> ReadAll(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -52,9 +42,9 @@ using Library = std::unique_ptr<std::remove_pointer_t<HMODULE>, FreeLibraryHandl
 class ToolFile : public testing::Test {
 protected:
     void SetUp() override {
-        bytes_ = ReadAll(ToolPath());
+        bytes_ = ReadAll(TOOL_PATH);
         ASSERT_GT(bytes_.size(), sizeof(IMAGE_DOS_HEADER));
-        module_.reset(::LoadLibraryExW(ToolPath().c_str(), nullptr,
+        module_.reset(::LoadLibraryExW(TOOL_PATH, nullptr,
                                        LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
         ASSERT_TRUE(module_);
     }
@@ -136,12 +126,15 @@ TEST_F(ToolFile, IsHardened) {
         Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_BASERELOC].VirtualAddress, 0u);
 }
 
+#ifdef __MINGW32__
+// The Microsoft linker puts a hash of the file there instead.
 TEST_F(ToolFile, CarriesNoTimeStamp) {
     EXPECT_EQ(Headers().FileHeader.TimeDateStamp, 0u);
 }
+#endif
 
 TEST_F(ToolFile, LinkedTwiceFromTheSameInputsHasTheSameBytes) {
-    const std::vector<char> again = ReadAll(FolderOfThisProgram() / L"again" / TOOL_FILE_NAME);
+    const std::vector<char> again = ReadAll(TOOL_AGAIN_PATH);
     EXPECT_FALSE(again.empty());
     EXPECT_TRUE(again == bytes_);
 }
@@ -167,7 +160,7 @@ TEST_F(ToolFile, ManifestIsWellFormed) {
     const std::string manifest(Resource(RT_MANIFEST, 1));
     ACTCTXW request{};
     request.cbSize = sizeof request;
-    const std::wstring path = ToolPath().native();
+    const std::wstring path = std::wstring(TOOL_PATH);
     request.lpSource = path.c_str();
     request.lpResourceName = MAKEINTRESOURCEW(1);
     request.dwFlags = ACTCTX_FLAG_RESOURCE_NAME_VALID;
@@ -212,16 +205,22 @@ TEST_F(ToolFile, IconGroupHasTheUsualSizes) {
     }
 }
 
-TEST_F(ToolFile, EmbeddedConfigurationNamesEveryKey) {
-    const ToolConfig config = ParseConfigText(Data(ID_CONFIG_TEXT));
-    EXPECT_EQ(config.repairToolName, TOOL_FILE_NAME);
-    EXPECT_EQ(config.accentHex, L"FFA640");
+TEST_F(ToolFile, EmbeddedConfigurationNamesEveryKeyWithACommentForOperators) {
+    const std::string_view text = Data(ID_CONFIG_TEXT);
+    EXPECT_TRUE(text.starts_with("format=Quellstone.v1\n"));
+    for (const ConfigKey& key : ConfigKeys()) {
+        const size_t line = text.find(std::string("\n").append(key.name).append("="));
+        ASSERT_NE(line, std::string_view::npos) << key.name;
+        const size_t lineBefore = text.rfind('\n', line - 1);
+        ASSERT_NE(lineBefore, std::string_view::npos);
+        EXPECT_EQ(text[lineBefore + 1], '#') << key.name;
+    }
 }
 
-std::wstring VersionText(const std::vector<char>& block, const wchar_t* name) {
+std::wstring VersionText(const std::vector<char>& block, const std::wstring& name) {
     const wchar_t* text = nullptr;
     UINT length = 0;
-    const std::wstring path = std::wstring(L"\\StringFileInfo\\040904B0\\") + name;
+    const std::wstring path = std::wstring(L"\\StringFileInfo\\").append(name);
     if (!::VerQueryValueW(block.data(), path.c_str(),
                           reinterpret_cast<void**>(const_cast<wchar_t**>(&text)), &length)) {
         return L"(missing)";
@@ -229,27 +228,46 @@ std::wstring VersionText(const std::vector<char>& block, const wchar_t* name) {
     return text;
 }
 
-TEST_F(ToolFile, VersionResourceTellsTheBrandsRepairTexts) {
-    const std::wstring path = ToolPath().native();
+std::vector<char> VersionResource(const wchar_t* path) {
     DWORD ignored = 0;
-    const DWORD size = ::GetFileVersionInfoSizeW(path.c_str(), &ignored);
-    ASSERT_GT(size, 0u);
-    std::vector<char> block(size);
-    ASSERT_TRUE(::GetFileVersionInfoW(path.c_str(), 0, size, block.data()));
-    const ToolConfig config = ParseConfigText(Data(ID_CONFIG_TEXT));
-    EXPECT_EQ(VersionText(block, L"FileDescription"), config.repairFileDescription);
-    EXPECT_EQ(VersionText(block, L"ProductName"), config.repairProductName);
-    EXPECT_EQ(VersionText(block, L"ProductVersion"), config.repairProductVersion);
-    EXPECT_EQ(VersionText(block, L"FileVersion"), config.repairProductVersion);
-    EXPECT_EQ(VersionText(block, L"LegalCopyright"), config.repairCopyright);
-    EXPECT_EQ(VersionText(block, L"CompanyName"), config.programsPublisher);
-    EXPECT_EQ(VersionText(block, L"OriginalFilename"), config.repairToolName);
+    std::vector<char> block(::GetFileVersionInfoSizeW(path, &ignored));
+    EXPECT_TRUE(::GetFileVersionInfoW(path, 0, static_cast<DWORD>(block.size()), block.data()));
+    return block;
+}
 
+VS_FIXEDFILEINFO VersionNumbers(const std::vector<char>& block) {
     VS_FIXEDFILEINFO* numbers = nullptr;
     UINT length = 0;
-    ASSERT_TRUE(::VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&numbers), &length));
-    EXPECT_EQ(numbers->dwFileVersionMS, 0x00020000u);
-    EXPECT_EQ(numbers->dwFileVersionLS, 0u);
+    EXPECT_TRUE(::VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&numbers), &length));
+    return numbers == nullptr ? VS_FIXEDFILEINFO{} : *numbers;
+}
+
+TEST_F(ToolFile, VersionResourceTellsTheBrandsRepairTexts) {
+    const std::vector<char> block = VersionResource(TOOL_PATH);
+    const ToolConfig config = ParseConfigText(Data(ID_CONFIG_TEXT));
+    EXPECT_EQ(VersionText(block, L"040904B0\\FileDescription"), config.repairFileDescription);
+    EXPECT_EQ(VersionText(block, L"040904B0\\ProductName"), config.repairProductName);
+    EXPECT_EQ(VersionText(block, L"040904B0\\ProductVersion"), config.repairProductVersion);
+    EXPECT_EQ(VersionText(block, L"040904B0\\FileVersion"), config.repairProductVersion);
+    EXPECT_EQ(VersionText(block, L"040904B0\\LegalCopyright"), config.repairCopyright);
+    EXPECT_EQ(VersionText(block, L"040904B0\\CompanyName"), config.programsPublisher);
+    EXPECT_EQ(VersionText(block, L"040904B0\\OriginalFilename"), config.repairToolName);
+    EXPECT_EQ(VersionNumbers(block).dwFileVersionMS, 0x00020000u);
+    EXPECT_EQ(VersionNumbers(block).dwFileVersionLS, 0u);
+}
+
+// odd_brand.txt has everything in its texts that could trip the build.
+TEST(OddBrand, VersionResourceTellsItsTextsLikeTheToolReadsThem) {
+    const std::filesystem::path path = ODD_TOOL_PATH;
+    EXPECT_EQ(path.filename(), L"Odd [brand].exe");
+    const std::vector<char> block = VersionResource(ODD_TOOL_PATH);
+    EXPECT_EQ(VersionText(block, L"040704B0\\FileDescription"), L"A \"quoted\"; list [x] = y");
+    EXPECT_EQ(VersionText(block, L"040704B0\\ProductName"), L"C:\\Odd \u00A9 \u00C4");
+    EXPECT_EQ(VersionText(block, L"040704B0\\ProductVersion"), L"1.08.20.3000-rc4");
+    EXPECT_EQ(VersionText(block, L"040704B0\\CompanyName"), L"Brennick");
+    EXPECT_EQ(VersionText(block, L"040704B0\\LegalCopyright"), kDefaultCopyright);
+    EXPECT_EQ(VersionNumbers(block).dwFileVersionMS, 0x00010008u);
+    EXPECT_EQ(VersionNumbers(block).dwFileVersionLS, (20u << 16) | 3000u);
 }
 
 }  // namespace

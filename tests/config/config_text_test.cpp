@@ -69,14 +69,17 @@ TEST(ParseConfigText, IgnoresALineWhoseOnlyEqualsSignIsProtected) {
     EXPECT_EQ(ParseConfigText("archiveUrl\\=u").archiveUrl, L"");
 }
 
-TEST(ParseConfigText, TogglesTheProtectionWithEachByteBehindABackslash) {
-    // Two backslashes protect each other, so the equals sign behind them splits: the key is then
-    // "archiveUrl\\", which names no field. Three protect it again.
-    const std::string two = "startupExe=a\n\\\\=archiveUrl=x\n";
-    EXPECT_EQ(ParseConfigText(two).startupExe, L"a");
-    EXPECT_EQ(ParseConfigText("startupExe=a\nx\\\\\\=startupExe=b").startupExe, L"a");
-    // An even run before the sign splits there and not at a later one.
-    EXPECT_EQ(ParseConfigText("archiveUrl\\\\=x\narchiveUrl=y").archiveUrl, L"y");
+TEST(FindConfigSplitPoint, FindsTheFirstEqualsSignThatNoBackslashProtects) {
+    constexpr size_t kNone = std::string_view::npos;
+    const std::pair<std::string_view, size_t> rows[] = {
+        {"a=b", 1},        {"=", 0},        {"a=b=c", 1},         {"", kNone},
+        {"a", kNone},      {"a\\", kNone},  {"\\=", kNone},       {"\\=x=1", 3},
+        {"path\\=x=1", 7}, {"\\\\=x", 2},   {"\\\\\\=x=1", 5},    {"\\x=1", 2},
+        {"\\\\\\\\=", 4},  {"\\a\\==x", 4}, {"x\\\\\\=y", kNone},
+    };
+    for (const auto& [line, split] : rows) {
+        EXPECT_EQ(FindConfigSplitPoint(line), split) << line;
+    }
 }
 
 TEST(ParseConfigText, NeitherTrimsNorFoldsKeys) {

@@ -30,6 +30,12 @@ TEST(ToolConfig, CopiesEveryEntryOfTheMirrorListInOrder) {
     EXPECT_EQ(copy.vcRedistX64Url, L"last text");
 }
 
+TEST(ToolConfig, HasNoFieldWithoutAKey) {
+    constexpr size_t kFields = 42 * sizeof(std::wstring) + sizeof(std::vector<std::wstring>) + 14;
+    constexpr size_t kAlignment = alignof(ToolConfig);
+    EXPECT_EQ(sizeof(ToolConfig), (kFields + kAlignment - 1) / kAlignment * kAlignment);
+}
+
 TEST(ToolConfig, ActiveConfigurationHoldsTheDefaultsBeforeLoading) {
     EXPECT_EQ(toolConfig.downloaderName, L"Karvoth Downloader");
     EXPECT_EQ(toolConfig.accentHex, L"FFA640");

@@ -1,0 +1,363 @@
+// The promise of the tool: whatever happened to a former attempt, the next one makes the client
+// what the package says.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <initializer_list>
+#include <map>
+#include <ostream>
+#include <random>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "bench_parts/fault_server_client.h"
+#include "bench_parts/package_contents.h"
+#include "bench_parts/unpacker_machine.h"
+#include "convergence/broken_client.h"
+#include "convergence/job_process.h"
+#include "package/package_hash.h"
+#include "system/registry_entry.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr unsigned kKillPointsOfEach = 28;
+constexpr unsigned kDoubleKillsOfEach = 8;
+constexpr unsigned kRepairedReinstalls = 12;
+
+// The place of the default configuration's entry.
+constexpr wchar_t kEntryKey[] =
+    L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Quellstone.Karvoth";
+
+struct Scene {
+    const wchar_t* package;
+    bool hasLoneFolder;
+    JobKind kind;
+    unsigned seed;
+};
+
+// What Google Test prints of it.
+void PrintTo(const Scene& scene, std::ostream* out) {
+    *out << (scene.kind == JobKind::Reinstall ? "Reinstall" : "Repair") << " from "
+         << fs::path(scene.package).string() << ", seed " << scene.seed;
+}
+
+std::string SceneName(const testing::TestParamInfo<Scene>& scene) {
+    return std::string(scene.param.kind == JobKind::Reinstall ? "Reinstall" : "Repair") + "_" +
+           fs::path(scene.param.package).stem().string();
+}
+
+std::string Narrow(std::wstring_view ascii) {
+    std::string narrow;
+    for (const wchar_t character : ascii) {
+        narrow += static_cast<char>(character);
+    }
+    return narrow;
+}
+
+std::string NameOf(Phase phase) {
+    return Narrow(kPhaseNames[static_cast<size_t>(phase)]);
+}
+
+std::string Description(const Strike& strike) {
+    return Narrow(kInterventionNames[static_cast<size_t>(strike.intervention)]) + " in " +
+           NameOf(strike.phase) + ", " + Narrow(strike.function) + " " +
+           std::to_string(strike.number);
+}
+
+std::wstring DigestOf(const std::wstring& packageName) {
+    std::wstring digest;
+    EXPECT_TRUE(ComputeFileSha256(bench::PackagePath(packageName), digest));
+    return digest;
+}
+
+bool IsOneOf(std::initializer_list<std::wstring_view> names, std::wstring_view name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+// Whether a call of the function leaves something behind.
+bool IsChange(std::wstring_view function) {
+    return IsOneOf({L"CopyFileW", L"CreateProcessW", L"MoveFileExW", L"RegCreateKeyExW",
+                    L"RegSetValueExW", L"SetFileInformationByHandle", L"SetFileTime", L"WriteFile",
+                    L"_wfopen", L"_wmkdir", L"_write"},
+                   function);
+}
+
+Strike MakeStrike(Phase phase, const std::wstring& function, unsigned number, unsigned choice) {
+    const bool knowsHalf = IsOneOf({L"CopyFileW", L"WriteFile", L"_write"}, function);
+    const std::array deaths{Intervention::DieBefore, Intervention::DieAfter,
+                            Intervention::DieHalfWay, Intervention::DieStretched};
+    return {deaths[choice % (knowsHalf ? 4 : 2)], phase, function, number};
+}
+
+// Random calls of a job, of each phase its share.
+class KillPoints {
+public:
+    KillPoints(PhaseCalls calls, unsigned seed) : calls_(std::move(calls)), random_(seed) {
+        for (const auto& [phase, functions] : calls_) {
+            turns_.push_back(phase);
+        }
+        // The ones that change the client get twice as much.
+        turns_.push_back(Phase::Copying);
+        if (calls_.contains(Phase::CleanOut)) {
+            turns_.push_back(Phase::CleanOut);
+        }
+    }
+
+    Strike Next() {
+        const Phase phase = turns_[turn_++ % turns_.size()];
+        ++spread_[phase];
+        const std::wstring function = Pick(FunctionsOf(phase));
+        const unsigned number = Below(calls_.at(phase).at(function)) + 1;
+        return MakeStrike(phase, function, number, Below(4));
+    }
+
+    void PrintSpread() const {
+        for (const auto& [phase, number] : spread_) {
+            std::printf("  %u in %s\n", number, NameOf(phase).c_str());
+        }
+    }
+
+private:
+    // Not a distribution of the standard library, for these differ from one library to the next.
+    unsigned Below(size_t limit) {
+        return static_cast<unsigned>(random_() % limit);
+    }
+
+    const std::wstring& Pick(const std::vector<std::wstring>& names) {
+        return names[Below(names.size())];
+    }
+
+    // Functions, not calls, are equally likely, or the few calls that copy and delete would hardly
+    // be met among the many that look; mostly it is one that changes something.
+    std::vector<std::wstring> FunctionsOf(Phase phase) {
+        const bool wantsChange = Below(3) != 0;
+        std::vector<std::wstring> all;
+        std::vector<std::wstring> changes;
+        for (const auto& [function, number] : calls_.at(phase)) {
+            all.push_back(function);
+            if (IsChange(function)) {
+                changes.push_back(function);
+            }
+        }
+        return wantsChange && !changes.empty() ? changes : all;
+    }
+
+    PhaseCalls calls_;
+    std::mt19937 random_;
+    std::vector<Phase> turns_;
+    size_t turn_ = 0;
+    std::map<Phase, unsigned> spread_;
+};
+
+class KilledJob : public testing::TestWithParam<Scene> {
+protected:
+    KilledJob()
+        : order_{GetParam().kind, server_.Url(std::wstring(L"archive/") + GetParam().package),
+                 DigestOf(GetParam().package)} {
+        const bench::Contents all = bench::PackageContents(GetParam().package);
+        package_ = GetParam().hasLoneFolder ? bench::Below(L"Client", all) : all;
+        machine_.PutTar();
+        machine_.PutSevenZip(machine_.SearchFolder() / L"7z.exe");
+        RemoveKey(kEntryKey);
+    }
+
+    ~KilledJob() override {
+        RemoveKey(kEntryKey);
+    }
+
+    // Does the job without a disturbance; what it leaves is what every other one is to end in.
+    void SetUp() override {
+        const BrokenClient client(machine_.Root(), package_);
+        const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_);
+        ASSERT_EQ(outcome.exitCode, kJobSucceeded) << outcome.detail;
+        EXPECT_EQ(bench::FirstDifference(ExpectedContents(client), ContentsOf(client)), "");
+        calls_ = outcome.calls;
+        reference_ = StateOf(client.Folder());
+        referenceEntry_ = ReadKey(kEntryKey).value();
+        RemoveKey(kEntryKey);
+        EXPECT_EQ(calls_.size(), 7U + (GetParam().hasLoneFolder ? 1U : 0U) +
+                                     (GetParam().kind == JobKind::Reinstall ? 1U : 0U));
+    }
+
+    static bench::Contents ContentsOf(const BrokenClient& client) {
+        return bench::FolderContents(client.Folder());
+    }
+
+    // The package's files, the tool, the uninstaller, and in a repair what the player added.
+    bench::Contents ExpectedContents(const BrokenClient& client) const {
+        bench::Contents expected = package_;
+        if (GetParam().kind == JobKind::Repair) {
+            for (const auto& [path, entry] : client.Additional()) {
+                expected[path] = entry.bytes;
+            }
+        }
+        expected[kToolName] = client.Initial().at(kToolName).bytes;
+        expected[kUninstallerName] = bench::ReadFile(client.Folder() / kUninstallerName);
+        return expected;
+    }
+
+    void Kill(const BrokenClient& client, const Strike& strike) const {
+        const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_, strike);
+        EXPECT_EQ(outcome.exitCode, static_cast<DWORD>(kKilled));
+    }
+
+    // What must hold at whatever moment the process ended.
+    void ExpectNothingLost(const BrokenClient& client, Phase phase) const {
+        const FolderState state = StateOf(client.Folder());
+        if (phase < Phase::CleanOut) {
+            EXPECT_EQ(FirstDifference(client.Initial(), state), "");
+        }
+        EXPECT_EQ(state.at(kToolName), client.Initial().at(kToolName));
+        if (GetParam().kind == JobKind::Repair) {
+            ExpectAdditionalUntouched(client, state);
+        }
+    }
+
+    static void ExpectAdditionalUntouched(const BrokenClient& client, const FolderState& state) {
+        for (const auto& [path, entry] : client.Additional()) {
+            if (path.ends_with(L'/')) {
+                EXPECT_TRUE(state.contains(path)) << path;
+            } else {
+                EXPECT_TRUE(state.contains(path) && state.at(path) == entry) << path;
+            }
+        }
+    }
+
+    void ExpectConvergence(const BrokenClient& client) const {
+        const std::vector<std::wstring> leftBehind = bench::FolderListing(client.TempFolder());
+        const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_);
+        EXPECT_EQ(outcome.exitCode, static_cast<DWORD>(kJobSucceeded)) << outcome.detail;
+        EXPECT_EQ(bench::FirstDifference(ExpectedContents(client), ContentsOf(client)), "");
+        const FolderState state = StateOf(client.Folder());
+        ExpectReferenceFiles(state);
+        EXPECT_EQ(state.at(kToolName), client.Initial().at(kToolName));
+        if (GetParam().kind == JobKind::Repair) {
+            ExpectAdditionalUntouched(client, state);
+        }
+        EXPECT_EQ(bench::FolderListing(client.TempFolder()), leftBehind);
+        ExpectReferenceEntry();
+    }
+
+    // Bytes and times as an undisturbed job leaves them.
+    void ExpectReferenceFiles(const FolderState& state) const {
+        for (const auto& [path, bytes] : package_) {
+            if (!path.ends_with(L'/') && path != kToolName) {
+                EXPECT_TRUE(state.at(path) == reference_.at(path)) << path;
+            }
+        }
+        EXPECT_EQ(state.at(kUninstallerName).bytes, reference_.at(kUninstallerName).bytes);
+    }
+
+    void ExpectReferenceEntry() const {
+        EXPECT_TRUE(ReadKey(kEntryKey) == referenceEntry_);
+        RemoveKey(kEntryKey);
+    }
+
+    bench::UnpackerMachine machine_;
+    bench::FaultServer server_;
+    JobOrder order_;
+    bench::Contents package_;
+    PhaseCalls calls_;
+    FolderState reference_;
+    StoredValues referenceEntry_;
+};
+
+TEST_P(KilledJob, ConvergesWhenItIsRunAgain) {
+    KillPoints killPoints(calls_, GetParam().seed);
+    for (unsigned i = 0; i < kKillPointsOfEach && !HasFailure(); ++i) {
+        const Strike strike = killPoints.Next();
+        SCOPED_TRACE(Description(strike));
+        const BrokenClient client(machine_.Root(), package_);
+        Kill(client, strike);
+        ExpectNothingLost(client, strike.phase);
+        ExpectConvergence(client);
+    }
+    std::printf("Kill points of seed %u:\n", GetParam().seed);
+    killPoints.PrintSpread();
+}
+
+constexpr wchar_t kZip[] = L"zip_small_client.zip";
+constexpr wchar_t kLoneZip[] = L"zip_small_client_lone_folder.zip";
+constexpr wchar_t kRar[] = L"rar5_small_client.rar";
+constexpr wchar_t kLoneRar[] = L"rar5_small_client_lone_folder.rar";
+
+INSTANTIATE_TEST_SUITE_P(Each, KilledJob,
+                         testing::Values(Scene{kZip, false, JobKind::Repair, 1001},
+                                         Scene{kLoneZip, true, JobKind::Repair, 1002},
+                                         Scene{kRar, false, JobKind::Repair, 1003},
+                                         Scene{kLoneRar, true, JobKind::Repair, 1004},
+                                         Scene{kZip, false, JobKind::Reinstall, 1005},
+                                         Scene{kLoneZip, true, JobKind::Reinstall, 1006},
+                                         Scene{kRar, false, JobKind::Reinstall, 1007},
+                                         Scene{kLoneRar, true, JobKind::Reinstall, 1008}),
+                         SceneName);
+
+class JobWithManyDeaths : public KilledJob {};
+
+TEST_P(JobWithManyDeaths, ConvergesWhenItIsKilledTwice) {
+    KillPoints killPoints(calls_, GetParam().seed);
+    for (unsigned i = 0; i < kDoubleKillsOfEach && !HasFailure(); ++i) {
+        const Strike first = killPoints.Next();
+        const Strike second = killPoints.Next();
+        SCOPED_TRACE(Description(first) + "; " + Description(second));
+        const BrokenClient client(machine_.Root(), package_);
+        Kill(client, first);
+        Kill(client, second);
+        ExpectNothingLost(client, std::max(first.phase, second.phase));
+        ExpectConvergence(client);
+    }
+    std::printf("Kill points of seed %u:\n", GetParam().seed);
+    killPoints.PrintSpread();
+}
+
+// A file that has its full size already but not its content is the nastiest thing to find.
+TEST_P(JobWithManyDeaths, ConvergesAfterEachHalfOfACopy) {
+    const unsigned copies = calls_.at(Phase::Copying).at(L"CopyFileW");
+    for (unsigned number = 1; number <= copies && !HasFailure(); ++number) {
+        const auto death = number % 3 == 0 ? Intervention::DieHalfWay : Intervention::DieStretched;
+        const Strike strike{death, Phase::Copying, L"CopyFileW", number};
+        SCOPED_TRACE(Description(strike));
+        const BrokenClient client(machine_.Root(), package_);
+        Kill(client, strike);
+        ExpectNothingLost(client, strike.phase);
+        ExpectConvergence(client);
+    }
+    std::printf("Copies that were cut short: %u\n", copies);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, JobWithManyDeaths,
+                         testing::Values(Scene{kLoneZip, true, JobKind::Repair, 2001},
+                                         Scene{kLoneZip, true, JobKind::Reinstall, 2002}),
+                         SceneName);
+
+class KilledReinstall : public KilledJob {};
+
+// The player has had enough and tries the other button.
+TEST_P(KilledReinstall, IsMendedByARepair) {
+    KillPoints killPoints(calls_, GetParam().seed);
+    const JobOrder repair{JobKind::Repair, order_.url, order_.digest};
+    for (unsigned i = 0; i < kRepairedReinstalls && !HasFailure(); ++i) {
+        const Strike strike = killPoints.Next();
+        SCOPED_TRACE(Description(strike));
+        const BrokenClient client(machine_.Root(), package_);
+        Kill(client, strike);
+        EXPECT_EQ(RunJob(client.Tool(), client.TempFolder(), repair).exitCode,
+                  static_cast<DWORD>(kJobSucceeded));
+        ExpectReferenceFiles(StateOf(client.Folder()));
+    }
+    std::printf("Kill points of seed %u:\n", GetParam().seed);
+    killPoints.PrintSpread();
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, KilledReinstall,
+                         testing::Values(Scene{kRar, false, JobKind::Reinstall, 3001}), SceneName);
+
+}  // namespace

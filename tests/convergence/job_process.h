@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "common/windows_api.h"
+#include "convergence/job_runner.h"
+#include "job/job_progress.h"
+
+// Running job_runner from a test.
+
+struct JobOrder {
+    JobKind kind;
+    std::wstring url;
+    std::wstring digest;
+};
+
+// See ChosenCall.
+struct Strike {
+    Intervention intervention;
+    Phase phase;
+    std::wstring function;
+    unsigned number;
+};
+
+// How often each function is called in each phase.
+using PhaseCalls = std::map<Phase, std::map<std::wstring, unsigned>>;
+
+struct JobOutcome {
+    DWORD exitCode = 0;
+    std::string detail;  // The record's last detail line; empty after a kill.
+    PhaseCalls calls;    // None after a kill.
+};
+
+// Puts the program there under the name of the tool.
+void PutJobRunner(const std::filesystem::path& tool);
+
+// Runs it to its end, its temporary files in `tempFolder`. When this comes back, nothing that it
+// started runs any more.
+JobOutcome RunJob(const std::filesystem::path& tool, const std::filesystem::path& tempFolder,
+                  const JobOrder& order, const std::optional<Strike>& strike = std::nullopt);

@@ -1,0 +1,209 @@
+#include "uninstaller/client_removal.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "bench_parts/import_hook.h"
+#include "installed_game_test.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+
+class RemoveGameTest : public InstalledGameTest {};
+
+TEST_F(RemoveGameTest, LeavesNothingOfAnInstalledGame) {
+    PutShortcut();
+    bench::WriteFile(toolFolder / L"read-only", "x");
+    bench::SetReadOnly(toolFolder / L"read-only", true);
+    bench::WriteFile(toolFolder / L"hidden", "x");
+    ::SetFileAttributesW((toolFolder / L"hidden").c_str(),
+                         FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
+    bench::WriteFile(toolFolder / L"bin" / L"\u6e38\u620f" / L"deep" / L"file", "x");
+    fs::create_directories(toolFolder / L"empty" / L"folder");
+    const RemovalResult result = RemoveGame();
+    EXPECT_THAT(result.left, IsEmpty());
+    EXPECT_FALSE(result.entryLeft);
+    EXPECT_FALSE(result.canBeRepeated);
+    EXPECT_THAT(bench::FolderListing(Outside()), IsEmpty());
+    EXPECT_FALSE(ReadKey(EntryKey()));
+    EXPECT_FALSE(fs::exists(Shortcut()));
+}
+
+TEST_F(RemoveGameTest, TouchesNothingOutside) {
+    bench::WriteFile(Outside() / L"neighbour.txt", "x");
+    bench::WriteFile(Outside() / (toolFolder.filename().native() + L"2") / L"file", "x");
+    bench::WriteFile(Shortcut().parent_path() / L"other.txt", "x");
+    const std::wstring otherKey = EntryKey() + L" 2";
+    StoreValue(otherKey, L"DisplayName", StoredText(L"Bench Game 2"));
+    RemoveGame();
+    EXPECT_THAT(bench::FolderListing(Outside()),
+                ElementsAre(L"Spiel \u00fc2/", L"Spiel \u00fc2/file", L"neighbour.txt"));
+    EXPECT_TRUE(fs::exists(Shortcut().parent_path() / L"other.txt"));
+    EXPECT_TRUE(ReadKey(otherKey));
+    RemoveKey(otherKey);
+    fs::remove(Shortcut().parent_path() / L"other.txt");
+}
+
+TEST_F(RemoveGameTest, RemovesLinksAndLeavesWhatTheyLeadTo) {
+    bench::WriteFile(Outside() / L"kept" / L"inside" / L"file", "x");
+    if (!bench::MakeFolderLink(toolFolder / L"link", Outside() / L"kept") ||
+        !bench::MakeFolderLink(toolFolder / L"bin" / L"link", Outside() / L"kept")) {
+        GTEST_SKIP() << "no links can be made here";
+    }
+    RemoveGame();
+    const auto listing = bench::FolderListing(Outside());
+    EXPECT_THAT(listing, IsSupersetOf({L"kept/", L"kept/inside/", L"kept/inside/file"}));
+    EXPECT_FALSE(fs::exists(toolFolder / L"data"));
+}
+
+TEST_F(RemoveGameTest, KeepsWhatASecondAttemptNeeds) {
+    PutShortcut();
+    bench::WriteFile(toolFolder / L"bin" / L"engine.dll", "x");
+    bench::WriteFile(toolFolder / L"data" / L"maps" / L"open.map", "x");
+    bench::OpenElsewhere open(toolFolder / L"data" / L"maps" / L"open.map", FILE_SHARE_READ);
+    const RemovalResult result = RemoveGame();
+    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"data" / L"maps" / L"open.map"));
+    EXPECT_TRUE(result.canBeRepeated);
+    EXPECT_TRUE(result.entryLeft);
+    EXPECT_THAT(bench::FolderListing(toolFolder),
+                ElementsAre(L"Uninstall.exe", L"bin/", L"bin/start.exe", L"data/", L"data/maps/",
+                            L"data/maps/open.map"));
+    EXPECT_TRUE(ReadKey(EntryKey()));
+    EXPECT_TRUE(fs::exists(Shortcut()));
+
+    open.Close();
+    const RemovalResult second = RemoveGame();
+    EXPECT_THAT(second.left, IsEmpty());
+    EXPECT_FALSE(second.entryLeft);
+    EXPECT_THAT(bench::FolderListing(Outside()), IsEmpty());
+    EXPECT_FALSE(fs::exists(Shortcut()));
+}
+
+TEST_F(RemoveGameTest, NamesEveryFileThatStays) {
+    bench::WriteFile(toolFolder / L"a", "x");
+    bench::WriteFile(toolFolder / L"data" / L"b", "x");
+    const bench::OpenElsewhere first(toolFolder / L"a", 0);
+    const bench::OpenElsewhere second(toolFolder / L"data" / L"b", 0);
+    EXPECT_THAT(RemoveGame().left,
+                testing::UnorderedElementsAre(toolFolder / L"a", toolFolder / L"data" / L"b"));
+}
+
+TEST_F(RemoveGameTest, NamesAFolderThatCannotBeLookedInto) {
+    bench::WriteFile(toolFolder / L"closed" / L"file", "x");
+    const bench::UnreadableFolder closed(toolFolder / L"closed");
+    if (!closed.Made()) {
+        GTEST_SKIP() << "no folder can be made unreadable here";
+    }
+    const RemovalResult result = RemoveGame();
+    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"closed"));
+    EXPECT_TRUE(result.canBeRepeated);
+}
+
+TEST_F(RemoveGameTest, KeepsTheStartupProgramWithAnUninstallerThatIsInUse) {
+    const bench::OpenElsewhere open(toolExePath, FILE_SHARE_READ);
+    const RemovalResult result = RemoveGame();
+    EXPECT_THAT(result.left, ElementsAre(toolExePath));
+    EXPECT_TRUE(result.canBeRepeated);
+    EXPECT_THAT(bench::FolderListing(toolFolder),
+                ElementsAre(L"Uninstall.exe", L"bin/", L"bin/start.exe"));
+    EXPECT_TRUE(ReadKey(EntryKey()));
+}
+
+TEST_F(RemoveGameTest, RemovesTheEntryOnceTheUninstallerIsGone) {
+    // Nobody could use it any more.
+    const bench::OpenElsewhere open(toolFolder / L"bin" / L"start.exe", FILE_SHARE_READ);
+    const RemovalResult result = RemoveGame();
+    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"bin" / L"start.exe"));
+    EXPECT_FALSE(result.canBeRepeated);
+    EXPECT_FALSE(result.entryLeft);
+    EXPECT_FALSE(ReadKey(EntryKey()));
+}
+
+TEST_F(RemoveGameTest, LeavesAShortcutToElsewhere) {
+    bench::WriteFile(Outside() / (toolFolder.filename().native() + L"2") / L"run.exe", "MZ");
+    toolConfig.startupExe = Outside() / (toolFolder.filename().native() + L"2") / L"run.exe";
+    PutShortcut();
+    toolConfig.startupExe = L"bin\\start.exe";
+    EXPECT_THAT(RemoveGame().left, IsEmpty());
+    EXPECT_TRUE(fs::exists(Shortcut()));
+}
+
+TEST_F(RemoveGameTest, LeavesAFileThatIsNoShortcut) {
+    bench::WriteFile(Shortcut(), "somebody's notes");
+    EXPECT_THAT(RemoveGame().left, IsEmpty());
+    EXPECT_EQ(bench::ReadFile(Shortcut()), "somebody's notes");
+}
+
+TEST_F(RemoveGameTest, NamesAShortcutThatStays) {
+    PutShortcut();
+    const bench::OpenElsewhere open(Shortcut(), FILE_SHARE_READ);
+    const RemovalResult result = RemoveGame();
+    EXPECT_THAT(result.left, ElementsAre(Shortcut()));
+    EXPECT_FALSE(result.entryLeft);
+    EXPECT_FALSE(fs::exists(toolFolder));
+}
+
+TEST_F(RemoveGameTest, RemovesAnEntryWithKeysBelowIt) {
+    StoreValue(EntryKey() + L"\\below", L"value", StoredNumber(1));
+    EXPECT_FALSE(RemoveGame().entryLeft);
+    EXPECT_FALSE(ReadKey(EntryKey()));
+}
+
+TEST_F(RemoveGameTest, IsContentWithoutAnEntry) {
+    RemoveKey(EntryKey());
+    EXPECT_FALSE(RemoveGame().entryLeft);
+}
+
+LSTATUS WINAPI RefuseToDelete(HKEY, LPCWSTR) {
+    return ERROR_ACCESS_DENIED;
+}
+
+TEST_F(RemoveGameTest, SaysWhenTheEntryStays) {
+    const bench::ImportHook hook(L"advapi32.dll", "RegDeleteTreeW",
+                                 reinterpret_cast<void*>(&RefuseToDelete));
+    ASSERT_TRUE(hook.Installed());
+    const RemovalResult result = RemoveGame();
+    EXPECT_TRUE(result.entryLeft);
+    EXPECT_FALSE(result.canBeRepeated);
+    EXPECT_THAT(result.left, IsEmpty());
+}
+
+TEST_F(RemoveGameTest, RemovesTheRealFolderBehindALink) {
+    const fs::path real = toolFolder;
+    const fs::path link = Outside() / L"link";
+    if (!bench::MakeFolderLink(link, real)) {
+        GTEST_SKIP() << "no links can be made here";
+    }
+    toolFolder = link;
+    toolExePath = link / L"Uninstall.exe";
+    EXPECT_THAT(RemoveGame().left, IsEmpty());
+    EXPECT_FALSE(fs::exists(real));
+}
+
+TEST_F(RemoveGameTest, GoesByTheFileSystemsLetterCase) {
+    toolConfig.startupExe = L"BIN\\Start.EXE";
+    toolExePath = toolFolder / L"UNINSTALL.EXE";
+    bench::WriteFile(toolFolder / L"open", "x");
+    const bench::OpenElsewhere open(toolFolder / L"open", 0);
+    EXPECT_TRUE(RemoveGame().canBeRepeated);
+    EXPECT_THAT(bench::FolderListing(toolFolder),
+                ElementsAre(L"Uninstall.exe", L"bin/", L"bin/start.exe", L"open"));
+}
+
+TEST_F(RemoveGameTest, MeasuresWhatWillGo) {
+    bench::WriteFile(toolFolder / L"large", std::string(5000, 'x'));
+    const ClientContent content = MeasureClient(toolFolder);
+    EXPECT_EQ(content.files, 4U);
+    EXPECT_EQ(content.bytes, 5000U + 5U + 8U + 14U);
+    const ClientContent nothing = MeasureClient(toolFolder / L"missing");
+    EXPECT_EQ(nothing.files, 0U);
+    EXPECT_EQ(nothing.bytes, 0U);
+}
+
+}  // namespace

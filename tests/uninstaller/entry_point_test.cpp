@@ -1,0 +1,170 @@
+// The whole uninstaller, started as the list of installed programs starts it.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "installed_game_test.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+// Where a message box keeps its text.
+constexpr int kTextControl = 0xffff;
+
+template <typename Find>
+auto Await(Find find) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    auto found = find();
+    while (!found && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        found = find();
+    }
+    return found;
+}
+
+// The message box with this caption, once it is there with all its parts.
+HWND AwaitBox(const wchar_t* caption) {
+    return Await([&] {
+        const HWND box = ::FindWindowW(L"#32770", caption);
+        return box != nullptr && ::IsWindowVisible(box) ? box : nullptr;
+    });
+}
+
+std::wstring TextOf(HWND box) {
+    std::array<wchar_t, 2048> text{};
+    ::SendMessageW(::GetDlgItem(box, kTextControl), WM_GETTEXT, text.size(),
+                   reinterpret_cast<LPARAM>(text.data()));
+    return text.data();
+}
+
+bool IsDefaultButton(HWND box, int button) {
+    return (::SendMessageW(::GetDlgItem(box, button), WM_GETDLGCODE, 0, 0) & DLGC_DEFPUSHBUTTON) !=
+           0;
+}
+
+void Press(HWND box, int button) {
+    ::PostMessageW(box, WM_COMMAND, static_cast<WPARAM>(button), 0);
+    Await([&] { return !::IsWindow(box); });
+}
+
+// The bench's game with the real uninstaller in its folder.
+class UninstallerProgram : public InstalledGameTest {
+protected:
+    UninstallerProgram() {
+        PutUninstaller(L"bench_uninstaller.exe");
+    }
+    ~UninstallerProgram() override {
+        // The copy ends a moment after its last box is closed.
+        Await([] { return CopiesInTempFolder() == 0; });
+    }
+
+    static void PutUninstaller(const wchar_t* program) {
+        bench::WriteFile(toolExePath, bench::ReadFile(FolderOfThisProgram() / program));
+    }
+
+    // Starts what the entry says, from within the client folder.
+    [[nodiscard]] bool StartAsRegistered() const {
+        const StoredValue value = ReadKey(EntryKey())->at(L"UninstallString");
+        return Start(std::wstring(reinterpret_cast<const wchar_t*>(value.bytes.data())));
+    }
+
+    static bool Start(std::wstring commandLine) {
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION started{};
+        if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                              toolFolder.c_str(), &startup, &started)) {
+            return false;
+        }
+        ::CloseHandle(started.hThread);
+        ::CloseHandle(started.hProcess);
+        return true;
+    }
+
+    static int CopiesInTempFolder() {
+        std::wstring folder(MAX_PATH + 1, L'\0');
+        folder.resize(::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
+        int copies = 0;
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+            copies += entry.path().filename().native().starts_with(L"Uninstall-") ? 1 : 0;
+        }
+        return copies;
+    }
+};
+
+TEST_F(UninstallerProgram, RemovesTheGameAndItself) {
+    PutShortcut();
+    ASSERT_TRUE(StartAsRegistered());
+    const HWND question = AwaitBox(L"Uninstall Bench Game");
+    ASSERT_TRUE(question);
+    EXPECT_TRUE(Await([&] { return IsDefaultButton(question, IDNO); }));
+    EXPECT_FALSE(IsDefaultButton(question, IDYES));
+    EXPECT_THAT(TextOf(question), HasSubstr(toolFolder.native()));
+    Press(question, IDYES);
+    const HWND report = AwaitBox(L"Uninstall Bench Game");
+    ASSERT_TRUE(report);
+    EXPECT_EQ(TextOf(report), L"Bench Game was removed.");
+    EXPECT_TRUE(bench::FolderListing(Outside()).empty());
+    EXPECT_FALSE(ReadKey(EntryKey()));
+    EXPECT_FALSE(fs::exists(Shortcut()));
+    EXPECT_EQ(CopiesInTempFolder(), 1);
+    Press(report, IDOK);
+    EXPECT_TRUE(Await([] { return CopiesInTempFolder() == 0; }));
+}
+
+TEST_F(UninstallerProgram, RemovesNothingAfterANo) {
+    const auto listing = bench::FolderListing(Outside());
+    const auto entry = ReadKey(EntryKey());
+    ASSERT_TRUE(StartAsRegistered());
+    const HWND question = AwaitBox(L"Uninstall Bench Game");
+    ASSERT_TRUE(question);
+    Press(question, IDNO);
+    EXPECT_TRUE(Await([] { return CopiesInTempFolder() == 0; }));
+    EXPECT_EQ(bench::FolderListing(Outside()), listing);
+    EXPECT_EQ(ReadKey(EntryKey()), entry);
+}
+
+TEST_F(UninstallerProgram, RefusesOutsideTheRegisteredFolder) {
+    const fs::path stray = Outside() / L"Downloads" / L"Uninstall.exe";
+    bench::WriteFile(stray, bench::ReadFile(toolExePath));
+    const auto listing = bench::FolderListing(Outside());
+    ASSERT_TRUE(Start(L"\"" + stray.native() + L"\""));
+    const HWND refusal = AwaitBox(L"Uninstall Bench Game");
+    ASSERT_TRUE(refusal);
+    EXPECT_THAT(TextOf(refusal), HasSubstr(L"is installed in another folder"));
+    Press(refusal, IDOK);
+    EXPECT_EQ(bench::FolderListing(Outside()), listing);
+}
+
+TEST_F(UninstallerProgram, RefusesAFolderNamedOnTheCommandLine) {
+    const fs::path other = Outside() / L"other" / L"Uninstall.exe";
+    bench::WriteFile(other, "MZ");
+    bench::WriteFile(other.parent_path() / L"bin" / L"start.exe", "MZ");
+    const auto listing = bench::FolderListing(Outside());
+    ASSERT_TRUE(Start(L"\"" + toolExePath.native() + L"\" /remove \"" + other.native() + L"\" 0"));
+    const HWND refusal = AwaitBox(L"Uninstall Bench Game");
+    ASSERT_TRUE(refusal);
+    EXPECT_THAT(TextOf(refusal), HasSubstr(L"Nothing was removed."));
+    Press(refusal, IDOK);
+    EXPECT_EQ(bench::FolderListing(Outside()), listing);
+}
+
+TEST_F(UninstallerProgram, RefusesWithoutItsConfiguration) {
+    PutUninstaller(L"bare_uninstaller.exe");
+    const auto listing = bench::FolderListing(Outside());
+    ASSERT_TRUE(StartAsRegistered());
+    const HWND refusal = AwaitBox(L"Uninstall");
+    ASSERT_TRUE(refusal);
+    EXPECT_EQ(TextOf(refusal), L"This uninstaller does not know its game.\n\nNothing was removed.");
+    Press(refusal, IDOK);
+    EXPECT_EQ(bench::FolderListing(Outside()), listing);
+}
+
+}  // namespace

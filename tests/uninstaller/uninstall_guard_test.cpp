@@ -1,0 +1,317 @@
+#include "uninstaller/uninstall_guard.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "bench_parts/import_hook.h"
+#include "installed_game_test.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class FindRefusalTest : public InstalledGameTest {};
+
+TEST_F(FindRefusalTest, ConsentsToAnInstalledGame) {
+    EXPECT_EQ(FindRefusal(), Refusal::None);
+}
+
+TEST_F(FindRefusalTest, TouchesNothing) {
+    const std::vector<std::wstring> listing = bench::FolderListing(Outside());
+    const auto entry = ReadKey(EntryKey());
+    FindRefusal();
+    fs::remove(toolFolder / L"bin" / L"start.exe");
+    FindRefusal();
+    bench::WriteFile(toolFolder / L"bin" / L"start.exe", "MZ start");
+    EXPECT_EQ(bench::FolderListing(Outside()), listing);
+    EXPECT_EQ(ReadKey(EntryKey()), entry);
+}
+
+TEST_F(FindRefusalTest, RefusesWithoutAnEntry) {
+    RemoveKey(EntryKey());
+    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
+}
+
+TEST_F(FindRefusalTest, RefusesAnEntryOfAnotherGame) {
+    toolConfig.programsDisplayName = L"Other Game";
+    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
+}
+
+TEST_F(FindRefusalTest, RefusesAnEntryThatNamesNoFolder) {
+    RegisterFolder(L"");
+    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
+    StoreValue(EntryKey(), L"InstallLocation", StoredNumber(1));
+    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
+    RemoveKey(EntryKey());
+    StoreValue(EntryKey(), L"DisplayName", StoredText(L"Bench Game"));
+    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
+}
+
+TEST_F(FindRefusalTest, RefusesAnyOtherFolderThanTheRegisteredOne) {
+    const fs::path client = toolFolder;
+    fs::create_directory(client.native() + L"2");
+    for (const fs::path& registered :
+         {Outside(), client / L"data", fs::path(client.native() + L"2"), client / L"missing",
+          fs::path(client.native().substr(0, client.native().size() - 1)), fs::path(L"C:\\"),
+          fs::path(L"."), fs::path(L"a*b?"), client / L"Uninstall.exe"}) {
+        RegisterFolder(registered);
+        EXPECT_EQ(FindRefusal(), Refusal::RegisteredElsewhere) << registered;
+    }
+}
+
+TEST_F(FindRefusalTest, RefusesACopyInAnotherFolder) {
+    // The same files once more; the entry still names the first.
+    const fs::path first = toolFolder;
+    Install(Outside() / L"copy");
+    RegisterFolder(first);
+    EXPECT_EQ(FindRefusal(), Refusal::RegisteredElsewhere);
+}
+
+TEST_F(FindRefusalTest, KnowsTheFolderByOtherNames) {
+    std::wstring otherCase = toolFolder.native();
+    ::CharUpperBuffW(otherCase.data(), static_cast<DWORD>(otherCase.size()));
+    std::wstring slashes = toolFolder.native();
+    std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
+    for (const std::wstring& registered :
+         {otherCase, slashes, toolFolder.native() + L"\\", toolFolder.native() + L"\\data\\..",
+          L"\\\\?\\" + toolFolder.native()}) {
+        RegisterFolder(registered);
+        EXPECT_EQ(FindRefusal(), Refusal::None) << registered;
+    }
+}
+
+TEST_F(FindRefusalTest, KnowsTheFolderThroughALink) {
+    const fs::path link = Outside() / L"link";
+    if (!bench::MakeFolderLink(link, toolFolder)) {
+        GTEST_SKIP() << "no links can be made here";
+    }
+    RegisterFolder(link);
+    EXPECT_EQ(FindRefusal(), Refusal::None);
+}
+
+TEST_F(FindRefusalTest, RefusesAnUninstallerOutsideTheFolder) {
+    const fs::path client = toolFolder;
+    for (const fs::path& elsewhere :
+         {Outside() / L"Uninstall.exe", client / L"data" / L"Uninstall.exe"}) {
+        bench::WriteFile(elsewhere, "MZ uninstaller");
+        toolExePath = elsewhere;
+        EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder) << elsewhere;
+    }
+}
+
+TEST_F(FindRefusalTest, RefusesWithoutTheUninstallersFile) {
+    fs::remove(toolExePath);
+    EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder);
+    fs::create_directory(toolExePath);
+    EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder);
+}
+
+// Takes the game out of a folder again that may not be the test's own; the folder goes with it
+// when it was not there before.
+class GameInFolder {
+public:
+    explicit GameInFolder(fs::path folder) : folder_(std::move(folder)) {}
+    ~GameInFolder() {
+        std::error_code ignored;
+        for (const wchar_t* const entry : {L"bin", L"data", L"Uninstall.exe"}) {
+            fs::remove_all(folder_ / entry, ignored);
+        }
+        if (!wasThere_) {
+            fs::remove(folder_, ignored);
+        }
+    }
+    GameInFolder(const GameInFolder&) = delete;
+    GameInFolder& operator=(const GameInFolder&) = delete;
+
+private:
+    fs::path folder_;
+    bool wasThere_ = fs::exists(folder_);
+};
+
+TEST_F(FindRefusalTest, RefusesTheRootOfADrive) {
+    const GameInFolder game(L"C:\\");
+    Install(L"C:\\");
+    EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder);
+}
+
+TEST_F(FindRefusalTest, RefusesFoldersOfFiveCharacters) {
+    const struct {
+        const wchar_t* folder;
+        Refusal refusal;
+    } cases[] = {{L"C:\\q", Refusal::UnsafeFolder},
+                 {L"C:\\qz", Refusal::UnsafeFolder},
+                 {L"C:\\qzx", Refusal::None},
+                 {L"C:\\qzx\\..", Refusal::UnsafeFolder}};
+    for (const auto& [folder, refusal] : cases) {
+        const GameInFolder game(folder);
+        Install(folder);
+        EXPECT_EQ(FindRefusal(), refusal) << folder;
+    }
+}
+
+// A system that keeps one of its folders at a place of the test's choice, and has no others.
+GUID placedFolder{};
+fs::path placedAt;
+
+HRESULT WINAPI PlaceFolder(REFKNOWNFOLDERID id, DWORD, HANDLE, PWSTR* path) {
+    *path = nullptr;
+    if (!::IsEqualGUID(id, placedFolder)) {
+        return E_FAIL;
+    }
+    const std::wstring& text = placedAt.native();
+    *path = static_cast<wchar_t*>(::CoTaskMemAlloc((text.size() + 1) * sizeof(wchar_t)));
+    (*path)[text.copy(*path, text.size())] = L'\0';
+    return S_OK;
+}
+
+TEST_F(FindRefusalTest, RefusesFoldersThatHoldOtherThings) {
+    const bench::ImportHook hook(L"shell32.dll", "SHGetKnownFolderPath",
+                                 reinterpret_cast<void*>(&PlaceFolder));
+    ASSERT_TRUE(hook.Installed());
+    for (const KNOWNFOLDERID* const id :
+         {&FOLDERID_Windows, &FOLDERID_System, &FOLDERID_ProgramFiles, &FOLDERID_ProgramData,
+          &FOLDERID_Profile, &FOLDERID_UserProfiles, &FOLDERID_Public, &FOLDERID_Desktop,
+          &FOLDERID_Documents, &FOLDERID_Downloads, &FOLDERID_Pictures, &FOLDERID_Music,
+          &FOLDERID_Videos, &FOLDERID_RoamingAppData, &FOLDERID_LocalAppData}) {
+        placedFolder = *id;
+        placedAt = toolFolder;
+        EXPECT_EQ(FindRefusal(), Refusal::SharedFolder);
+        placedAt = toolFolder / L"data" / L"not there";
+        EXPECT_EQ(FindRefusal(), Refusal::SharedFolder);
+        placedAt = Outside();
+        EXPECT_EQ(FindRefusal(), Refusal::None);
+        placedAt = toolFolder.native() + L"2";
+        EXPECT_EQ(FindRefusal(), Refusal::None);
+    }
+}
+
+TEST_F(FindRefusalTest, RefusesTheRealDesktop) {
+    const GameInFolder game(KnownFolder(FOLDERID_Desktop));
+    Install(KnownFolder(FOLDERID_Desktop));
+    EXPECT_EQ(FindRefusal(), Refusal::SharedFolder);
+}
+
+TEST_F(FindRefusalTest, RefusesASharedFolderByItsOtherNames) {
+    const fs::path desktop = KnownFolder(FOLDERID_Desktop);
+    std::wstring otherCase = desktop.native();
+    ::CharUpperBuffW(otherCase.data(), static_cast<DWORD>(otherCase.size()));
+    const GameInFolder game(desktop);
+    Install(otherCase);
+    EXPECT_EQ(FindRefusal(), Refusal::SharedFolder);
+    const fs::path link = Outside() / L"link";
+    if (bench::MakeFolderLink(link, desktop)) {
+        Install(link);
+        EXPECT_EQ(FindRefusal(), Refusal::SharedFolder);
+    }
+}
+
+TEST_F(FindRefusalTest, ConsentsToAGameBelowASharedFolder) {
+    const fs::path folder = KnownFolder(FOLDERID_Documents) / L"Bench Game";
+    const GameInFolder game(folder);
+    Install(folder);
+    EXPECT_EQ(FindRefusal(), Refusal::None);
+}
+
+TEST_F(FindRefusalTest, RefusesWithoutTheStartupProgram) {
+    fs::remove(toolFolder / L"bin" / L"start.exe");
+    EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
+    fs::create_directory(toolFolder / L"bin" / L"start.exe");
+    EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
+    toolConfig.startupExe.clear();
+    EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
+}
+
+TEST_F(FindRefusalTest, RefusesAStartupProgramElsewhere) {
+    bench::WriteFile(Outside() / L"run.exe", "MZ");
+    for (const std::wstring& startupExe :
+         {Outside().native() + L"\\run.exe", std::wstring(L"..\\run.exe"),
+          std::wstring(L"bin\\..\\..\\run.exe")}) {
+        toolConfig.startupExe = startupExe;
+        EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing) << startupExe;
+    }
+}
+
+TEST_F(FindRefusalTest, RefusesAStartupProgramBehindALinkToElsewhere) {
+    bench::WriteFile(Outside() / L"elsewhere" / L"run.exe", "MZ");
+    if (!bench::MakeFolderLink(toolFolder / L"link", Outside() / L"elsewhere")) {
+        GTEST_SKIP() << "no links can be made here";
+    }
+    toolConfig.startupExe = L"link\\run.exe";
+    EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
+}
+
+TEST_F(FindRefusalTest, ConsentsToAStartupProgramByItsFullPath) {
+    toolConfig.startupExe = toolFolder / L"bin" / L"start.exe";
+    EXPECT_EQ(FindRefusal(), Refusal::None);
+}
+
+TEST_F(FindRefusalTest, RefusesWhileTheGameIsRunning) {
+    const RunningCopy running(L"child_program.exe", toolFolder / L"bin" / L"start.exe",
+                              L"sleep 60000");
+    ASSERT_TRUE(running.Process());
+    EXPECT_EQ(FindRefusal(), Refusal::InUse);
+}
+
+TEST_F(FindRefusalTest, RefusesWhileTheRepairToolIsRunning) {
+    const RunningCopy running(L"child_program.exe", toolFolder / L"repair.exe", L"sleep 60000");
+    ASSERT_TRUE(running.Process());
+    EXPECT_EQ(FindRefusal(), Refusal::InUse);
+}
+
+TEST_F(FindRefusalTest, DoesNotMindItsOwnOriginalOrReadOnlyPrograms) {
+    const RunningCopy running(L"child_program.exe", toolFolder / L"Uninstall.exe", L"sleep 60000");
+    ASSERT_TRUE(running.Process());
+    bench::SetReadOnly(toolFolder / L"bin" / L"start.exe", true);
+    EXPECT_EQ(FindRefusal(), Refusal::None);
+}
+
+TEST_F(FindRefusalTest, NamesTheFirstReason) {
+    fs::remove(toolFolder / L"bin" / L"start.exe");
+    RegisterFolder(Outside());
+    EXPECT_EQ(FindRefusal(), Refusal::RegisteredElsewhere);
+    RemoveKey(EntryKey());
+    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
+}
+
+TEST_F(FindRefusalTest, ReadsTheRegisteredFolderAsItIsWritten) {
+    EXPECT_EQ(RegisteredFolder(toolConfig), toolFolder.native());
+    const std::wstring longPath(1000, L'x');
+    RegisterFolder(longPath);
+    EXPECT_EQ(RegisteredFolder(toolConfig), longPath);
+    // Stored without its terminator, as some programs do.
+    StoredValue unterminated = StoredText(L"C:\\Games");
+    unterminated.bytes.resize(unterminated.bytes.size() - sizeof(wchar_t));
+    StoreValue(EntryKey(), L"InstallLocation", unterminated);
+    EXPECT_EQ(RegisteredFolder(toolConfig), L"C:\\Games");
+}
+
+TEST(LiesBelow, ComparesWholeNames) {
+    const struct {
+        const wchar_t* path;
+        const wchar_t* folder;
+        bool below;
+    } cases[] = {
+        {L"C:\\game\\a", L"C:\\game", true},
+        {L"C:\\game\\a\\b", L"C:\\game", true},
+        {L"C:\\game", L"C:\\game", false},
+        {L"C:\\game2", L"C:\\game", false},
+        {L"C:\\game2\\a", L"C:\\game", false},
+        {L"C:\\gam", L"C:\\game", false},
+        {L"C:\\", L"C:\\game", false},
+        {L"C:\\game", L"C:\\", true},
+        {L"C:\\", L"C:\\", false},
+        {L"D:\\game\\a", L"C:\\game", false},
+        {L"C:\\game\\", L"C:\\game", false},
+        {L"C:\\game\\a", L"", false},
+        {L"", L"C:\\game", false},
+        {L"C:\\Game\\a", L"C:\\game", false},
+    };
+    for (const auto& [path, folder, below] : cases) {
+        EXPECT_EQ(LiesBelow(path, folder), below) << path << L" " << folder;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,66 @@
+#include "uninstaller/uninstall_texts.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+ToolConfig Game() {
+    ToolConfig config;
+    config.programsDisplayName = L" Bench: Game ";
+    return config;
+}
+
+TEST(UninstallTexts, NameTheGame) {
+    EXPECT_EQ(CaptionText(Game()), L"Uninstall Bench: Game");
+}
+
+TEST(UninstallTexts, AskWithGameFolderAndAmount) {
+    EXPECT_EQ(QuestionText(Game(), L"D:\\Games\\Bench", {1234, 5'000'000'000}),
+              L"Do you want to remove Bench: Game?\n\n"
+              L"This folder will be deleted with everything in it, also what you put there "
+              L"yourself:\nD:\\Games\\Bench\n\n1234 files, 4.7 GB. This cannot be undone.");
+    EXPECT_THAT(QuestionText(Game(), L"D:\\Games\\Bench", {1, 0}), HasSubstr(L"\n\n1 file, 0 B."));
+}
+
+TEST(UninstallTexts, SayWhyNothingWasRemoved) {
+    for (const Refusal refusal :
+         {Refusal::NotRegistered, Refusal::RegisteredElsewhere, Refusal::UnsafeFolder,
+          Refusal::SharedFolder, Refusal::StartupProgramMissing, Refusal::InUse}) {
+        const std::wstring text = RefusalText(refusal, Game(), L"E:\\Elsewhere");
+        EXPECT_GT(text.find(L"\n\nNothing was removed."), 20U);
+        EXPECT_EQ(text.find(L"E:\\Elsewhere") != std::wstring::npos,
+                  refusal == Refusal::RegisteredElsewhere);
+    }
+}
+
+TEST(UninstallTexts, ReportACompleteRemoval) {
+    EXPECT_EQ(ReportText(Game(), {}), L"Bench: Game was removed.");
+}
+
+TEST(UninstallTexts, ReportWhatStaysAndWhatToDo) {
+    EXPECT_EQ(ReportText(Game(), {{L"D:\\Games\\a", L"D:\\Games\\b"}, true, true}),
+              L"Bench: Game could not be removed completely. This is still there:\n\n"
+              L"D:\\Games\\a\nD:\\Games\\b\n\n"
+              L"Close the programs that use it and start the uninstaller again.");
+    EXPECT_EQ(ReportText(Game(), {{L"D:\\Games\\a"}, true, false}),
+              L"Bench: Game was removed. This could not be deleted:\n\nD:\\Games\\a\n\n"
+              L"Its entry in your list of installed programs could not be deleted.");
+}
+
+TEST(UninstallTexts, ShowTenPathsAtMost) {
+    RemovalResult result;
+    for (int i = 0; i < 10; ++i) {
+        result.left.emplace_back(L"D:\\file" + std::to_wstring(i));
+    }
+    EXPECT_THAT(ReportText(Game(), result), Not(HasSubstr(L" more")));
+    result.left.insert(result.left.end(), {L"D:\\hidden", L"D:\\hidden too"});
+    const std::wstring text = ReportText(Game(), result);
+    EXPECT_THAT(text, HasSubstr(L"D:\\file9\nand 2 more"));
+    EXPECT_THAT(text, Not(HasSubstr(L"hidden")));
+}
+
+}  // namespace

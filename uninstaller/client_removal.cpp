@@ -1,0 +1,156 @@
+#include "uninstaller/client_removal.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+
+#include "common/files.h"
+#include "common/folder_walk.h"
+#include "common/handles.h"
+#include "common/paths.h"
+#include "common/removal.h"
+#include "common/shell_api.h"
+#include "common/tool_instance.h"
+#include "config/tool_config.h"
+#include "system/desktop_shortcut.h"
+#include "system/folder_size.h"
+#include "system/installed_programs_values.h"
+#include "system/known_folder.h"
+#include "system/startup_program.h"
+#include "uninstaller/uninstall_guard.h"
+
+namespace {
+
+using Paths = std::vector<std::filesystem::path>;
+
+// Whether one of `kept` is this entry or lies below it.
+bool LeadsToKept(const std::wstring& entry, const Paths& kept) {
+    return std::any_of(kept.begin(), kept.end(), [&](const std::filesystem::path& path) {
+        return IsSameCanonicalPath(path.native(), entry) || LiesBelow(path.native(), entry);
+    });
+}
+
+// Removes all that lies below `folder` but `kept` and the folders on the way there.
+void RemoveAllBut(const Paths& kept, const std::filesystem::path& folder) {
+    ListFolder(folder, [&](const FolderEntry& entry) {
+        if (!LeadsToKept(entry.path, kept)) {
+            static_cast<void>(RemoveEntryOrTree(entry.path));  // What stays is counted afterwards.
+        } else if (entry.IsFolder() && !entry.isLink) {
+            RemoveAllBut(kept, entry.path);
+        }
+        return true;
+    });
+}
+
+// What lies below `folder` now, without `kept` and the folders on the way there.
+Paths EntriesBut(const Paths& kept, const std::filesystem::path& folder) {
+    Paths left;
+    WalkTree(folder, [&](const FolderEntry& entry) {
+        if (LeadsToKept(entry.path, kept)) {
+            return true;
+        }
+        // A folder is shown before its content; the content says more.
+        if (!left.empty() && LiesBelow(entry.path, left.back().native())) {
+            left.pop_back();
+        }
+        left.emplace_back(entry.path);
+        return true;
+    });
+    return left;
+}
+
+// The canonical `folder` with its content; empty when all is gone. What is needed for a second
+// attempt goes last.
+Paths RemoveClientFolder(const std::filesystem::path& folder) {
+    const auto uninstaller = WeaklyCanonical(toolExePath);
+    const auto startupProgram = WeaklyCanonical(ResolveStartupExePath());
+    if (!uninstaller || !startupProgram) {
+        return {folder};
+    }
+    const Paths kept{*uninstaller, *startupProgram};
+    RemoveAllBut(kept, folder);
+    Paths left = EntriesBut(kept, folder);
+    if (!left.empty()) {
+        return left;
+    }
+    for (const std::filesystem::path& path : kept) {
+        if (RemoveEntry(path) != ERROR_SUCCESS) {
+            return {path};
+        }
+    }
+    return RemoveTree(folder) == ERROR_SUCCESS ? Paths{} : Paths{folder};
+}
+
+// Where the shortcut file leads to, resolved; none for what is no readable shortcut.
+std::optional<std::filesystem::path> ShortcutTarget(const std::filesystem::path& shortcut) {
+    void* made = nullptr;
+    if (FAILED(::CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                                  &made))) {
+        return std::nullopt;
+    }
+    const ComPointer<IShellLinkW> link(static_cast<IShellLinkW*>(made));
+    void* found = nullptr;
+    if (FAILED(link->QueryInterface(IID_IPersistFile, &found))) {
+        return std::nullopt;
+    }
+    const ComPointer<IPersistFile> file(static_cast<IPersistFile*>(found));
+    std::array<wchar_t, MAX_PATH> target{};
+    if (FAILED(file->Load(shortcut.c_str(), STGM_READ)) ||
+        link->GetPath(target.data(), static_cast<int>(target.size()), nullptr, SLGP_RAWPATH) !=
+            S_OK) {
+        return std::nullopt;
+    }
+    return WeaklyCanonical(target.data());
+}
+
+// The game's shortcut on the Desktop, when it leads into the canonical `folder`.
+std::optional<std::filesystem::path> FindShortcutInto(const std::filesystem::path& folder) {
+    const std::filesystem::path desktop = KnownFolder(FOLDERID_Desktop);
+    if (desktop.empty()) {
+        return std::nullopt;
+    }
+    const std::filesystem::path shortcut = desktop / ShortcutFileName();
+    const std::optional<std::filesystem::path> target = ShortcutTarget(shortcut);
+    const bool leadsThere = target && LiesBelow(target->native(), folder.native());
+    return leadsThere ? std::optional(shortcut) : std::nullopt;
+}
+
+bool RemoveEntryFromList() {
+    const LSTATUS status =
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, UninstallKeyPath(toolConfig).c_str());
+    return status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND;
+}
+
+}  // namespace
+
+ClientContent MeasureClient(const std::filesystem::path& folder) {
+    ClientContent content;
+    content.bytes = FolderSizeBytes(folder);
+    WalkTree(folder, [&](const FolderEntry& entry) {
+        content.files += entry.IsFolder() ? 0 : 1;
+        return true;
+    });
+    return content;
+}
+
+RemovalResult RemoveGame() {
+    RemovalResult result;
+    const std::optional<std::filesystem::path> folder = WeaklyCanonical(toolFolder);
+    if (!folder) {
+        return {{toolFolder}, true, true};
+    }
+    // Looked up first, while what it leads to is still there.
+    const std::optional<std::filesystem::path> shortcut = FindShortcutInto(*folder);
+    result.left = RemoveClientFolder(*folder);
+    result.canBeRepeated = IsRegularFile(toolExePath);
+    if (result.canBeRepeated) {
+        result.entryLeft = true;
+        return result;
+    }
+    if (shortcut && RemoveEntry(*shortcut) != ERROR_SUCCESS) {
+        result.left.push_back(*shortcut);
+    }
+    result.entryLeft = !RemoveEntryFromList();
+    return result;
+}

@@ -1,0 +1,66 @@
+#include <optional>
+#include <span>
+
+#include "common/paths.h"
+#include "common/shell_api.h"
+#include "common/tool_instance.h"
+#include "config/config_loader.h"
+#include "uninstaller/hand_over.h"
+#include "uninstaller/uninstall_run.h"
+
+namespace {
+
+constexpr int kExitDone = 0;
+constexpr int kExitNotDone = 1;  // Refused, declined, or something stayed.
+
+class ComApartment {
+public:
+    ComApartment() {
+        ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    }
+    ~ComApartment() {
+        ::CoUninitialize();
+    }
+    ComApartment(const ComApartment&) = delete;
+    ComApartment& operator=(const ComApartment&) = delete;
+};
+
+std::optional<HandOver> HandOverOnCommandLine() {
+    int count = 0;
+    wchar_t** const arguments = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    if (arguments == nullptr) {
+        return std::nullopt;
+    }
+    std::optional<HandOver> handOver = ParseHandOver({arguments, static_cast<size_t>(count)});
+    ::LocalFree(arguments);
+    return handOver;
+}
+
+bool RunAsCopy(const HandOver& handOver) {
+    AwaitOriginal(handOver.original);
+    toolExePath = handOver.uninstaller;
+    toolFolder = ParentFolder(handOver.uninstaller.native());
+    const ComApartment apartment;
+    return RunUninstall();
+}
+
+bool RunAsOriginal() {
+    LocateTool();
+    if (StartCopy(toolExePath)) {
+        return true;
+    }
+    ReportFailedStart();
+    return false;
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
+    if (!LoadEmbeddedConfig(nullptr, toolConfig)) {
+        ReportMissingConfiguration();
+        return kExitNotDone;
+    }
+    FillEmptyNames(toolConfig);
+    const std::optional<HandOver> handOver = HandOverOnCommandLine();
+    return (handOver ? RunAsCopy(*handOver) : RunAsOriginal()) ? kExitDone : kExitNotDone;
+}

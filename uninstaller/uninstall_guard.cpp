@@ -1,0 +1,106 @@
+#include "uninstaller/uninstall_guard.h"
+
+#include <algorithm>
+#include <array>
+
+#include "common/files.h"
+#include "common/handles.h"
+#include "common/paths.h"
+#include "common/shell_api.h"
+#include "common/tool_instance.h"
+#include "job/reinstall_cleanup.h"
+#include "system/installed_programs_values.h"
+#include "system/known_folder.h"
+#include "system/startup_program.h"
+
+namespace {
+
+// Folders that nobody means when a game is to be removed, though a tool started from the wrong
+// place may once have registered one of them.
+constexpr std::array kSharedFolders{
+    &FOLDERID_Windows,         &FOLDERID_System,        &FOLDERID_ProgramFiles,
+    &FOLDERID_ProgramFilesX86, &FOLDERID_ProgramData,   &FOLDERID_UserProgramFiles,
+    &FOLDERID_Profile,         &FOLDERID_UserProfiles,  &FOLDERID_Public,
+    &FOLDERID_Desktop,         &FOLDERID_PublicDesktop, &FOLDERID_Documents,
+    &FOLDERID_PublicDocuments, &FOLDERID_Downloads,     &FOLDERID_PublicDownloads,
+    &FOLDERID_Pictures,        &FOLDERID_Music,         &FOLDERID_Videos,
+    &FOLDERID_RoamingAppData,  &FOLDERID_LocalAppData,  &FOLDERID_LocalAppDataLow,
+    &FOLDERID_SavedGames,      &FOLDERID_Favorites,     &FOLDERID_SkyDrive,
+};
+
+// Whether the canonical `folder` is such a folder or has one below it.
+bool HoldsSharedFolder(std::wstring_view folder) {
+    return std::any_of(kSharedFolders.begin(), kSharedFolders.end(), [&](const KNOWNFOLDERID* id) {
+        // None for a folder that this system does not have.
+        const auto shared = WeaklyCanonical(KnownFolder(*id, KF_FLAG_DONT_VERIFY));
+        return shared && (IsSameCanonicalPath(shared->native(), folder) ||
+                          LiesBelow(shared->native(), folder));
+    });
+}
+
+bool IsStartupProgramIn(const std::filesystem::path& canonicalFolder) {
+    const std::filesystem::path program = ResolveStartupExePath();
+    const std::optional<std::filesystem::path> canonical = WeaklyCanonical(program);
+    return canonical && IsRegularFile(program) &&
+           LiesBelow(canonical->native(), canonicalFolder.native());
+}
+
+bool IsRunning(const std::filesystem::path& program) {
+    // The system lets nobody open the file of a running program for writing.
+    const auto file = AdoptHandle<KernelHandle>(::CreateFileW(
+        program.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        nullptr, OPEN_EXISTING, 0, nullptr));
+    return !file && ::GetLastError() == ERROR_SHARING_VIOLATION;
+}
+
+}  // namespace
+
+Refusal FindRefusal() {
+    const std::optional<std::wstring> registered = RegisteredFolder(toolConfig);
+    if (!registered) {
+        return Refusal::NotRegistered;
+    }
+    const std::optional<std::filesystem::path> folder = WeaklyCanonical(toolFolder);
+    const std::optional<std::filesystem::path> named = WeaklyCanonical(*registered);
+    if (!folder || !named || !IsSameCanonicalPath(folder->native(), named->native())) {
+        return Refusal::RegisteredElsewhere;
+    }
+    if (!IsRegularFile(toolExePath) || !IsSafeReinstallFolder()) {
+        return Refusal::UnsafeFolder;
+    }
+    if (HoldsSharedFolder(folder->native())) {
+        return Refusal::SharedFolder;
+    }
+    if (!IsStartupProgramIn(*folder)) {
+        return Refusal::StartupProgramMissing;
+    }
+    if (IsRunning(ResolveStartupExePath()) || IsRunning(toolFolder / toolConfig.repairToolName)) {
+        return Refusal::InUse;
+    }
+    return Refusal::None;
+}
+
+std::optional<std::wstring> RegisteredFolder(const ToolConfig& config) {
+    const std::wstring keyPath = UninstallKeyPath(config);
+    DWORD bytes = 0;
+    if (::RegGetValueW(HKEY_CURRENT_USER, keyPath.c_str(), L"InstallLocation", RRF_RT_REG_SZ,
+                       nullptr, nullptr, &bytes) != ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    std::wstring folder(bytes / sizeof(wchar_t) + 1, L'\0');
+    bytes = static_cast<DWORD>(folder.size() * sizeof(wchar_t));
+    if (::RegGetValueW(HKEY_CURRENT_USER, keyPath.c_str(), L"InstallLocation", RRF_RT_REG_SZ,
+                       nullptr, folder.data(), &bytes) != ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    folder.resize(std::min(folder.find(L'\0'), folder.size()));
+    return folder.empty() ? std::nullopt : std::optional(folder);
+}
+
+bool LiesBelow(std::wstring_view path, std::wstring_view folder) {
+    while (!folder.empty() && folder.back() == L'\\') {
+        folder.remove_suffix(1);
+    }
+    return !folder.empty() && path.size() > folder.size() + 1 && path.starts_with(folder) &&
+           path[folder.size()] == L'\\';
+}

@@ -1,0 +1,86 @@
+#include "uninstaller/uninstall_texts.h"
+
+#include <algorithm>
+
+#include "job/speed_text.h"
+#include "system/installed_programs_values.h"
+
+namespace {
+
+// A message box with more lines would not fit on a small screen.
+constexpr size_t kMostPathsShown = 10;
+
+std::wstring FileCountText(uint64_t files) {
+    return files == 1 ? L"1 file" : std::to_wstring(files) + L" files";
+}
+
+std::wstring ReasonText(Refusal refusal, const std::wstring& name,
+                        const std::wstring& registeredFolder) {
+    switch (refusal) {
+        case Refusal::NotRegistered:
+            return name + L" is not in your list of installed programs.";
+        case Refusal::RegisteredElsewhere:
+            return name + L" is installed in another folder:\n" + registeredFolder;
+        case Refusal::UnsafeFolder:
+            return L"Safety check failed. The uninstaller can only remove the game client folder "
+                   L"that it stands in.";
+        case Refusal::SharedFolder:
+            return L"Safety check failed. This folder also holds other things than " + name + L".";
+        case Refusal::StartupProgramMissing:
+            return L"The startup program of " + name + L" is not in this folder.";
+        case Refusal::InUse:
+            return name + L" or its repair tool is running. Close it and try again.";
+        case Refusal::None:
+            break;
+    }
+    return {};
+}
+
+std::wstring ListText(const std::vector<std::filesystem::path>& paths) {
+    std::wstring text;
+    for (size_t i = 0; i < std::min(paths.size(), kMostPathsShown); ++i) {
+        text += L"\n" + paths[i].native();
+    }
+    if (paths.size() > kMostPathsShown) {
+        text += L"\nand " + std::to_wstring(paths.size() - kMostPathsShown) + L" more";
+    }
+    return text;
+}
+
+}  // namespace
+
+std::wstring CaptionText(const ToolConfig& config) {
+    return L"Uninstall " + ProgramsDisplayName(config);
+}
+
+std::wstring QuestionText(const ToolConfig& config, const std::filesystem::path& folder,
+                          const ClientContent& content) {
+    return L"Do you want to remove " + ProgramsDisplayName(config) +
+           L"?\n\nThis folder will be deleted with everything in it, also what you put there "
+           L"yourself:\n" +
+           folder.native() + L"\n\n" + FileCountText(content.files) + L", " +
+           FormatByteCount(static_cast<double>(content.bytes)) + L". This cannot be undone.";
+}
+
+std::wstring RefusalText(Refusal refusal, const ToolConfig& config,
+                         const std::wstring& registeredFolder) {
+    return ReasonText(refusal, ProgramsDisplayName(config), registeredFolder) +
+           L"\n\nNothing was removed.";
+}
+
+std::wstring ReportText(const ToolConfig& config, const RemovalResult& result) {
+    const std::wstring name = ProgramsDisplayName(config);
+    if (result.canBeRepeated) {
+        return name + L" could not be removed completely. This is still there:\n" +
+               ListText(result.left) +
+               L"\n\nClose the programs that use it and start the uninstaller again.";
+    }
+    std::wstring text = name + L" was removed.";
+    if (!result.left.empty()) {
+        text += L" This could not be deleted:\n" + ListText(result.left);
+    }
+    if (result.entryLeft) {
+        text += L"\n\nIts entry in your list of installed programs could not be deleted.";
+    }
+    return text;
+}
