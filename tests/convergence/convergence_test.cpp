@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr unsigned kKillPointsOfEach = 28;
+constexpr unsigned kKillPointsOfEach = 13;
 constexpr unsigned kDoubleKillsOfEach = 8;
 constexpr unsigned kRepairedReinstalls = 12;
 
@@ -51,7 +51,7 @@ void PrintTo(const Scene& scene, std::ostream* out) {
 
 std::string SceneName(const testing::TestParamInfo<Scene>& scene) {
     return std::string(scene.param.kind == JobKind::Reinstall ? "Reinstall" : "Repair") + "_" +
-           fs::path(scene.param.package).stem().string();
+           fs::path(scene.param.package).stem().string() + "_" + std::to_string(scene.param.seed);
 }
 
 std::string Narrow(std::wstring_view ascii) {
@@ -109,6 +109,7 @@ public:
         if (calls_.contains(Phase::CleanOut)) {
             turns_.push_back(Phase::CleanOut);
         }
+        turn_ = Below(turns_.size());
     }
 
     Strike Next() {
@@ -289,6 +290,7 @@ constexpr wchar_t kLoneZip[] = L"zip_small_client_lone_folder.zip";
 constexpr wchar_t kRar[] = L"rar5_small_client.rar";
 constexpr wchar_t kLoneRar[] = L"rar5_small_client_lone_folder.rar";
 
+// Two of each, so that none takes long.
 INSTANTIATE_TEST_SUITE_P(Each, KilledJob,
                          testing::Values(Scene{kZip, false, JobKind::Repair, 1001},
                                          Scene{kLoneZip, true, JobKind::Repair, 1002},
@@ -297,7 +299,15 @@ INSTANTIATE_TEST_SUITE_P(Each, KilledJob,
                                          Scene{kZip, false, JobKind::Reinstall, 1005},
                                          Scene{kLoneZip, true, JobKind::Reinstall, 1006},
                                          Scene{kRar, false, JobKind::Reinstall, 1007},
-                                         Scene{kLoneRar, true, JobKind::Reinstall, 1008}),
+                                         Scene{kLoneRar, true, JobKind::Reinstall, 1008},
+                                         Scene{kZip, false, JobKind::Repair, 1009},
+                                         Scene{kLoneZip, true, JobKind::Repair, 1010},
+                                         Scene{kRar, false, JobKind::Repair, 1011},
+                                         Scene{kLoneRar, true, JobKind::Repair, 1012},
+                                         Scene{kZip, false, JobKind::Reinstall, 1013},
+                                         Scene{kLoneZip, true, JobKind::Reinstall, 1014},
+                                         Scene{kRar, false, JobKind::Reinstall, 1015},
+                                         Scene{kLoneRar, true, JobKind::Reinstall, 1016}),
                          SceneName);
 
 class JobWithManyDeaths : public KilledJob {};

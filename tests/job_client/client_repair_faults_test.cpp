@@ -273,11 +273,16 @@ TEST_F(ClientRepairFaults, ACopyGetsTheSourcesTimeWhereTheSystemDoesNotBringItAl
 
 TEST_F(ClientRepairFaults, ACancelBeforeTheFirstEntryStopsSilently) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
+    UpdateJobState([](JobState& state) {
+        state.filesDone = state.filesRepaired = 99;
+        state.detailLine = L"of an earlier stage";
+    });
     jobProgress.cancelRequested = true;
     EXPECT_FALSE(Repair());
     ExpectNoReport();
     EXPECT_EQ(snapshot().filesTotal, 1u);
     EXPECT_EQ(snapshot().filesDone, 0u);
+    EXPECT_EQ(snapshot().filesRepaired, 0u);
     EXPECT_EQ(snapshot().detailLine, L"");
     EXPECT_FALSE(fs::exists(InClient(L"a.dat")));
 }

@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
+#include <string>
+#include <vector>
+
 #include "job/job_progress.h"
 #include "job_client/client_folders.h"
 #include "job_client/file_hooks.h"
@@ -14,7 +18,7 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-constexpr uint64_t kOneSecond = 10'000'000;  // In steps of 100 ns.
+constexpr int64_t kOneSecond = 10'000'000;  // In steps of 100 ns.
 constexpr int64_t kThreeSeconds = 30'000'000;
 
 class ClientRepair : public testing::Test, protected bench::ClientFolders {
@@ -32,13 +36,19 @@ struct TimeCase {
     int64_t difference;
     bool isAligned;
 };
+
+void PrintTo(const TimeCase& timeCase, std::ostream* out) {
+    *out << timeCase.difference << " steps";
+}
+
 class ClientRepairOfTimes : public ClientRepair, public testing::WithParamInterface<TimeCase> {};
 
-INSTANTIATE_TEST_SUITE_P(
-    Differences, ClientRepairOfTimes,
-    testing::Values(TimeCase{0, false}, TimeCase{static_cast<int64_t>(2 * kOneSecond), false},
-                    TimeCase{kThreeSeconds - 1, false}, TimeCase{kThreeSeconds, true},
-                    TimeCase{kThreeSeconds + 1, true}, TimeCase{1000 * kThreeSeconds, true}));
+INSTANTIATE_TEST_SUITE_P(Differences, ClientRepairOfTimes,
+                         testing::Values(TimeCase{0, false}, TimeCase{2 * kOneSecond, false},
+                                         TimeCase{kThreeSeconds - 1, false},
+                                         TimeCase{kThreeSeconds, true},
+                                         TimeCase{kThreeSeconds + 1, true},
+                                         TimeCase{1000 * kThreeSeconds, true}));
 
 void ExpectCounters(uint64_t total, uint64_t done, uint64_t repaired) {
     const JobState state = snapshot();

@@ -28,11 +28,15 @@ LoadedFile Load(const fs::path& exe) {
                                        LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
 }
 
+fs::path ToolPath() {
+    return fs::path(TOOL_PATH).make_preferred();
+}
+
 // Writes the tool's uninstaller to a file, as the tool does.
 class BrandUninstaller : public testing::Test {
 protected:
     void SetUp() override {
-        const LoadedFile tool = Load(FolderOfThisProgram() / TOOL_FILE_NAME);
+        const LoadedFile tool = Load(ToolPath());
         ASSERT_TRUE(tool);
         const auto program = EmbeddedData(tool.get(), ID_UNINSTALLER);
         ASSERT_FALSE(program.empty());
@@ -54,7 +58,7 @@ TEST_F(BrandUninstaller, IsA64BitWindowedProgram) {
 }
 
 TEST_F(BrandUninstaller, KnowsTheSameGameAsTheTool) {
-    const LoadedFile tool = Load(FolderOfThisProgram() / TOOL_FILE_NAME);
+    const LoadedFile tool = Load(ToolPath());
     const LoadedFile uninstaller = Load(File());
     ASSERT_TRUE(tool && uninstaller);
     const auto expected = EmbeddedData(tool.get(), ID_CONFIG_TEXT);
