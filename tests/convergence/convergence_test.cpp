@@ -5,15 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
-#include <initializer_list>
-#include <map>
 #include <ostream>
-#include <random>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "bench_parts/fault_server_client.h"
@@ -21,6 +15,7 @@
 #include "bench_parts/unpacker_machine.h"
 #include "convergence/broken_client.h"
 #include "convergence/job_process.h"
+#include "convergence/kill_points.h"
 #include "package/package_hash.h"
 #include "system/registry_entry.h"
 
@@ -54,109 +49,24 @@ std::string SceneName(const testing::TestParamInfo<Scene>& scene) {
            fs::path(scene.param.package).stem().string() + "_" + std::to_string(scene.param.seed);
 }
 
-std::string Narrow(std::wstring_view ascii) {
-    std::string narrow;
-    for (const wchar_t character : ascii) {
-        narrow += static_cast<char>(character);
-    }
-    return narrow;
-}
-
-std::string NameOf(Phase phase) {
-    return Narrow(kPhaseNames[static_cast<size_t>(phase)]);
-}
-
-std::string Description(const Strike& strike) {
-    return Narrow(kInterventionNames[static_cast<size_t>(strike.intervention)]) + " in " +
-           NameOf(strike.phase) + ", " + Narrow(strike.function) + " " +
-           std::to_string(strike.number);
-}
-
 std::wstring DigestOf(const std::wstring& packageName) {
     std::wstring digest;
     EXPECT_TRUE(ComputeFileSha256(bench::PackagePath(packageName), digest));
     return digest;
 }
 
-bool IsOneOf(std::initializer_list<std::wstring_view> names, std::wstring_view name) {
-    return std::find(names.begin(), names.end(), name) != names.end();
+// The entry has the same bytes and the same time in both.
+void ExpectSame(const FolderState& expected, const FolderState& actual, const std::wstring& path) {
+    const auto found = actual.find(path);
+    EXPECT_TRUE(found != actual.end() && found->second == expected.at(path)) << path;
 }
 
-// Whether a call of the function leaves something behind.
-bool IsChange(std::wstring_view function) {
-    return IsOneOf({L"CopyFileW", L"CreateProcessW", L"MoveFileExW", L"RegCreateKeyExW",
-                    L"RegSetValueExW", L"SetFileInformationByHandle", L"SetFileTime", L"WriteFile",
-                    L"_wfopen", L"_wmkdir", L"_write"},
-                   function);
+// Without the day, which may end in the middle of a test.
+StoredValues ReadEntry() {
+    StoredValues values = ReadKey(kEntryKey).value_or(StoredValues());
+    values.erase(L"InstallDate");
+    return values;
 }
-
-Strike MakeStrike(Phase phase, const std::wstring& function, unsigned number, unsigned choice) {
-    const bool knowsHalf = IsOneOf({L"CopyFileW", L"WriteFile", L"_write"}, function);
-    const std::array deaths{Intervention::DieBefore, Intervention::DieAfter,
-                            Intervention::DieHalfWay, Intervention::DieStretched};
-    return {deaths[choice % (knowsHalf ? 4 : 2)], phase, function, number};
-}
-
-// Random calls of a job, of each phase its share.
-class KillPoints {
-public:
-    KillPoints(PhaseCalls calls, unsigned seed) : calls_(std::move(calls)), random_(seed) {
-        for (const auto& [phase, functions] : calls_) {
-            turns_.push_back(phase);
-        }
-        // The ones that change the client get twice as much.
-        turns_.push_back(Phase::Copying);
-        if (calls_.contains(Phase::CleanOut)) {
-            turns_.push_back(Phase::CleanOut);
-        }
-        turn_ = Below(turns_.size());
-    }
-
-    Strike Next() {
-        const Phase phase = turns_[turn_++ % turns_.size()];
-        ++spread_[phase];
-        const std::wstring function = Pick(FunctionsOf(phase));
-        const unsigned number = Below(calls_.at(phase).at(function)) + 1;
-        return MakeStrike(phase, function, number, Below(4));
-    }
-
-    void PrintSpread() const {
-        for (const auto& [phase, number] : spread_) {
-            std::printf("  %u in %s\n", number, NameOf(phase).c_str());
-        }
-    }
-
-private:
-    // Not a distribution of the standard library, for these differ from one library to the next.
-    unsigned Below(size_t limit) {
-        return static_cast<unsigned>(random_() % limit);
-    }
-
-    const std::wstring& Pick(const std::vector<std::wstring>& names) {
-        return names[Below(names.size())];
-    }
-
-    // Functions, not calls, are equally likely, or the few calls that copy and delete would hardly
-    // be met among the many that look; mostly it is one that changes something.
-    std::vector<std::wstring> FunctionsOf(Phase phase) {
-        const bool wantsChange = Below(3) != 0;
-        std::vector<std::wstring> all;
-        std::vector<std::wstring> changes;
-        for (const auto& [function, number] : calls_.at(phase)) {
-            all.push_back(function);
-            if (IsChange(function)) {
-                changes.push_back(function);
-            }
-        }
-        return wantsChange && !changes.empty() ? changes : all;
-    }
-
-    PhaseCalls calls_;
-    std::mt19937 random_;
-    std::vector<Phase> turns_;
-    size_t turn_ = 0;
-    std::map<Phase, unsigned> spread_;
-};
 
 class KilledJob : public testing::TestWithParam<Scene> {
 protected:
@@ -182,7 +92,8 @@ protected:
         EXPECT_EQ(bench::FirstDifference(ExpectedContents(client), ContentsOf(client)), "");
         calls_ = outcome.calls;
         reference_ = StateOf(client.Folder());
-        referenceEntry_ = ReadKey(kEntryKey).value();
+        referenceEntry_ = ReadEntry();
+        EXPECT_EQ(referenceEntry_.size(), 9U);
         RemoveKey(kEntryKey);
         EXPECT_EQ(calls_.size(), 7U + (GetParam().hasLoneFolder ? 1U : 0U) +
                                      (GetParam().kind == JobKind::Reinstall ? 1U : 0U));
@@ -207,7 +118,15 @@ protected:
 
     void Kill(const BrokenClient& client, const Strike& strike) const {
         const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_, strike);
-        EXPECT_EQ(outcome.exitCode, static_cast<DWORD>(kKilled));
+        // The network and the unpacking program decide how many calls these take.
+        const bool varies = strike.phase == Phase::Download || strike.phase == Phase::Unpacking;
+        EXPECT_THAT(outcome.exitCode, testing::AnyOf(kKilled, varies ? kKilledLate : kKilled));
+    }
+
+    // A client that is half-way mended takes fewer calls.
+    void KillAgain(const BrokenClient& client, const Strike& strike) const {
+        const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_, strike);
+        EXPECT_THAT(outcome.exitCode, testing::AnyOf(kKilled, kKilledLate));
     }
 
     // What must hold at whatever moment the process ended.
@@ -216,7 +135,7 @@ protected:
         if (phase < Phase::CleanOut) {
             EXPECT_EQ(FirstDifference(client.Initial(), state), "");
         }
-        EXPECT_EQ(state.at(kToolName), client.Initial().at(kToolName));
+        ExpectSame(client.Initial(), state, kToolName);
         if (GetParam().kind == JobKind::Repair) {
             ExpectAdditionalUntouched(client, state);
         }
@@ -227,7 +146,7 @@ protected:
             if (path.ends_with(L'/')) {
                 EXPECT_TRUE(state.contains(path)) << path;
             } else {
-                EXPECT_TRUE(state.contains(path) && state.at(path) == entry) << path;
+                ExpectSame(client.Additional(), state, path);
             }
         }
     }
@@ -235,11 +154,11 @@ protected:
     void ExpectConvergence(const BrokenClient& client) const {
         const std::vector<std::wstring> leftBehind = bench::FolderListing(client.TempFolder());
         const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_);
-        EXPECT_EQ(outcome.exitCode, static_cast<DWORD>(kJobSucceeded)) << outcome.detail;
+        EXPECT_EQ(outcome.exitCode, kJobSucceeded) << outcome.detail;
         EXPECT_EQ(bench::FirstDifference(ExpectedContents(client), ContentsOf(client)), "");
         const FolderState state = StateOf(client.Folder());
         ExpectReferenceFiles(state);
-        EXPECT_EQ(state.at(kToolName), client.Initial().at(kToolName));
+        ExpectSame(client.Initial(), state, kToolName);
         if (GetParam().kind == JobKind::Repair) {
             ExpectAdditionalUntouched(client, state);
         }
@@ -251,14 +170,14 @@ protected:
     void ExpectReferenceFiles(const FolderState& state) const {
         for (const auto& [path, bytes] : package_) {
             if (!path.ends_with(L'/') && path != kToolName) {
-                EXPECT_TRUE(state.at(path) == reference_.at(path)) << path;
+                ExpectSame(reference_, state, path);
             }
         }
         EXPECT_EQ(state.at(kUninstallerName).bytes, reference_.at(kUninstallerName).bytes);
     }
 
     void ExpectReferenceEntry() const {
-        EXPECT_TRUE(ReadKey(kEntryKey) == referenceEntry_);
+        EXPECT_TRUE(ReadEntry() == referenceEntry_);
         RemoveKey(kEntryKey);
     }
 
@@ -320,7 +239,7 @@ TEST_P(JobWithManyDeaths, ConvergesWhenItIsKilledTwice) {
         SCOPED_TRACE(Description(first) + "; " + Description(second));
         const BrokenClient client(machine_.Root(), package_);
         Kill(client, first);
-        Kill(client, second);
+        KillAgain(client, second);
         ExpectNothingLost(client, std::max(first.phase, second.phase));
         ExpectConvergence(client);
     }
@@ -359,8 +278,7 @@ TEST_P(KilledReinstall, IsMendedByARepair) {
         SCOPED_TRACE(Description(strike));
         const BrokenClient client(machine_.Root(), package_);
         Kill(client, strike);
-        EXPECT_EQ(RunJob(client.Tool(), client.TempFolder(), repair).exitCode,
-                  static_cast<DWORD>(kJobSucceeded));
+        EXPECT_EQ(RunJob(client.Tool(), client.TempFolder(), repair).exitCode, kJobSucceeded);
         ExpectReferenceFiles(StateOf(client.Folder()));
     }
     std::printf("Kill points of seed %u:\n", GetParam().seed);

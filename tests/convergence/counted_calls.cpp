@@ -78,7 +78,7 @@ Intervention NoteCall(const char* function) {
         return Intervention::None;
     }
     if (phase > chosen->phase && chosen->intervention != Intervention::Cancel) {
-        Die();
+        Die(kKilledLate);
     }
     if (!IsChosen(phase, function, number)) {
         return Intervention::None;
@@ -101,8 +101,8 @@ void NoteReturn(const char* function, Intervention intervention) {
     isRegistered = isRegistered || std::string_view(function) == "RegCloseKey";
 }
 
-void Die() {
-    ::TerminateProcess(::GetCurrentProcess(), kKilled);
+void Die(int exitCode) {
+    ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(exitCode));
     for (;;) {
         ::Sleep(INFINITE);
     }

@@ -36,7 +36,7 @@ Intervention NoteCall(const char* function);
 // Ends the process when the intervention is one that ends it.
 void NoteReturn(const char* function, Intervention intervention);
 
-[[noreturn]] void Die();
+[[noreturn]] void Die(int exitCode = kKilled);
 
 // A copy that has come half-way; `stretched` makes the target as long as the source.
 void CopyHalf(const wchar_t* source, const wchar_t* target, bool stretched);

@@ -42,7 +42,7 @@ protected:
 
     // The job has failed with that message and changed nothing, in the client folder or elsewhere.
     void ExpectUntouched(const JobOutcome& outcome, const std::string& message) const {
-        EXPECT_EQ(outcome.exitCode, static_cast<DWORD>(kJobFailed));
+        EXPECT_EQ(outcome.exitCode, kJobFailed);
         EXPECT_THAT(outcome.detail, testing::StartsWith(message));
         EXPECT_EQ(FirstDifference(client_.Initial(), StateOf(client_.Folder())), "");
         EXPECT_THAT(bench::FolderListing(client_.TempFolder()), testing::IsEmpty());

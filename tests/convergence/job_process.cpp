@@ -8,6 +8,7 @@
 
 #include "bench_parts/unpacker_machine.h"
 #include "common/handles.h"
+#include "common/windows_api.h"
 
 namespace fs = std::filesystem;
 
@@ -150,7 +151,9 @@ JobOutcome RunJob(const fs::path& tool, const fs::path& tempFolder, const JobOrd
             StartInJob(CommandLine(tool, order, strike), job.get(), output.get());
         EXPECT_EQ(::WaitForSingleObject(process.get(), kPatienceMs), WAIT_OBJECT_0);
         EndAll(job.get());
-        ::GetExitCodeProcess(process.get(), &outcome.exitCode);
+        DWORD exitCode = 0;
+        ::GetExitCodeProcess(process.get(), &exitCode);
+        outcome.exitCode = static_cast<int>(exitCode);
     }
     ReadReport(bench::ReadFile(outputPath), outcome);
     return outcome;

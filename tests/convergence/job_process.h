@@ -6,7 +6,6 @@
 #include <string>
 #include <utility>
 
-#include "common/windows_api.h"
 #include "convergence/job_runner.h"
 #include "job/job_progress.h"
 
@@ -30,7 +29,7 @@ struct Strike {
 using PhaseCalls = std::map<Phase, std::map<std::wstring, unsigned>>;
 
 struct JobOutcome {
-    DWORD exitCode = 0;
+    int exitCode = 0;
     std::string detail;  // The record's last detail line; empty after a kill.
     PhaseCalls calls;    // None after a kill.
 };

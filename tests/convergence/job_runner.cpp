@@ -137,7 +137,7 @@ int wmain(int argc, wchar_t** argv) {
     }
     JoinJobThread();
     if (chosen && chosen->intervention != Intervention::Cancel) {
-        Die();  // The phase was the last one and had fewer calls than expected.
+        Die(kKilledLate);
     }
     PrintReport();
     return snapshot().stage == JobStage::Done ? kJobSucceeded : kJobFailed;

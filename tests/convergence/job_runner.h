@@ -13,7 +13,7 @@
 //   detail TEXT                     the record's detail line at the job's end
 //   calls PHASE FUNCTION NUMBER     how often the job has called the function in that phase
 // The second form intervenes in the NUMBER-th call of FUNCTION in PHASE. A phase that does not have
-// so many is struck at the first call after it, for the count of network reads and waits varies.
+// so many is struck late, at the first call after it: the count of network reads and waits varies.
 
 // The parts of a job that can be told apart from outside, in their order.
 enum class Phase {
@@ -47,3 +47,4 @@ inline constexpr int kJobSucceeded = 0;
 inline constexpr int kJobFailed = 1;
 inline constexpr int kUsageError = 2;
 inline constexpr int kKilled = 77;
+inline constexpr int kKilledLate = 78;
