@@ -36,16 +36,18 @@ void Install(const fs::path& folder, const bench::Contents& package) {
 }
 
 // Of each kind of damage at least one. Of equal size: the first, the last and a middle byte.
-void Break(const fs::path& folder, const bench::Contents& package) {
+void Break(const fs::path& folder, const bench::Contents& package, uint64_t packageTime) {
     std::string bytes = package.at(L"data/maps/b.map");
     FlipBits(bytes, bytes.size() - 1);
     bench::WriteFile(folder / L"data/maps/b.map", bytes);
     bytes = package.at(L"client.exe");
     FlipBits(bytes, 0);
     bench::WriteFile(folder / L"client.exe", bytes);
+    bench::SetWriteTime(folder / L"client.exe", packageTime);
     bytes = package.at(L"data/every byte.bin");
     FlipBits(bytes, bytes.size() / 2);
     bench::WriteFile(folder / L"data/every byte.bin", bytes);
+    bench::WriteFile(folder / L"readme.txt", package.at(L"readme.txt") + "and one line more");
     // An older version: shorter, from another time.
     bench::WriteFile(folder / L"data/maps/a.map", "hill hill hill");
     bench::SetWriteTime(folder / L"data/maps/a.map", kYear2010);
@@ -105,12 +107,13 @@ std::string FirstDifference(const FolderState& expected, const FolderState& actu
     return {};
 }
 
-BrokenClient::BrokenClient(const fs::path& parent, const bench::Contents& package)
+BrokenClient::BrokenClient(const fs::path& parent, const bench::Contents& package,
+                           uint64_t packageTime)
     : root_(parent / L"machine") {
     fs::create_directories(Folder());
     fs::create_directories(TempFolder());
     Install(Folder(), package);
-    Break(Folder(), package);
+    Break(Folder(), package, packageTime);
     AddPlayersOwn(Folder());
     PutJobRunner(Tool());
     bench::SetWriteTime(Tool(), kYear2010);

@@ -31,8 +31,10 @@ inline constexpr wchar_t kUninstallerName[] = L"Uninstall.exe";
 // object, and the tool in it. Beside it lies a folder for the tool's temporary files.
 class BrokenClient {
 public:
-    // What the package holds; `parent` exists.
-    BrokenClient(const std::filesystem::path& parent, const bench::Contents& package);
+    // What the package holds, and the time of its files, 0 when it is not known: one damaged file
+    // has the same. `parent` exists.
+    BrokenClient(const std::filesystem::path& parent, const bench::Contents& package,
+                 uint64_t packageTime = 0);
     ~BrokenClient();
     BrokenClient(const BrokenClient&) = delete;
     BrokenClient& operator=(const BrokenClient&) = delete;

@@ -86,17 +86,32 @@ protected:
 
     // Does the job without a disturbance; what it leaves is what every other one is to end in.
     void SetUp() override {
-        const BrokenClient client(machine_.Root(), package_);
+        const BrokenClient client(machine_.Root(), package_, packageTime_);
         const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_);
         ASSERT_EQ(outcome.exitCode, kJobSucceeded) << outcome.detail;
         EXPECT_EQ(bench::FirstDifference(ExpectedContents(client), ContentsOf(client)), "");
         calls_ = outcome.calls;
         reference_ = StateOf(client.Folder());
+        packageTime_ = reference_.at(L"client.exe").writeTime;
+        ExpectPackageTime();
         referenceEntry_ = ReadEntry();
         EXPECT_EQ(referenceEntry_.size(), 9U);
         RemoveKey(kEntryKey);
         EXPECT_EQ(calls_.size(), 7U + (GetParam().hasLoneFolder ? 1U : 0U) +
                                      (GetParam().kind == JobKind::Reinstall ? 1U : 0U));
+    }
+
+    // All files of the test packages are of one time.
+    void ExpectPackageTime() const {
+        constexpr uint64_t kThreeSeconds = 30'000'000;
+        for (const auto& [path, bytes] : package_) {
+            if (!path.ends_with(L'/') && path != kToolName) {
+                const uint64_t time = reference_.at(path).writeTime;
+                EXPECT_LT(std::max(time, packageTime_) - std::min(time, packageTime_),
+                          kThreeSeconds)
+                    << path;
+            }
+        }
     }
 
     static bench::Contents ContentsOf(const BrokenClient& client) {
@@ -187,6 +202,7 @@ protected:
     bench::Contents package_;
     PhaseCalls calls_;
     FolderState reference_;
+    uint64_t packageTime_ = 0;
     StoredValues referenceEntry_;
 };
 
@@ -195,7 +211,7 @@ TEST_P(KilledJob, ConvergesWhenItIsRunAgain) {
     for (unsigned i = 0; i < kKillPointsOfEach && !HasFailure(); ++i) {
         const Strike strike = killPoints.Next();
         SCOPED_TRACE(Description(strike));
-        const BrokenClient client(machine_.Root(), package_);
+        const BrokenClient client(machine_.Root(), package_, packageTime_);
         Kill(client, strike);
         ExpectNothingLost(client, strike.phase);
         ExpectConvergence(client);
@@ -237,7 +253,7 @@ TEST_P(JobWithManyDeaths, ConvergesWhenItIsKilledTwice) {
         const Strike first = killPoints.Next();
         const Strike second = killPoints.Next();
         SCOPED_TRACE(Description(first) + "; " + Description(second));
-        const BrokenClient client(machine_.Root(), package_);
+        const BrokenClient client(machine_.Root(), package_, packageTime_);
         Kill(client, first);
         KillAgain(client, second);
         ExpectNothingLost(client, std::max(first.phase, second.phase));
@@ -254,7 +270,7 @@ TEST_P(JobWithManyDeaths, ConvergesAfterEachHalfOfACopy) {
         const auto death = number % 3 == 0 ? Intervention::DieHalfWay : Intervention::DieStretched;
         const Strike strike{death, Phase::Copying, L"CopyFileW", number};
         SCOPED_TRACE(Description(strike));
-        const BrokenClient client(machine_.Root(), package_);
+        const BrokenClient client(machine_.Root(), package_, packageTime_);
         Kill(client, strike);
         ExpectNothingLost(client, strike.phase);
         ExpectConvergence(client);
@@ -276,7 +292,7 @@ TEST_P(KilledReinstall, IsMendedByARepair) {
     for (unsigned i = 0; i < kRepairedReinstalls && !HasFailure(); ++i) {
         const Strike strike = killPoints.Next();
         SCOPED_TRACE(Description(strike));
-        const BrokenClient client(machine_.Root(), package_);
+        const BrokenClient client(machine_.Root(), package_, packageTime_);
         Kill(client, strike);
         EXPECT_EQ(RunJob(client.Tool(), client.TempFolder(), repair).exitCode, kJobSucceeded);
         ExpectReferenceFiles(StateOf(client.Folder()));

@@ -13,6 +13,7 @@ namespace fs = std::filesystem;
 GameMachine::GameMachine() {
     toolConfig = ToolConfig{};
     toolConfig.startupExe = L"client.exe";
+    toolConfig.archiveUrl = PackageUrl(kZip);
     primaryServerChosen = true;
     bench::WriteFile(Tool(), kToolBytes);
     toolExePath = Tool();
@@ -41,14 +42,8 @@ std::wstring GameMachine::PackageUrl(const std::wstring& fileName) const {
     return server_.Url(L"archive/" + fileName);
 }
 
-void GameMachine::InstallClient(const std::wstring& fileName) {
-    for (const auto& [name, bytes] : bench::PackageContents(fileName)) {
-        if (name.ends_with(L'/')) {
-            fs::create_directories(Client() / name);
-        } else {
-            bench::WriteFile(Client() / name, bytes);
-        }
-    }
+bench::Contents GameMachine::LoneFolderPackage() {
+    return bench::Below(L"Client", bench::PackageContents(kZip));
 }
 
 bench::Contents GameMachine::ClientContents() const {

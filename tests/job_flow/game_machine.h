@@ -14,6 +14,8 @@
 
 inline constexpr std::string_view kToolBytes = "this is the running tool";
 inline constexpr std::wstring_view kRepairSuccess = L"Repair complete.";
+// The configured package: a ZIP with everything in one top folder.
+inline constexpr wchar_t kZip[] = L"zip_lone_folder.zip";
 
 // A player's machine with an installed client that a job works on: unpacking programs, a server
 // with packages, a client folder with the tool in it, a registry without an entry for the game, an
@@ -35,11 +37,10 @@ protected:
     [[nodiscard]] std::filesystem::path Tool() const {
         return Client() / L"repair.exe";
     }
-    // Puts the package's files into the client folder, as an installer would have.
-    void InstallClient(const std::wstring& fileName);
-
     // The client without the tool and the uninstaller.
     [[nodiscard]] bench::Contents ClientContents() const;
+    // What it should be after a job with the configured package.
+    static bench::Contents LoneFolderPackage();
     // What is in the temp folder, apart from the test's own.
     [[nodiscard]] std::vector<std::wstring> TempFolder() const;
 

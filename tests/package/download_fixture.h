@@ -10,7 +10,7 @@
 #include "bench_parts/scratch_folder.h"
 #include "common/windows_api.h"
 #include "job/job_progress.h"
-#include "package/call_hook.h"
+#include "bench_parts/call_hook.h"
 #include "package/http_download.h"
 
 // Wants the types of windows_api.h.

@@ -13,7 +13,7 @@
 #include "common/windows_api.h"
 #include "config/tool_config.h"
 #include "job/job_progress.h"
-#include "package/call_hook.h"
+#include "bench_parts/call_hook.h"
 
 // Wants the types of windows_api.h.
 #include <bcrypt.h>

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "common/windows_api.h"
-#include "package/call_hook.h"
+#include "bench_parts/call_hook.h"
 
 namespace {
 
