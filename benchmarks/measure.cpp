@@ -33,6 +33,21 @@ double SecondsOf(const Work& work) {
            static_cast<double>(frequency.QuadPart);
 }
 
+double Seconds(const FILETIME& time) {
+    constexpr double kHundredNanosecondsPerSecond = 1e7;
+    const ULARGE_INTEGER ticks{{time.dwLowDateTime, time.dwHighDateTime}};
+    return static_cast<double>(ticks.QuadPart) / kHundredNanosecondsPerSecond;
+}
+
+double CpuSeconds() {
+    FILETIME created{};
+    FILETIME ended{};
+    FILETIME kernel{};
+    FILETIME user{};
+    ::GetProcessTimes(::GetCurrentProcess(), &created, &ended, &kernel, &user);
+    return Seconds(kernel) + Seconds(user);
+}
+
 double Median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
@@ -48,21 +63,26 @@ double PeakMebibytes() {
 }  // namespace
 
 Comparison CompareByTurns(int rounds, const Work& tool, const Work& bare, const Work& prepare) {
-    const auto measure = [&](const Work& work) {
+    const auto measure = [&](const Work& work, std::vector<double>& seconds, double& cpuSeconds) {
         RunOrExit(prepare);
-        return SecondsOf(work);
+        const double cpuBefore = CpuSeconds();
+        seconds.push_back(SecondsOf(work));
+        cpuSeconds += CpuSeconds() - cpuBefore;
     };
-    measure(tool);
-    measure(bare);
+    const auto measureRound = [&](Comparison& comparison, bool toolFirst) {
+        if (!toolFirst) {
+            measure(bare, comparison.bareSeconds, comparison.bareCpuSeconds);
+        }
+        measure(tool, comparison.toolSeconds, comparison.toolCpuSeconds);
+        if (toolFirst) {
+            measure(bare, comparison.bareSeconds, comparison.bareCpuSeconds);
+        }
+    };
+    Comparison firstRuns;
+    measureRound(firstRuns, true);
     Comparison comparison;
     for (int round = 0; round < rounds; ++round) {
-        if (round % 2 == 0) {
-            comparison.toolSeconds.push_back(measure(tool));
-            comparison.bareSeconds.push_back(measure(bare));
-        } else {
-            comparison.bareSeconds.push_back(measure(bare));
-            comparison.toolSeconds.push_back(measure(tool));
-        }
+        measureRound(comparison, round % 2 == 0);
     }
     return comparison;
 }
@@ -77,6 +97,12 @@ void PrintComparison(std::string_view what, uint64_t bytes, const Comparison& co
     std::printf("%s: %.1f MiB/s, bare loop %.1f MiB/s, ratio %.3f\n", std::string(what).c_str(),
                 mebibytes / Median(comparison.toolSeconds),
                 mebibytes / Median(comparison.bareSeconds), Median(ratios));
+}
+
+void PrintCpuTimes(std::string_view what, const Comparison& comparison) {
+    const auto rounds = static_cast<double>(comparison.toolSeconds.size());
+    std::printf("%s: processor time %.3f s, bare loop %.3f s\n", std::string(what).c_str(),
+                comparison.toolCpuSeconds / rounds, comparison.bareCpuSeconds / rounds);
 }
 
 void PrintMemoryGrowth(std::string_view what, const Work& small, const Work& large) {

@@ -11,6 +11,9 @@
 struct Comparison {
     std::vector<double> toolSeconds;
     std::vector<double> bareSeconds;
+    // Processor time of this program, all of its threads, over all rounds.
+    double toolCpuSeconds = 0.0;
+    double bareCpuSeconds = 0.0;
 };
 
 // Both do the same work and return whether they managed; a failure ends the program.
@@ -25,6 +28,10 @@ Comparison CompareByTurns(
 // One line: the median throughputs of both, and the median over the rounds of the tool's throughput
 // as a part of the bare loop's.
 void PrintComparison(std::string_view what, uint64_t bytes, const Comparison& comparison);
+
+// One line: the processor time that each spent on a round, on average. Tells more than the
+// throughput where most of the time goes by in another program.
+void PrintCpuTimes(std::string_view what, const Comparison& comparison);
 
 // One line: by how much the program's peak memory grows from a small package to a large one.
 // Peaks never fall, so the program must not have needed much before.

@@ -62,8 +62,8 @@ function(version_numbers version out_variable)
     set(${out_variable} "${numbers}" PARENT_SCOPE)
 endfunction()
 
-# Writes brand_version.h for a program's resource script into `folder`. `prefix` chooses the group of keys:
-# "repair" for the tool, "uninstaller" for the uninstaller.
+# Writes brand_version.h for a program's resource script into `folder`. `prefix` chooses the group
+# of keys: "repair" for the tool, "uninstaller" for the uninstaller.
 function(write_brand_version config_file prefix file_name folder)
     # The same defaults as the tool's own.
     set(name "KrvBrennickInstaller")
@@ -81,7 +81,16 @@ function(write_brand_version config_file prefix file_name folder)
             version_numbers("${raw}" BRAND_VERSION_NUMBERS)
         endif()
     endforeach()
+    # The publisher as the list of installed programs names it.
     read_brand_value("${config_file}" programsPublisher "Brennick" raw)
+    string(STRIP "${raw}" raw)
+    if(raw STREQUAL "")
+        read_brand_value("${config_file}" companyName "By Brennick" raw)
+        string(STRIP "${raw}" raw)
+    endif()
+    if(raw STREQUAL "")
+        set(raw "Brennick")
+    endif()
     escape_for_resource_script("${raw}" BRAND_COMPANY)
     escape_for_resource_script("${file_name}" BRAND_FILE_NAME)
 

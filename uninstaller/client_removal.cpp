@@ -60,6 +60,22 @@ Paths EntriesBut(const Paths& kept, const std::filesystem::path& folder) {
     return left;
 }
 
+// The canonical `folder`, empty but for the folders in which `kept` lay. What has appeared there
+// since the removal began belongs to somebody else and stays.
+Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
+    for (const std::filesystem::path& path : kept) {
+        std::wstring parent = ParentFolder(path.native());
+        for (; LiesBelow(parent, folder.native()); parent = ParentFolder(parent)) {
+            static_cast<void>(RemoveEntry(parent));  // One that stays keeps `folder` from going.
+        }
+    }
+    if (RemoveEntry(folder) == ERROR_SUCCESS) {
+        return {};
+    }
+    Paths left = EntriesBut({}, folder);
+    return left.empty() ? Paths{folder} : left;
+}
+
 // The canonical `folder` with its content; empty when all is gone. What is needed for a second
 // attempt goes last.
 Paths RemoveClientFolder(const std::filesystem::path& folder) {
@@ -79,7 +95,7 @@ Paths RemoveClientFolder(const std::filesystem::path& folder) {
             return {path};
         }
     }
-    return RemoveTree(folder) == ERROR_SUCCESS ? Paths{} : Paths{folder};
+    return RemoveEmptied(folder, kept);
 }
 
 // Where the shortcut file leads to, resolved; none for what is no readable shortcut.

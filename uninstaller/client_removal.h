@@ -26,5 +26,6 @@ struct RemovalResult {
 //
 // Links go, what they lead to stays. The uninstaller and the startup program go last, and only
 // after everything else: as long as something stays, they stay too, with shortcut and entry, for a
-// second attempt. Blocks until done. The thread has COM initialised.
+// second attempt. What appears in the folder after that stays and is named. Blocks until done. The
+// thread has COM initialised.
 RemovalResult RemoveGame();

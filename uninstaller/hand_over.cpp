@@ -1,25 +1,18 @@
 #include "uninstaller/hand_over.h"
 
-#include <array>
 #include <bit>
 #include <cstdint>
 #include <cwchar>
 
 #include "common/handles.h"
 #include "system/installed_programs_values.h"
+#include "uninstaller/temporary_folder.h"
 
 namespace {
 
 constexpr wchar_t kHandOverSwitch[] = L"/remove";
 constexpr size_t kArgumentCount = 4;
 constexpr DWORD kLongestWaitMs = 30'000;
-
-// Empty when the system names no temporary folder.
-std::filesystem::path TemporaryFolder() {
-    std::array<wchar_t, MAX_PATH + 1> folder{};
-    const DWORD length = ::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
-    return length > 0 && length < folder.size() ? folder.data() : std::filesystem::path();
-}
 
 // A name that no other process uses at the same time.
 std::wstring CopyName() {

@@ -12,30 +12,78 @@
 #include "system/installed_programs_values.h"
 #include "system/known_folder.h"
 #include "system/startup_program.h"
+#include "uninstaller/temporary_folder.h"
 
 namespace {
 
 // Folders that nobody means when a game is to be removed, though a tool started from the wrong
 // place may once have registered one of them.
 constexpr std::array kSharedFolders{
-    &FOLDERID_Windows,         &FOLDERID_System,        &FOLDERID_ProgramFiles,
-    &FOLDERID_ProgramFilesX86, &FOLDERID_ProgramData,   &FOLDERID_UserProgramFiles,
-    &FOLDERID_Profile,         &FOLDERID_UserProfiles,  &FOLDERID_Public,
-    &FOLDERID_Desktop,         &FOLDERID_PublicDesktop, &FOLDERID_Documents,
-    &FOLDERID_PublicDocuments, &FOLDERID_Downloads,     &FOLDERID_PublicDownloads,
-    &FOLDERID_Pictures,        &FOLDERID_Music,         &FOLDERID_Videos,
-    &FOLDERID_RoamingAppData,  &FOLDERID_LocalAppData,  &FOLDERID_LocalAppDataLow,
-    &FOLDERID_SavedGames,      &FOLDERID_Favorites,     &FOLDERID_SkyDrive,
+    &FOLDERID_Windows,
+    &FOLDERID_System,
+    &FOLDERID_SystemX86,
+    &FOLDERID_ProgramFiles,
+    &FOLDERID_ProgramFilesX86,
+    &FOLDERID_ProgramFilesCommon,
+    &FOLDERID_ProgramFilesCommonX86,
+    &FOLDERID_ProgramData,
+    &FOLDERID_UserProgramFiles,
+    &FOLDERID_Profile,
+    &FOLDERID_UserProfiles,
+    &FOLDERID_Public,
+    &FOLDERID_Desktop,
+    &FOLDERID_PublicDesktop,
+    &FOLDERID_Documents,
+    &FOLDERID_PublicDocuments,
+    &FOLDERID_Downloads,
+    &FOLDERID_PublicDownloads,
+    &FOLDERID_Pictures,
+    &FOLDERID_PublicPictures,
+    &FOLDERID_Music,
+    &FOLDERID_PublicMusic,
+    &FOLDERID_Videos,
+    &FOLDERID_PublicVideos,
+    &FOLDERID_RoamingAppData,
+    &FOLDERID_LocalAppData,
+    &FOLDERID_LocalAppDataLow,
+    &FOLDERID_SavedGames,
+    &FOLDERID_Favorites,
+    &FOLDERID_SkyDrive,
+    &FOLDERID_StartMenu,
+    &FOLDERID_Programs,
+    &FOLDERID_Startup,
 };
 
-// Whether the canonical `folder` is such a folder or has one below it.
-bool HoldsSharedFolder(std::wstring_view folder) {
-    return std::any_of(kSharedFolders.begin(), kSharedFolders.end(), [&](const KNOWNFOLDERID* id) {
-        // None for a folder that this system does not have.
-        const auto shared = WeaklyCanonical(KnownFolder(*id, KF_FLAG_DONT_VERIFY));
-        return shared && (IsSameCanonicalPath(shared->native(), folder) ||
-                          LiesBelow(shared->native(), folder));
-    });
+std::wstring UpperCase(std::wstring text) {
+    ::CharUpperBuffW(text.data(), static_cast<DWORD>(text.size()));
+    return text;
+}
+
+// A folder of the system in the form in which they are compared here. One that cannot be resolved
+// goes by the name that the system gives it, for it is still there. Empty for one that this system
+// does not have.
+std::wstring ComparableForm(const std::filesystem::path& folder) {
+    std::filesystem::path form = WeaklyCanonical(folder).value_or(folder).make_preferred();
+    if (!form.has_filename()) {
+        form = form.parent_path();
+    }
+    return UpperCase(form.native());
+}
+
+std::wstring ComparableForm(const KNOWNFOLDERID& id) {
+    return ComparableForm(KnownFolder(id, KF_FLAG_DONT_VERIFY));
+}
+
+// Whether the canonical `folder` is such a folder, has one below it, or belongs to the system.
+bool HoldsSharedFolder(const std::wstring& folder) {
+    const std::wstring own = UpperCase(folder);
+    const auto isHere = [&](const std::wstring& shared) {
+        return IsSameCanonicalPath(shared, own) || LiesBelow(shared, own);
+    };
+    return LiesBelow(own, ComparableForm(FOLDERID_Windows)) ||
+           isHere(ComparableForm(TemporaryFolder())) ||
+           std::any_of(kSharedFolders.begin(), kSharedFolders.end(),
+                       [&](const KNOWNFOLDERID* id) { return isHere(ComparableForm(*id)); });
 }
 
 bool IsStartupProgramIn(const std::filesystem::path& canonicalFolder) {
@@ -45,6 +93,8 @@ bool IsStartupProgramIn(const std::filesystem::path& canonicalFolder) {
            LiesBelow(canonical->native(), canonicalFolder.native());
 }
 
+// A repair tool that the player has given another name is not looked for. While it runs, its file
+// cannot be removed: it stays and is reported, and the uninstaller with it for a second attempt.
 bool IsRunning(const std::filesystem::path& program) {
     // The system lets nobody open the file of a running program for writing.
     const auto file = AdoptHandle<KernelHandle>(::CreateFileW(

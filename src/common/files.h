@@ -55,5 +55,6 @@ DWORD MoveEntry(const std::filesystem::path& source, const std::filesystem::path
 bool EnsureDirectory(const std::filesystem::path& path);
 
 // Writes the file in place, creating its folder when missing. False when it cannot be opened or
-// the write fails; what is then in the file is undefined.
+// the write fails; what is then in the file is undefined. What fails only while the stream is being
+// closed, such as a few bytes on a full disk, goes unnoticed.
 bool WriteBinaryFile(const std::filesystem::path& path, std::span<const std::byte> bytes);

@@ -60,15 +60,6 @@ std::wstring FullPath(const std::wstring& path) {
     return WithoutVerbatimPrefix(std::move(full));
 }
 
-// The part of a full path that has no parent to look up: "C:\", or "\\server\share".
-size_t AnchorLength(std::wstring_view fullPath) {
-    if (!fullPath.starts_with(L"\\\\")) {
-        return RootPathLength(fullPath);
-    }
-    const size_t share = SkipSeparators(fullPath, SkipName(fullPath, 2));
-    return SkipName(fullPath, share);
-}
-
 enum class Resolution { Resolved, NotThere, Failed };
 
 // The final path of what stands at `path`. Only the opening can tell that nothing is there: an
@@ -131,6 +122,22 @@ size_t RootPathLength(std::wstring_view path) {
     return SkipSeparators(path, RootNameLength(path));
 }
 
+size_t VolumeRootLength(std::wstring_view fullPath) {
+    if (!fullPath.starts_with(L"\\\\")) {
+        return RootPathLength(fullPath);
+    }
+    const size_t share = SkipSeparators(fullPath, SkipName(fullPath, 2));
+    return SkipName(fullPath, share);
+}
+
+std::filesystem::path AsFolder(const std::filesystem::path& folder) {
+    std::wstring text = folder.native();
+    if (!text.empty() && !IsSeparator(text.back())) {
+        text += L'\\';
+    }
+    return text;
+}
+
 std::wstring FileNamePart(std::wstring_view path) {
     const size_t separator = path.find_last_of(kSeparators);
     if (separator == std::wstring_view::npos || separator < RootNameLength(path)) {
@@ -156,8 +163,8 @@ std::optional<std::filesystem::path> WeaklyCanonical(const std::filesystem::path
     if (head.empty()) {
         return std::nullopt;
     }
-    const size_t anchor = AnchorLength(head);
-    while (head.size() > anchor && head.back() == L'\\') {
+    const size_t volumeRoot = VolumeRootLength(head);
+    while (head.size() > volumeRoot && head.back() == L'\\') {
         head.pop_back();
     }
     const std::wstring full = head;
@@ -171,10 +178,10 @@ std::optional<std::filesystem::path> WeaklyCanonical(const std::filesystem::path
             const size_t tail = SkipSeparators(full, head.size());
             return Append(std::move(resolved), std::wstring_view(full).substr(tail));
         }
-        if (head.size() <= anchor) {
+        if (head.size() <= volumeRoot) {
             return full;
         }
-        head.resize(std::max(head.find_last_of(L'\\'), anchor));
+        head.resize(std::max(head.find_last_of(L'\\'), volumeRoot));
     }
 }
 

@@ -16,6 +16,14 @@ size_t RootNameLength(std::wstring_view path);
 // Length of the root path: the root name and the run of separators behind it.
 size_t RootPathLength(std::wstring_view path);
 
+// Length of the part of a full path that has no parent on its own volume: "C:\", "\\server\share"
+// or "\\?\Volume{...}".
+size_t VolumeRootLength(std::wstring_view fullPath);
+
+// The folder with a separator at its end, ready for a name to be joined: "C:" becomes "C:\", for
+// "C:" and a name would mean the folder that is current on that drive. An empty path stays empty.
+std::filesystem::path AsFolder(const std::filesystem::path& folder);
+
 // The text behind the last separator that lies behind the root name; the whole path when there is
 // none. Empty for a path that ends in a separator.
 std::wstring FileNamePart(std::wstring_view path);

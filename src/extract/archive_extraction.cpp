@@ -7,6 +7,7 @@
 
 #include "common/files.h"
 #include "common/paths.h"
+#include "extract/extraction_texts.h"
 #include "extract/folder_flattening.h"
 #include "extract/process_runner.h"
 #include "job/job_progress.h"

@@ -8,7 +8,8 @@
 #include "common/folder_walk.h"
 #include "common/paths.h"
 #include "common/removal.h"
-#include "extract/process_runner.h"
+#include "common/win32_error.h"
+#include "extract/extraction_texts.h"
 #include "job/job_progress.h"
 
 namespace {
@@ -49,8 +50,10 @@ DWORD EnsureTargetFolder(const std::filesystem::path& target) {
     return ::GetLastError();
 }
 
-// Copies the folder with everything below it, replacing files that are there. Links are followed:
-// at the target stands what they lead to. Ends at the first error and returns it.
+// Copies the folder with everything below it, replacing files that are there. Ends at the first
+// error and returns it. Links are followed on both sides: below the target stands what a link in
+// the source leads to, and a link to a folder that is there already is filled like a folder. A
+// link to a folder above itself ends in an error, when its copy's path grows too long.
 DWORD CopyTreeOver(const std::filesystem::path& source, const std::filesystem::path& target) {
     DWORD error = EnsureTargetFolder(target);
     if (error != ERROR_SUCCESS) {
@@ -68,17 +71,13 @@ DWORD CopyTreeOver(const std::filesystem::path& source, const std::filesystem::p
     return error;
 }
 
-bool MeansMissing(DWORD error) {
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
-}
-
 DWORD CopyEntryOver(const std::filesystem::path& entry, const std::filesystem::path& target) {
     if (KindOf(entry) != EntryKind::Folder) {
         return CopyFileOver(entry, target);
     }
     if (::GetFileAttributesW(entry.c_str()) == INVALID_FILE_ATTRIBUTES) {
         const DWORD error = ::GetLastError();
-        if (!MeansMissing(error)) {  // A folder that is gone shows up in the copying.
+        if (!MeansNotThere(error)) {  // A folder that is gone shows up in the copying.
             return error;
         }
     }

@@ -20,5 +20,7 @@ bool FlattenSingleTopFolder(const std::filesystem::path& stagingFolder);
 // Moves a file or folder into `destinationFolder` under its own name, replacing what is there,
 // also when that lies on another volume. False when it could be neither renamed nor copied, or
 // when the copied source cannot be removed; `error` is then the Win32 error, else ERROR_SUCCESS.
+// Renaming moves a link itself; copying puts in its place what it leads to, also for links inside a
+// folder. What a link leads to is never removed.
 bool MoveEntryInto(const std::filesystem::path& entry,
                    const std::filesystem::path& destinationFolder, DWORD& error);

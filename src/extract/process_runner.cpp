@@ -4,6 +4,7 @@
 #include <string>
 
 #include "common/handles.h"
+#include "extract/extraction_texts.h"
 #include "job/job_progress.h"
 
 namespace {

@@ -4,10 +4,6 @@
 
 #include "common/windows_api.h"
 
-// What the window shows while an unpacking program prepares or runs.
-inline constexpr std::wstring_view kExtractingStatus = L"Extracting package...";
-inline constexpr std::wstring_view kPreparingFilesDetail = L"Preparing client files for repair...";
-
 // The exit code that stands for a program that could not be started.
 inline constexpr DWORD kNotStartedExitCode = 0xFFFFFFFF;
 

@@ -103,11 +103,7 @@ std::wstring RelativePathOf(const FolderEntry& entry, RepairPass& pass) {
 // happens to be current on it.
 std::filesystem::path TargetPath(const std::filesystem::path& clientRoot,
                                  std::wstring_view relativePath) {
-    std::wstring target = clientRoot.native();
-    if (!target.empty() && target.back() != L'\\' && target.back() != L'/') {
-        target += L'\\';
-    }
-    return target.append(relativePath);
+    return AsFolder(clientRoot).native() + std::wstring(relativePath);
 }
 
 void PublishFile(const RepairPass& pass, std::wstring_view relativePath) {

@@ -1,5 +1,6 @@
 #include "job/reinstall_cleanup.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <optional>
@@ -20,16 +21,25 @@ namespace {
 // from the wrong place.
 constexpr size_t kShortestSafePathLength = 6;
 
+// A drive's root, a network share's, or that of a volume without a letter. A mapped drive resolves
+// to its share.
 bool IsRoot(std::wstring_view canonicalPath) {
-    return IsSameCanonicalPath(canonicalPath,
-                               canonicalPath.substr(0, RootPathLength(canonicalPath)));
+    const size_t volumeRoot =
+        std::max(RootPathLength(canonicalPath), VolumeRootLength(canonicalPath));
+    return canonicalPath.find_first_not_of(L"\\/", volumeRoot) == std::wstring_view::npos;
+}
+
+// Whether the tool's path may have been cut at the end of the buffer that it was read into: what
+// looks like its folder is then one further up, which the tool does not lie in.
+bool MayBeCut(const std::filesystem::path& exePath) {
+    return exePath.native().size() >= MAX_PATH - 1;
 }
 
 }  // namespace
 
 bool IsSafeReinstallFolder() {
     const std::optional<std::filesystem::path> clientRoot = WeaklyCanonical(toolFolder);
-    if (!clientRoot || clientRoot->empty()) {
+    if (!clientRoot || clientRoot->empty() || MayBeCut(toolExePath)) {
         return false;
     }
     const std::wstring& clientRootText = clientRoot->native();

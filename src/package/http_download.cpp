@@ -9,11 +9,8 @@
 #include <vector>
 
 #include "common/handles.h"
-#include "common/windows_api.h"
+#include "common/winhttp_api.h"
 #include "job/job_progress.h"
-
-// Wants the types of windows_api.h.
-#include <winhttp.h>
 
 namespace {
 
@@ -210,6 +207,8 @@ std::optional<PackageAddress> SplitPackageUrl(const std::wstring& packageUrl) {
     std::array<wchar_t, kPathCharacters> path{};
     URL_COMPONENTS parts{};
     parts.dwStructSize = sizeof parts;
+    // Not wanted as text, but nScheme is sure to be filled in only with a component asked for.
+    parts.dwSchemeLength = static_cast<DWORD>(-1);
     parts.lpszHostName = host.data();
     parts.dwHostNameLength = static_cast<DWORD>(host.size());
     parts.lpszUrlPath = path.data();

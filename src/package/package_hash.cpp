@@ -8,14 +8,11 @@
 #include <type_traits>
 #include <vector>
 
+#include "common/bcrypt_api.h"
 #include "common/handles.h"
 #include "common/text.h"
-#include "common/windows_api.h"
 #include "config/tool_config.h"
 #include "job/job_progress.h"
-
-// Wants the types of windows_api.h.
-#include <bcrypt.h>
 
 namespace {
 

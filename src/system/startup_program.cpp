@@ -13,7 +13,7 @@ std::filesystem::path ResolveStartupExePath() {
     if (startupExe.empty() || !::PathIsRelativeW(startupExe.c_str())) {
         return startupExe;
     }
-    return toolFolder / startupExe;
+    return AsFolder(toolFolder) / startupExe;
 }
 
 void LaunchStartupProgram() {

@@ -1,12 +1,13 @@
 #include "system/uninstaller_file.h"
 
 #include "common/files.h"
+#include "common/paths.h"
 #include "common/resources.h"
 #include "common/tool_instance.h"
 #include "resource_ids.h"
 
 std::filesystem::path UninstallerPath() {
-    return toolFolder / L"Uninstall.exe";
+    return AsFolder(toolFolder) / L"Uninstall.exe";
 }
 
 bool WriteUninstaller() {

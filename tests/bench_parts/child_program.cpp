@@ -2,10 +2,10 @@
 //   child_program exit N             ends at once with exit code N (any 32-bit value)
 //   child_program sleep MS           ends with 0 after MS milliseconds
 //   child_program exit-after MS N    ends with N after MS milliseconds
-//   child_program args FILE ...      writes to FILE, in UTF-8, one line each: its full command
-//   line, its
-//                                    current folder, and "show=" with STARTUPINFO's flags and
-//                                    wShowWindow
+//   child_program args FILE ...      writes to FILE, in UTF-8, one line each:
+//                                    its full command line
+//                                    its current folder
+//                                    "show=" with STARTUPINFO's flags and wShowWindow
 // Anything else, or a file that cannot be written, ends with kUsageError.
 
 #include <cstdlib>

@@ -6,8 +6,9 @@
   fault_server.py serve FOLDER    runs in the foreground
 
 FOLDER/ports then holds three ports: of HTTP, of HTTPS with a certificate for "localhost" (not for
-"127.0.0.1") from the authority in FOLDER/authority.der, and of HTTPS with a certificate for "localhost"
-from nobody. The server ends by itself after 15 minutes without a request, and when FOLDER/ports is gone or no longer its own.
+"127.0.0.1") from the authority in FOLDER/authority.der, and of HTTPS with a certificate for
+"localhost" from nobody. The server ends by itself after 15 minutes without a request, and when
+FOLDER/ports is gone or no longer its own.
 
 A request's path is /PREFIX/BEHAVIOUR/ARGUMENTS..., its query is ignored. Each test has a prefix of its
 own, under which the server keeps the requests it got: /control/log/PREFIX answers, for each, the
@@ -20,17 +21,37 @@ import os
 import socket
 import ssl
 import struct
-import subprocess
 import sys
 import threading
 import time
 
-LOOPBACK = "127.0.0.1"
+# No folder of compiled files beside the sources.
+sys.dont_write_bytecode = True
+
+from fault_server_control import LOOPBACK, ports_file, read_ports, start, stop
+
 IDLE_LIMIT_S = 15 * 60
 # No behaviour keeps a connection without sending for longer than this.
 WAIT_LIMIT_S = 10
 PATTERN = bytes(range(251))
 BLOCK = PATTERN * 4177  # About 1 MB.
+
+
+def unread_bytes(connection):
+    """What waits on either side of the connection, as the Linux kernel tells; elsewhere 0."""
+    ends = [connection.getsockname()[1], connection.getpeername()[1]]
+    try:
+        with open("/proc/net/tcp", encoding="ascii") as table:
+            rows = [line.split() for line in table][1:]
+    except OSError:
+        return 0
+    queues = 0
+    for row in rows:
+        ports = [int(address.split(":")[1], 16) for address in row[1:3]]
+        if ports in (ends, ends[::-1]):
+            # "SENT:RECEIVED" in hexadecimal. Nothing arrives from the client after its request.
+            queues += sum(int(queue, 16) for queue in row[4].split(":"))
+    return queues
 
 
 class Exchange:
@@ -62,6 +83,12 @@ class Exchange:
             piece = BLOCK[offset : offset + size - start]
             self.connection.sendall(piece)
             start += len(piece)
+
+    def wait_until_read(self):
+        """Returns when the client has taken everything that was sent, where that can be seen."""
+        deadline = time.monotonic() + WAIT_LIMIT_S
+        while time.monotonic() < deadline and unread_bytes(self.connection):
+            time.sleep(0.005)
 
     def wait(self):
         """Sends nothing until the test allows it to go on."""
@@ -132,9 +159,10 @@ def serve_reset(exchange, announced, sent):
     """Breaks the connection in the middle of the body."""
     exchange.send_head(200, f"Content-Length: {announced}")
     exchange.send_pattern(int(sent))
-    # A reset throws away what the client has not read yet, and a client that is not reading may
-    # take it for the end.
-    time.sleep(0.1)
+    # A reset throws away what the client has not read yet, and a client that is not waiting in a
+    # read may take it for the end.
+    exchange.wait_until_read()
+    time.sleep(0.2)
     # Without lingering, closing resets.
     exchange.connection.setsockopt(
         socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0)
@@ -149,6 +177,12 @@ def serve_stall(exchange, announced, sent):
     exchange.send_pattern(int(announced), start=int(sent))
 
 
+def serve_stall_and_close(exchange, announced, sent):
+    """Waits in the middle of the body, then ends as if that were the end."""
+    serve_short(exchange, announced, sent)
+    exchange.wait()
+
+
 def serve_drip(exchange, size, piece, pause_ms):
     """Sends the body in pieces with pauses between them."""
     exchange.send_head(200, f"Content-Length: {size}")
@@ -158,6 +192,7 @@ def serve_drip(exchange, size, piece, pause_ms):
 
 
 def serve_stall_in_head(exchange):
+    """Waits in the middle of a header line, then closes."""
     exchange.connection.sendall(b"HTTP/1.1 200 Reason\r\nContent-Le")
     exchange.wait()
 
@@ -312,7 +347,7 @@ class Server:
     def run(self):
         for listener in self.listeners:
             threading.Thread(target=self.accept, args=listener, daemon=True).start()
-        # In one step: whoever finds the file finds both numbers.
+        # In one step: whoever finds the file finds all the numbers.
         temporary = f"{ports_file(self.folder)}.{os.getpid()}"
         with open(temporary, "w", encoding="ascii") as file:
             file.write("{} {} {}\n".format(*self.ports))
@@ -322,86 +357,14 @@ class Server:
         self.end()
 
 
-def ports_file(folder):
-    return os.path.join(folder, "ports")
-
-
-def read_ports(folder):
-    try:
-        with open(ports_file(folder), encoding="ascii") as file:
-            return [int(port) for port in file.read().split()]
-    except (OSError, ValueError):
-        return []
-
-
-def ask_running(folder, order):
-    """Whether a server answers there."""
-    ports = read_ports(folder)
-    if len(ports) != 3:
-        return False
-    try:
-        with socket.create_connection((LOOPBACK, ports[0]), timeout=5) as connection:
-            connection.sendall(f"GET /control/{order} HTTP/1.1\r\n\r\n".encode())
-            return connection.recv(64).startswith(b"HTTP/1.1 200")
-    except OSError:
-        return False
-
-
-def make_certificates(folder):
-    """An authority of our own, a certificate for "localhost" from it, and one from nobody."""
-
-    def openssl(*arguments):
-        subprocess.run(["openssl", *arguments], cwd=folder, check=True, capture_output=True)
-
-    # Not elliptic curves: the older the Windows, the fewer of them it knows.
-    new = ["req", "-x509", "-newkey", "rsa:2048", "-noenc", "-days", "3650"]
-    localhost = ["-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost",
-                 "-addext", "basicConstraints=critical,CA:FALSE"]  # fmt: skip
-    openssl(*new, "-keyout", "authority.key", "-out", "authority.pem",
-            "-subj", "/CN=Fault server test authority",
-            "-addext", "keyUsage=critical,keyCertSign,cRLSign")  # fmt: skip
-    openssl(*new, "-keyout", "server.key", "-out", "server.pem", *localhost,
-            "-CA", "authority.pem", "-CAkey", "authority.key")  # fmt: skip
-    openssl("x509", "-in", "authority.pem", "-outform", "DER", "-out", "authority.der")
-    openssl(*new, "-keyout", "stranger.key", "-out", "stranger.pem", *localhost)
-
-
-def start(folder):
-    if ask_running(folder, "ping"):
-        return 0
-    os.makedirs(folder, exist_ok=True)
-    if os.path.exists(ports_file(folder)):
-        os.remove(ports_file(folder))
-    # The last of the files that are made.
-    if not os.path.exists(os.path.join(folder, "stranger.pem")):
-        make_certificates(folder)
-    # Nothing of the caller's stays open in the server: a test runner waits for the end of its pipe.
-    with open(os.path.join(folder, "log"), "w", encoding="utf-8") as log:
-        server = subprocess.Popen(
-            [sys.executable, os.path.abspath(__file__), "serve", folder],
-            stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True,
-        )  # fmt: skip
-    deadline = time.monotonic() + 20
-    while time.monotonic() < deadline and server.poll() is None:
-        if ask_running(folder, "ping"):
-            return 0
-        time.sleep(0.02)
-    print(f"The fault server does not start; see {folder}/log.", file=sys.stderr)
-    return 1
-
-
-def stop(folder):
-    ask_running(folder, "stop")
-    return 0
-
-
 def serve(folder):
     Server(folder).run()
     return 0
 
 
 def main():
-    orders = {"start": start, "stop": stop, "serve": serve}
+    command = [sys.executable, os.path.abspath(__file__), "serve"]
+    orders = {"start": lambda folder: start(folder, command), "stop": stop, "serve": serve}
     if len(sys.argv) != 3 or sys.argv[1] not in orders:
         print(__doc__, file=sys.stderr)
         return 2

@@ -1,7 +1,7 @@
 #pragma once
 
 // The tests' side of fault_server.py. The server runs before the tests begin: CTest starts it for
-// every test program that add_fault_server_test makes, and by hand it is
+// every test program that add_repair_test(... FIXTURE fault_server) makes, and by hand it is
 //   tests/bench_parts/fault_server.py start BUILD_FOLDER/fault_server
 
 #include <cstddef>

@@ -50,7 +50,6 @@ std::string Describe() {
            "\nfolder=" + ToUtf8(std::filesystem::current_path().native()) +         //
            "\nstartup=" + std::to_string(startup.dwFlags & STARTF_USESHOWWINDOW) +  //
            "\nshow=" + std::to_string(startup.wShowWindow) +                        //
-           "\nconsole=" + (::GetConsoleWindow() == nullptr ? "hidden" : "shown") +  //
            "\nmark=" + ToUtf8(Environment(L"BENCH_MARK")) +                         //
            "\npid=" + std::to_string(::GetCurrentProcessId()) + "\n";
 }

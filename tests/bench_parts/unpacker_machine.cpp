@@ -60,8 +60,6 @@ void FillIn(ProgramRun& run, const std::string& key, const std::string& value) {
         run.startup = value;
     } else if (key == "show") {
         run.show = value;
-    } else if (key == "console") {
-        run.console = value;
     } else if (key == "mark") {
         run.mark = Utf8ToWide(value);
     } else if (key == "pid") {

@@ -32,7 +32,6 @@ struct ProgramRun {
     std::wstring currentFolder;
     std::string startup;  // "1" when a show state was given.
     std::string show;     // The show state; SW_HIDE is "0".
-    std::string console;  // "hidden" or "shown".
     std::wstring mark;    // The environment variable BENCH_MARK.
     DWORD processId = 0;
     std::optional<uint32_t> endCode;  // None while it runs and when it was ended from outside.

@@ -95,6 +95,31 @@ TEST(RootPathLength, CoversRootNameAndSeparators) {
     }
 }
 
+TEST(VolumeRootLength, CoversWhatHasNoParentOnItsVolume) {
+    const std::pair<std::wstring_view, size_t> rows[] = {
+        {L"C:\\", 3},
+        {L"C:\\a\\b", 3},
+        {L"\\\\srv\\share", 11},
+        {L"\\\\srv\\share\\", 11},
+        {L"\\\\srv\\share\\a\\b", 11},
+        {L"\\\\srv", 5},
+        {L"\\\\?\\Volume{1}\\a", 13},
+    };
+    for (const auto& [text, length] : rows) {
+        EXPECT_EQ(VolumeRootLength(text), length) << std::wstring(text);
+    }
+}
+
+TEST(AsFolder, EndsInOneSeparatorSoThatADriveIsItsRoot) {
+    const Row rows[] = {
+        {L"C:", L"C:\\"},     {L"C:\\", L"C:\\"}, {L"C:\\a", L"C:\\a\\"},
+        {L"C:/a/", L"C:/a/"}, {L"", L""},         {L"a", L"a\\"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(AsFolder(row.input).native(), row.expected) << std::wstring(row.input);
+    }
+}
+
 TEST(IsSameCanonicalPath, ComparesElementByElement) {
     EXPECT_TRUE(IsSameCanonicalPath(L"C:\\a\\b", L"C:\\a\\b"));
     EXPECT_TRUE(IsSameCanonicalPath(L"C:\\a\\b", L"C:/a//b"));

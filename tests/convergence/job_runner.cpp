@@ -15,16 +15,13 @@
 #include <string>
 #include <tuple>
 
+#include "common/bcrypt_api.h"
 #include "common/tool_instance.h"
-#include "common/windows_api.h"
+#include "common/winhttp_api.h"
 #include "config/tool_config.h"
 #include "convergence/counted_calls.h"
 #include "job/job_flow.h"
 #include "job/job_thread.h"
-
-// Both want the types of windows_api.h.
-#include <bcrypt.h>
-#include <winhttp.h>
 
 namespace {
 

@@ -157,6 +157,17 @@ TEST(ExtractPackage, UnpacksAZipWithTarAlone) {
     EXPECT_EQ(snapshot().errorMessage, L"");
 }
 
+TEST(ExtractPackage, FindsTarOnTheSearchPath) {
+    const UnpackerMachine machine;
+    const std::filesystem::path tar = machine.SearchFolder() / L"tar.exe";
+    machine.PutRecorder(tar, "exit 0");
+    if (SearchProgramPath(L"tar.exe") != tar.native()) {
+        GTEST_SKIP() << "This system has a tar.exe of its own, which is found first.";
+    }
+    EXPECT_TRUE(ExtractPackage(PutArchive(machine, kZipStart), machine.StagingFolder()));
+    EXPECT_THAT(StartedPrograms(machine), ElementsAre(tar.native()));
+}
+
 TEST(ExtractPackage, FallsBackToPowerShellWhenTarFails) {
     const UnpackerMachine machine;
     machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "exit 1");

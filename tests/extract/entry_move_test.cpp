@@ -255,17 +255,21 @@ TEST_F(MoveByCopyTest, FailsWhenTheFoldersFactsCannotBeReadAfresh) {
 }
 
 TEST_F(MoveByCopyTest, TriesToCopyAFolderThatSeemsToBeGone) {
-    WriteFile(From() / L"Data" / L"a.dat", "a");
-    DWORD error = ERROR_SUCCESS;
-    {
-        const ImportHook hook(L"kernel32.dll", "GetFileAttributesW",
-                              reinterpret_cast<void*>(&FailForTheSource));
-        ASSERT_TRUE(hook.Installed());
-        realGetFileAttributes = hook.Original<decltype(&::GetFileAttributesW)>();
-        attributesError = ERROR_FILE_NOT_FOUND;
-        MoveEntryInto(From() / L"Data", Into(), error);
+    for (const DWORD meansGone :
+         {DWORD{ERROR_FILE_NOT_FOUND}, DWORD{ERROR_PATH_NOT_FOUND}, DWORD{ERROR_BAD_NETPATH}}) {
+        WriteFile(From() / L"Data" / L"a.dat", "a");
+        DWORD error = ERROR_SUCCESS;
+        {
+            const ImportHook hook(L"kernel32.dll", "GetFileAttributesW",
+                                  reinterpret_cast<void*>(&FailForTheSource));
+            ASSERT_TRUE(hook.Installed());
+            realGetFileAttributes = hook.Original<decltype(&::GetFileAttributesW)>();
+            attributesError = meansGone;
+            MoveEntryInto(From() / L"Data", Into(), error);
+        }
+        EXPECT_EQ(ReadFile(Into() / L"Data" / L"a.dat"), "a") << meansGone;
+        fs::remove_all(Into() / L"Data");
     }
-    EXPECT_EQ(ReadFile(Into() / L"Data" / L"a.dat"), "a");
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 
 namespace fs = std::filesystem;
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
@@ -257,6 +258,33 @@ TEST_F(ClientRepair, PublishesEachFileBeforeTheWorkOnIt) {
     ExpectCounters(3, 3, 2);
 }
 
+TEST_F(ClientRepair, PublishesAFileThatNeedsNoCopyBeforeItIsCompared) {
+    WriteToBoth(L"same.dat", "same");
+    std::vector<std::wstring> published;
+    const bench::OpenHook hook([&](const std::wstring& opened) -> DWORD {
+        if (opened.ends_with(L"same.dat")) {
+            published.push_back(snapshot().detailLine);
+        }
+        return ERROR_SUCCESS;
+    });
+    EXPECT_TRUE(Repair());
+    ASSERT_FALSE(published.empty());
+    EXPECT_EQ(published.front(), L"Checking same.dat");
+}
+
+TEST_F(ClientRepair, PublishesTheToolsOwnFileThoughItIsLeftAlone) {
+    bench::WriteFile(InPackage(L"RepairTool.exe"), bench::kToolBytes);
+    std::vector<std::wstring> published;
+    const bench::LookHook hook([&](const std::wstring& looked) -> DWORD {
+        if (looked == InClient(L"RepairTool.exe")) {
+            published.push_back(snapshot().detailLine);
+        }
+        return ERROR_SUCCESS;
+    });
+    EXPECT_TRUE(Repair());
+    EXPECT_THAT(published, Contains(L"Checking RepairTool.exe"));
+}
+
 TEST_F(ClientRepair, CountersOfAnEarlierJobAreClearedAtTheStart) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
     UpdateJobState(
@@ -363,7 +391,7 @@ TEST_F(ClientRepair, DoesNotWriteAToolThatWasRenamedAway) {
 }
 
 TEST_F(ClientRepair, FillsAndVerifiesAClientOfManyFiles) {
-    constexpr uint64_t kFolderCount = 12;
+    constexpr uint64_t kFolderCount = 100;
     constexpr uint64_t kFilesToAFolder = 200;
     for (uint64_t folder = 0; folder < kFolderCount; ++folder) {
         for (uint64_t file = 0; file < kFilesToAFolder; ++file) {

@@ -114,6 +114,12 @@ TEST_F(ContentComparison, ComparesBeyondFourGiB) {
     PatchByte(Target(), kFourGiB, 'x');
     EXPECT_FALSE(AreSame()) << "the first byte beyond";
     PatchByte(Source(), kFourGiB, 'x');
+    PatchByte(Target(), kFourGiB - 1, 'x');
+    EXPECT_FALSE(AreSame()) << "the last byte before";
+    PatchByte(Target(), kFourGiB - 1, '\0');
+    PatchByte(Target(), kFourGiB + 1, 'x');
+    EXPECT_FALSE(AreSame()) << "the last byte";
+    PatchByte(Source(), kFourGiB + 1, 'x');
     EXPECT_TRUE(AreSame());
 }
 

@@ -274,6 +274,25 @@ TEST(ReinstallSafety, JudgesNetworkPathsByTheirText) {
     EXPECT_FALSE(IsSafeAt(L"\\\\server\\", L"\\\\server\\tool.exe")) << "a root of any length";
 }
 
+TEST(ReinstallSafety, RefusesTheRootOfANetworkShare) {
+    if (!bench::IsWine()) {
+        GTEST_SKIP() << "asking the network for a missing server takes too long";
+    }
+    EXPECT_FALSE(IsSafeWithToolIn(L"\\\\server\\share"));
+    EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\", L"\\\\server\\share\\tool.exe"));
+    EXPECT_FALSE(IsSafeAt(L"//server/share/", L"//server/share/tool.exe"));
+}
+
+TEST(ReinstallSafety, RefusesAToolPathThatMayHaveBeenCut) {
+    // As it is read from the system: cut in the middle of a folder's name, two levels too high.
+    const bench::ScratchFolder scratch;
+    const std::wstring parent = scratch.Path().native();
+    const std::wstring cut = parent + L"\\" + std::wstring(259 - parent.size() - 1, L'f');
+    ASSERT_EQ(cut.size(), 259u);
+    EXPECT_FALSE(IsSafeAt(parent, cut));
+    EXPECT_TRUE(IsSafeAt(parent, cut.substr(0, 258)));
+}
+
 TEST(ReinstallSafety, TouchesNothing) {
     const bench::ClientFolders folders;
     bench::WriteFile(folders.Client() / L"a.dat", "a");

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "bench_parts/call_hook.h"
+#include "common/tool_instance.h"
 #include "config/tool_config.h"
 #include "job_flow/game_machine.h"
 #include "system/registry_entry.h"
@@ -37,6 +38,7 @@ TEST_F(JobFailureTest, UrlWithoutAnAcceptedSchemeIsRefused) {
         toolConfig.archiveUrl = url;
         RunJob(JobKind::Repair);
         ExpectFailure(kNoUrl);
+        EXPECT_THAT(TempFolder(), IsEmpty());
         resetForRetry();
     }
     EXPECT_THAT(server_.RequestLog(), IsEmpty());
@@ -47,6 +49,7 @@ TEST_F(JobFailureTest, SchemeAlonePassesTheTestAndFailsInTheDownload) {
     toolConfig.archiveUrl = L"http://";
     RunJob(JobKind::Repair);
     ExpectFailure(L"The package URL is not valid.");
+    EXPECT_THAT(TempFolder(), IsEmpty());
 }
 
 TEST_F(JobFailureTest, FailedDownloadLeavesNothingBehind) {
@@ -120,6 +123,53 @@ TEST_F(JobFailureTest, FailedReinstallShowsTheHeadlineOfARepair) {
     RunJob(JobKind::Reinstall);
     ExpectFailure(L"The server returned HTTP 404.");
     EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, ReinstallOutsideAClientFolderIsRefusedAndDeletesNothing) {
+    bench::WriteFile(Client() / L"mine", "mine");
+    toolExePath = machine_.Root() / L"repair.exe";
+    RunJob(JobKind::Reinstall);
+    toolExePath = Tool();
+    ExpectFailure(
+        L"Safety check failed. Reinstall can only run from inside the game client folder.");
+    EXPECT_EQ(bench::FirstDifference({{L"mine", "mine"}}, ClientContents()), "");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+    EXPECT_FALSE(ReadKey(kEntryKey));
+}
+
+TEST_F(JobFailureTest, CopyThatFailsInAReinstallNamesTheFile) {
+    bench::WriteFile(Client() / L"client.exe", "old");
+    const bench::OpenElsewhere open(Client() / L"client.exe", FILE_SHARE_READ);
+    RunJob(JobKind::Reinstall);
+    ExpectFailure(L"Could not repair this file: client.exe");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, ReadOnlyUninstallerFailsTheJob) {
+    bench::WriteFile(Client() / L"Uninstall.exe", "old");
+    bench::SetReadOnly(Client() / L"Uninstall.exe", true);
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not write Uninstall.exe to the client folder.");
+    EXPECT_EQ(bench::ReadFile(Client() / L"Uninstall.exe"), "old");
+}
+
+TEST_F(JobFailureTest, ToolWithoutAnUninstallerEndsInTheRegistrationsOwnMessage) {
+    const auto hook = HookCall<decltype(&::FindResourceW)>(
+        kKernel32, "FindResourceW", [](auto...) -> HRSRC { return nullptr; });
+    RunJob(JobKind::Repair);
+    ExpectFailure(
+        L"Could not register Programs and Features because Uninstall.exe was not written.");
+    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
+    EXPECT_FALSE(ReadKey(kEntryKey));
+}
+
+TEST_F(JobFailureTest, EntryThatCannotBeFinishedFailsTheJob) {
+    const auto hook = HookCall<decltype(&::RegSetValueExW)>(
+        L"advapi32.dll", "RegSetValueExW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not finish writing the Programs and Features registry entry.");
+    EXPECT_THAT(TempFolder(), IsEmpty());
 }
 
 TEST_F(JobFailureTest, CleanOutThatBreaksOffFailsTheJobAndStillCleansUp) {
@@ -136,6 +186,8 @@ TEST_F(JobFailureTest, CleanOutThatBreaksOffFailsTheJobAndStillCleansUp) {
         });
     RunJob(JobKind::Reinstall);
     ExpectFailure(L"Could not read the client folder while removing the old client files.");
+    EXPECT_FALSE(ClientContents().contains(L"client.exe"));
+    EXPECT_FALSE(ReadKey(kEntryKey));
     EXPECT_THAT(TempFolder(), IsEmpty());
 }
 
@@ -155,6 +207,19 @@ TEST_F(JobFailureTest, PackageStaysWhenCleaningItUpIsOff) {
     RunJob(JobKind::Repair);
     EXPECT_TRUE(jobProgress.failed);
     EXPECT_THAT(TempFolder(), SizeIs(1));
+}
+
+TEST_F(JobFailureTest, ArchiveIsRemovedAsASingleFileNeverAsATree) {
+    // Something else has taken the very name.
+    const auto ticks = HookCall<decltype(&::GetTickCount64)>(kKernel32, "GetTickCount64",
+                                                             []() -> ULONGLONG { return 42; });
+    const fs::path archive =
+        fs::temp_directory_path() /
+        (L"KrvBrennickInstaller.exe_" + std::to_wstring(::GetCurrentProcessId()) + L"_42.zip");
+    bench::WriteFile(archive / L"file", "kept");
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not create the temporary download file.");
+    EXPECT_EQ(bench::ReadFile(archive / L"file"), "kept");
 }
 
 TEST_F(JobFailureTest, ScratchFolderThatCannotGoDoesNotDisturbTheSuccess) {

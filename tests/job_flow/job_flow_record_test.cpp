@@ -30,6 +30,18 @@ Function Real(const char* name) {
 
 // The record on the way.
 
+// Looks again until the condition holds; false when it takes too long.
+bool Awaits(const std::function<bool()>& condition) {
+    const ULONGLONG deadline = ::GetTickCount64() + 60'000;
+    while (!condition()) {
+        if (::GetTickCount64() > deadline) {
+            return false;
+        }
+        ::SwitchToThread();
+    }
+    return true;
+}
+
 struct SeenState {
     std::wstring status;
     std::wstring detail;
@@ -149,9 +161,7 @@ TEST_F(JobRecordTest, StartIsRefusedWithoutAnyEffectBeforeTheLastJobIsCollected)
     const std::wstring firstUrl = selectedPackageUrl;
     EXPECT_FALSE(beginJob(JobKind::Reinstall, PackageUrl(kZip), [] { ADD_FAILURE(); }));
     EXPECT_EQ(selectedPackageUrl, firstUrl);
-    while (jobProgress.running) {
-        ::SwitchToThread();
-    }
+    EXPECT_TRUE(Awaits([] { return !jobProgress.running; }));
     EXPECT_FALSE(beginJob(JobKind::Reinstall, PackageUrl(kZip), [] { ADD_FAILURE(); }));
     EXPECT_EQ(snapshot().kind, JobKind::Repair);
     JoinJobThread();
@@ -197,9 +207,7 @@ TEST_F(JobRecordTest, KindThatIsNeitherBehavesAsARepair) {
 TEST_F(JobRecordTest, StopDuringTheDownloadEndsSilentlyAndCleansUp) {
     toolConfig.archiveUrl = server_.Url(L"stall/5000000/2200000");
     ASSERT_TRUE(beginJob(JobKind::Repair, L"", [] {}));
-    while (snapshot().bytesTotal == 0) {
-        ::SwitchToThread();
-    }
+    EXPECT_TRUE(Awaits([] { return snapshot().bytesTotal != 0; }));
     requestCancel();
     server_.ReleaseWaits();
     JoinJobThread();
@@ -208,6 +216,42 @@ TEST_F(JobRecordTest, StopDuringTheDownloadEndsSilentlyAndCleansUp) {
     EXPECT_TRUE(jobProgress.running);  // The window clears it when it closes.
     EXPECT_THAT(TempFolder(), IsEmpty());
     EXPECT_THAT(ClientContents(), IsEmpty());
+}
+
+TEST_F(JobRecordTest, StopDuringTheVerificationEndsSilentlyAndCleansUp) {
+    // The window asks for it while the first file is copied.
+    const auto hook = HookCall<decltype(&::CopyFileW)>(
+        kKernel32, "CopyFileW", [](LPCWSTR source, LPCWSTR target, BOOL failIfExists) -> BOOL {
+            requestCancel();
+            return Real<decltype(&::CopyFileW)>("CopyFileW")(source, target, failIfExists);
+        });
+    RunJob(JobKind::Repair);
+    EXPECT_EQ(snapshot().errorMessage, L"");
+    EXPECT_FALSE(jobProgress.failed);
+    EXPECT_THAT(TempFolder(), IsEmpty());
+    EXPECT_FALSE(bench::FirstDifference(LoneFolderPackage(), ClientContents()).empty());
+}
+
+TEST_F(JobRecordTest, EndIsNeverSeenHalfWay) {
+    for (const bool succeeds : {true, false}) {
+        for (int round = 0; round < 300; ++round) {
+            ClearForJobStart(JobKind::Repair);
+            StartJobThread([succeeds] {
+                if (succeeds) {
+                    ReportSuccess(kRepairSuccess);
+                } else {
+                    reportFailure(L"broken");
+                }
+            });
+            ASSERT_TRUE(Awaits([] { return jobProgress.finished.load(); }));
+            // Whoever sees the end under the lock sees all of it.
+            const JobState state = snapshot();
+            EXPECT_EQ(state.stage, succeeds ? JobStage::Done : JobStage::Failed);
+            EXPECT_FALSE(jobProgress.running);
+            EXPECT_EQ(jobProgress.failed, !succeeds);
+            JoinJobThread();
+        }
+    }
 }
 
 TEST_F(JobRecordTest, StopDuringTheUnpackingFailsAndCleansUp) {

@@ -19,10 +19,19 @@ namespace {
 
 constexpr wchar_t kRar[] = L"rar5_plain.rar";
 
+using testing::AnyOf;
 using testing::IsEmpty;
 using testing::SizeIs;
 
 class JobFlowTest : public GameMachine {};
+
+std::wstring Today() {
+    SYSTEMTIME now{};
+    ::GetLocalTime(&now);
+    std::array<wchar_t, 16> today{};
+    std::swprintf(today.data(), today.size(), L"%04u%02u%02u", now.wYear, now.wMonth, now.wDay);
+    return today.data();
+}
 
 // The first line of the first request.
 std::string RequestedName(const bench::FaultServer& server) {
@@ -108,22 +117,20 @@ TEST_F(JobFlowTest, FilesGetThePackagesTimeStamps) {
 
 TEST_F(JobFlowTest, EntersTheGameIntoTheListOfInstalledPrograms) {
     toolConfig.websiteUrl = L"https://karvoth.example/";
+    const std::wstring dayBefore = Today();
     RunJob(JobKind::Repair);
+    const std::wstring dayAfter = Today();
     ExpectSuccess(kRepairSuccess);
     const auto entry = ReadKey(kEntryKey);
     ASSERT_TRUE(entry);
     const std::wstring folder = Client().native();
-    SYSTEMTIME now{};
-    ::GetLocalTime(&now);
-    std::array<wchar_t, 16> today{};
-    std::swprintf(today.data(), today.size(), L"%04u%02u%02u", now.wYear, now.wMonth, now.wDay);
     EXPECT_EQ(entry->at(L"DisplayName"), StoredText(L"Karvoth"));
     EXPECT_EQ(entry->at(L"Publisher"), StoredText(L"Brennick"));
     EXPECT_EQ(entry->at(L"DisplayVersion"), StoredText(L"2.0.0"));
     EXPECT_EQ(entry->at(L"InstallLocation"), StoredText(folder));
     EXPECT_EQ(entry->at(L"UninstallString"), StoredText(L"\"" + folder + L"\\Uninstall.exe\""));
     EXPECT_EQ(entry->at(L"DisplayIcon"), StoredText(folder + L"\\client.exe,0"));
-    EXPECT_EQ(entry->at(L"InstallDate"), StoredText(today.data()));
+    EXPECT_THAT(entry->at(L"InstallDate"), AnyOf(StoredText(dayBefore), StoredText(dayAfter)));
     EXPECT_EQ(entry->at(L"URLInfoAbout"), StoredText(L"https://karvoth.example/"));
     EXPECT_EQ(entry->at(L"NoModify"), StoredNumber(1));
     EXPECT_EQ(entry->at(L"NoRepair"), StoredNumber(1));
@@ -150,6 +157,15 @@ TEST_F(JobFlowTest, GivenUrlIsAskedInsteadOfTheConfiguredOne) {
     ExpectSuccess(kRepairSuccess);
     EXPECT_EQ(RequestedName(server_),
               "GET " + server_.ObjectName("archive/zip_lone_folder.zip") + " HTTP/1.1");
+}
+
+TEST_F(JobFlowTest, MirrorRepairsTheClientAsWell) {
+    toolConfig.multiRepairTool = true;
+    toolConfig.archiveUrl = server_.Url(L"status/500");
+    toolConfig.archiveMirrorUrls = {PackageUrl(kZip)};
+    RunJob(JobKind::Repair, ChoosePackageUrl(toolConfig, false));
+    ExpectSuccess(kRepairSuccess);
+    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
 }
 
 TEST_F(JobFlowTest, EachServerChoiceAsksForItsOwnPackage) {

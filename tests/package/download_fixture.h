@@ -2,19 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <thread>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/scratch_folder.h"
-#include "common/windows_api.h"
+#include "common/files.h"
+#include "common/winhttp_api.h"
 #include "job/job_progress.h"
-#include "bench_parts/call_hook.h"
 #include "package/http_download.h"
-
-// Wants the types of windows_api.h.
-#include <winhttp.h>
 
 inline constexpr wchar_t kWinHttp[] = L"winhttp.dll";
 inline constexpr wchar_t kKernel32[] = L"kernel32.dll";
@@ -46,6 +46,18 @@ protected:
 
     bool IsSaved() const {
         return ::GetFileAttributesW(archive_.c_str()) != INVALID_FILE_ATTRIBUTES;
+    }
+
+    // False when it takes the file more than 10 s.
+    bool WaitForFileSize(uint64_t size) const {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (FileSize(archive_).value_or(0) < size) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return true;
     }
 
     // The job as a reported failure leaves it.

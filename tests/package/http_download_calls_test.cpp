@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <future>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,7 +11,7 @@
 namespace {
 
 // What the download asks of the system where no server and no file can tell: limits, sizes, the
-// order of closing, the moments of publication.
+// moments of publication.
 class HttpDownloadCalls : public DownloadTest {
 protected:
     // Bytes that a read is to give, and how long it is to take.
@@ -178,100 +176,6 @@ TEST_F(HttpDownloadCalls, ReadIntoOneZeroedBufferOfOneMebibyte) {
     EXPECT_TRUE(Download(L"body/3000000"));
     EXPECT_TRUE(isZeroed);
     EXPECT_THAT(buffers, testing::Each(buffers.front()));
-}
-
-TEST_F(HttpDownloadCalls, CloseFileRequestConnectionAndSessionInThisOrder) {
-    std::vector<std::string> closed;
-    HANDLE file = nullptr;
-    HINTERNET session = nullptr;
-    HINTERNET connection = nullptr;
-    const auto openHook =
-        HookCall<decltype(&::WinHttpOpen)>(kWinHttp, "WinHttpOpen", [&](auto... arguments) {
-            session = RealFunction<decltype(&::WinHttpOpen)>(kWinHttp, "WinHttpOpen")(arguments...);
-            return session;
-        });
-    const auto connectHook =
-        HookCall<decltype(&::WinHttpConnect)>(kWinHttp, "WinHttpConnect", [&](auto... arguments) {
-            connection =
-                RealFunction<decltype(&::WinHttpConnect)>(kWinHttp, "WinHttpConnect")(arguments...);
-            return connection;
-        });
-    const auto fileHook =
-        HookCall<decltype(&::CreateFileW)>(kKernel32, "CreateFileW", [&](auto... arguments) {
-            file = RealFunction<decltype(&::CreateFileW)>(kKernel32, "CreateFileW")(arguments...);
-            return file;
-        });
-    const auto closeHook =
-        HookCall<decltype(&::CloseHandle)>(kKernel32, "CloseHandle", [&](HANDLE handle) {
-            if (handle == file) {
-                closed.emplace_back("file");
-            }
-            return RealFunction<decltype(&::CloseHandle)>(kKernel32, "CloseHandle")(handle);
-        });
-    const auto closeInternetHook = HookCall<decltype(&::WinHttpCloseHandle)>(
-        kWinHttp, "WinHttpCloseHandle", [&](HINTERNET handle) {
-            closed.emplace_back(handle == session      ? "session"
-                                : handle == connection ? "connection"
-                                                       : "request");
-            return RealFunction<decltype(&::WinHttpCloseHandle)>(kWinHttp,
-                                                                 "WinHttpCloseHandle")(handle);
-        });
-    EXPECT_TRUE(Download(L"body/10"));
-    EXPECT_THAT(closed, testing::ElementsAre("file", "request", "connection", "session"));
-
-    closed.clear();
-    file = nullptr;
-    EXPECT_FALSE(Download(L"status/404"));
-    EXPECT_THAT(closed, testing::ElementsAre("request", "connection", "session"));
-}
-
-TEST_F(HttpDownloadCalls, CloseEverythingBeforeTheStopDeletesTheFile) {
-    jobProgress.cancelRequested = true;
-    int open = 0;
-    int openAtDeletion = -1;
-    const auto closeHook = HookCall<decltype(&::WinHttpCloseHandle)>(
-        kWinHttp, "WinHttpCloseHandle", [&](HINTERNET handle) {
-            ++open;
-            return RealFunction<decltype(&::WinHttpCloseHandle)>(kWinHttp,
-                                                                 "WinHttpCloseHandle")(handle);
-        });
-    const auto deleteHook =
-        HookCall<decltype(&::DeleteFileW)>(kKernel32, "DeleteFileW", [&](LPCWSTR name) {
-            openAtDeletion = 3 - open;
-            return RealFunction<decltype(&::DeleteFileW)>(kKernel32, "DeleteFileW")(name);
-        });
-    EXPECT_FALSE(Download(L"body/10"));
-    EXPECT_EQ(openAtDeletion, 0);
-}
-
-TEST_F(HttpDownloadCalls, AreMadeWithoutTheLock) {
-    int calls = 0;
-    const auto expectUnlocked = [&] {
-        ++calls;
-        // From a thread of its own, for a thread must not try a lock that it holds.
-        EXPECT_TRUE(std::async(std::launch::async, [] {
-                        const std::unique_lock lock(jobProgress.lock, std::try_to_lock);
-                        return lock.owns_lock();
-                    }).get());
-    };
-    const auto readHook =
-        HookCall<decltype(&::WinHttpReadData)>(kWinHttp, "WinHttpReadData", [&](auto... arguments) {
-            expectUnlocked();
-            return ReadRealData(arguments...);
-        });
-    const auto writeHook =
-        HookCall<decltype(&::WriteFile)>(kKernel32, "WriteFile", [&](auto... arguments) {
-            expectUnlocked();
-            return RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile")(arguments...);
-        });
-    const auto closeHook = HookCall<decltype(&::WinHttpCloseHandle)>(
-        kWinHttp, "WinHttpCloseHandle", [&](HINTERNET handle) {
-            expectUnlocked();
-            return RealFunction<decltype(&::WinHttpCloseHandle)>(kWinHttp,
-                                                                 "WinHttpCloseHandle")(handle);
-        });
-    EXPECT_TRUE(Download(L"body/1000"));
-    EXPECT_EQ(calls, 2 + 1 + 3);
 }
 
 TEST_F(HttpDownloadCalls, FollowThePublicationOfTheStart) {

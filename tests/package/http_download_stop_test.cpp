@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <future>
 #include <string>
-#include <thread>
 
-#include "common/files.h"
 #include "package/download_fixture.h"
 
 namespace {
@@ -21,17 +18,6 @@ protected:
         EXPECT_EQ(state.bytesPerSecond, 0.0);
         EXPECT_EQ(state.statusLine, L"Downloading client package...");
         EXPECT_EQ(state.detailLine, L"");
-    }
-
-    bool WaitForFileSize(uint64_t size) const {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (FileSize(archive_).value_or(0) < size) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return true;
     }
 };
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <future>
 #include <string>
 #include <vector>
 
@@ -81,6 +82,18 @@ TEST_F(HttpDownload, TakesAShortBodyForTheWholePackage) {
     EXPECT_TRUE(Download(L"short/2000000/1500000"));
     EXPECT_TRUE(SavedBytes() == bench::PatternBytes(1500000));
     EXPECT_EQ(snapshot().bytesTotal, 2000000u);
+    EXPECT_EQ(snapshot().bytesReceived, 1500000u);
+    ExpectNoFailure();
+}
+
+TEST_F(HttpDownload, TakesABodyThatStallsAndEndsForTheWholePackage) {
+    auto download = std::async(std::launch::async,
+                               [&] { return Download(L"stall_and_close/3000000/1500000"); });
+    EXPECT_TRUE(WaitForFileSize(kMebibyte));
+    server_.ReleaseWaits();
+    EXPECT_TRUE(download.get());
+    EXPECT_TRUE(SavedBytes() == bench::PatternBytes(1500000));
+    EXPECT_EQ(snapshot().bytesTotal, 3000000u);
     EXPECT_EQ(snapshot().bytesReceived, 1500000u);
     ExpectNoFailure();
 }

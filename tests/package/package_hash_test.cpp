@@ -6,17 +6,15 @@
 #include <cwctype>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/scratch_folder.h"
-#include "common/windows_api.h"
+#include "common/bcrypt_api.h"
 #include "config/tool_config.h"
 #include "job/job_progress.h"
-#include "bench_parts/call_hook.h"
-
-// Wants the types of windows_api.h.
-#include <bcrypt.h>
 
 namespace {
 
@@ -116,18 +114,27 @@ TEST_F(PackageHash, ReadsReadOnlyPackagesOfAnyName) {
     EXPECT_EQ(DigestOf(odd), kDigestOfAbc);
 }
 
-TEST_F(PackageHash, ReadsInPiecesOfOneMebibyte) {
+TEST_F(PackageHash, ReadsInPiecesOfOneMebibyteIntoOneZeroedBuffer) {
     bench::WriteFile(archive_, bench::PatternBytes(2 * kMebibyte + 1));
     std::vector<DWORD> sizes;
+    std::vector<LPVOID> buffers;
+    bool isZeroed = false;
     const auto hook = HookCall<decltype(&::ReadFile)>(
         kKernel32, "ReadFile",
         [&](HANDLE file, LPVOID buffer, DWORD size, LPDWORD bytesRead, LPOVERLAPPED overlapped) {
+            if (buffers.empty()) {
+                const std::string_view bytes(static_cast<const char*>(buffer), size);
+                isZeroed = bytes.find_first_not_of('\0') == std::string_view::npos;
+            }
             sizes.push_back(size);
+            buffers.push_back(buffer);
             return RealFunction<decltype(&::ReadFile)>(kKernel32, "ReadFile")(
                 file, buffer, size, bytesRead, overlapped);
         });
     DigestOf(archive_);
     EXPECT_THAT(sizes, testing::AllOf(testing::SizeIs(4), testing::Each(DWORD{kMebibyte})));
+    EXPECT_TRUE(isZeroed);
+    EXPECT_THAT(buffers, testing::Each(buffers.front()));
 }
 
 TEST_F(PackageHash, NormalizesDigests) {
@@ -240,6 +247,17 @@ TEST_F(PackageHash, DoesNotLookAtTheStopFlag) {
 
 TEST_F(PackageHash, FailsWithoutAFile) {
     ExpectCannotBeComputed();
+}
+
+TEST_F(PackageHash, BeginsNoHashWithoutAFile) {
+    int calls = 0;
+    const auto hook = HookCall<decltype(&::BCryptOpenAlgorithmProvider)>(
+        kBcrypt, "BCryptOpenAlgorithmProvider", [&](auto...) {
+            ++calls;
+            return kStatusUnsuccessful;
+        });
+    ExpectCannotBeComputed();
+    EXPECT_EQ(calls, 0);
 }
 
 TEST_F(PackageHash, FailsForAFolder) {

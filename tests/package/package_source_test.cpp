@@ -6,8 +6,8 @@
 #include <regex>
 #include <vector>
 
-#include "common/windows_api.h"
 #include "bench_parts/call_hook.h"
+#include "common/windows_api.h"
 
 namespace {
 
@@ -248,6 +248,14 @@ TEST_F(PackageSource, PutsProcessIdAndTimeIntoBothPaths) {
     ExpectNameOfNow(MakeArchiveDownloadPath().filename().native(), L"Tool\\.exe_", L"\\.rar",
                     earliest);
     ExpectNameOfNow(MakeJobTempFolder().filename().native(), L"KrvBrennickRepair_", L"", earliest);
+}
+
+TEST_F(PackageSource, TakesTheTimeOfASystemThatHasRunForMoreThanSevenWeeks) {
+    constexpr ULONGLONG kMilliseconds = 0x1'0000'0005;
+    const auto hook = HookCall<decltype(&::GetTickCount64)>(kKernel32, "GetTickCount64",
+                                                            [] { return kMilliseconds; });
+    EXPECT_TRUE(MakeArchiveDownloadPath().native().ends_with(L"_4294967301.zip"));
+    EXPECT_TRUE(MakeJobTempFolder().native().ends_with(L"_4294967301"));
 }
 
 TEST_F(PackageSource, UsesTheSelectedUrlForTheArchivesExtension) {

@@ -65,6 +65,14 @@ TEST(FolderSizeBytes, DoesNotTakeTheCurrentFolderForNone) {
     EXPECT_EQ(FolderSizeBytes(fs::path()), 0U);
 }
 
+TEST(FolderSizeBytes, TakesABareDriveForItsRoot) {
+    const bench::ScratchFolder scratch;
+    const CurrentFolder current(scratch.Path());
+    const std::wstring drive = scratch.Path().native().substr(0, 2);
+    // The current folder is empty, the drive is not.
+    EXPECT_GT(FolderSizeBytes(drive), 0U);
+}
+
 TEST(FolderSizeBytes, LeavesOutAnUnreadableFolderAndGoesOn) {
     const ScratchFolder root;
     bench::WriteFile(root.Path() / L"a" / L"file", "1");

@@ -54,6 +54,11 @@ TEST_F(ResolveStartupExePathTest, TakesALeadingSlashFromTheClientFoldersDrive) {
     EXPECT_EQ(ResolveStartupExePath().native(), L"D:/run.exe");
 }
 
+TEST_F(ResolveStartupExePathTest, StandsInTheRootOfADriveForAToolThere) {
+    toolFolder = L"C:";
+    EXPECT_EQ(ResolveStartupExePath().native(), L"C:\\patcher.exe");
+}
+
 TEST_F(ResolveStartupExePathTest, IsEmptyWhenNothingIsConfigured) {
     toolConfig.startupExe.clear();
     EXPECT_TRUE(ResolveStartupExePath().empty());
@@ -154,9 +159,9 @@ TEST_F(LaunchStartupProgramTest, FollowsALinkToTheProgram) {
     EXPECT_EQ(shellCalls[0].file, toolFolder.native() + L"\\patcher.exe");
 }
 
-// The bytes of the file as UTF-16, as soon as there is one; empty after ten seconds.
+// The bytes of the file as UTF-16, as soon as there is one; empty after a minute.
 std::wstring AwaitReport(const fs::path& file) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (std::chrono::steady_clock::now() < deadline) {
         if (fs::exists(file)) {
             const std::string bytes = bench::ReadFile(file);
@@ -169,7 +174,7 @@ std::wstring AwaitReport(const fs::path& file) {
 
 // A program keeps its exe and its current folder in use until it has ended.
 void RemoveOnceEnded(const fs::path& folder) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     std::error_code error;
     do {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

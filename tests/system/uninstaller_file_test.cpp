@@ -103,6 +103,12 @@ TEST_F(WriteUninstallerTest, UsesTheCurrentFolderWithoutAClientFolder) {
     EXPECT_EQ(bench::ReadFile(Outside() / L"Uninstall.exe"), kEmbedded);
 }
 
+TEST_F(WriteUninstallerTest, StandsInTheRootOfADriveForAToolThere) {
+    // "C:Uninstall.exe" would be a file in whatever folder is current on the drive.
+    toolFolder = L"C:";
+    EXPECT_EQ(UninstallerPath().native(), L"C:\\Uninstall.exe");
+}
+
 TEST_F(WriteUninstallerTest, FailsOnAReadOnlyFile) {
     bench::WriteFile(toolFolder / L"Uninstall.exe", "old");
     bench::SetReadOnly(toolFolder / L"Uninstall.exe", true);

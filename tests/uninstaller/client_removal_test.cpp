@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
 #include "installed_game_test.h"
 
@@ -60,6 +61,39 @@ TEST_F(RemoveGameTest, RemovesLinksAndLeavesWhatTheyLeadTo) {
     const auto listing = bench::FolderListing(Outside());
     EXPECT_THAT(listing, IsSupersetOf({L"kept/", L"kept/inside/", L"kept/inside/file"}));
     EXPECT_FALSE(fs::exists(toolFolder / L"data"));
+}
+
+TEST_F(RemoveGameTest, RemovesFileLinksAndLeavesWhatTheyLeadTo) {
+    if (bench::IsWine()) {
+        GTEST_SKIP() << "here the removal of a file link takes the file that it leads to";
+    }
+    bench::WriteFile(Outside() / L"kept.txt", "kept");
+    if (!bench::MakeFileLink(toolFolder / L"link.txt", Outside() / L"kept.txt") ||
+        !bench::MakeFileLink(toolFolder / L"bin" / L"link.txt", Outside() / L"kept.txt")) {
+        GTEST_SKIP() << "no links can be made here";
+    }
+    EXPECT_THAT(RemoveGame().left, IsEmpty());
+    EXPECT_THAT(bench::FolderListing(Outside()), ElementsAre(L"kept.txt"));
+    EXPECT_EQ(bench::ReadFile(Outside() / L"kept.txt"), "kept");
+}
+
+TEST_F(RemoveGameTest, LeavesAndNamesWhatAppearsAtTheEnd) {
+    // Somebody puts a file there at the moment when the uninstaller itself goes.
+    const fs::path newcomer = toolFolder / L"bin" / L"new";
+    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto hook = HookCall<decltype(&::CreateFileW)>(
+        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
+            if (access == DELETE && fs::path(path).filename() == L"Uninstall.exe") {
+                bench::WriteFile(newcomer, "somebody's");
+            }
+            return real(path, access, more...);
+        });
+    const RemovalResult result = RemoveGame();
+    EXPECT_THAT(result.left, ElementsAre(newcomer));
+    EXPECT_FALSE(result.canBeRepeated);
+    EXPECT_FALSE(result.entryLeft);
+    EXPECT_THAT(bench::FolderListing(toolFolder), ElementsAre(L"bin/", L"bin/new"));
+    EXPECT_EQ(bench::ReadFile(newcomer), "somebody's");
 }
 
 TEST_F(RemoveGameTest, KeepsWhatASecondAttemptNeeds) {

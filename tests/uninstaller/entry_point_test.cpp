@@ -20,7 +20,7 @@ constexpr int kTextControl = 0xffff;
 
 template <typename Find>
 auto Await(Find find) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     auto found = find();
     while (!found && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -70,22 +70,38 @@ protected:
     }
 
     // Starts what the entry says, from within the client folder.
-    [[nodiscard]] bool StartAsRegistered() const {
+    [[nodiscard]] KernelHandle StartAsRegistered() const {
         const StoredValue value = ReadKey(EntryKey())->at(L"UninstallString");
         return Start(std::wstring(reinterpret_cast<const wchar_t*>(value.bytes.data())));
     }
 
-    static bool Start(std::wstring commandLine) {
+    // The process; null when it does not start.
+    static KernelHandle Start(std::wstring commandLine,
+                              const fs::path& currentFolder = toolFolder) {
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
         PROCESS_INFORMATION started{};
         if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                              toolFolder.c_str(), &startup, &started)) {
-            return false;
+                              currentFolder.c_str(), &startup, &started)) {
+            return nullptr;
         }
         ::CloseHandle(started.hThread);
-        ::CloseHandle(started.hProcess);
-        return true;
+        return KernelHandle(started.hProcess);
+    }
+
+    // Starts a copy elsewhere as the original does, but lets the test see how it ends.
+    [[nodiscard]] KernelHandle StartAsCopy() const {
+        const fs::path copy = elsewhere_.Path() / L"copy.exe";
+        bench::WriteFile(copy, bench::ReadFile(toolExePath));
+        return Start(L"\"" + copy.native() + L"\" /remove \"" + toolExePath.native() + L"\" 0",
+                     elsewhere_.Path());
+    }
+
+    static DWORD ExitCode(const KernelHandle& process) {
+        DWORD code = STILL_ACTIVE;
+        ::WaitForSingleObject(process.get(), 60'000);
+        ::GetExitCodeProcess(process.get(), &code);
+        return code;
     }
 
     static int CopiesInTempFolder() {
@@ -97,7 +113,75 @@ protected:
         }
         return copies;
     }
+
+private:
+    bench::ScratchFolder elsewhere_;
 };
+
+// The temporary folder of programs that are started while the object lives.
+class TemporaryFolderAt {
+public:
+    explicit TemporaryFolderAt(const fs::path& folder) {
+        for (Variable& variable : variables_) {
+            variable.former.resize(32'767);
+            variable.former.resize(::GetEnvironmentVariableW(
+                variable.name, variable.former.data(), static_cast<DWORD>(variable.former.size())));
+            ::SetEnvironmentVariableW(variable.name, folder.c_str());
+        }
+    }
+    ~TemporaryFolderAt() {
+        for (const Variable& variable : variables_) {
+            ::SetEnvironmentVariableW(variable.name, variable.former.c_str());
+        }
+    }
+    TemporaryFolderAt(const TemporaryFolderAt&) = delete;
+    TemporaryFolderAt& operator=(const TemporaryFolderAt&) = delete;
+
+private:
+    struct Variable {
+        const wchar_t* name;
+        std::wstring former;
+    };
+    std::array<Variable, 2> variables_{Variable{L"TMP", {}}, Variable{L"TEMP", {}}};
+};
+
+TEST_F(UninstallerProgram, EndsWithZeroWhenTheGameIsGone) {
+    const KernelHandle copy = StartAsCopy();
+    ASSERT_TRUE(copy);
+    Press(AwaitBox(L"Uninstall Bench Game"), IDYES);
+    const HWND report = AwaitBox(L"Uninstall Bench Game");
+    EXPECT_EQ(TextOf(report), L"Bench Game was removed.");
+    Press(report, IDOK);
+    EXPECT_EQ(ExitCode(copy), 0U);
+    EXPECT_TRUE(bench::FolderListing(Outside()).empty());
+}
+
+TEST_F(UninstallerProgram, EndsWithOneAfterANo) {
+    const KernelHandle copy = StartAsCopy();
+    ASSERT_TRUE(copy);
+    const HWND question = AwaitBox(L"Uninstall Bench Game");
+    EXPECT_THAT(TextOf(question), HasSubstr(L"Do you want to remove"));
+    Press(question, IDNO);
+    EXPECT_EQ(ExitCode(copy), 1U);
+}
+
+TEST_F(UninstallerProgram, SaysThatItCouldNotBeStartedAndEndsWithOne) {
+    const auto listing = bench::FolderListing(Outside());
+    KernelHandle original;
+    {
+        const TemporaryFolderAt missing(Outside() / L"missing");
+        original = StartAsRegistered();
+    }
+    ASSERT_TRUE(original);
+    const HWND box = AwaitBox(L"Uninstall Bench Game");
+    ASSERT_TRUE(box);
+    EXPECT_EQ(TextOf(box),
+              L"The uninstaller could not be started from the temporary folder.\n\n"
+              L"Nothing was removed.");
+    Press(box, IDOK);
+    EXPECT_EQ(ExitCode(original), 1U);
+    EXPECT_EQ(bench::FolderListing(Outside()), listing);
+}
 
 TEST_F(UninstallerProgram, RemovesTheGameAndItself) {
     PutShortcut();
@@ -122,7 +206,9 @@ TEST_F(UninstallerProgram, RemovesTheGameAndItself) {
 TEST_F(UninstallerProgram, RemovesNothingAfterANo) {
     const auto listing = bench::FolderListing(Outside());
     const auto entry = ReadKey(EntryKey());
-    ASSERT_TRUE(StartAsRegistered());
+    const KernelHandle original = StartAsRegistered();
+    ASSERT_TRUE(original);
+    EXPECT_EQ(ExitCode(original), 0U);  // It has handed over.
     const HWND question = AwaitBox(L"Uninstall Bench Game");
     ASSERT_TRUE(question);
     Press(question, IDNO);
@@ -159,11 +245,13 @@ TEST_F(UninstallerProgram, RefusesAFolderNamedOnTheCommandLine) {
 TEST_F(UninstallerProgram, RefusesWithoutItsConfiguration) {
     PutUninstaller(L"bare_uninstaller.exe");
     const auto listing = bench::FolderListing(Outside());
-    ASSERT_TRUE(StartAsRegistered());
+    const KernelHandle original = StartAsRegistered();
+    ASSERT_TRUE(original);
     const HWND refusal = AwaitBox(L"Uninstall");
     ASSERT_TRUE(refusal);
     EXPECT_EQ(TextOf(refusal), L"This uninstaller does not know its game.\n\nNothing was removed.");
     Press(refusal, IDOK);
+    EXPECT_EQ(ExitCode(original), 1U);
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
 }
 

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/scratch_folder.h"
 #include "installed_game_test.h"
 
@@ -76,7 +77,7 @@ std::vector<fs::path> Copies(std::wstring_view extension) {
 
 template <typename Condition>
 bool Await(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {
             return false;
@@ -117,6 +118,31 @@ TEST(StartCopy, LeavesNoCopyThatDoesNotStart) {
     EXPECT_TRUE(Copies(L".exe").empty());
 }
 
+TEST(StartCopy, LeavesNoCopyThatWouldNotGoByItself) {
+    const bench::ScratchFolder client;
+    const fs::path original = client.Path() / L"Uninstall.exe";
+    bench::WriteFile(original, bench::ReadFile(FolderOfThisProgram() / L"startup_probe.exe"));
+    bench::SetReadOnly(original, true);
+    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    int refused = 0;
+    const auto hook = HookCall<decltype(&::CreateFileW)>(
+        L"kernel32.dll", "CreateFileW",
+        [&](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD creation,
+            DWORD flags, HANDLE model) -> HANDLE {
+            if ((flags & FILE_FLAG_DELETE_ON_CLOSE) != 0) {
+                ++refused;
+                ::SetLastError(ERROR_SHARING_VIOLATION);
+                return INVALID_HANDLE_VALUE;
+            }
+            return real(path, access, share, security, creation, flags, model);
+        });
+    EXPECT_FALSE(StartCopy(original));
+    EXPECT_EQ(refused, 1);
+    EXPECT_TRUE(Copies(L".exe").empty());
+    EXPECT_TRUE(Copies(L".txt").empty());
+    EXPECT_TRUE(fs::exists(original));
+}
+
 HANDLE DuplicateOf(HANDLE process) {
     HANDLE duplicate = nullptr;
     ::DuplicateHandle(::GetCurrentProcess(), process, ::GetCurrentProcess(), &duplicate, 0, FALSE,
@@ -127,9 +153,28 @@ HANDLE DuplicateOf(HANDLE process) {
 TEST(AwaitOriginal, WaitsUntilTheProcessHasEnded) {
     const bench::ScratchFolder client;
     const RunningCopy original(L"child_program.exe", client.Path() / L"Uninstall.exe",
-                               L"sleep 300");
-    AwaitOriginal(DuplicateOf(original.Process()));
-    EXPECT_EQ(::WaitForSingleObject(original.Process(), 0), DWORD{WAIT_OBJECT_0});
+                               L"sleep 600000");
+    ASSERT_TRUE(original.Process());
+    const HANDLE duplicate = DuplicateOf(original.Process());
+    const auto wait =
+        RealFunction<decltype(&::WaitForSingleObject)>(L"kernel32.dll", "WaitForSingleObject");
+    DWORD waited = WAIT_FAILED;
+    {
+        // The process only ends because it is waited for.
+        const auto hook = HookCall<decltype(&::WaitForSingleObject)>(
+            L"kernel32.dll", "WaitForSingleObject", [&](HANDLE handle, DWORD limitMs) -> DWORD {
+                if (handle != duplicate) {
+                    return wait(handle, limitMs);
+                }
+                EXPECT_EQ(wait(handle, 0), DWORD{WAIT_TIMEOUT});
+                EXPECT_NE(limitMs, INFINITE);
+                ::TerminateProcess(original.Process(), 0);
+                return waited = wait(handle, limitMs);
+            });
+        AwaitOriginal(duplicate);
+    }
+    EXPECT_EQ(waited, DWORD{WAIT_OBJECT_0});
+    EXPECT_EQ(wait(original.Process(), 0), DWORD{WAIT_OBJECT_0});
 }
 
 TEST(AwaitOriginal, GoesOnWithoutAProcess) {

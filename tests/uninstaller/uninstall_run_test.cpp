@@ -125,4 +125,15 @@ TEST_F(RunUninstallTest, ReportsWhatStays) {
     EXPECT_EQ(boxes[1].style & MB_ICONMASK, UINT{MB_ICONWARNING});
 }
 
+TEST_F(RunUninstallTest, SaysThatItCouldNotBeStarted) {
+    ReportFailedStart();
+    ASSERT_EQ(boxes.size(), 1U);
+    EXPECT_EQ(boxes[0].text,
+              L"The uninstaller could not be started from the temporary folder.\n\n"
+              L"Nothing was removed.");
+    EXPECT_EQ(boxes[0].caption, L"Uninstall Bench Game");
+    EXPECT_EQ(boxes[0].style & (MB_TYPEMASK | MB_ICONMASK), UINT{MB_OK | MB_ICONERROR});
+    ExpectNothingRemoved();
+}
+
 }  // namespace

@@ -27,13 +27,25 @@ TEST(UninstallTexts, AskWithGameFolderAndAmount) {
 }
 
 TEST(UninstallTexts, SayWhyNothingWasRemoved) {
-    for (const Refusal refusal :
-         {Refusal::NotRegistered, Refusal::RegisteredElsewhere, Refusal::UnsafeFolder,
-          Refusal::SharedFolder, Refusal::StartupProgramMissing, Refusal::InUse}) {
-        const std::wstring text = RefusalText(refusal, Game(), L"E:\\Elsewhere");
-        EXPECT_GT(text.find(L"\n\nNothing was removed."), 20U);
-        EXPECT_EQ(text.find(L"E:\\Elsewhere") != std::wstring::npos,
-                  refusal == Refusal::RegisteredElsewhere);
+    const struct {
+        Refusal refusal;
+        std::wstring reason;
+    } cases[] = {
+        {Refusal::NotRegistered, L"Bench: Game is not in your list of installed programs."},
+        {Refusal::RegisteredElsewhere,
+         L"Bench: Game is installed in another folder:\nE:\\Elsewhere"},
+        {Refusal::UnsafeFolder,
+         L"Safety check failed. The uninstaller can only remove the game client folder that it "
+         L"stands in."},
+        {Refusal::SharedFolder,
+         L"Safety check failed. This folder also holds other things than Bench: Game."},
+        {Refusal::StartupProgramMissing,
+         L"The startup program of Bench: Game is not in this folder."},
+        {Refusal::InUse, L"Bench: Game or its repair tool is running. Close it and try again."},
+    };
+    for (const auto& [refusal, reason] : cases) {
+        EXPECT_EQ(RefusalText(refusal, Game(), L"E:\\Elsewhere"),
+                  reason + L"\n\nNothing was removed.");
     }
 }
 

@@ -1,0 +1,178 @@
+// Flattening when single calls of it fail, and the order of its calls.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "bench_parts/call_hook.h"
+#include "bench_parts/scratch_folder.h"
+#include "extract/flattening_fixture.h"
+
+namespace {
+
+using bench::FolderListing;
+using bench::WriteFile;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+constexpr wchar_t kCannotMove[] = L"Could not move extracted client files into place.";
+
+template <class Function>
+Function RealKernelFunction(const char* name) {
+    return RealFunction<Function>(L"kernel32.dll", name);
+}
+
+BOOL Refuse() {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
+// A lone folder with three files.
+class FlatteningOfThreeFiles : public Flattening {
+protected:
+    FlatteningOfThreeFiles() {
+        for (const wchar_t* const name : {L"a.dat", L"b.dat", L"c.dat"}) {
+            WriteFile(LoneFolder() / name, "x");
+        }
+    }
+    std::filesystem::path LoneFolder() const {
+        return Staging() / L"Client";
+    }
+    // Flattens where only the first `possibleMoves` entries can be moved, the others not even
+    // copied; how many moves were tried.
+    size_t TriedMoves(size_t possibleMoves) const {
+        const auto move = RealKernelFunction<decltype(&::MoveFileExW)>("MoveFileExW");
+        size_t tried = 0;
+        const auto moveHook = HookCall<decltype(&::MoveFileExW)>(
+            L"kernel32.dll", "MoveFileExW", [&](auto... values) -> BOOL {
+                ++tried;
+                return tried <= possibleMoves ? move(values...) : Refuse();
+            });
+        const auto copyHook = HookCall<decltype(&::CopyFileW)>(
+            L"kernel32.dll", "CopyFileW", [](auto&&...) -> BOOL { return Refuse(); });
+        EXPECT_EQ(MessageOfFlattening(), kCannotMove);
+        return tried;
+    }
+};
+
+TEST_F(FlatteningOfThreeFiles, TriesNoOtherEntryAfterAFirstThatCannotBeMoved) {
+    EXPECT_EQ(TriedMoves(0), 1u);
+    EXPECT_THAT(FolderListing(Staging()),
+                ElementsAre(L"Client/", L"Client/a.dat", L"Client/b.dat", L"Client/c.dat"));
+}
+
+TEST_F(FlatteningOfThreeFiles, TriesNoOtherEntryAfterASecondThatCannotBeMoved) {
+    EXPECT_EQ(TriedMoves(1), 2u);
+    EXPECT_THAT(FolderListing(LoneFolder()), SizeIs(2));
+    EXPECT_THAT(FolderListing(Staging()), SizeIs(4));
+}
+
+TEST_F(FlatteningOfThreeFiles, MovesNothingWhileAFolderIsListed) {
+    const auto open = RealKernelFunction<decltype(&::FindFirstFileExW)>("FindFirstFileExW");
+    const auto close = RealKernelFunction<decltype(&::FindClose)>("FindClose");
+    const auto move = RealKernelFunction<decltype(&::MoveFileExW)>("MoveFileExW");
+    int listings = 0;
+    int openListings = 0;
+    std::vector<int> openListingsAtMoves;
+    {
+        const auto openHook = HookCall<decltype(&::FindFirstFileExW)>(
+            L"kernel32.dll", "FindFirstFileExW", [&](auto... values) -> HANDLE {
+                const HANDLE listing = open(values...);
+                const int opened = listing == INVALID_HANDLE_VALUE ? 0 : 1;
+                listings += opened;
+                openListings += opened;
+                return listing;
+            });
+        const auto closeHook = HookCall<decltype(&::FindClose)>(L"kernel32.dll", "FindClose",
+                                                                [&](HANDLE listing) -> BOOL {
+                                                                    --openListings;
+                                                                    return close(listing);
+                                                                });
+        const auto moveHook = HookCall<decltype(&::MoveFileExW)>(
+            L"kernel32.dll", "MoveFileExW", [&](auto... values) -> BOOL {
+                openListingsAtMoves.push_back(openListings);
+                return move(values...);
+            });
+        EXPECT_EQ(MessageOfFlattening(), L"");
+    }
+    EXPECT_GE(listings, 2);
+    EXPECT_THAT(openListingsAtMoves, ElementsAre(0, 0, 0));
+}
+
+// The first listing that comes to "z.dat" breaks off there; file systems list by the alphabet.
+class BrokenOffListing : public Flattening {
+protected:
+    std::wstring MessageOfBrokenFlattening() const {
+        const auto advance = RealKernelFunction<decltype(&::FindNextFileW)>("FindNextFileW");
+        bool isBroken = false;
+        const auto hook = HookCall<decltype(&::FindNextFileW)>(
+            L"kernel32.dll", "FindNextFileW",
+            [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
+                const BOOL succeeded = advance(listing, found);
+                if (succeeded && !isBroken && std::wstring_view(found->cFileName) == L"z.dat") {
+                    isBroken = true;
+                    return Refuse();
+                }
+                return succeeded;
+            });
+        std::wstring message = MessageOfFlattening();
+        EXPECT_TRUE(isBroken);
+        return message;
+    }
+};
+
+TEST_F(BrokenOffListing, OfTheStagingFolderCountsUpToThere) {
+    WriteFile(Staging() / L"Client" / L"a.dat", "a");
+    WriteFile(Staging() / L"z.dat", "z");
+    EXPECT_EQ(MessageOfBrokenFlattening(), L"");
+    EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"a.dat", L"z.dat"));
+}
+
+TEST_F(BrokenOffListing, OfTheLoneFolderLiftsWhatItShowed) {
+    WriteFile(Staging() / L"Client" / L"a.dat", "a");
+    WriteFile(Staging() / L"Client" / L"z.dat", "z");
+    EXPECT_EQ(MessageOfBrokenFlattening(), L"");
+    // What it did not show goes with the folder.
+    EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"a.dat"));
+}
+
+// Looking at what "odd" is, or leads to, fails with `error`; the failure message of flattening.
+class OddEntry : public Flattening, public testing::WithParamInterface<DWORD> {
+protected:
+    std::wstring MessageWithOddEntry() const {
+        const auto look =
+            RealKernelFunction<decltype(&::GetFileAttributesExW)>("GetFileAttributesExW");
+        const auto hook = HookCall<decltype(&::GetFileAttributesExW)>(
+            L"kernel32.dll", "GetFileAttributesExW",
+            [&](LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID facts) -> BOOL {
+                if (!std::wstring_view(path).ends_with(L"\\odd")) {
+                    return look(path, level, facts);
+                }
+                ::SetLastError(GetParam());
+                return FALSE;
+            });
+        return MessageOfFlattening();
+    }
+};
+
+// Wine does not list a link to nothing, so a file or a folder plays one.
+TEST_P(OddEntry, CountsAmongTheOthers) {
+    WriteFile(Staging() / L"Client" / L"a.dat", "a");
+    WriteFile(Staging() / L"odd", "");
+    EXPECT_EQ(MessageWithOddEntry(), L"");
+    EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"Client/", L"Client/a.dat", L"odd"));
+}
+
+TEST_P(OddEntry, CountsAsNoFolder) {
+    WriteFile(Staging() / L"odd" / L"a.dat", "a");
+    EXPECT_EQ(MessageWithOddEntry(), L"");
+    EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"odd/", L"odd/a.dat"));
+}
+
+INSTANTIATE_TEST_SUITE_P(LinkToNothing, OddEntry, testing::Values(DWORD{ERROR_FILE_NOT_FOUND}));
+INSTANTIATE_TEST_SUITE_P(Unreadable, OddEntry, testing::Values(DWORD{ERROR_ACCESS_DENIED}));
+
+}  // namespace
