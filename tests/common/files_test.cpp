@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -89,8 +90,9 @@ TEST(KindOf, ShareOrServerThatIsNotThereIsMissing) {
     const bench::ImportHook hook(L"kernel32.dll", "GetFileAttributesExW",
                                  reinterpret_cast<void*>(&RefuseAttributes));
     ASSERT_TRUE(hook.Installed());
-    for (const DWORD error : {ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_BAD_PATHNAME,
-                              ERROR_INVALID_DRIVE, ERROR_INVALID_NAME}) {
+    for (const DWORD error :
+         std::initializer_list<DWORD>{ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_BAD_PATHNAME,
+                                      ERROR_INVALID_DRIVE, ERROR_INVALID_NAME}) {
         attributesError = error;
         EXPECT_EQ(KindOf(L"\\\\server\\share\\x"), EntryKind::Missing) << error;
     }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+
 #include "bench_parts/import_hook.h"
 #include "bench_parts/scratch_folder.h"
 #include "common/windows_api.h"
@@ -272,7 +274,8 @@ TEST(WeaklyCanonical, IsNoneWhenTheExistingPartCannotBeResolved) {
                                  reinterpret_cast<void*>(&GiveNoFinalPath));
     ASSERT_TRUE(hook.Installed());
     // "Path not found" is what Windows says of a volume without a drive letter: it exists, though.
-    for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_PATH_NOT_FOUND}) {
+    for (const DWORD error :
+         std::initializer_list<DWORD>{ERROR_ACCESS_DENIED, ERROR_PATH_NOT_FOUND}) {
         finalPathError = error;
         EXPECT_FALSE(WeaklyCanonical(L"C:\\windows\\no_such_name")) << error;
     }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -231,8 +232,9 @@ TEST_F(RemovalWithAnswer, AsksForImmediateRemovalThatIgnoresTheReadOnlyAttribute
 }
 
 TEST_F(RemovalWithAnswer, FallsBackWhereThatIsNotOffered) {
-    for (const DWORD answer : {ERROR_INVALID_PARAMETER, ERROR_INVALID_FUNCTION, ERROR_NOT_SUPPORTED,
-                               ERROR_CALL_NOT_IMPLEMENTED}) {
+    for (const DWORD answer :
+         std::initializer_list<DWORD>{ERROR_INVALID_PARAMETER, ERROR_INVALID_FUNCTION,
+                                      ERROR_NOT_SUPPORTED, ERROR_CALL_NOT_IMPLEMENTED}) {
         const ScratchFolder scratch;
         WriteFile(scratch.Path() / L"file", "x");
         SetReadOnly(scratch.Path() / L"file", true);

@@ -245,7 +245,7 @@ TEST_F(JobProgressTest, NothingIsPostedByAStageOrAFailure) {
     reportStage(JobStage::Finishing, L"", L"");
     reportFailure(L"x");
     ReportSuccess(L"x");
-    EXPECT_FALSE(::PeekMessageW(&message, reinterpret_cast<HWND>(-1), 0, 0, PM_REMOVE));
+    EXPECT_FALSE(::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
 }
 
 // What one update writes: stage, counters and texts all derived from one number.

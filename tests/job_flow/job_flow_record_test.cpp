@@ -122,11 +122,11 @@ std::vector<PostedMessage> MessagesPostedDuring(const std::function<void()>& job
 }
 
 TEST_F(JobRecordTest, SuccessPostsOneMessageToTheWindowAfterTheRecordSaysDone) {
-    mainWindow = reinterpret_cast<HWND>(static_cast<uintptr_t>(0x1234));
+    mainWindow = ::GetDesktopWindow();  // Nothing arrives there: the posting is hooked.
     const auto messages = MessagesPostedDuring([&] { RunJob(JobKind::Repair); });
     mainWindow = nullptr;
     ASSERT_THAT(messages, SizeIs(1));
-    EXPECT_EQ(messages[0].window, reinterpret_cast<HWND>(static_cast<uintptr_t>(0x1234)));
+    EXPECT_EQ(messages[0].window, ::GetDesktopWindow());
     EXPECT_EQ(messages[0].message, 0x8001u);
     EXPECT_EQ(messages[0].wParam, 0u);
     EXPECT_EQ(messages[0].lParam, 0);

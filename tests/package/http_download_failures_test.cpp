@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <future>
+#include <initializer_list>
 #include <string>
 #include <thread>
 
@@ -182,7 +183,7 @@ TEST_F(HttpDownloadFailure, NamesAStatusBelow200) {
             *static_cast<DWORD*>(value) = status;
             return TRUE;
         });
-    for (const DWORD each : {100u, 101u, 199u}) {
+    for (const DWORD each : std::initializer_list<DWORD>{100u, 101u, 199u}) {
         SCOPED_TRACE(each);
         ClearForJobStart(JobKind::Repair);
         status = each;
@@ -258,7 +259,8 @@ TEST_F(HttpDownloadFailure, KeepsWhatCameBeforeTheConnectionBroke) {
 }
 
 TEST_F(HttpDownloadFailure, KeepsWhatCameBeforeAReadFailed) {
-    for (const DWORD error : {ERROR_WINHTTP_TIMEOUT, ERROR_WINHTTP_CONNECTION_ERROR}) {
+    for (const DWORD error :
+         std::initializer_list<DWORD>{ERROR_WINHTTP_TIMEOUT, ERROR_WINHTTP_CONNECTION_ERROR}) {
         SCOPED_TRACE(error);
         ClearForJobStart(JobKind::Repair);
         int reads = 0;
