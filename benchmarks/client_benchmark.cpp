@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bench_parts/scratch_folder.h"
@@ -32,6 +33,7 @@ struct PackageShape {
     size_t fileBytes;
     int changedFileCount;
     int rounds;
+    bool sparse = false;  // Made without holding a file's bytes in this program's memory.
 };
 constexpr PackageShape kSmallFiles{"10,000 files of 4 KiB", 10'000, 200, 4096, 100, 7};
 constexpr PackageShape kLargeFiles{"8 files of 128 MiB", 8, 8, size_t{128} << 20, 1, 5};
@@ -108,10 +110,16 @@ public:
         toolFolder = ClientFolder();
         toolExePath = toolFolder / L"RepairTool.exe";
         bench::WriteFile(toolExePath, kToolBytes);
-        std::string bytes(shape.fileBytes, '\0');
+        std::string bytes(shape.sparse ? 0 : shape.fileBytes, '\0');
         for (int i = 0; i < shape.fileCount; ++i) {
+            const fs::path file = PackageFolder() / FileName(shape, i);
+            if (shape.sparse) {
+                fs::create_directories(file.parent_path());
+                bench::MakeSparseFile(file, shape.fileBytes);
+                continue;
+            }
             std::fill(bytes.begin(), bytes.end(), static_cast<char>('a' + i % 23));
-            bench::WriteFile(PackageFolder() / FileName(shape, i), bytes);
+            bench::WriteFile(file, bytes);
         }
     }
 
@@ -163,6 +171,18 @@ double Median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
+// Nothing of the files is in memory.
+bool MakeCold() {
+    // The first time there may be more to write out than the bench waits for.
+    constexpr int kTries = 12;
+    for (int i = 0; i < kTries; ++i) {
+        if (bench::DropFileCache()) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void PrintTimes(const PackageShape& shape, const char* state, const Comparison& comparison) {
     const double tool = Median(comparison.toolSeconds);
     const double bare = Median(comparison.bareSeconds);
@@ -170,7 +190,7 @@ void PrintTimes(const PackageShape& shape, const char* state, const Comparison& 
                 state, tool, bare, tool / bare);
 }
 
-void CompareAll(const PackageShape& shape) {
+void CompareWarm(const PackageShape& shape) {
     Client client(shape);
     const Work tool = [&] {
         return client.RepairByTool();
@@ -185,6 +205,24 @@ void CompareAll(const PackageShape& shape) {
                CompareByTurns(shape.rounds, tool, bare, [&] { return client.ChangeSomeFiles(); }));
 }
 
+void CompareCold(const PackageShape& shape) {
+    constexpr int kRounds = 3;
+    Client client(shape);
+    const Work tool = [&] {
+        return client.RepairByTool();
+    };
+    const Work bare = [&] {
+        return client.RepairBare();
+    };
+    PrintTimes(shape, "empty, cold", CompareByTurns(kRounds, tool, bare, [&] {
+                   return client.RemoveAllFiles() && MakeCold();
+               }));
+    PrintTimes(shape, "unchanged, cold", CompareByTurns(kRounds, tool, bare, MakeCold));
+    PrintTimes(shape, "partly changed, cold", CompareByTurns(kRounds, tool, bare, [&] {
+                   return client.ChangeSomeFiles() && MakeCold();
+               }));
+}
+
 // Two passes each, so that the files are copied once and compared once.
 bool RepairTwice(const PackageShape& shape) {
     const Client client(shape);
@@ -193,7 +231,8 @@ bool RepairTwice(const PackageShape& shape) {
 
 }  // namespace
 
-int main() {
+// "cold" or "warm" as argument: only that half of the comparisons.
+int main(int argumentCount, char** arguments) {
     PrintMemoryGrowth(
         "Repair of 2 and of 2,000 files of 4 KiB",
         [] {
@@ -202,7 +241,22 @@ int main() {
         [] {
             return RepairTwice({"", 2'000, 200, 4096, 0, 0});
         });
-    CompareAll(kSmallFiles);
-    CompareAll(kLargeFiles);
+    PrintMemoryGrowth(
+        "Repair of 2 files of 4 KiB and of 128 MiB",
+        [] {
+            return RepairTwice({"", 2, 200, 4096, 0, 0, true});
+        },
+        [] {
+            return RepairTwice({"", 2, 200, size_t{128} << 20, 0, 0, true});
+        });
+    const std::string_view only = argumentCount > 1 ? arguments[1] : "";
+    for (const PackageShape& shape : {kSmallFiles, kLargeFiles}) {
+        if (only != "warm") {
+            CompareCold(shape);
+        }
+        if (only != "cold") {
+            CompareWarm(shape);
+        }
+    }
     return 0;
 }

@@ -346,6 +346,11 @@ bool MakeFileLink(const fs::path& link, const fs::path& target) {
     return MakeLink(link, target, 0);
 }
 
+bool DropFileCache() {
+    const fs::path anyPath = fs::temp_directory_path();
+    return IsWine() && RunOnHost(L"sync && echo 3 > /proc/sys/vm/drop_caches", anyPath, anyPath);
+}
+
 bool IsWine() {
     return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }

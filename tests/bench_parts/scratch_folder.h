@@ -92,6 +92,10 @@ std::vector<std::wstring> FolderListing(const std::filesystem::path& folder);
 bool MakeFolderLink(const std::filesystem::path& link, const std::filesystem::path& target);
 bool MakeFileLink(const std::filesystem::path& link, const std::filesystem::path& target);
 
+// Makes the machine write out and forget what it has cached of files, so that the next reads come
+// from the disk. False where that cannot be done: under Windows, and without the right to do it.
+bool DropFileCache();
+
 // Is this Wine instead of Windows?
 bool IsWine();
 
