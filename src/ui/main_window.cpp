@@ -1,32 +1,118 @@
 #include "ui/main_window.h"
 
+#include "common/resources.h"
+#include "common/text.h"
 #include "common/tool_instance.h"
 #include "config/config_loader.h"
+#include "job/job_flow.h"
 #include "resource_ids.h"
+#include "ui/accent_color.h"
+#include "ui/buttons.h"
+#include "ui/commands.h"
+#include "ui/job_control.h"
+#include "ui/layout.h"
+#include "ui/window_painter.h"
+#include "ui/window_state.h"
 
 namespace {
 
 constexpr wchar_t kWindowClassName[] = L"Quellstone.RepairTool";
 constexpr wchar_t kFirstTitle[] = L"KrvBrennickInstaller";  // Until the configuration is read.
-constexpr int kWindowWidth = 860;
-constexpr int kWindowHeight = 560;
-constexpr int kCornerDiameter = 26;
+constexpr UINT_PTR kTickTimer = 1;
+constexpr UINT kTickMs = 250;
+constexpr int kUiFontHeightPx = 15;
+
+HFONT CreateUiFont() {
+    return ::CreateFontW(kUiFontHeightPx, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
+                         OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, CLEARTYPE_QUALITY,
+                         FF_SWISS | DEFAULT_PITCH, L"Segoe UI");
+}
+
+void LoadImages() {
+    if (toolConfig.showLogo) {
+        windowState.logoImage = MakeBitmapFromFile(EmbeddedData(nullptr, ID_LOGO_IMAGE));
+    }
+    windowState.backgroundImage = MakeBitmapFromFile(EmbeddedData(nullptr, ID_BACKGROUND_IMAGE));
+}
 
 void OnCreate(HWND window) {
+    mainWindow = window;
+    windowState.backgroundBrush = ::CreateSolidBrush(RGB(10, 11, 12));
     LoadEmbeddedConfig(nullptr, toolConfig);
     FillEmptyNames(toolConfig);
     ::SetWindowTextW(window, toolConfig.repairToolName.c_str());
+    windowState.accentColor = ParseAccentColor(toolConfig.accentHex);
     LocateTool();
+    LoadImages();
+    windowState.uiFont = CreateUiFont();
+    CreateButtons(window, windowState.uiFont);
+    RefreshButtons(window);
+    ::SetTimer(window, kTickTimer, kTickMs, nullptr);
 }
 
-LRESULT CALLBACK MainWindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+void OnDestroy(HWND window) {
+    ::KillTimer(window, kTickTimer);
+    ::DeleteObject(windowState.backgroundBrush);
+    windowState.backgroundBrush = nullptr;
+    ::PostQuitMessage(0);
+}
+
+void OnPaint(HWND window) {
+    const WindowPicture picture{
+        .toolName = SanitizeFileName(toolConfig.repairToolName, kDefaultRepairToolName),
+        .clientFolder = toolFolder.wstring(),
+        .job = snapshot(),
+        .accentColor = windowState.accentColor,
+        .logo = windowState.logoImage.get(),
+        .background = windowState.backgroundImage.get(),
+    };
+    PAINTSTRUCT paint{};
+    PaintWindow(::BeginPaint(window, &paint), picture);
+    ::EndPaint(window, &paint);
+}
+
+// The window has no caption that the system would know of.
+bool IsInDragStrip(HWND window, LPARAM screenPosition) {
+    // Signed halves: a second screen may lie left of or above the first.
+    POINT point{static_cast<short>(LOWORD(screenPosition)),
+                static_cast<short>(HIWORD(screenPosition))};
+    ::ScreenToClient(window, &point);
+    return point.y < kTitleBar.height && point.x < kDragStripWidth;
+}
+
+// noexcept: no exception may travel through the system's code, so one ends the program.
+LRESULT CALLBACK MainWindowProcedure(HWND window, UINT message, WPARAM wParam,
+                                     LPARAM lParam) noexcept {
     switch (message) {
         case WM_CREATE:
             OnCreate(window);
             break;
         case WM_DESTROY:
-            ::PostQuitMessage(0);
+            OnDestroy(window);
             return 0;
+        case WM_PAINT:
+            OnPaint(window);
+            return 0;
+        case WM_DRAWITEM:
+            DrawButton(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
+            return TRUE;
+        case WM_CLOSE:
+            CloseAfterQuestion(window);
+            return 0;
+        case WM_NCHITTEST:
+            if (IsInDragStrip(window, lParam)) {
+                return HTCAPTION;
+            }
+            break;
+        case WM_COMMAND:
+            RunCommand(window, LOWORD(wParam));
+            break;
+        case WM_TIMER:
+            OnTick(window);
+            break;
+        case kJobSucceededMessage:
+            ::InvalidateRect(window, nullptr, FALSE);
+            break;
         default:
             break;
     }
@@ -54,17 +140,17 @@ void RegisterWindowClass(HINSTANCE instance) {
 
 HWND CreateMainWindow(HINSTANCE instance, int showCommand) {
     RegisterWindowClass(instance);
-    const int left = (::GetSystemMetrics(SM_CXSCREEN) - kWindowWidth) / 2;
-    const int top = (::GetSystemMetrics(SM_CYSCREEN) - kWindowHeight) / 2;
+    const int left = (::GetSystemMetrics(SM_CXSCREEN) - kWindow.width) / 2;
+    const int top = (::GetSystemMetrics(SM_CYSCREEN) - kWindow.height) / 2;
     mainWindow = ::CreateWindowExW(WS_EX_APPWINDOW, kWindowClassName, kFirstTitle,
-                                   WS_POPUP | WS_MINIMIZEBOX, left, top, kWindowWidth,
-                                   kWindowHeight, nullptr, nullptr, instance, nullptr);
+                                   WS_POPUP | WS_MINIMIZEBOX, left, top, kWindow.width,
+                                   kWindow.height, nullptr, nullptr, instance, nullptr);
     if (mainWindow == nullptr) {
         return nullptr;
     }
     // A region's right and bottom edges lie outside of it, hence the extra pixel. The window owns
     // the region from here on; without one it stays rectangular.
-    if (const HRGN corners = ::CreateRoundRectRgn(0, 0, kWindowWidth + 1, kWindowHeight + 1,
+    if (const HRGN corners = ::CreateRoundRectRgn(0, 0, kWindow.width + 1, kWindow.height + 1,
                                                   kCornerDiameter, kCornerDiameter)) {
         ::SetWindowRgn(mainWindow, corners, TRUE);
     }

@@ -2,6 +2,8 @@
 
 #include "common/windows_api.h"
 
-// Registers the window class, creates the tool's one window, which loads the configuration while
-// it is created, and shows it. Null when the system refuses. Window thread.
+// Registers the window class and creates the tool's one window, of fixed size, without a frame and
+// with round corners. While it is created it loads the configuration and the pictures, finds out
+// which client it works on and makes its buttons. Then it is shown. Null when the system refuses.
+// Window thread; ReleaseImages() is due before GDI+ ends.
 HWND CreateMainWindow(HINSTANCE instance, int showCommand);

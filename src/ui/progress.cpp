@@ -27,3 +27,7 @@ double ProgressPercent(const JobState& state) {
             return 0.0;
     }
 }
+
+int ProgressFillWidth(double percent, int barWidth) {
+    return static_cast<int>(percent / 100.0 * barWidth);
+}

@@ -8,7 +8,7 @@
 
 #include "bench_parts/import_hook.h"
 #include "client_folder_test.h"
-#include "com_apartment.h"
+#include "common/com_apartment.h"
 #include "common/handles.h"
 #include "common/shell_api.h"
 #include "system/known_folder.h"

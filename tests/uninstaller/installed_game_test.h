@@ -9,7 +9,7 @@
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
 #include "system/client_folder_test.h"
-#include "system/com_apartment.h"
+#include "common/com_apartment.h"
 #include "system/desktop_shortcut.h"
 #include "system/installed_programs_entry.h"
 #include "system/known_folder.h"

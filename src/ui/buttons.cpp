@@ -1,0 +1,104 @@
+#include "ui/buttons.h"
+
+#include <array>
+#include <string>
+
+#include "config/tool_config.h"
+#include "job/job_progress.h"
+#include "package/package_source.h"
+#include "ui/button_painter.h"
+#include "ui/button_table.h"
+#include "ui/window_state.h"
+
+namespace {
+
+constexpr int kLongestText = 160;
+constexpr Box kPlaceBeforeLayout{0, 0, 10, 10};
+
+HWND ButtonWindow(HWND window, ButtonId id) {
+    return ::GetDlgItem(window, static_cast<int>(id));
+}
+
+void CreateButton(HWND window, HINSTANCE instance, const ButtonSpec& spec) {
+    const auto controlId = static_cast<INT_PTR>(spec.id);
+    ::CreateWindowExW(0, L"BUTTON", spec.text, WS_CHILD | WS_VISIBLE | WS_TABSTOP | BS_OWNERDRAW,
+                      kPlaceBeforeLayout.x, kPlaceBeforeLayout.y, kPlaceBeforeLayout.width,
+                      kPlaceBeforeLayout.height, window, reinterpret_cast<HMENU>(controlId),
+                      instance, nullptr);
+}
+
+void PlaceButtons(HWND window) {
+    const bool severalServers = HasSeveralServers(toolConfig);
+    for (const ButtonSpec& spec : Buttons()) {
+        if (const auto& box = severalServers ? spec.placeWithServers : spec.place) {
+            ::SetWindowPos(ButtonWindow(window, spec.id), nullptr, box->x, box->y, box->width,
+                           box->height, SWP_NOZORDER | SWP_NOACTIVATE);
+        }
+    }
+}
+
+bool IsSelectedServer(ButtonId id) {
+    return id == (primaryServerChosen ? ButtonId::PrimaryServer : ButtonId::SecondServer);
+}
+
+std::wstring ButtonText(HWND button) {
+    std::array<wchar_t, kLongestText + 1> text{};
+    ::GetWindowTextW(button, text.data(), static_cast<int>(text.size()));
+    return text.data();
+}
+
+}  // namespace
+
+void CreateButtons(HWND window, HFONT font) {
+    const HINSTANCE instance = ::GetModuleHandleW(nullptr);
+    for (const ButtonSpec& spec : Buttons()) {
+        CreateButton(window, instance, spec);
+    }
+    for (const ButtonSpec& spec : Buttons()) {
+        ::SendMessageW(ButtonWindow(window, spec.id), WM_SETFONT, reinterpret_cast<WPARAM>(font),
+                       TRUE);
+    }
+    PlaceButtons(window);
+}
+
+void RefreshButtons(HWND window) {
+    const bool failureShown = jobProgress.failed && jobProgress.finished;
+    const ButtonConditions conditions = ConditionsFor(toolConfig, failureShown);
+    for (const ButtonSpec& spec : Buttons()) {
+        ::ShowWindow(ButtonWindow(window, spec.id), spec.isShown(conditions) ? SW_SHOW : SW_HIDE);
+    }
+}
+
+void EnableJobButtons(HWND window, bool enable) {
+    for (const ButtonSpec& spec : Buttons()) {
+        if (spec.startsJob) {
+            ::EnableWindow(ButtonWindow(window, spec.id), enable ? TRUE : FALSE);
+        }
+    }
+}
+
+void MarkShortcutCreated(HWND window) {
+    const HWND button = ButtonWindow(window, ButtonId::CreateShortcut);
+    ::SetWindowTextW(button, L"Game Shortcut Created");
+    ::EnableWindow(button, FALSE);
+}
+
+void InvalidateServerButtons(HWND window) {
+    ::InvalidateRect(ButtonWindow(window, ButtonId::PrimaryServer), nullptr, TRUE);
+    ::InvalidateRect(ButtonWindow(window, ButtonId::SecondServer), nullptr, TRUE);
+}
+
+void DrawButton(const DRAWITEMSTRUCT& item) {
+    const auto id = static_cast<ButtonId>(item.CtlID);
+    const ButtonPicture button{
+        .id = id,
+        .text = ButtonText(item.hwndItem),
+        .pressed = (item.itemState & ODS_SELECTED) != 0,
+        .disabled = (item.itemState & ODS_DISABLED) != 0,
+        .selected = IsSelectedServer(id),
+        .accentColor = windowState.accentColor,
+    };
+    const Box box{item.rcItem.left, item.rcItem.top, item.rcItem.right - item.rcItem.left,
+                  item.rcItem.bottom - item.rcItem.top};
+    PaintButton(MakeGraphics(item.hDC).get(), box, button);
+}

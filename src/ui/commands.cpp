@@ -1,0 +1,82 @@
+#include "ui/commands.h"
+
+#include <string>
+
+#include "common/shell_api.h"
+#include "config/tool_config.h"
+#include "job/job_progress.h"
+#include "package/package_source.h"
+#include "system/desktop_shortcut.h"
+#include "system/startup_program.h"
+#include "ui/button_table.h"
+#include "ui/buttons.h"
+#include "ui/job_control.h"
+#include "ui/questions.h"
+
+namespace {
+
+void RepairClient(HWND window) {
+    StartJob(window, JobKind::Repair, ChoosePackageUrl(toolConfig, primaryServerChosen));
+}
+
+// Always from the primary server, whichever is chosen.
+void ReinstallGame(HWND window) {
+    if (ConfirmReinstall(window)) {
+        StartJob(window, JobKind::Reinstall, {});
+    }
+}
+
+void ChooseServer(HWND window, bool primary) {
+    primaryServerChosen = primary;
+    InvalidateServerButtons(window);
+}
+
+void OpenLink(HWND window, const std::wstring& url) {
+    if (!url.empty()) {
+        ::ShellExecuteW(window, L"open", url.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+    }
+}
+
+}  // namespace
+
+void RunCommand(HWND window, int controlId) {
+    switch (static_cast<ButtonId>(controlId)) {
+        case ButtonId::RepairClient:
+            return RepairClient(window);
+        case ButtonId::PrimaryServer:
+            return ChooseServer(window, true);
+        case ButtonId::SecondServer:
+            return ChooseServer(window, false);
+        case ButtonId::ReinstallGame:
+            return ReinstallGame(window);
+        case ButtonId::CreateShortcut:
+            CreateShortcut(window);
+            ::InvalidateRect(window, nullptr, FALSE);
+            return;
+        case ButtonId::RunPatcher:
+            return LaunchStartupProgram();
+        case ButtonId::Website:
+            return OpenLink(window, toolConfig.websiteUrl);
+        case ButtonId::Community:
+            return OpenLink(window, toolConfig.discordUrl);
+        case ButtonId::Retry:
+            return PrepareRetry(window);
+        case ButtonId::Close:
+        case ButtonId::CloseMark:
+            ::SendMessageW(window, WM_CLOSE, 0, 0);
+            return;
+        case ButtonId::Minimise:
+            ::ShowWindow(window, SW_MINIMIZE);
+            return;
+    }
+}
+
+void CreateShortcut(HWND window) {
+    std::wstring message;
+    if (!CreateDesktopShortcut(message)) {
+        TellShortcutFailure(window, message);
+        return;
+    }
+    UpdateJobState([&message](JobState& state) { state.detailLine = message; });
+    MarkShortcutCreated(window);
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+// The one place that includes the GDI+ headers. Those of the Windows SDK use min and max without
+// saying whose, and the macros of that name are switched off.
+
+#include <algorithm>
+
+#include "common/windows_api.h"
+
+namespace Gdiplus {
+using std::max;
+using std::min;
+}  // namespace Gdiplus
+
+#include <gdiplus.h>

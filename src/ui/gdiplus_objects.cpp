@@ -1,0 +1,128 @@
+#include "ui/gdiplus_objects.h"
+
+#include <cstring>
+
+#include "common/handles.h"
+
+using namespace Gdiplus::DllExports;
+
+namespace {
+
+constexpr wchar_t kFontFamily[] = L"Segoe UI";
+
+struct FreeGlobalMemory {
+    void operator()(void* memory) const noexcept {
+        ::GlobalFree(memory);
+    }
+};
+using GlobalMemory = std::unique_ptr<void, FreeGlobalMemory>;
+
+GlobalMemory CopyToGlobalMemory(std::span<const std::byte> bytes) {
+    GlobalMemory memory(::GlobalAlloc(GMEM_MOVEABLE, bytes.size()));
+    if (!memory) {
+        return nullptr;
+    }
+    void* target = ::GlobalLock(memory.get());
+    if (target == nullptr) {
+        return nullptr;
+    }
+    std::memcpy(target, bytes.data(), bytes.size());
+    ::GlobalUnlock(memory.get());
+    return memory;
+}
+
+ComPointer<IStream> MakeStream(std::span<const std::byte> bytes) {
+    GlobalMemory memory = CopyToGlobalMemory(bytes);
+    IStream* stream = nullptr;
+    if (!memory || FAILED(::CreateStreamOnHGlobal(memory.get(), TRUE, &stream))) {
+        return nullptr;
+    }
+    memory.release();  // The stream's own, from here on.
+    return ComPointer<IStream>(stream);
+}
+
+OwnedGraphics WithSmoothEdges(Gdiplus::GpGraphics* graphics) {
+    OwnedGraphics owned(graphics);
+    GdipSetSmoothingMode(graphics, Gdiplus::SmoothingModeAntiAlias);
+    GdipSetTextRenderingHint(graphics, Gdiplus::TextRenderingHintClearTypeGridFit);
+    return owned;
+}
+
+}  // namespace
+
+GdiplusSession::GdiplusSession() {
+    Gdiplus::GdiplusStartupInput input;  // Version 1, nothing suppressed.
+    if (Gdiplus::GdiplusStartup(&token_, &input, nullptr) != Gdiplus::Ok) {
+        token_ = 0;
+    }
+}
+
+GdiplusSession::~GdiplusSession() {
+    if (token_ != 0) {
+        Gdiplus::GdiplusShutdown(token_);
+    }
+}
+
+OwnedBrush MakeSolidBrush(Argb colour) {
+    Gdiplus::GpSolidFill* brush = nullptr;
+    GdipCreateSolidFill(colour, &brush);
+    return OwnedBrush(brush);
+}
+
+OwnedPen MakePen(Argb colour, float widthPx) {
+    Gdiplus::GpPen* pen = nullptr;
+    GdipCreatePen1(colour, widthPx, Gdiplus::UnitPixel, &pen);
+    return OwnedPen(pen);
+}
+
+OwnedFont MakeFont(const FontSpec& spec) {
+    Gdiplus::GpFontFamily* family = nullptr;
+    GdipCreateFontFamilyFromName(kFontFamily, nullptr, &family);
+    const GdiplusPointer<Gdiplus::GpFontFamily> owner(family);
+    Gdiplus::GpFont* font = nullptr;
+    GdipCreateFont(family, static_cast<Gdiplus::REAL>(spec.sizePx),
+                   spec.bold ? Gdiplus::FontStyleBold : Gdiplus::FontStyleRegular,
+                   Gdiplus::UnitPixel, &font);
+    return OwnedFont(font);
+}
+
+OwnedFormat MakeTextFormat(TextPlacement placement) {
+    // A box holds one line and a bit; without the limit the upper half of a second one would show.
+    // Button boxes may be lower than a line, which the limit would leave out altogether.
+    const int flags = placement == TextPlacement::TopLine ? Gdiplus::StringFormatFlagsLineLimit : 0;
+    Gdiplus::GpStringFormat* format = nullptr;
+    GdipCreateStringFormat(flags, LANG_NEUTRAL, &format);
+    GdipSetStringFormatAlign(format, Gdiplus::StringAlignmentCenter);
+    GdipSetStringFormatTrimming(format, Gdiplus::StringTrimmingEllipsisWord);
+    if (placement == TextPlacement::Middle) {
+        GdipSetStringFormatLineAlign(format, Gdiplus::StringAlignmentCenter);
+    }
+    return OwnedFormat(format);
+}
+
+OwnedBitmap MakeBitmap(int widthPx, int heightPx) {
+    Gdiplus::GpBitmap* bitmap = nullptr;
+    GdipCreateBitmapFromScan0(widthPx, heightPx, 0, PixelFormat32bppARGB, nullptr, &bitmap);
+    return OwnedBitmap(bitmap);
+}
+
+OwnedBitmap MakeBitmapFromFile(std::span<const std::byte> bytes) {
+    const ComPointer<IStream> stream = MakeStream(bytes);
+    Gdiplus::GpBitmap* bitmap = nullptr;
+    if (stream) {
+        GdipCreateBitmapFromStream(stream.get(), &bitmap);  // Holds the stream on its own.
+    }
+    return OwnedBitmap(bitmap);
+}
+
+OwnedGraphics MakeGraphics(Gdiplus::GpImage* target) {
+    Gdiplus::GpGraphics* graphics = nullptr;
+    GdipGetImageGraphicsContext(target, &graphics);
+    return WithSmoothEdges(graphics);
+}
+
+OwnedGraphics MakeGraphics(HDC target) {
+    Gdiplus::GpGraphics* graphics = nullptr;
+    GdipCreateFromHDC(target, &graphics);
+    return WithSmoothEdges(graphics);
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+#include "common/windows_api.h"
+
+// The boxes that ask or tell the player something; `owner` is disabled while one is open. Window
+// thread. Its messages go on meanwhile: the timer ticks inside an open box.
+
+// True only for Yes; No is what the return key gives.
+bool ConfirmReinstall(HWND owner);
+bool ConfirmClose(HWND owner);
+
+// True only for Yes, which the return key gives.
+bool OfferShortcut(HWND owner);
+
+void TellShortcutFailure(HWND owner, const std::wstring& message);

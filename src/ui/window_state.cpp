@@ -1,0 +1,13 @@
+#include "ui/window_state.h"
+
+WindowState windowState;
+
+void ReleaseImages() {
+    windowState.logoImage.reset();
+    windowState.backgroundImage.reset();
+}
+
+void ClearEndOfJobMarks() {
+    windowState.shortcutOffered = false;
+    windowState.launchDone = false;
+}
