@@ -47,6 +47,7 @@ protected:
     static void ExpectSuccess(std::wstring_view headline);
     static void ExpectFailure(const std::wstring& message);
 
+    std::string toolBytes_{kToolBytes};  // What the tool's file holds.
     bench::UnpackerMachine machine_;
     bench::FaultServer server_;
 };

@@ -4,55 +4,20 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <chrono>
 #include <string>
-#include <thread>
 
+#include "bench_parts/message_boxes.h"
+#include "bench_parts/waiting.h"
 #include "installed_game_test.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using bench::Answer;
+using bench::Await;
+using bench::AwaitBox;
+using bench::BoxText;
 using testing::HasSubstr;
-
-// Where a message box keeps its text.
-constexpr int kTextControl = 0xffff;
-
-template <typename Find>
-auto Await(Find find) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    auto found = find();
-    while (!found && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        found = find();
-    }
-    return found;
-}
-
-// The message box with this caption, once it is there with all its parts.
-HWND AwaitBox(const wchar_t* caption) {
-    return Await([&] {
-        const HWND box = ::FindWindowW(L"#32770", caption);
-        return box != nullptr && ::IsWindowVisible(box) ? box : nullptr;
-    });
-}
-
-std::wstring TextOf(HWND box) {
-    std::array<wchar_t, 2048> text{};
-    ::SendMessageW(::GetDlgItem(box, kTextControl), WM_GETTEXT, text.size(),
-                   reinterpret_cast<LPARAM>(text.data()));
-    return text.data();
-}
-
-bool IsDefaultButton(HWND box, int button) {
-    return (::SendMessageW(::GetDlgItem(box, button), WM_GETDLGCODE, 0, 0) & DLGC_DEFPUSHBUTTON) !=
-           0;
-}
-
-void Press(HWND box, int button) {
-    ::PostMessageW(box, WM_COMMAND, static_cast<WPARAM>(button), 0);
-    Await([&] { return !::IsWindow(box); });
-}
 
 // The bench's game with the real uninstaller in its folder.
 class UninstallerProgram : public InstalledGameTest {
@@ -148,10 +113,10 @@ private:
 TEST_F(UninstallerProgram, EndsWithZeroWhenTheGameIsGone) {
     const KernelHandle copy = StartAsCopy();
     ASSERT_TRUE(copy);
-    Press(AwaitBox(L"Uninstall Bench Game"), IDYES);
+    Answer(AwaitBox(L"Uninstall Bench Game"), IDYES);
     const HWND report = AwaitBox(L"Uninstall Bench Game");
-    EXPECT_EQ(TextOf(report), L"Bench Game was removed.");
-    Press(report, IDOK);
+    EXPECT_EQ(BoxText(report), L"Bench Game was removed.");
+    Answer(report, IDOK);
     EXPECT_EQ(ExitCode(copy), 0U);
     EXPECT_TRUE(bench::FolderListing(Outside()).empty());
 }
@@ -160,8 +125,8 @@ TEST_F(UninstallerProgram, EndsWithOneAfterANo) {
     const KernelHandle copy = StartAsCopy();
     ASSERT_TRUE(copy);
     const HWND question = AwaitBox(L"Uninstall Bench Game");
-    EXPECT_THAT(TextOf(question), HasSubstr(L"Do you want to remove"));
-    Press(question, IDNO);
+    EXPECT_THAT(BoxText(question), HasSubstr(L"Do you want to remove"));
+    Answer(question, IDNO);
     EXPECT_EQ(ExitCode(copy), 1U);
 }
 
@@ -175,10 +140,10 @@ TEST_F(UninstallerProgram, SaysThatItCouldNotBeStartedAndEndsWithOne) {
     ASSERT_TRUE(original);
     const HWND box = AwaitBox(L"Uninstall Bench Game");
     ASSERT_TRUE(box);
-    EXPECT_EQ(TextOf(box),
+    EXPECT_EQ(BoxText(box),
               L"The uninstaller could not be started from the temporary folder.\n\n"
               L"Nothing was removed.");
-    Press(box, IDOK);
+    Answer(box, IDOK);
     EXPECT_EQ(ExitCode(original), 1U);
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
 }
@@ -188,18 +153,17 @@ TEST_F(UninstallerProgram, RemovesTheGameAndItself) {
     ASSERT_TRUE(StartAsRegistered());
     const HWND question = AwaitBox(L"Uninstall Bench Game");
     ASSERT_TRUE(question);
-    EXPECT_TRUE(Await([&] { return IsDefaultButton(question, IDNO); }));
-    EXPECT_FALSE(IsDefaultButton(question, IDYES));
-    EXPECT_THAT(TextOf(question), HasSubstr(toolFolder.native()));
-    Press(question, IDYES);
+    EXPECT_EQ(bench::DefaultButton(question), IDNO);
+    EXPECT_THAT(BoxText(question), HasSubstr(toolFolder.native()));
+    Answer(question, IDYES);
     const HWND report = AwaitBox(L"Uninstall Bench Game");
     ASSERT_TRUE(report);
-    EXPECT_EQ(TextOf(report), L"Bench Game was removed.");
+    EXPECT_EQ(BoxText(report), L"Bench Game was removed.");
     EXPECT_TRUE(bench::FolderListing(Outside()).empty());
     EXPECT_FALSE(ReadKey(EntryKey()));
     EXPECT_FALSE(fs::exists(Shortcut()));
     EXPECT_EQ(CopiesInTempFolder(), 1);
-    Press(report, IDOK);
+    Answer(report, IDOK);
     EXPECT_TRUE(Await([] { return CopiesInTempFolder() == 0; }));
 }
 
@@ -211,7 +175,7 @@ TEST_F(UninstallerProgram, RemovesNothingAfterANo) {
     EXPECT_EQ(ExitCode(original), 0U);  // It has handed over.
     const HWND question = AwaitBox(L"Uninstall Bench Game");
     ASSERT_TRUE(question);
-    Press(question, IDNO);
+    Answer(question, IDNO);
     EXPECT_TRUE(Await([] { return CopiesInTempFolder() == 0; }));
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
     EXPECT_EQ(ReadKey(EntryKey()), entry);
@@ -224,8 +188,8 @@ TEST_F(UninstallerProgram, RefusesOutsideTheRegisteredFolder) {
     ASSERT_TRUE(Start(L"\"" + stray.native() + L"\""));
     const HWND refusal = AwaitBox(L"Uninstall Bench Game");
     ASSERT_TRUE(refusal);
-    EXPECT_THAT(TextOf(refusal), HasSubstr(L"is installed in another folder"));
-    Press(refusal, IDOK);
+    EXPECT_THAT(BoxText(refusal), HasSubstr(L"is installed in another folder"));
+    Answer(refusal, IDOK);
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
 }
 
@@ -237,8 +201,8 @@ TEST_F(UninstallerProgram, RefusesAFolderNamedOnTheCommandLine) {
     ASSERT_TRUE(Start(L"\"" + toolExePath.native() + L"\" /remove \"" + other.native() + L"\" 0"));
     const HWND refusal = AwaitBox(L"Uninstall Bench Game");
     ASSERT_TRUE(refusal);
-    EXPECT_THAT(TextOf(refusal), HasSubstr(L"Nothing was removed."));
-    Press(refusal, IDOK);
+    EXPECT_THAT(BoxText(refusal), HasSubstr(L"Nothing was removed."));
+    Answer(refusal, IDOK);
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
 }
 
@@ -249,8 +213,9 @@ TEST_F(UninstallerProgram, RefusesWithoutItsConfiguration) {
     ASSERT_TRUE(original);
     const HWND refusal = AwaitBox(L"Uninstall");
     ASSERT_TRUE(refusal);
-    EXPECT_EQ(TextOf(refusal), L"This uninstaller does not know its game.\n\nNothing was removed.");
-    Press(refusal, IDOK);
+    EXPECT_EQ(BoxText(refusal),
+              L"This uninstaller does not know its game.\n\nNothing was removed.");
+    Answer(refusal, IDOK);
     EXPECT_EQ(ExitCode(original), 1U);
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
 }

@@ -6,10 +6,10 @@
 #include <string>
 
 #include "bench_parts/scratch_folder.h"
+#include "common/com_apartment.h"
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
 #include "system/client_folder_test.h"
-#include "common/com_apartment.h"
 #include "system/desktop_shortcut.h"
 #include "system/installed_programs_entry.h"
 #include "system/known_folder.h"

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "job_flow/game_machine.h"
+#include "window/tool_window.h"
+
+// The real exe in the client folder of a player's machine, branded by stamping a configuration into
+// a copy. Unless a test says otherwise the brand has one server with the package kZip, asks and
+// starts nothing after a job, and has no links.
+class ToolOnClient : public GameMachine {
+protected:
+    ToolOnClient();
+
+    // Changes one setting; before the tool starts. `value` as it is meant: escaped on the way.
+    void Set(const std::string& key, const std::wstring& value);
+    // Takes the line out, so that the compiled-in default holds.
+    void Unset(const std::string& key);
+    // Two servers, with a package at `secondServer`.
+    void OfferSeveralServers(const std::wstring& secondServer);
+
+    // Stamps the copy and starts it. The machine's current folder is the tool's.
+    ToolWindow& StartTool();
+    // The same, up to the moment that its job is under way.
+    ToolWindow& StartRepair();
+    // The running tool; only after StartTool.
+    [[nodiscard]] ToolWindow& Window() {
+        return *window_;
+    }
+
+    // Makes a program that notes its starts the startup program. It lies outside of the client, so
+    // that it outlives a reinstall.
+    void PutStartupProgram();
+    // How often the startup program was started so far.
+    [[nodiscard]] size_t StartsOfTheGame() const;
+
+    // What the server was asked for, in order: "/archive/zip_lone_folder.zip".
+    [[nodiscard]] std::vector<std::string> RequestedNames() const;
+
+private:
+    std::map<std::string, std::string> settings_;
+    std::optional<ToolWindow> window_;
+};
