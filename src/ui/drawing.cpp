@@ -108,7 +108,11 @@ bool DrawImageFitting(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, co
     }
     const float factor = std::min(static_cast<float>(box.height) / size.height,
                                   static_cast<float>(box.width) / size.width);
+    // The usual mode leaves out whole pixels of a picture that is more than halved. Its price is
+    // too high for one that covers the window and lies under a veil.
+    GdipSetInterpolationMode(graphics, Gdiplus::InterpolationModeHighQualityBicubic);
     DrawImageCentred(graphics, image, size, factor, box);
+    GdipSetInterpolationMode(graphics, Gdiplus::InterpolationModeDefault);
     return true;
 }
 
