@@ -166,11 +166,6 @@ private:
     BareLoop bareLoop_;
 };
 
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
 // Nothing of the files is in memory.
 bool MakeCold() {
     // The first time there may be more to write out than the bench waits for.
@@ -183,11 +178,8 @@ bool MakeCold() {
     return false;
 }
 
-void PrintTimes(const PackageShape& shape, const char* state, const Comparison& comparison) {
-    const double tool = Median(comparison.toolSeconds);
-    const double bare = Median(comparison.bareSeconds);
-    std::printf("%s, %s client: %.3f s, bare loop %.3f s, takes %.3f times as long\n", shape.name,
-                state, tool, bare, tool / bare);
+void PrintClientTimes(const PackageShape& shape, const char* state, const Comparison& comparison) {
+    PrintTimes(std::string(shape.name) + ", " + state + " client", "bare loop", comparison);
 }
 
 void CompareWarm(const PackageShape& shape) {
@@ -198,11 +190,13 @@ void CompareWarm(const PackageShape& shape) {
     const Work bare = [&] {
         return client.RepairBare();
     };
-    PrintTimes(shape, "empty",
-               CompareByTurns(shape.rounds, tool, bare, [&] { return client.RemoveAllFiles(); }));
-    PrintTimes(shape, "unchanged", CompareByTurns(shape.rounds, tool, bare));
-    PrintTimes(shape, "partly changed",
-               CompareByTurns(shape.rounds, tool, bare, [&] { return client.ChangeSomeFiles(); }));
+    PrintClientTimes(shape, "empty", CompareByTurns(shape.rounds, tool, bare, [&] {
+                         return client.RemoveAllFiles();
+                     }));
+    PrintClientTimes(shape, "unchanged", CompareByTurns(shape.rounds, tool, bare));
+    PrintClientTimes(shape, "partly changed", CompareByTurns(shape.rounds, tool, bare, [&] {
+                         return client.ChangeSomeFiles();
+                     }));
 }
 
 void CompareCold(const PackageShape& shape) {
@@ -214,13 +208,13 @@ void CompareCold(const PackageShape& shape) {
     const Work bare = [&] {
         return client.RepairBare();
     };
-    PrintTimes(shape, "empty, cold", CompareByTurns(kRounds, tool, bare, [&] {
-                   return client.RemoveAllFiles() && MakeCold();
-               }));
-    PrintTimes(shape, "unchanged, cold", CompareByTurns(kRounds, tool, bare, MakeCold));
-    PrintTimes(shape, "partly changed, cold", CompareByTurns(kRounds, tool, bare, [&] {
-                   return client.ChangeSomeFiles() && MakeCold();
-               }));
+    PrintClientTimes(shape, "empty, cold", CompareByTurns(kRounds, tool, bare, [&] {
+                         return client.RemoveAllFiles() && MakeCold();
+                     }));
+    PrintClientTimes(shape, "unchanged, cold", CompareByTurns(kRounds, tool, bare, MakeCold));
+    PrintClientTimes(shape, "partly changed, cold", CompareByTurns(kRounds, tool, bare, [&] {
+                         return client.ChangeSomeFiles() && MakeCold();
+                     }));
 }
 
 // Two passes each, so that the files are copied once and compared once.

@@ -99,6 +99,13 @@ void PrintComparison(std::string_view what, uint64_t bytes, const Comparison& co
                 mebibytes / Median(comparison.bareSeconds), Median(ratios));
 }
 
+void PrintTimes(std::string_view what, std::string_view bareName, const Comparison& comparison) {
+    const double tool = Median(comparison.toolSeconds);
+    const double bare = Median(comparison.bareSeconds);
+    std::printf("%s: %.4f s, %s %.4f s, takes %.3f times as long\n", std::string(what).c_str(),
+                tool, std::string(bareName).c_str(), bare, tool / bare);
+}
+
 void PrintCpuTimes(std::string_view what, const Comparison& comparison) {
     const auto rounds = static_cast<double>(comparison.toolSeconds.size());
     std::printf("%s: processor time %.3f s, bare loop %.3f s\n", std::string(what).c_str(),

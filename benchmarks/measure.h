@@ -29,6 +29,10 @@ Comparison CompareByTurns(
 // as a part of the bare loop's.
 void PrintComparison(std::string_view what, uint64_t bytes, const Comparison& comparison);
 
+// One line: the median times of both, and how many times as long the tool's takes as the other's,
+// which `bareName` names.
+void PrintTimes(std::string_view what, std::string_view bareName, const Comparison& comparison);
+
 // One line: the processor time that each spent on a round, on average. Tells more than the
 // throughput where most of the time goes by in another program.
 void PrintCpuTimes(std::string_view what, const Comparison& comparison);
