@@ -1,6 +1,7 @@
 #include <optional>
 #include <span>
 
+#include "common/com_apartment.h"
 #include "common/paths.h"
 #include "common/shell_api.h"
 #include "common/tool_instance.h"
@@ -12,18 +13,6 @@ namespace {
 
 constexpr int kExitDone = 0;
 constexpr int kExitNotDone = 1;  // Refused, declined, or something stayed.
-
-class ComApartment {
-public:
-    ComApartment() {
-        ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    }
-    ~ComApartment() {
-        ::CoUninitialize();
-    }
-    ComApartment(const ComApartment&) = delete;
-    ComApartment& operator=(const ComApartment&) = delete;
-};
 
 std::optional<HandOver> HandOverOnCommandLine() {
     int count = 0;

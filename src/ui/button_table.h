@@ -53,7 +53,7 @@ struct ButtonSpec {
     bool (*isShown)(const ButtonConditions&);
 };
 
-// In the order of their creation, which is the order of the tab key.
+// In the order of their creation.
 std::span<const ButtonSpec> Buttons();
 
 // Null for an id that is none of the twelve.
