@@ -91,6 +91,8 @@ std::wstring RelativePathOf(const FolderEntry& entry, RepairPass& pass) {
         return {};
     }
     // Names as listed below a resolved root are resolved themselves: that saves an open per entry.
+    // Kind and relative path are the listing's, so an entry that vanishes or is refused afterwards
+    // is not silently skipped but fails with its message, which is the safer end.
     if (!IsReachedByReparsePoint(entry, pass.reparseFolder)) {
         return entry.relativePath;
     }

@@ -18,9 +18,11 @@ inline constexpr UINT kJobSucceededMessage = WM_APP + 1;
 bool beginJob(JobKind kind, std::wstring_view packageUrl,
               const std::function<void()>& whenPrepared);
 
-// The body of the job thread. Ends in the record's success or failure state; whatever the outcome,
-// the scratch folder is removed before, and so is the downloaded package when `cleanupArchive` is
-// on. A stop request ends it like a failure.
+// The body of the job thread. Ends in the record's success or failure state, unless a stop request
+// is noticed in the download or in the client's verification: that ends it early without a report,
+// and `running` stays true until the window clears it. A stopped unpacking ends as a failure.
+// However it ends, the scratch folder is removed before it returns, and so is the downloaded
+// package when `cleanupArchive` is on.
 void runJob(JobKind kind);
 
 // Puts the record and the selected package URL back to "Ready.", after collecting the ended job's

@@ -102,6 +102,24 @@ TEST_F(FlatteningOfThreeFiles, MovesNothingWhileAFolderIsListed) {
     EXPECT_THAT(openListingsAtMoves, ElementsAre(0, 0, 0));
 }
 
+TEST_F(FlatteningOfThreeFiles, TellsWhatItDoesBeforeItMovesAnything) {
+    reportStage(JobStage::Downloading, L"headline", L"detail");
+    const auto move = RealKernelFunction<decltype(&::MoveFileExW)>("MoveFileExW");
+    std::vector<JobState> states;
+    {
+        const auto hook = HookCall<decltype(&::MoveFileExW)>(L"kernel32.dll", "MoveFileExW",
+                                                             [&](auto... values) -> BOOL {
+                                                                 states.push_back(snapshot());
+                                                                 return move(values...);
+                                                             });
+        EXPECT_EQ(MessageOfFlattening(), L"");
+    }
+    ASSERT_THAT(states, SizeIs(3));
+    EXPECT_EQ(states.front().stage, JobStage::Extracting);
+    EXPECT_EQ(states.front().statusLine, L"Extracting package...");
+    EXPECT_EQ(states.front().detailLine, L"Moving client files into place...");
+}
+
 // The first listing that comes to "z.dat" breaks off there; file systems list by the alphabet.
 class BrokenOffListing : public Flattening {
 protected:

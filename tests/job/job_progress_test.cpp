@@ -5,9 +5,11 @@
 #include <cstdlib>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <type_traits>
+#include <utility>
 
 #include "bench_parts/import_hook.h"
 #include "common/handles.h"
@@ -312,6 +314,17 @@ TEST_F(JobProgressTest, WhoSeesRunningFalseSeesFinishedAndTheFailureText) {
         job.join();
     }
 }
+
+// The mutex of another system cannot be broken from here; that no exception gets out of the
+// record's operations is what the window relies on.
+static_assert(noexcept(resetJobProgress()));
+static_assert(noexcept(reportStage(JobStage::Idle, std::wstring_view(), std::wstring_view())));
+static_assert(noexcept(reportFailure(std::declval<std::wstring>())));
+static_assert(noexcept(ReportSuccess(std::wstring_view())));
+static_assert(noexcept(ClearForJobStart(JobKind::None)));
+static_assert(noexcept(snapshot()));
+static_assert(noexcept(requestCancel()));
+static_assert(noexcept(UpdateJobState(std::declval<void (*)(JobState&)>())));
 
 #ifdef __MINGW32__
 // A healthy mutex does not fail. This one checks who locks it, and is locked twice by one thread.

@@ -5,6 +5,7 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "job/job_progress.h"
@@ -15,6 +16,7 @@ namespace fs = std::filesystem;
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::Pair;
 using testing::UnorderedElementsAre;
 
 namespace {
@@ -274,15 +276,16 @@ TEST_F(ClientRepair, PublishesAFileThatNeedsNoCopyBeforeItIsCompared) {
 
 TEST_F(ClientRepair, PublishesTheToolsOwnFileThoughItIsLeftAlone) {
     bench::WriteFile(InPackage(L"RepairTool.exe"), bench::kToolBytes);
-    std::vector<std::wstring> published;
+    std::vector<std::pair<std::wstring, uint64_t>> published;
     const bench::LookHook hook([&](const std::wstring& looked) -> DWORD {
         if (looked == InClient(L"RepairTool.exe")) {
-            published.push_back(snapshot().detailLine);
+            const JobState state = snapshot();
+            published.emplace_back(state.detailLine, state.filesDone);
         }
         return ERROR_SUCCESS;
     });
     EXPECT_TRUE(Repair());
-    EXPECT_THAT(published, Contains(L"Checking RepairTool.exe"));
+    EXPECT_THAT(published, Contains(Pair(L"Checking RepairTool.exe", 1u)));
 }
 
 TEST_F(ClientRepair, CountersOfAnEarlierJobAreClearedAtTheStart) {

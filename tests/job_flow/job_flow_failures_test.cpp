@@ -195,18 +195,30 @@ TEST_F(JobFailureTest, CleanOutThatBreaksOffFailsTheJobAndStillCleansUp) {
 
 TEST_F(JobFailureTest, PackageStaysWhenCleaningItUpIsOff) {
     toolConfig.cleanupArchive = false;
+    const auto expectNothingButThePackage = [&] {
+        ASSERT_THAT(TempFolder(), SizeIs(1));
+        EXPECT_TRUE(TempFolder().front().starts_with(L"KrvBrennickInstaller.exe_"));
+        EXPECT_TRUE(TempFolder().front().ends_with(L".zip"));
+        fs::remove(fs::temp_directory_path() / TempFolder().front());
+    };
     RunJob(JobKind::Repair);
     ExpectSuccess(kRepairSuccess);
-    ASSERT_THAT(TempFolder(), SizeIs(1));
-    EXPECT_TRUE(TempFolder().front().starts_with(L"KrvBrennickInstaller.exe_"));
-    EXPECT_TRUE(TempFolder().front().ends_with(L".zip"));
-    fs::remove(fs::temp_directory_path() / TempFolder().front());
+    expectNothingButThePackage();
     resetForRetry();
 
-    toolConfig.archiveSha256 = L"00";
+    toolConfig.archiveSha256 = std::wstring(64, L'0');
     RunJob(JobKind::Repair);
-    EXPECT_TRUE(jobProgress.failed);
-    EXPECT_THAT(TempFolder(), SizeIs(1));
+    ExpectFailure(L"The downloaded package hash does not match the configured SHA-256.");
+    expectNothingButThePackage();
+    resetForRetry();
+
+    // With the scratch folder filled.
+    toolConfig.archiveSha256.clear();
+    bench::WriteFile(Client() / L"data" / L"maps" / L"a.map", "broken");
+    bench::SetReadOnly(Client() / L"data" / L"maps" / L"a.map", true);
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not repair this file: data\\maps\\a.map");
+    expectNothingButThePackage();
 }
 
 TEST_F(JobFailureTest, ArchiveIsRemovedAsASingleFileNeverAsATree) {

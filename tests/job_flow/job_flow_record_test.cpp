@@ -43,6 +43,7 @@ bool Awaits(const std::function<bool()>& condition) {
 }
 
 struct SeenState {
+    JobStage stage;
     std::wstring status;
     std::wstring detail;
 
@@ -55,7 +56,7 @@ std::vector<SeenState> StatesSeenDuring(const std::function<void()>& job) {
     std::vector<SeenState> states;
     const auto note = [&] {
         const JobState state = snapshot();
-        const SeenState seen{state.statusLine, state.detailLine};
+        const SeenState seen{state.stage, state.statusLine, state.detailLine};
         if (states.empty() || states.back() != seen) {
             states.push_back(seen);
         }
@@ -83,20 +84,33 @@ std::vector<SeenState> StatesSeenDuring(const std::function<void()>& job) {
 TEST_F(JobRecordTest, ShowsWhatItBeginsWith) {
     const auto repair = StatesSeenDuring([&] { RunJob(JobKind::Repair); });
     ASSERT_FALSE(repair.empty());
-    EXPECT_EQ(repair.front(), (SeenState{L"Starting repair...", L"Preparing CDN package..."}));
+    EXPECT_EQ(repair.front(), (SeenState{JobStage::Downloading, L"Starting repair...",
+                                         L"Preparing CDN package..."}));
     resetForRetry();
     const auto reinstall = StatesSeenDuring([&] { RunJob(JobKind::Reinstall); });
     ASSERT_FALSE(reinstall.empty());
-    EXPECT_EQ(reinstall.front(),
-              (SeenState{L"Starting reinstall...", L"Preparing CDN package..."}));
+    EXPECT_EQ(reinstall.front(), (SeenState{JobStage::Downloading, L"Starting reinstall...",
+                                            L"Preparing CDN package..."}));
+}
+
+TEST_F(JobRecordTest, JobsBodyPutsItsKindOnAFreshRecordItself) {
+    toolConfig.archiveUrl.clear();
+    ASSERT_EQ(snapshot().kind, JobKind::None);
+    const auto seen = StatesSeenDuring([] { runJob(JobKind::Reinstall); });
+    ASSERT_FALSE(seen.empty());
+    EXPECT_EQ(seen.front(), (SeenState{JobStage::Downloading, L"Starting reinstall...",
+                                       L"Preparing CDN package..."}));
+    EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+    ExpectFailure(L"No valid CDN package URL is configured.");
 }
 
 TEST_F(JobRecordTest, ShowsTheTwoStepsOfFinishing) {
     const auto seen = StatesSeenDuring([&] { RunJob(JobKind::Repair); });
     ASSERT_GE(seen.size(), 2u);
-    EXPECT_EQ(seen[seen.size() - 2], (SeenState{L"Finishing...", L"Writing Uninstall.exe..."}));
-    EXPECT_EQ(seen.back(),
-              (SeenState{L"Finishing...", L"Registering Programs and Features entry..."}));
+    EXPECT_EQ(seen[seen.size() - 2],
+              (SeenState{JobStage::Finishing, L"Finishing...", L"Writing Uninstall.exe..."}));
+    EXPECT_EQ(seen.back(), (SeenState{JobStage::Finishing, L"Finishing...",
+                                      L"Registering Programs and Features entry..."}));
 }
 
 // The end.

@@ -177,9 +177,18 @@ TEST_F(JobFlowTest, EachServerChoiceAsksForItsOwnPackage) {
     resetForRetry();
     RunJob(JobKind::Repair, ChoosePackageUrl(toolConfig, false));
     ExpectFailure(L"The server returned HTTP 502.");
-    resetForRetry();
-    RunJob(JobKind::Reinstall);
-    ExpectFailure(L"The server returned HTTP 501.");
+}
+
+TEST_F(JobFlowTest, ReinstallAsksForTheConfiguredUrlWhicheverServerIsChosen) {
+    toolConfig.multiRepairTool = true;
+    toolConfig.archiveUrl = server_.Url(L"status/501");
+    toolConfig.archiveMirrorUrls = {server_.Url(L"status/502")};
+    for (const bool primary : {true, false}) {
+        primaryServerChosen = primary;
+        RunJob(JobKind::Reinstall);
+        ExpectFailure(L"The server returned HTTP 501.");
+        resetForRetry();
+    }
 }
 
 TEST_F(JobFlowTest, BlankUrlFallsBackToTheConfiguredOne) {

@@ -121,6 +121,20 @@ TEST_F(HttpDownloadCalls, AskForHttpsOnlyWhereTheUrlDoes) {
     EXPECT_THAT(ports, testing::ElementsAre(80, 443, 81));
 }
 
+TEST_F(HttpDownloadCalls, SplitTheUrlWithoutChangingIt) {
+    int splits = 0;
+    const auto hook = HookCall<decltype(&::WinHttpCrackUrl)>(
+        kWinHttp, "WinHttpCrackUrl",
+        [&](LPCWSTR url, DWORD length, DWORD flags, LPURL_COMPONENTS parts) {
+            ++splits;
+            EXPECT_EQ(flags, 0u);
+            return RealFunction<decltype(&::WinHttpCrackUrl)>(kWinHttp, "WinHttpCrackUrl")(
+                url, length, flags, parts);
+        });
+    EXPECT_TRUE(Download(L"body/10"));
+    EXPECT_EQ(splits, 1);
+}
+
 TEST_F(HttpDownloadCalls, AskForTheLengthAsText) {
     const auto hook = HookCall<decltype(&::WinHttpQueryHeaders)>(
         kWinHttp, "WinHttpQueryHeaders",

@@ -5,6 +5,7 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "bench_parts/import_hook.h"
 #include "client_folder_test.h"
@@ -318,6 +319,29 @@ HRESULT STDMETHODCALLTYPE RefuseText(IShellLinkW*, LPCWSTR) {
     return E_FAIL;
 }
 
+// The same for the part of it that saves: the "remember" of each Save.
+constexpr size_t kSave = 6;
+constexpr size_t kSavingMethodCount = 9;
+std::array<void*, kSavingMethodCount> savingMethods{};
+HRESULT(STDMETHODCALLTYPE* saveLink)(IPersistFile*, LPCOLESTR, BOOL) = nullptr;
+std::vector<BOOL> remembered;
+
+HRESULT STDMETHODCALLTYPE RecordSave(IPersistFile* file, LPCOLESTR name, BOOL remember) {
+    remembered.push_back(remember);
+    return saveLink(file, name, remember);
+}
+
+void ObserveSaving(IShellLinkW& link) {
+    void* found = nullptr;
+    ASSERT_EQ(link.QueryInterface(IID_IPersistFile, &found), S_OK);
+    const ComPointer<IPersistFile> file(static_cast<IPersistFile*>(found));
+    auto** const table = static_cast<void***>(found);
+    std::copy_n(*table, savingMethods.size(), savingMethods.begin());
+    saveLink = reinterpret_cast<decltype(saveLink)>(savingMethods[kSave]);
+    savingMethods[kSave] = reinterpret_cast<void*>(&RecordSave);
+    *table = savingMethods.data();
+}
+
 HRESULT WINAPI CreateObservedLink(REFCLSID id, LPUNKNOWN outer, DWORD context, REFIID interfaceId,
                                   LPVOID* object) {
     EXPECT_TRUE(::IsEqualGUID(id, CLSID_ShellLink));
@@ -327,6 +351,7 @@ HRESULT WINAPI CreateObservedLink(REFCLSID id, LPUNKNOWN outer, DWORD context, R
     const HRESULT result = createInstance(id, outer, context, interfaceId, object);
     createdLink = static_cast<IShellLinkW*>(*object);
     createdLink->AddRef();
+    ObserveSaving(*createdLink);
     auto** const table = static_cast<void***>(*object);
     std::copy_n(*table, methods.size(), methods.begin());
     if (refusedMethod == kQueryInterface) {
@@ -343,6 +368,7 @@ public:
     explicit ObservedShellLink(size_t refused) {
         refusedMethod = refused;
         createdLink = nullptr;
+        remembered.clear();
         createInstance = hook_.Original<decltype(&::CoCreateInstance)>();
     }
     [[nodiscard]] bool Installed() const {
@@ -378,6 +404,14 @@ TEST_F(CreateDesktopShortcutTest, GivesBackTheShellLink) {
     ASSERT_TRUE(link.Installed());
     MessageOfSuccess();
     EXPECT_EQ(createdLink->Release(), 0U);
+}
+
+TEST_F(CreateDesktopShortcutTest, SavesOnceAndLetsTheObjectRememberItsFile) {
+    const ObservedShellLink link(kMethodCount);
+    ASSERT_TRUE(link.Installed());
+    MessageOfSuccess();
+    EXPECT_EQ(remembered, std::vector<BOOL>{TRUE});
+    createdLink->Release();
 }
 
 class WithoutCom : public ClientFolderTest {};

@@ -103,6 +103,20 @@ TEST_F(RegisterProgramsAndFeaturesTest, WritesTheWholeEntry) {
                             {L"NoRepair", StoredNumber(1)}}));
 }
 
+void WINAPI TellLocalTime(LPSYSTEMTIME time) {
+    *time = {};
+    time->wYear = 2031;
+    time->wMonth = 2;
+    time->wDay = 3;
+}
+
+TEST_F(RegisterProgramsAndFeaturesTest, DatesTheEntryByTheUsersOwnCalendar) {
+    const ImportHook hook(L"kernel32.dll", "GetLocalTime", reinterpret_cast<void*>(&TellLocalTime));
+    ASSERT_TRUE(hook.Installed());
+    EXPECT_TRUE(Register());
+    EXPECT_EQ(Stored(L"InstallDate"), StoredText(L"20310203"));
+}
+
 TEST_F(RegisterProgramsAndFeaturesTest, WritesAnEmptyVersionAndNoEmptyWebsite) {
     for (std::wstring* version :
          {&toolConfig.programsDisplayVersion, &toolConfig.uninstallerProductVersion,
@@ -260,6 +274,8 @@ decltype(&::RegCloseKey) closeKey = nullptr;
 LSTATUS WINAPI RecordCreateKey(HKEY root, LPCWSTR path, DWORD reserved, LPWSTR className,
                                DWORD options, REGSAM access, const SECURITY_ATTRIBUTES* security,
                                PHKEY key, LPDWORD disposition) {
+    EXPECT_EQ(className, nullptr);
+    EXPECT_EQ(security, nullptr);
     registryCalls.roots.push_back(root);
     registryCalls.options.push_back(options);
     registryCalls.access.push_back(access);
