@@ -14,7 +14,18 @@ target_include_directories(repair_options INTERFACE ${PROJECT_SOURCE_DIR}/src
                                                     ${PROJECT_SOURCE_DIR}/resources)
 
 if(MSVC)
-    target_compile_options(repair_options INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf /sdl /Brepro)
+    target_compile_options(
+        repair_options
+        INTERFACE /W4
+                  /WX
+                  # Not for the Windows headers, some of which do not pass level 4.
+                  /external:anglebrackets
+                  /external:W0
+                  /permissive-
+                  /utf-8
+                  /guard:cf
+                  /sdl
+                  /Brepro)
     target_link_options(repair_options INTERFACE /guard:cf /CETCOMPAT /Brepro /MANIFEST:NO
                                                   # Names the file with debug symbols without its folder.
                                                   /PDBALTPATH:%_PDB%)

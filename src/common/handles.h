@@ -29,6 +29,14 @@ struct CloseRegistryKey {
 };
 using RegistryKey = std::unique_ptr<std::remove_pointer_t<HKEY>, CloseRegistryKey>;
 
+struct DeleteGdiObject {
+    void operator()(void* object) const noexcept {
+        ::DeleteObject(object);
+    }
+};
+using GdiBrush = std::unique_ptr<std::remove_pointer_t<HBRUSH>, DeleteGdiObject>;
+using GdiRegion = std::unique_ptr<std::remove_pointer_t<HRGN>, DeleteGdiObject>;
+
 struct ReleaseComObject {
     void operator()(IUnknown* object) const noexcept {
         object->Release();

@@ -4,7 +4,7 @@
 
 #include "common/windows_api.h"
 
-// What this running copy of the tool is. Written once by the window's thread while it creates the
+// What this running copy of the tool is. Written by the window's thread while it creates the
 // window, before any job exists; afterwards read by both threads without a lock.
 
 // The one top-level window, null before it exists. The job thread only posts to it.

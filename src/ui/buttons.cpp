@@ -13,7 +13,6 @@
 namespace {
 
 constexpr int kLongestText = 160;
-constexpr Box kPlaceBeforeLayout{0, 0, 10, 10};
 
 HWND ButtonWindow(HWND window, ButtonId id) {
     return ::GetDlgItem(window, static_cast<int>(id));
@@ -22,9 +21,9 @@ HWND ButtonWindow(HWND window, ButtonId id) {
 void CreateButton(HWND window, HINSTANCE instance, const ButtonSpec& spec) {
     const auto controlId = static_cast<INT_PTR>(spec.id);
     ::CreateWindowExW(0, L"BUTTON", spec.text, WS_CHILD | WS_VISIBLE | WS_TABSTOP | BS_OWNERDRAW,
-                      kPlaceBeforeLayout.x, kPlaceBeforeLayout.y, kPlaceBeforeLayout.width,
-                      kPlaceBeforeLayout.height, window, reinterpret_cast<HMENU>(controlId),
-                      instance, nullptr);
+                      kUnplacedButton.x, kUnplacedButton.y, kUnplacedButton.width,
+                      kUnplacedButton.height, window, reinterpret_cast<HMENU>(controlId), instance,
+                      nullptr);
 }
 
 void PlaceButtons(HWND window) {
@@ -34,6 +33,13 @@ void PlaceButtons(HWND window) {
             ::SetWindowPos(ButtonWindow(window, spec.id), nullptr, box->x, box->y, box->width,
                            box->height, SWP_NOZORDER | SWP_NOACTIVATE);
         }
+    }
+}
+
+void InvalidateButton(HWND window, ButtonId id) {
+    // No window at all would stand for all windows on the screen.
+    if (const HWND button = ButtonWindow(window, id)) {
+        ::InvalidateRect(button, nullptr, TRUE);
     }
 }
 
@@ -84,8 +90,19 @@ void MarkShortcutCreated(HWND window) {
 }
 
 void InvalidateServerButtons(HWND window) {
-    ::InvalidateRect(ButtonWindow(window, ButtonId::PrimaryServer), nullptr, TRUE);
-    ::InvalidateRect(ButtonWindow(window, ButtonId::SecondServer), nullptr, TRUE);
+    InvalidateButton(window, ButtonId::PrimaryServer);
+    InvalidateButton(window, ButtonId::SecondServer);
+}
+
+void ExcludeButtons(HWND window, HDC device) {
+    for (const ButtonSpec& spec : Buttons()) {
+        const HWND button = ButtonWindow(window, spec.id);
+        RECT place{};
+        if (::IsWindowVisible(button) && ::GetWindowRect(button, &place)) {
+            ::MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&place), 2);
+            ::ExcludeClipRect(device, place.left, place.top, place.right, place.bottom);
+        }
+    }
 }
 
 void DrawButton(const DRAWITEMSTRUCT& item) {

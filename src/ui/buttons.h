@@ -20,5 +20,9 @@ void MarkShortcutCreated(HWND window);
 // Draws both download-server buttons anew.
 void InvalidateServerButtons(HWND window);
 
+// Keeps what is painted on the window's device off the visible buttons, which draw themselves:
+// painted over and drawn again, they would flicker.
+void ExcludeButtons(HWND window, HDC device);
+
 // Draws the button that the system asks for.
 void DrawButton(const DRAWITEMSTRUCT& item);

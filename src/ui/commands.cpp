@@ -4,14 +4,14 @@
 
 #include "common/shell_api.h"
 #include "config/tool_config.h"
-#include "job/job_progress.h"
 #include "package/package_source.h"
-#include "system/desktop_shortcut.h"
 #include "system/startup_program.h"
 #include "ui/button_table.h"
 #include "ui/buttons.h"
 #include "ui/job_control.h"
 #include "ui/questions.h"
+#include "ui/shortcut_command.h"
+#include "ui/window_state.h"
 
 namespace {
 
@@ -50,8 +50,9 @@ void RunCommand(HWND window, int controlId) {
         case ButtonId::ReinstallGame:
             return ReinstallGame(window);
         case ButtonId::CreateShortcut:
-            CreateShortcut(window);
-            ::InvalidateRect(window, nullptr, FALSE);
+            if (CreateShortcut(window)) {
+                RepaintWindow(window);
+            }
             return;
         case ButtonId::RunPatcher:
             return LaunchStartupProgram();
@@ -69,14 +70,4 @@ void RunCommand(HWND window, int controlId) {
             ::ShowWindow(window, SW_MINIMIZE);
             return;
     }
-}
-
-void CreateShortcut(HWND window) {
-    std::wstring message;
-    if (!CreateDesktopShortcut(message)) {
-        TellShortcutFailure(window, message);
-        return;
-    }
-    UpdateJobState([&message](JobState& state) { state.detailLine = message; });
-    MarkShortcutCreated(window);
 }

@@ -7,7 +7,3 @@
 // Acts on the button with this control id, however the message came about: a double click counts
 // as two clicks. Ids of no button are left alone.
 void RunCommand(HWND window, int controlId);
-
-// Creates the desktop shortcut and shows how it went: the message below the progress bar and on
-// the button, a failure in a box.
-void CreateShortcut(HWND window);

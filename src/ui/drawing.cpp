@@ -26,13 +26,13 @@ bool HasPixels(const ImageSize& size) {
     return size.width > 0 && size.height > 0;
 }
 
-void DrawImageCentred(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const ImageSize& size,
+bool DrawImageCentred(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const ImageSize& size,
                       float factor, const Box& box) {
     const float width = size.width * factor;
     const float height = size.height * factor;
-    GdipDrawImageRect(
-        graphics, image, static_cast<float>(box.x) + (static_cast<float>(box.width) - width) / 2,
-        static_cast<float>(box.y) + (static_cast<float>(box.height) - height) / 2, width, height);
+    const float left = static_cast<float>(box.x) + (static_cast<float>(box.width) - width) / 2;
+    const float top = static_cast<float>(box.y) + (static_cast<float>(box.height) - height) / 2;
+    return GdipDrawImageRect(graphics, image, left, top, width, height) == Gdiplus::Ok;
 }
 
 void DrawStyledText(Gdiplus::GpGraphics* graphics, std::wstring_view text, const TextStyle& style,
@@ -97,8 +97,7 @@ bool DrawImageCovering(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, c
     }
     const float factor = std::max(static_cast<float>(box.height) / size.height,
                                   static_cast<float>(box.width) / size.width);
-    DrawImageCentred(graphics, image, size, factor, box);
-    return true;
+    return DrawImageCentred(graphics, image, size, factor, box);
 }
 
 bool DrawImageFitting(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box) {
@@ -108,14 +107,15 @@ bool DrawImageFitting(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, co
     }
     const float factor = std::min(static_cast<float>(box.height) / size.height,
                                   static_cast<float>(box.width) / size.width);
-    // The usual mode leaves out whole pixels of a picture that is more than halved. Its price is
-    // too high for one that covers the window and lies under a veil.
+    // The usual mode leaves out whole pixels of a picture that is more than halved. This one looks
+    // at all of them; it costs too much for a picture that covers the window, under a veil.
     GdipSetInterpolationMode(graphics, Gdiplus::InterpolationModeHighQualityBicubic);
-    DrawImageCentred(graphics, image, size, factor, box);
+    const bool drawn = DrawImageCentred(graphics, image, size, factor, box);
     GdipSetInterpolationMode(graphics, Gdiplus::InterpolationModeDefault);
-    return true;
+    return drawn;
 }
 
 void CopyImage(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box) {
+    GdipSetCompositingMode(graphics, Gdiplus::CompositingModeSourceCopy);
     GdipDrawImageRectI(graphics, image, box.x, box.y, box.width, box.height);
 }

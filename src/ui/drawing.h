@@ -30,10 +30,11 @@ void DrawTextAt(Gdiplus::GpGraphics* graphics, std::wstring_view text, const Tex
                 const Point& at);
 
 // A picture scaled in its proportions and centred: so that it covers the box and reaches over two
-// of its edges, or so that it fits inside. No picture, or one without pixels, draws nothing; false
-// then.
+// of its edges, or so that it fits inside. False when nothing was drawn: no picture, one without
+// pixels, or one that turns out to be damaged.
 bool DrawImageCovering(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box);
 bool DrawImageFitting(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box);
 
-// The picture pixel by pixel, its upper left corner in that of `box`, which has its size.
+// The picture pixel by pixel in place of what was there, its upper left corner in that of `box`,
+// which has its size.
 void CopyImage(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box);

@@ -1,11 +1,9 @@
 #include "common/com_apartment.h"
-#include "common/windows_api.h"
+#include "ui/controls_api.h"
 #include "ui/gdiplus_objects.h"
+#include "ui/job_control.h"
 #include "ui/main_window.h"
 #include "ui/window_state.h"
-
-// After the LEAN headers, which leave it out.
-#include <commctrl.h>
 
 namespace {
 
@@ -34,6 +32,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int showCommand) {
     // Without a window no message would ever end the loop.
     const bool hasWindow = CreateMainWindow(instance, showCommand) != nullptr;
     const int exitCode = hasWindow ? RunMessageLoop() : 0;
+    StopJob();  // Something else than the close question may have ended the loop.
     ReleaseImages();
     return exitCode;
 }

@@ -89,7 +89,8 @@ OwnedFont MakeFont(const FontSpec& spec) {
 OwnedFormat MakeTextFormat(TextPlacement placement) {
     // A box holds one line and a bit; without the limit the upper half of a second one would show.
     // Button boxes may be lower than a line, which the limit would leave out altogether.
-    const int flags = placement == TextPlacement::TopLine ? Gdiplus::StringFormatFlagsLineLimit : 0;
+    const int flags = placement == TextPlacement::TopLine ? Gdiplus::StringFormatFlagsLineLimit
+                                                          : Gdiplus::StringFormatFlagsNoWrap;
     Gdiplus::GpStringFormat* format = nullptr;
     GdipCreateStringFormat(flags, LANG_NEUTRAL, &format);
     GdipSetStringFormatAlign(format, Gdiplus::StringAlignmentCenter);

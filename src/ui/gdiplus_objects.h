@@ -65,7 +65,7 @@ OwnedFont MakeFont(const FontSpec& spec);
 // How a text lies in its box: centred from side to side, an ellipsis after the last word that fits.
 enum class TextPlacement {
     TopLine,  // From the box's top, whole lines only.
-    Middle,   // Centred from top to bottom as well.
+    Middle,   // A single line, centred from top to bottom as well.
 };
 OwnedFormat MakeTextFormat(TextPlacement placement);
 

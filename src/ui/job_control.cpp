@@ -5,22 +5,24 @@
 #include "job/job_thread.h"
 #include "system/startup_program.h"
 #include "ui/buttons.h"
-#include "ui/commands.h"
 #include "ui/questions.h"
+#include "ui/shortcut_command.h"
 #include "ui/window_state.h"
 
 namespace {
 
-void Repaint(HWND window) {
-    ::InvalidateRect(window, nullptr, FALSE);
-}
-
-// Each mark is set before its action: the timer ticks while the question is open.
+// Each mark is set before its action: the timer ticks while the question is open. When it has been
+// answered, the tool may have been closed, or the next job may be under way: two boxes can be open
+// at once, and answering one makes the window listen again.
 void FollowUpSuccess(HWND window, JobKind kind) {
     const bool shortcutWanted = toolConfig.offerDesktopShortcut && !toolConfig.startupExe.empty();
     if (kind == JobKind::Reinstall && shortcutWanted && !windowState.shortcutOffered) {
         windowState.shortcutOffered = true;
-        if (OfferShortcut(window)) {
+        const bool accepted = OfferShortcut(window);
+        if (!::IsWindow(window) || JobThreadExists()) {
+            return;
+        }
+        if (accepted) {
             CreateShortcut(window);
         }
     }
@@ -52,7 +54,7 @@ void StartJob(HWND window, JobKind kind, std::wstring_view packageUrl) {
         RefreshButtons(window);
     });
     if (started) {
-        Repaint(window);
+        RepaintWindow(window);
     }
 }
 
@@ -61,25 +63,32 @@ void OnTick(HWND window) {
         return;
     }
     CollectEndedJob(window);
-    Repaint(window);
+    RepaintWindow(window);
 }
 
 void PrepareRetry(HWND window) {
+    if (jobProgress.running) {
+        return;  // The button is hidden then, but others can press it.
+    }
     resetForRetry();
     ClearEndOfJobMarks();
     EnableJobButtons(window, true);
     RefreshButtons(window);
-    Repaint(window);
+    RepaintWindow(window);
 }
 
 void CloseAfterQuestion(HWND window) {
     if (!ConfirmClose(window)) {
         return;
     }
+    StopJob();
+    jobProgress.running = false;
+    ::DestroyWindow(window);
+}
+
+void StopJob() {
     if (JobThreadExists()) {
         requestCancel();
         JoinJobThread();
     }
-    jobProgress.running = false;
-    ::DestroyWindow(window);
 }

@@ -16,9 +16,12 @@ void StartJob(HWND window, JobKind kind, std::wstring_view packageUrl);
 // an open question.
 void OnTick(HWND window);
 
-// After a failure: "Ready." again, with the buttons that start a job.
+// After a failure: "Ready." again, with the buttons that start a job. Nothing while a job runs.
 void PrepareRetry(HWND window);
 
 // Asks whether to close, always. On Yes it stops the job, waits for its clean-up, however long
 // that takes, and destroys the window.
 void CloseAfterQuestion(HWND window);
+
+// Ends a job that is left over, without a question, and waits for its clean-up.
+void StopJob();

@@ -10,6 +10,11 @@ struct Box {
     int height = 0;
 };
 
+struct Point {
+    int x = 0;
+    int y = 0;
+};
+
 // The part of `box` that lies at least `distance` inside of its edges.
 constexpr Box Shrunk(const Box& box, int distance) {
     return {box.x + distance, box.y + distance, box.width - 2 * distance,
@@ -28,9 +33,9 @@ inline constexpr int kCornerDiameter = 26;
 
 inline constexpr Box kTitleBar{0, 0, kWindow.width, 48};
 // The line is the title bar's last row.
-inline constexpr int kTitleLineY = kTitleBar.height - 1;
-inline constexpr int kTitleTextX = 22;
-inline constexpr int kTitleTextY = 16;
+inline constexpr Point kTitleLine[] = {{0, kTitleBar.height - 1},
+                                       {kTitleBar.width, kTitleBar.height - 1}};
+inline constexpr Point kTitleTextPlace{22, 16};
 // The title bar moves the window, up to the strip that holds "-" and "x".
 inline constexpr int kDragStripWidth = 772;
 
@@ -43,6 +48,9 @@ inline constexpr Box kProgressOutline{114, 328, 632, 26};
 inline constexpr Box kProgressTrack = Shrunk(kProgressOutline, 1);
 inline constexpr Box kStatus{114, 356, 632, 24};
 inline constexpr Box kDetail{84, 380, 692, 24};
+
+// The buttons, until each gets its place; those without one stay there, hidden.
+inline constexpr Box kUnplacedButton{0, 0, 10, 10};
 
 inline constexpr FontSpec kTitleFont{13, false};
 inline constexpr FontSpec kHeadingFont{28, true};
@@ -58,14 +66,11 @@ inline constexpr float kPlaceholderPenPx = 2.0F;
 inline constexpr float kButtonPenPx = 1.5F;
 inline constexpr float kCheckMarkPenPx = 2.2F;
 
-// Inside a download-server button, from its left edge: the square, then the text.
-inline constexpr int kCheckSquareX = 12;
+// Inside a download-server button, from its left edge: the square, then the text. The longer of the
+// two texts needs nearly all the room that is left.
+inline constexpr int kCheckSquareX = 8;
 inline constexpr int kCheckSquareSize = 16;
 inline constexpr int kChoiceTextX = kCheckSquareX + kCheckSquareSize + 4;
-inline constexpr int kChoiceTextRightMargin = 4;
+inline constexpr int kChoiceTextRightMargin = 2;
 // The corners of the check mark, from the square's upper left one.
-struct Point {
-    int x = 0;
-    int y = 0;
-};
 inline constexpr Point kCheckMark[] = {{3, 8}, {7, 12}, {13, 4}};

@@ -18,8 +18,6 @@ namespace {
 
 constexpr wchar_t kWindowClassName[] = L"Quellstone.RepairTool";
 constexpr wchar_t kFirstTitle[] = L"KrvBrennickInstaller";  // Until the configuration is read.
-constexpr UINT_PTR kTickTimer = 1;
-constexpr UINT kTickMs = 250;
 constexpr int kUiFontHeightPx = 15;
 
 HFONT CreateUiFont() {
@@ -37,8 +35,8 @@ void LoadImages() {
 
 void OnCreate(HWND window) {
     mainWindow = window;
-    windowState.backgroundBrush = ::CreateSolidBrush(RGB(10, 11, 12));
-    LoadEmbeddedConfig(nullptr, toolConfig);
+    windowState.backgroundBrush.reset(::CreateSolidBrush(ToColorRef(kWindowFill)));
+    static_cast<void>(LoadEmbeddedConfig(nullptr, toolConfig));  // Without one the defaults serve.
     FillEmptyNames(toolConfig);
     ::SetWindowTextW(window, toolConfig.repairToolName.c_str());
     windowState.accentColor = ParseAccentColor(toolConfig.accentHex);
@@ -52,8 +50,7 @@ void OnCreate(HWND window) {
 
 void OnDestroy(HWND window) {
     ::KillTimer(window, kTickTimer);
-    ::DeleteObject(windowState.backgroundBrush);
-    windowState.backgroundBrush = nullptr;
+    windowState.backgroundBrush.reset();
     ::PostQuitMessage(0);
 }
 
@@ -67,7 +64,9 @@ void OnPaint(HWND window) {
         .background = windowState.backgroundImage.get(),
     };
     PAINTSTRUCT paint{};
-    PaintWindow(::BeginPaint(window, &paint), picture);
+    const HDC device = ::BeginPaint(window, &paint);
+    ExcludeButtons(window, device);
+    PaintWindow(device, picture);
     ::EndPaint(window, &paint);
 }
 
@@ -111,7 +110,7 @@ LRESULT CALLBACK MainWindowProcedure(HWND window, UINT message, WPARAM wParam,
             OnTick(window);
             break;
         case kJobSucceededMessage:
-            ::InvalidateRect(window, nullptr, FALSE);
+            RepaintWindow(window);
             break;
         default:
             break;
@@ -136,6 +135,16 @@ void RegisterWindowClass(HINSTANCE instance) {
     ::RegisterClassExW(&windowClass);
 }
 
+// Where this fails, the window stays rectangular.
+void RoundCorners(HWND window) {
+    // A region's right and bottom edges lie outside of it, hence the extra pixel.
+    GdiRegion region(::CreateRoundRectRgn(0, 0, kWindow.width + 1, kWindow.height + 1,
+                                          kCornerDiameter, kCornerDiameter));
+    if (region && ::SetWindowRgn(window, region.get(), TRUE) != 0) {
+        region.release();  // The window's own, from here on.
+    }
+}
+
 }  // namespace
 
 HWND CreateMainWindow(HINSTANCE instance, int showCommand) {
@@ -148,12 +157,7 @@ HWND CreateMainWindow(HINSTANCE instance, int showCommand) {
     if (mainWindow == nullptr) {
         return nullptr;
     }
-    // A region's right and bottom edges lie outside of it, hence the extra pixel. The window owns
-    // the region from here on; without one it stays rectangular.
-    if (const HRGN corners = ::CreateRoundRectRgn(0, 0, kWindow.width + 1, kWindow.height + 1,
-                                                  kCornerDiameter, kCornerDiameter)) {
-        ::SetWindowRgn(mainWindow, corners, TRUE);
-    }
+    RoundCorners(mainWindow);
     ::ShowWindow(mainWindow, showCommand);
     ::UpdateWindow(mainWindow);
     return mainWindow;

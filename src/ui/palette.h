@@ -6,6 +6,11 @@
 // accent_color.h.
 using Argb = uint32_t;
 
+// The same colour as GDI has it, 0x00BBGGRR.
+constexpr uint32_t ToColorRef(Argb colour) {
+    return (colour & 0xFF) << 16 | (colour & 0xFF00) | (colour >> 16 & 0xFF);
+}
+
 inline constexpr Argb kDefaultAccent = 0xFFFFA640;
 
 inline constexpr Argb kWindowFill = 0xFF0A0B0C;  // Where there is no background picture.

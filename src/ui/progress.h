@@ -2,8 +2,9 @@
 
 #include "job/job_progress.h"
 
-// How far the bar is filled, from 0 to 100, not rounded. An unknown total, and a stage that counts
-// nothing and has not begun its work, give 0; the stages that cannot be counted show a full bar.
+// How far the bar is filled, from 0 to 100, not rounded. The download and the work on the client
+// are counted; an unknown total gives 0. The check and the unpacking cannot be counted and show a
+// full bar, as does the end. Everything else, a failure above all, shows an empty one.
 double ProgressPercent(const JobState& state);
 
 // The filled part of a bar of `barWidth` pixels; a pixel that is not full stays empty.

@@ -18,9 +18,8 @@ void PaintBackground(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* background
 
 void PaintTitleBar(Gdiplus::GpGraphics* graphics, const WindowPicture& picture) {
     FillBox(graphics, kTitleBar, kTitleBarFill);
-    constexpr Point kLine[] = {{0, 0}, {kTitleBar.width, 0}};
-    DrawLines(graphics, {0, kTitleLineY}, kLine, picture.accentColor, kHairlinePx);
-    DrawTextAt(graphics, picture.toolName, {kTitleFont, kTitleText}, {kTitleTextX, kTitleTextY});
+    DrawLines(graphics, {0, 0}, kTitleLine, picture.accentColor, kHairlinePx);
+    DrawTextAt(graphics, picture.toolName, {kTitleFont, kTitleText}, kTitleTextPlace);
 }
 
 void PaintLogo(Gdiplus::GpGraphics* graphics, const WindowPicture& picture) {

@@ -11,3 +11,7 @@ void ClearEndOfJobMarks() {
     windowState.shortcutOffered = false;
     windowState.launchDone = false;
 }
+
+void RepaintWindow(HWND window) {
+    ::InvalidateRect(window, nullptr, FALSE);
+}

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/windows_api.h"
+#include "common/handles.h"
 #include "ui/gdiplus_objects.h"
 #include "ui/palette.h"
 
@@ -8,10 +8,10 @@
 // job/job_progress.h.
 struct WindowState {
     Argb accentColor = kDefaultAccent;
-    OwnedBitmap logoImage;             // None when the brand shows no logo, or it cannot be read.
-    OwnedBitmap backgroundImage;       // None when it cannot be read.
-    HBRUSH backgroundBrush = nullptr;  // From the window's creation to its destruction.
-    HFONT uiFont = nullptr;            // Lent to the buttons; goes with the process.
+    OwnedBitmap logoImage;        // None when the brand shows no logo, or it cannot be read.
+    OwnedBitmap backgroundImage;  // None when it cannot be read.
+    GdiBrush backgroundBrush;     // From the window's creation to its destruction.
+    HFONT uiFont = nullptr;       // Lent to the buttons; goes with the process.
 
     // The two marks that keep the end of one job from being acted on twice.
     bool shortcutOffered = false;  // The player has been asked about the shortcut.
@@ -25,3 +25,6 @@ void ReleaseImages();
 
 // A new job, or a fresh start: both marks are cleared.
 void ClearEndOfJobMarks();
+
+// Has the whole window painted anew, soon and without erasing it before.
+void RepaintWindow(HWND window);
