@@ -1,0 +1,319 @@
+"""The acts of the demo: what the player does in each, and what must have come of it."""
+
+import os
+import shutil
+
+import client_package
+from client_package import FileState, look_at, look_at_folder
+from player import DemoFailure, Player, wait_until
+
+TOOL_NAME = "KrvBrennickInstaller.exe"
+UNINSTALLER = "Uninstall.exe"
+SHORTCUT = "Karvoth.lnk"
+GAME = "Karvoth"
+FIRST_SERVER = "/asia/karvoth-2.0.0.zip"
+SECOND_SERVER = "/eu/karvoth-2.0.0.zip"
+
+# The window's buttons, by their control ids.
+REPAIR, REINSTALL, SHORTCUT_BUTTON, PATCHER, WEBSITE, COMMUNITY = range(4001, 4007)
+CLOSE_MARK, RETRY, CLOSE, FIRST_CHOICE, SECOND_CHOICE = range(4008, 4013)
+
+CLOSE_QUESTION = "Close Repair Tool"
+REINSTALL_QUESTION = "Confirm Reinstall"
+SHORTCUT_QUESTION = "Create Game Shortcut"
+
+JOB_LIMIT_S = 90
+# How full the bar is in the photograph of a download.
+DURING_SHARE = (0.5, 0.95)
+
+
+class Act:
+    """One run of the tool in a client folder of its own, from the broken client to the report."""
+
+    title = ""
+    folder = r"C:\Games\Karvoth"
+    settings = {}
+    slow = True
+    damages = False
+
+    def __init__(self, stage, report):
+        self.stage = stage
+        self.report = report
+        self.windows = stage.windows
+        self.server = stage.server
+        self.package = stage.package
+        self.client = self.windows.path(self.folder)
+        self.player = Player(self.windows, stage.pictures, stage.accent)
+        self.exit_code = None
+
+    def play(self):
+        self.server.prepare(self.slow, self.damages)
+        self.prepare_client()
+        self.before = look_at_folder(self.client)
+        self.report.heading(self.title)
+        self.report.line(f"Client: {self.folder}")
+        tool = self.windows.start([TOOL_NAME], self.client)
+        try:
+            self.player.note(f"started {TOOL_NAME}")
+            self.perform()
+            self.exit_code = tool.wait(60)
+            self.player.note(f"saw the tool end with exit code {self.exit_code}")
+        except Exception:
+            self.player.photograph_screen("unexpected")
+            raise
+        finally:
+            # Nothing to do after a proper end.
+            tool.kill()
+            tool.wait()
+            self.report.notes(self.player.notes)
+        self.after = look_at_folder(self.client)
+        self.tell_files()
+        self.tell_system()
+        self.judge()
+
+    def prepare_client(self):
+        shutil.rmtree(self.client, ignore_errors=True)
+        self.package.install(self.client)
+        client_package.break_client(self.client)
+        tool = os.path.join(self.client, TOOL_NAME)
+        shutil.copyfile(self.stage.tool, tool)
+        config = self.stage.write_config(self.settings)
+        code, _ = self.windows.run_demo_program("demo_stamp", tool, config)
+        if code != 0:
+            raise DemoFailure("The configuration could not be put into the tool's copy.")
+
+    def perform(self):
+        raise NotImplementedError
+
+    def judge(self):
+        raise NotImplementedError
+
+    # What the acts have in common.
+
+    def wait_until_ready(self):
+        view = self.player.find_window()
+        self.player.wait_for_view("the tool is ready", lambda view: view.usable(REPAIR))
+        shown = view.usable(WEBSITE) and view.usable(COMMUNITY) and view.usable(PATCHER)
+        self.report.check(shown, '"Website", "Discord" and "Run Patcher" are shown')
+
+    def photograph_download(self):
+        def under_way():
+            share = self.player.bar_share()
+            return share if DURING_SHARE[0] <= share <= DURING_SHARE[1] else 0
+
+        share = wait_until("the bar is partly filled", under_way, JOB_LIMIT_S)
+        self.player.photograph("during")
+        self.player.note(f"saw the bar at {share:.0%}")
+        self.server.photographed.set()
+
+    def wait_for_success(self):
+        self.player.wait_for_view("the job is done", lambda view: view.usable(REPAIR), JOB_LIMIT_S)
+        wait_until("the bar is full", lambda: self.player.bar_share() == 1, 10)
+        self.player.note("saw the job done")
+
+    def wait_for_startup_program(self):
+        log = os.path.join(self.client, client_package.STARTUP_LOG)
+        wait_until("the startup program runs", lambda: os.path.exists(log), 20)
+
+    def close(self, control_id, picture):
+        self.player.press(control_id)
+        self.player.read_question(CLOSE_QUESTION)
+        self.player.photograph_settled(picture, whole_screen=True)
+        self.player.answer("Yes")
+
+    def refuse_reinstall(self):
+        self.player.press(REINSTALL)
+        self.player.read_question(REINSTALL_QUESTION)
+        self.player.photograph_settled("reinstall_question", whole_screen=True)
+        self.player.answer("No")
+        self.player.wait_for_view(
+            "the question is gone", lambda view: not view.question and view.usable(REINSTALL)
+        )
+        untouched = look_at_folder(self.client) == self.before and not self.server.requests
+        self.report.check(untouched, "the refused reinstall changed and requested nothing")
+
+    # What is told and judged at the end.
+
+    def tell_files(self):
+        names = [
+            client_package.MISSING,
+            client_package.CHANGED,
+            client_package.OLDER,
+            *client_package.PLAYERS_OWN,
+            client_package.STARTUP_LOG,
+            UNINSTALLER,
+            TOOL_NAME,
+        ]
+        none = FileState()
+        self.report.files(
+            (name, self.before.get(name, none), self.after.get(name, none)) for name in names
+        )
+
+    def tell_system(self):
+        self.entry = self.windows.installed_programs_entry(GAME)
+        self.report.entry(GAME, self.entry)
+        self.report.list("Requests that the server saw", self.server.requests)
+        self.report.list("Left in the temporary folder", self.windows.temporary_files())
+        self.report.list("On the Desktop", self.windows.desktop_files())
+
+    def startup_count(self):
+        path = os.path.join(self.client, client_package.STARTUP_LOG)
+        if not os.path.exists(path):
+            return 0
+        with open(path, encoding="utf-8") as file:
+            return file.read().count("started in " + self.folder)
+
+    def judge_end(self):
+        check = self.report.check
+        check(self.exit_code == 0, "the tool ended with exit code 0")
+        check(not self.windows.temporary_files(), "nothing is left in the temporary folder")
+        kept = self.after.get(TOOL_NAME) == self.before[TOOL_NAME]
+        check(kept, "the tool's own file is there, unchanged")
+
+    def judge_success(self, requested):
+        check = self.report.check
+        different = self.package.differences(self.client)
+        check(
+            not different,
+            f"all {len(self.package.files)} files of the package are in the client, byte for byte"
+            + "".join(f"; not {name}" for name in different[:5]),
+        )
+        date = self.after[client_package.OLDER].seconds
+        check(date == client_package.PACKED_SECONDS, "the older file has the package's date")
+        built = look_at(self.stage.uninstaller)
+        same = self.after.get(UNINSTALLER, FileState()).same_bytes(built)
+        check(same, f"{UNINSTALLER} is the one that was built into the tool")
+        check(
+            self.entry.get("DisplayName") == GAME
+            and self.entry.get("InstallLocation") == self.folder
+            and self.entry.get("UninstallString") == rf'"{self.folder}\{UNINSTALLER}"',
+            "the game is registered with its folder and its uninstaller",
+        )
+        lines = [request.line for request in self.server.requests]
+        check(lines == [f"GET {requested} HTTP/1.1"], "the package was requested once")
+        check(self.startup_count() == 1, "the startup program was started once, in its folder")
+        self.judge_end()
+
+    def judge_players_files(self, kept):
+        for name in client_package.PLAYERS_OWN:
+            if kept:
+                same = self.after.get(name) == self.before[name]
+                self.report.check(same, f"the player's own {name} is kept")
+            else:
+                self.report.check(name not in self.after, f"the player's own {name} is gone")
+
+
+class Repair(Act):
+    title = "A repair"
+
+    def perform(self):
+        self.wait_until_ready()
+        self.player.photograph_settled("before")
+        self.refuse_reinstall()
+        self.player.press(REPAIR)
+        self.photograph_download()
+        self.wait_for_success()
+        self.wait_for_startup_program()
+        self.player.photograph_settled("after")
+        self.close(CLOSE_MARK, "close_question")
+
+    def judge(self):
+        self.judge_success(FIRST_SERVER)
+        self.judge_players_files(kept=True)
+
+
+class RepairFromSecondServer(Act):
+    title = "A repair from the second server"
+
+    def __init__(self, stage, report):
+        super().__init__(stage, report)
+        self.settings = {
+            "multiRepairTool": "1",
+            "archiveMirrorUrls": self.server.url(SECOND_SERVER),
+        }
+
+    def perform(self):
+        self.wait_until_ready()
+        self.player.photograph_settled("before")
+        self.player.press(SECOND_CHOICE)
+        self.player.photograph_settled("second_server")
+        self.player.press(REPAIR)
+        self.photograph_download()
+        self.wait_for_success()
+        self.wait_for_startup_program()
+        self.player.photograph_settled("after")
+        self.close(CLOSE_MARK, "close_question")
+
+    def judge(self):
+        self.judge_success(SECOND_SERVER)
+        self.judge_players_files(kept=True)
+
+
+class Reinstall(Act):
+    title = "A reinstall"
+
+    def perform(self):
+        self.wait_until_ready()
+        self.player.photograph_settled("before")
+        self.player.press(REINSTALL)
+        self.player.read_question(REINSTALL_QUESTION)
+        self.player.photograph_settled("reinstall_question", whole_screen=True)
+        self.player.answer("Yes")
+        self.photograph_download()
+        wait_until("the offer of a shortcut", self.shortcut_is_offered, JOB_LIMIT_S)
+        self.player.read_question(SHORTCUT_QUESTION)
+        self.player.photograph_settled("shortcut_question", whole_screen=True)
+        self.player.answer("Yes")
+        self.wait_for_success()
+        self.wait_for_startup_program()
+        self.player.photograph_settled("after")
+        self.close(CLOSE_MARK, "close_question")
+
+    def shortcut_is_offered(self):
+        view = self.player.look()
+        return view and view.question
+
+    def judge(self):
+        self.judge_success(FIRST_SERVER)
+        self.judge_players_files(kept=False)
+        created = SHORTCUT in self.windows.desktop_files()
+        self.report.check(created, "the shortcut is on the Desktop")
+
+
+class Failure(Act):
+    title = "A repair that fails, for the server damages the package"
+    folder = r"C:\Games\Karvoth damaged"
+    slow = False
+    damages = True
+
+    def perform(self):
+        self.wait_until_ready()
+        self.player.press(REPAIR)
+        self.wait_for_failure()
+        self.player.photograph_settled("failure")
+        self.player.press(RETRY)
+        self.player.wait_for_view("the tool is ready again", lambda view: view.usable(REPAIR))
+        self.player.note("saw the tool ready again")
+        self.player.photograph_settled("ready_again")
+        self.player.press(REPAIR)
+        self.wait_for_failure()
+        self.close(CLOSE, "close_question_after_failure")
+
+    def wait_for_failure(self):
+        self.player.wait_for_view(
+            "the failure is shown",
+            lambda view: view.usable(RETRY) and view.usable(CLOSE) and not view.usable(REPAIR),
+            JOB_LIMIT_S,
+        )
+        wait_until("the bar is empty", lambda: self.player.bar_share() == 0, 10)
+        self.player.note('saw the failure with "Retry" and "Close"')
+
+    def judge(self):
+        check = self.report.check
+        check(self.after == self.before, "the client is as it was before, every byte and date")
+        lines = [request.line for request in self.server.requests]
+        check(lines == [f"GET {FIRST_SERVER} HTTP/1.1"] * 2, "the second try downloaded afresh")
+        registered = self.entry.get("InstallLocation") == self.folder
+        check(not registered, "the failed repair registered nothing")
+        check(self.startup_count() == 0, "the startup program was not started")
+        self.judge_end()

@@ -1,0 +1,157 @@
+"""The sample game: its package, an installed client made from it, and what is broken there."""
+
+import calendar
+import dataclasses
+import hashlib
+import os
+import random
+import shutil
+import struct
+import time
+import zipfile
+
+# The package's one top folder, which the tool takes off.
+TOP_FOLDER = "Karvoth 2.0.0/"
+PACKED_AT = (2026, 3, 14, 12, 0, 0)
+PACKED_SECONDS = calendar.timegm(PACKED_AT)
+OLD_SECONDS = PACKED_SECONDS - 400 * 86400
+
+# Name to size in bytes.
+LARGE_FILES = {
+    "Data/models.pak": 13_000_000,
+    "Data/sounds.pak": 7_000_000,
+    "Data/terrain.pak": 12_500_000,
+    "Data/textures.pak": 10_250_000,
+}
+# Pattern of the name, number of files, sizes from and to.
+SMALL_FILES = [
+    ("Interface/icon_{:03}.dds", 160, 4_000, 20_000),
+    ("Maps/map_{:03}.map", 120, 20_000, 60_000),
+    ("Sounds/effect_{:03}.ogg", 90, 6_000, 24_000),
+    ("Text/chapter_{:02}.txt", 40, 1_000, 9_000),
+]
+
+MISSING = "Data/textures.pak"
+CHANGED = "Maps/map_042.map"
+OLDER = "readme.txt"
+PLAYERS_OWN = {
+    "settings.ini": b"[video]\r\nwidth=2560\r\nheight=1440\r\n",
+    "Screenshots/first_victory.png": random.Random("victory").randbytes(80_000),
+}
+STARTUP_PROGRAM = "patcher.exe"
+# What the sample client's startup program leaves behind.
+STARTUP_LOG = "patcher_started.txt"
+
+
+@dataclasses.dataclass(frozen=True)
+class FileState:
+    """What is at a path: size, digest and date, or nothing."""
+
+    size: int = -1
+    digest: str = ""
+    seconds: float = 0
+
+    @property
+    def present(self):
+        return self.size >= 0
+
+    def same_bytes(self, other):
+        return self.present and (self.size, self.digest) == (other.size, other.digest)
+
+    def __str__(self):
+        if not self.present:
+            return "not there"
+        date = time.strftime("%Y-%m-%d %H:%M:%S", time.gmtime(self.seconds))
+        return f"{self.size:>10,} bytes   SHA-256 {self.digest[:8]}   {date}"
+
+
+def look_at(path):
+    if not os.path.isfile(path):
+        return FileState()
+    with open(path, "rb") as file:
+        digest = hashlib.file_digest(file, "sha256").hexdigest()
+    status = os.stat(path)
+    return FileState(status.st_size, digest, status.st_mtime)
+
+
+def look_at_folder(folder):
+    """Each file below `folder`, by its name with forward slashes."""
+    states = {}
+    for place, _, names in os.walk(folder):
+        for name in names:
+            path = os.path.join(place, name)
+            states[os.path.relpath(path, folder).replace(os.sep, "/")] = look_at(path)
+    return states
+
+
+def sample_files(startup_program):
+    """Yields name and content of each file of the game, the same ones each time."""
+    with open(startup_program, "rb") as file:
+        yield STARTUP_PROGRAM, file.read()
+    yield "readme.txt", b"Karvoth, a sample client. Its files hold random numbers.\r\n" * 20
+    yield "version.txt", b"2.0.0\r\n"
+    for name, size in LARGE_FILES.items():
+        yield name, random.Random(name).randbytes(size)
+    for pattern, count, smallest, largest in SMALL_FILES:
+        for number in range(count):
+            name = pattern.format(number)
+            dice = random.Random(name)
+            yield name, dice.randbytes(dice.randint(smallest, largest))
+
+
+class Package:
+    """A ZIP file with the whole client, and what is in it."""
+
+    def __init__(self, path, startup_program):
+        self.path = path
+        self.files = {}
+        with zipfile.ZipFile(path, "w") as archive:
+            for name, content in sample_files(startup_program):
+                archive.writestr(self._entry(name), content)
+                digest = hashlib.sha256(content).hexdigest()
+                self.files[name] = FileState(len(content), digest, PACKED_SECONDS)
+        self.state = look_at(path)
+
+    @staticmethod
+    def _entry(name):
+        entry = zipfile.ZipInfo(TOP_FOLDER + name, PACKED_AT)
+        # Random numbers do not shrink, and storing them is quick.
+        entry.compress_type = zipfile.ZIP_STORED
+        # A ZIP file's own dates are local times; this field tells the moment in UTC.
+        entry.extra = struct.pack("<HHBl", 0x5455, 5, 1, PACKED_SECONDS)
+        return entry
+
+    def install(self, folder):
+        """Makes a client of it, as the game's installer would, in a folder that is not there."""
+        with zipfile.ZipFile(self.path) as archive:
+            for entry in archive.infolist():
+                target = os.path.join(folder, entry.filename.removeprefix(TOP_FOLDER))
+                os.makedirs(os.path.dirname(target), exist_ok=True)
+                with archive.open(entry) as source, open(target, "wb") as file:
+                    shutil.copyfileobj(source, file)
+                os.utime(target, (PACKED_SECONDS, PACKED_SECONDS))
+
+    def differences(self, folder):
+        """Names of the package's files that are not byte for byte in `folder`."""
+        return [
+            name
+            for name, state in self.files.items()
+            if not look_at(os.path.join(folder, name)).same_bytes(state)
+        ]
+
+
+def break_client(folder):
+    """One file is missing, one changed in a single byte, one has an older date; and the player has
+    played."""
+    os.remove(os.path.join(folder, MISSING))
+    with open(os.path.join(folder, CHANGED), "r+b") as file:
+        file.seek(5000)
+        byte = file.read(1)[0]
+        file.seek(5000)
+        file.write(bytes([byte ^ 0xFF]))
+    os.utime(os.path.join(folder, OLDER), (OLD_SECONDS, OLD_SECONDS))
+    for name, content in PLAYERS_OWN.items():
+        path = os.path.join(folder, name)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "wb") as file:
+            file.write(content)
