@@ -7,7 +7,7 @@
 
 #include "common/windows_api.h"
 
-namespace Gdiplus {
+namespace Gdiplus {  // NOLINT(readability-identifier-naming): the headers' own name.
 using std::max;
 using std::min;
 }  // namespace Gdiplus

@@ -177,6 +177,35 @@ def serve_stall(exchange, announced, sent):
     exchange.send_pattern(int(announced), start=int(sent))
 
 
+def serve_stall_late(exchange, announced, sent):
+    """The same, but the last byte before the wait comes late enough to be published: the tool tells
+    its window about a download every 0.35 seconds at most. An announced size of 0 is left out."""
+    if announced == "0":
+        exchange.send_head(200)
+    else:
+        exchange.send_head(200, f"Content-Length: {announced}")
+    exchange.send_pattern(int(sent) - 1)
+    time.sleep(0.5)
+    exchange.send_pattern(int(sent), start=int(sent) - 1)
+    exchange.wait()
+    exchange.send_pattern(int(announced), start=int(sent))
+
+
+def serve_understated(exchange, announced, sent):
+    """Announces a size, but sends two chunks, whose own sizes count. The second comes late and is
+    followed by a wait, as in serve_stall_late."""
+    exchange.send_head(200, f"Content-Length: {announced}", "Transfer-Encoding: chunked")
+    half = int(sent) // 2
+    for start, end in ((0, half), (half, int(sent))):
+        exchange.connection.sendall(b"%x\r\n" % (end - start))
+        exchange.send_pattern(end, start)
+        exchange.connection.sendall(b"\r\n")
+        if start == 0:
+            time.sleep(0.5)
+    exchange.wait()
+    exchange.connection.sendall(b"0\r\n\r\n")
+
+
 def serve_stall_and_close(exchange, announced, sent):
     """Waits in the middle of the body, then ends as if that were the end."""
     serve_short(exchange, announced, sent)

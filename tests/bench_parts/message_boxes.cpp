@@ -105,14 +105,20 @@ UINT BoxIcon(HWND box) {
                                                      {IDI_QUESTION, MB_ICONQUESTION},
                                                      {IDI_ERROR, MB_ICONERROR},
                                                      {IDI_INFORMATION, MB_ICONINFORMATION}};
-    ::RedrawWindow(box, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
-    const IconPixels shown = ShownIcon(box);
-    for (const auto& [name, style] : icons) {
-        if (shown == SystemIcon(name)) {
-            return style;
-        }
+    if (!::IsWindowVisible(::GetDlgItem(box, kIconControl))) {
+        return 0;
     }
-    return 0;
+    // What has been painted comes to the screen some moments later.
+    return Await([&]() -> UINT {
+        ::RedrawWindow(box, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
+        const IconPixels shown = ShownIcon(box);
+        for (const auto& [name, style] : icons) {
+            if (shown == SystemIcon(name)) {
+                return style;
+            }
+        }
+        return 0;
+    });
 }
 
 void Answer(HWND box, int button) {

@@ -63,4 +63,36 @@ TEST(ProgressPercent, FailureEmptiesTheBarWhateverWasCounted) {
     EXPECT_EQ(ProgressPercent(state), 0.0);
 }
 
+TEST(ProgressPercent, FinishingWithoutFilesIsNoProgressAndMoreThanCountedIsFull) {
+    JobState state = AtStage(JobStage::Finishing);
+    state.filesDone = 5;
+    EXPECT_EQ(ProgressPercent(state), 0.0);
+    state.filesTotal = 4;
+    EXPECT_EQ(ProgressPercent(state), 100.0);
+}
+
+TEST(ProgressPercent, KeepsItsPrecisionForHugePackages) {
+    JobState state = AtStage(JobStage::Downloading);
+    state.bytesTotal = UINT64_MAX;
+    state.bytesReceived = UINT64_MAX / 4;
+    EXPECT_DOUBLE_EQ(ProgressPercent(state), 25.0);
+}
+
+TEST(ProgressFillWidth, LeavesAPixelEmptyThatIsNotFull) {
+    const struct {
+        double percent;
+        int fillPx;
+    } rows[] = {
+        {0.0, 0},    {0.15, 0},   {0.16, 1},   {33.0, 207},   {33.3, 209},
+        {50.0, 315}, {99.0, 623}, {99.8, 628}, {99.999, 629}, {100.0, 630},
+    };
+    for (const auto& [percent, fillPx] : rows) {
+        EXPECT_EQ(ProgressFillWidth(percent, 630), fillPx) << percent;
+    }
+}
+
+TEST(ProgressFillWidth, FillsABarWithoutWidthWithNothing) {
+    EXPECT_EQ(ProgressFillWidth(100.0, 0), 0);
+}
+
 }  // namespace

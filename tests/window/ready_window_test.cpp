@@ -25,11 +25,4 @@ TEST_F(ReadyWindow, EndsWithCodeZeroAfterTheCloseQuestion) {
     EXPECT_EQ(window.AwaitExitCode(), 0U);
 }
 
-TEST_F(ReadyWindow, ShowsTheAccentLine) {
-    Set("accentHex", L"#00FF7F");
-    ToolWindow& window = StartTool();
-    EXPECT_TRUE(window.AwaitPixel(430, 47, 0x00FF7F));
-    EXPECT_EQ(window.Look().At(430, 20), 0x0C0D0EU);
-}
-
 }  // namespace

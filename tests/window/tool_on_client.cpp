@@ -2,8 +2,13 @@
 
 #include <algorithm>
 
+#include "bench_parts/message_boxes.h"
+#include "bench_parts/waiting.h"
 #include "resource_ids.h"
 #include "system/running_copy.h"
+
+// Wants the platform header before it.
+#include <tlhelp32.h>
 
 namespace {
 
@@ -19,11 +24,27 @@ std::string Escaped(const std::wstring& value) {
             escaped += "\\\\";
         } else if (character == '=') {
             escaped += "\\e";
+        } else if (character == '\n') {
+            escaped += "\\n";
         } else {
             escaped += character;
         }
     }
     return escaped;
+}
+
+constexpr wchar_t kGameName[] = L"game.exe";
+
+bool IsRunning(std::wstring_view exeName) {
+    const auto processes =
+        AdoptHandle<KernelHandle>(::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    BOOL found = ::Process32FirstW(processes.get(), &entry);
+    while (found && exeName != entry.szExeFile) {
+        found = ::Process32NextW(processes.get(), &entry);
+    }
+    return found != FALSE;
 }
 
 std::filesystem::path BrandedTool() {
@@ -32,12 +53,28 @@ std::filesystem::path BrandedTool() {
 
 }  // namespace
 
-ToolOnClient::ToolOnClient() {
+ToolOnClient::ToolOnClient() : program_(BrandedTool()) {
     Set("archiveUrl", PackageUrl(kZip));
     Set("repairToolName", L"repair.exe");
     Set("startupExe", L"client.exe");
     Set("runAfterInstall", L"0");
     Set("offerDesktopShortcut", L"0");
+}
+
+ToolOnClient::~ToolOnClient() {
+    EndTool();
+    // A program that has just ended holds on to its exe and its current folder for a moment more.
+    const std::wstring ownFolder = machine_.Root().native() + L"\\";
+    for (const bench::ProgramRun& run : machine_.Runs()) {
+        if (run.currentFolder.starts_with(ownFolder) &&
+            run.currentFolder != machine_.CurrentFolder().native()) {
+            bench::Await([&run] {
+                std::error_code error;
+                std::filesystem::remove_all(run.currentFolder, error);
+                return !error;
+            });
+        }
+    }
 }
 
 void ToolOnClient::Set(const std::string& key, const std::wstring& value) {
@@ -53,14 +90,32 @@ void ToolOnClient::OfferSeveralServers(const std::wstring& secondServer) {
     Set("archiveMirrorUrls", secondServer);
 }
 
+void ToolOnClient::HoldDownload() {
+    Set("archiveUrl", server_.Url(L"stall/3000000/2000000"));
+}
+
+void ToolOnClient::Embed(int id, std::string bytes) {
+    embedded_[id] = std::move(bytes);
+}
+
+void ToolOnClient::UseBareTool() {
+    program_ = FolderOfThisProgram() / L"bare_tool.exe";
+    settings_.clear();
+}
+
 ToolWindow& ToolOnClient::StartTool() {
     std::string text = "format=Quellstone.v1\n";
     for (const auto& [key, value] : settings_) {
         text += key;
         text += "=" + value + "\n";
     }
-    bench::WriteFile(Tool(), bench::ReadFile(BrandedTool()));
-    StampResource(Tool(), ID_CONFIG_TEXT, text);
+    bench::WriteFile(Tool(), bench::ReadFile(program_));
+    if (!settings_.empty()) {
+        StampResource(Tool(), ID_CONFIG_TEXT, text);
+    }
+    for (const auto& [id, bytes] : embedded_) {
+        StampResource(Tool(), id, bytes);
+    }
     toolBytes_ = bench::ReadFile(Tool());
     return window_.emplace(Tool(), machine_.CurrentFolder());
 }
@@ -72,8 +127,19 @@ ToolWindow& ToolOnClient::StartRepair() {
     return window;
 }
 
+void ToolOnClient::CloseTool() {
+    window_->PostClose();
+    bench::Answer(bench::AwaitBox(L"Close Repair Tool"), IDYES);
+    EXPECT_EQ(window_->AwaitExitCode(), 0U);
+    window_.reset();
+}
+
+void ToolOnClient::EndTool() {
+    window_.reset();
+}
+
 void ToolOnClient::PutStartupProgram() {
-    const std::filesystem::path program = machine_.Root() / L"game" / L"start.exe";
+    const std::filesystem::path program = machine_.Root() / L"game" / kGameName;
     machine_.PutRecorder(program, "");
     Set("startupExe", program.native());
 }
@@ -81,8 +147,13 @@ void ToolOnClient::PutStartupProgram() {
 size_t ToolOnClient::StartsOfTheGame() const {
     const auto runs = machine_.Runs();
     return static_cast<size_t>(std::ranges::count_if(runs, [](const bench::ProgramRun& run) {
-        return run.program.ends_with(L"\\game\\start.exe");
+        return run.program.ends_with(std::wstring(L"\\game\\") + kGameName);
     }));
+}
+
+size_t ToolOnClient::SettledStartsOfTheGame() const {
+    EXPECT_TRUE(bench::Await([] { return !IsRunning(kGameName); }));
+    return StartsOfTheGame();
 }
 
 std::vector<std::string> ToolOnClient::RequestedNames() const {

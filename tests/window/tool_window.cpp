@@ -44,6 +44,13 @@ using ScreenDc = std::unique_ptr<std::remove_pointer_t<HDC>, ReleaseWindowDc>;
 using MemoryDc = std::unique_ptr<std::remove_pointer_t<HDC>, DeleteDcAlone>;
 using Bitmap = std::unique_ptr<std::remove_pointer_t<HBITMAP>, DeleteGdiObject>;
 
+// Makes a button look pressed, or not, by a posted message; waits until it has been handled.
+bool PostState(HWND button, bool pressed) {
+    ::PostMessageW(button, BM_SETSTATE, pressed ? TRUE : FALSE, 0);
+    return bench::Await(
+        [&] { return ((::SendMessageW(button, BM_GETSTATE, 0, 0) & BST_PUSHED) != 0) == pressed; });
+}
+
 BITMAPINFO WindowSizedPicture() {
     BITMAPINFO info{};
     info.bmiHeader.biSize = sizeof info.bmiHeader;
@@ -77,7 +84,8 @@ WindowShot::WindowShot(HWND window) : pixels_(static_cast<size_t>(kWindow.width 
 }
 
 uint32_t WindowShot::At(int x, int y) const {
-    return pixels_.at(static_cast<size_t>(y * kWindow.width + x));
+    return pixels_.at(static_cast<size_t>(y) * static_cast<size_t>(kWindow.width) +
+                      static_cast<size_t>(x));
 }
 
 bool WindowShot::Holds(const Box& box, uint32_t colour) const {
@@ -89,6 +97,17 @@ bool WindowShot::Holds(const Box& box, uint32_t colour) const {
         }
     }
     return false;
+}
+
+bool WindowShot::Equals(const WindowShot& other, const Box& box) const {
+    for (int y = box.y; y < box.y + box.height; ++y) {
+        for (int x = box.x; x < box.x + box.width; ++x) {
+            if (At(x, y) != other.At(x, y)) {
+                return false;
+            }
+        }
+    }
+    return true;
 }
 
 ToolWindow::ToolWindow(const std::filesystem::path& exe,
@@ -132,6 +151,21 @@ ButtonSeen ToolWindow::See(ButtonId id) const {
             .place = {place.left, place.top, place.right - place.left, place.bottom - place.top}};
 }
 
+std::vector<std::wstring> ToolWindow::ShownButtons() const {
+    std::vector<std::wstring> shown;
+    for (const ButtonSpec& spec : Buttons()) {
+        const ButtonSeen button = See(spec.id);
+        if (button.visible) {
+            shown.push_back(button.enabled ? button.text : L"(" + button.text + L")");
+        }
+    }
+    return shown;
+}
+
+bool ToolWindow::HasText(ButtonId id, std::wstring_view text) const {
+    return See(id).text == text;
+}
+
 bool ToolWindow::CanPress(ButtonId id) const {
     return ::IsWindowVisible(Button(id)) && ::IsWindowEnabled(Button(id));
 }
@@ -158,17 +192,29 @@ void ToolWindow::AwaitJobEnd() const {
     const bool ended = bench::Await(
         [this] { return CanPress(ButtonId::Retry) || CanPress(ButtonId::RepairClient); });
     EXPECT_TRUE(ended) << "the job does not end";
+    // The buttons are enabled and shown one by one.
+    EXPECT_TRUE(AwaitIdle());
 }
 
 void ToolWindow::AwaitJobStart() const {
-    const bool started =
-        bench::Await([this] { return !::IsWindowEnabled(Button(ButtonId::RepairClient)); });
-    EXPECT_TRUE(started) << "the job does not begin";
+    EXPECT_TRUE(AwaitIdle());
 }
 
 WindowShot ToolWindow::Look() const {
     EXPECT_TRUE(AwaitIdle());
-    return WindowShot(window_);
+    // Wine brings to the screen what was painted only when the painting thread is about to wait, a
+    // moment after it has answered.
+    constexpr int kEqualShots = 3;
+    WindowShot shot(window_);
+    int equalShots = 1;
+    const bool settled = bench::Await([&] {
+        WindowShot next(window_);
+        equalShots = next == shot ? equalShots + 1 : 1;
+        shot = std::move(next);
+        return equalShots >= kEqualShots;
+    });
+    EXPECT_TRUE(settled) << "the picture does not come to rest";
+    return shot;
 }
 
 bool ToolWindow::AwaitPixel(int x, int y, uint32_t colour) const {
@@ -176,7 +222,14 @@ bool ToolWindow::AwaitPixel(int x, int y, uint32_t colour) const {
 }
 
 bool ToolWindow::AwaitIdle() const {
-    // Messages of one sender arrive in their order, so those posted before have been taken.
+    // A sent message overtakes those that were posted, so posted ones go ahead, and show that they
+    // have been handled by what they do to a button that is not shown.
+    const HWND hidden =
+        Button(::IsWindowVisible(Button(ButtonId::ReinstallGame)) ? ButtonId::PrimaryServer
+                                                                  : ButtonId::ReinstallGame);
+    if (!PostState(hidden, true) || !PostState(hidden, false)) {
+        return false;
+    }
     ::RedrawWindow(window_, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
     DWORD_PTR ignored = 0;
     return ::SendMessageTimeoutW(window_, WM_NULL, 0, 0, SMTO_NORMAL, kAnswerLimitMs, &ignored) !=

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "common/handles.h"
@@ -27,6 +28,8 @@ public:
     [[nodiscard]] uint32_t At(int x, int y) const;
     // Whether a pixel of this colour is in the box.
     [[nodiscard]] bool Holds(const Box& box, uint32_t colour) const;
+    // Whether both show the same in the box.
+    [[nodiscard]] bool Equals(const WindowShot& other, const Box& box) const;
     bool operator==(const WindowShot&) const = default;
 
 private:
@@ -51,6 +54,11 @@ public:
 
     [[nodiscard]] HWND Button(ButtonId id) const;
     [[nodiscard]] ButtonSeen See(ButtonId id) const;
+    // Every button that is shown, in the order of the tab key: "Repair Client", or "(Repair
+    // Client)" when it is disabled.
+    [[nodiscard]] std::vector<std::wstring> ShownButtons() const;
+    // Whether exactly this text stands on the button.
+    [[nodiscard]] bool HasText(ButtonId id, std::wstring_view text) const;
     // What a player can press: visible and enabled.
     [[nodiscard]] bool CanPress(ButtonId id) const;
 
@@ -67,7 +75,8 @@ public:
     // Waits until a job that is under way has ended and been collected: its buttons can be pressed
     // again, or "Retry" is there.
     void AwaitJobEnd() const;
-    // Waits until a job has begun: the job buttons are disabled.
+    // Waits until the press or the answer that starts a job has been handled: the job is then under
+    // way, or over already when nothing holds it.
     void AwaitJobStart() const;
 
     // The picture on the screen, after everything that waits to be painted has been painted.

@@ -1,0 +1,238 @@
+#include "ui/commands.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "job/job_thread.h"
+#include "package/package_source.h"
+#include "system/known_folder.h"
+#include "ui/open_window.h"
+#include "ui/player.h"
+#include "ui/window_state.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr wchar_t kPrimaryUrl[] = L"none://primary.example/client.zip";
+constexpr wchar_t kSecondUrl[] = L"none://second.example/client.zip";
+
+std::wstring TextOf(HWND window) {
+    std::array<wchar_t, 200> text{};
+    ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
+    return text.data();
+}
+
+class Commands : public WindowTest {
+protected:
+    ~Commands() override {
+        std::error_code ignored;
+        std::filesystem::remove(Link(), ignored);
+    }
+
+    static std::filesystem::path Link() {
+        return KnownFolder(FOLDERID_Desktop) / L"Test Karvoth.lnk";
+    }
+
+    ShellRecorder shell_;
+};
+
+TEST_F(Commands, RepairStartsARepairFromTheConfiguredAddress) {
+    const OpenWindow window;
+    primaryServerChosen = false;  // Of no meaning with one server.
+    window.Press(4001);
+    EXPECT_TRUE(JobThreadExists());
+    EXPECT_EQ(snapshot().kind, JobKind::Repair);
+    EXPECT_EQ(selectedPackageUrl, kPrimaryUrl);
+}
+
+TEST_F(Commands, RepairTakesTheChosenServer) {
+    for (const bool primary : {true, false}) {
+        const OpenWindow window({.config = TwoServers()});
+        window.Press(primary ? 4011 : 4012);
+        EXPECT_EQ(primaryServerChosen, primary);
+        EXPECT_FALSE(JobThreadExists());
+        window.Press(4001);
+        EXPECT_EQ(selectedPackageUrl, primary ? kPrimaryUrl : kSecondUrl);
+        EXPECT_EQ(snapshot().kind, JobKind::Repair);
+        JoinJobThread();
+    }
+}
+
+TEST_F(Commands, ChoosingAServerRedrawsBothServerButtonsAndNothingElse) {
+    const OpenWindow window({.config = TwoServers()});
+    for (const int id : {4012, 4011}) {
+        window.TakePaint();
+        ::ValidateRect(window.Button(4011), nullptr);
+        ::ValidateRect(window.Button(4012), nullptr);
+        window.Press(id);
+        for (int other = 4001; other <= 4012; ++other) {
+            const bool isServer = other == 4011 || other == 4012;
+            EXPECT_EQ(::GetUpdateRect(window.Button(other), nullptr, FALSE) != FALSE, isServer)
+                << other;
+        }
+        EXPECT_FALSE(::GetUpdateRect(window.Handle(), nullptr, FALSE));
+    }
+}
+
+TEST_F(Commands, ReinstallAsksWithNoAsTheDefault) {
+    const OpenWindow window;
+    for (const int answer : {IDNO, IDCANCEL}) {
+        const Player player(answer);
+        window.Press(4002);
+        ASSERT_EQ(player.Boxes().size(), 1U);
+        EXPECT_EQ(player.Boxes()[0].owner, window.Handle());
+        EXPECT_EQ(player.Boxes()[0].text,
+                  L"This will delete the current client files in this folder, then reinstall from "
+                  L"the CDN package.\n\nContinue?");
+        EXPECT_EQ(player.Boxes()[0].caption, L"Confirm Reinstall");
+        EXPECT_EQ(player.Boxes()[0].style,
+                  static_cast<UINT>(MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2));
+        EXPECT_FALSE(JobThreadExists());
+    }
+}
+
+TEST_F(Commands, ReinstallStartsOnYesFromThePrimaryServerAlways) {
+    const OpenWindow window({.config = TwoServers()});
+    window.Press(4012);
+    const Player player(IDYES);
+    window.Press(4002);
+    EXPECT_TRUE(JobThreadExists());
+    EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+    EXPECT_EQ(selectedPackageUrl, kPrimaryUrl);
+}
+
+TEST_F(Commands, ASecondClickStartsNoSecondJob) {
+    const OpenWindow window;
+    const RunningJob job(JobKind::Reinstall);
+    window.Press(4001);
+    window.Press(4001);
+    EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+    EXPECT_EQ(selectedPackageUrl, L"");
+}
+
+TEST_F(Commands, CreateShortcutTellsBelowTheBarAndOnTheButton) {
+    const OpenWindow window;
+    reportStage(JobStage::Extracting, L"Working...", L"before");
+    const Player player(IDOK);
+    window.TakePaint();
+    window.Press(4003);
+    EXPECT_TRUE(std::filesystem::exists(Link()));
+    EXPECT_EQ(snapshot().detailLine, L"Game desktop shortcut created.");
+    EXPECT_EQ(snapshot().statusLine, L"Working...");
+    EXPECT_EQ(snapshot().stage, JobStage::Extracting);
+    EXPECT_EQ(TextOf(window.Button(4003)), L"Game Shortcut Created");
+    EXPECT_THAT(window.DisabledButtons(), ElementsAre(4003));
+    EXPECT_TRUE(window.TakePaint());
+    EXPECT_THAT(player.Boxes(), IsEmpty());
+}
+
+TEST_F(Commands, CreateShortcutTellsAFailureInABox) {
+    const OpenWindow window;
+    std::filesystem::remove(client_.Path() / L"client.exe");
+    const Player player(IDOK);
+    window.TakePaint();
+    window.Press(4003);
+    EXPECT_FALSE(window.TakePaint());
+    ASSERT_EQ(player.Boxes().size(), 1U);
+    EXPECT_EQ(player.Boxes()[0].owner, window.Handle());
+    EXPECT_EQ(player.Boxes()[0].text,
+              L"Could not find the shortcut target: " + (client_.Path() / L"client.exe").native());
+    EXPECT_EQ(player.Boxes()[0].caption, L"Create Game Shortcut");
+    EXPECT_EQ(player.Boxes()[0].style, static_cast<UINT>(MB_OK | MB_ICONWARNING));
+    EXPECT_EQ(snapshot().detailLine, L"");
+    EXPECT_EQ(TextOf(window.Button(4003)), L"Create Game Shortcut");
+    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+}
+
+TEST_F(Commands, RunPatcherStartsTheStartupProgram) {
+    const OpenWindow window;
+    window.Press(4004);
+    ASSERT_EQ(shell_.Calls().size(), 1U);
+    EXPECT_EQ(shell_.Calls()[0].file, (client_.Path() / L"client.exe").native());
+    EXPECT_FALSE(windowState.launchDone);
+}
+
+TEST_F(Commands, TheLinksOpenTheirAddresses) {
+    const OpenWindow window;
+    window.Press(4005);
+    window.Press(4006);
+    ASSERT_EQ(shell_.Calls().size(), 2U);
+    EXPECT_EQ(shell_.Calls()[0].file, L"https://www.karvoth.example/");
+    EXPECT_EQ(shell_.Calls()[1].file, L"https://community.karvoth.example/");
+    for (const ShellRecorder::Call& call : shell_.Calls()) {
+        EXPECT_EQ(call.owner, window.Handle());
+        EXPECT_EQ(call.verb, L"open");
+        EXPECT_FALSE(call.hasParameters);
+        EXPECT_FALSE(call.hasFolder);
+        EXPECT_EQ(call.show, SW_SHOWNORMAL);
+    }
+}
+
+TEST_F(Commands, LinksWithoutAnAddressOpenNothing) {
+    const OpenWindow window;
+    toolConfig.websiteUrl.clear();
+    toolConfig.discordUrl.clear();
+    window.Press(4005);
+    window.Press(4006);
+    EXPECT_THAT(shell_.Calls(), IsEmpty());
+}
+
+TEST_F(Commands, RetryMakesTheWindowReadyAgain) {
+    const OpenWindow window;
+    LeaveEndedJob(JobKind::Repair, false);
+    window.Tick();
+    EXPECT_THAT(window.ShownButtons(), testing::Contains(4009));
+    window.Press(4009);
+    EXPECT_THAT(window.ShownButtons(), testing::Not(testing::Contains(4009)));
+    EXPECT_EQ(snapshot().statusLine, L"Ready.");
+}
+
+TEST_F(Commands, BothCloseButtonsAskAndClose) {
+    for (const int id : {4010, 4008}) {
+        const OpenWindow window;
+        {
+            const Player player(IDNO);
+            window.Press(id);
+            ASSERT_EQ(player.Boxes().size(), 1U) << id;
+            EXPECT_EQ(player.Boxes()[0].caption, L"Close Repair Tool");
+            EXPECT_TRUE(::IsWindow(window.Handle())) << id;
+        }
+        const Player player(IDYES);
+        window.Press(id);
+        EXPECT_FALSE(::IsWindow(window.Handle())) << id;
+    }
+}
+
+TEST_F(Commands, MinimiseMinimises) {
+    const OpenWindow window;
+    EXPECT_FALSE(::IsIconic(window.Handle()));
+    window.Press(4007);
+    EXPECT_TRUE(::IsIconic(window.Handle()));
+}
+
+TEST_F(Commands, ADoubleClickCountsLikeAClick) {
+    const OpenWindow window;
+    ::SendMessageW(window.Handle(), WM_COMMAND, MAKEWPARAM(4005, BN_DBLCLK), 0);
+    EXPECT_EQ(shell_.Calls().size(), 1U);
+}
+
+TEST_F(Commands, OtherIdsDoNothing) {
+    const OpenWindow window;
+    const Player player(IDYES);
+    window.TakePaint();
+    for (const int id : {0, 1, IDCANCEL, 4000, 4013, 0xFFFF}) {
+        window.Press(id);
+        RunCommand(window.Handle(), id);
+        EXPECT_FALSE(window.TakePaint()) << id;
+    }
+    EXPECT_TRUE(::IsWindow(window.Handle()));
+    EXPECT_FALSE(JobThreadExists());
+    EXPECT_THAT(player.Boxes(), IsEmpty());
+    EXPECT_THAT(shell_.Calls(), IsEmpty());
+}
+
+}  // namespace

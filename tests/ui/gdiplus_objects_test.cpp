@@ -1,0 +1,257 @@
+#include "ui/gdiplus_objects.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include "bench_parts/call_hook.h"
+#include "common/resources.h"
+#include "resource_ids.h"
+#include "ui/button_painter.h"
+#include "ui/canvas.h"
+#include "ui/drawing.h"
+#include "ui/painted_window.h"
+
+using namespace Gdiplus::DllExports;
+
+namespace {
+
+using Bytes = std::vector<std::byte>;
+
+Bytes BytesOf(std::string_view text) {
+    Bytes bytes(text.size());
+    std::memcpy(bytes.data(), text.data(), text.size());
+    return bytes;
+}
+
+// The encoders that Windows brings along.
+constexpr CLSID kBmpEncoder{
+    0x557cf400, 0x1a04, 0x11d3, {0x9a, 0x73, 0x00, 0x00, 0xf8, 0x1e, 0xf3, 0x2e}};
+constexpr CLSID kJpegEncoder{
+    0x557cf401, 0x1a04, 0x11d3, {0x9a, 0x73, 0x00, 0x00, 0xf8, 0x1e, 0xf3, 0x2e}};
+constexpr CLSID kPngEncoder{
+    0x557cf406, 0x1a04, 0x11d3, {0x9a, 0x73, 0x00, 0x00, 0xf8, 0x1e, 0xf3, 0x2e}};
+
+// The picture as the bytes of a file.
+Bytes Encode(const Canvas& picture, const CLSID& encoder) {
+    IStream* stream = nullptr;
+    EXPECT_EQ(::CreateStreamOnHGlobal(nullptr, TRUE, &stream), S_OK);
+    EXPECT_EQ(GdipSaveImageToStream(picture.Bitmap(), stream, &encoder, nullptr), Gdiplus::Ok);
+    HGLOBAL memory = nullptr;
+    ::GetHGlobalFromStream(stream, &memory);
+    STATSTG status{};
+    stream->Stat(&status, STATFLAG_NONAME);
+    Bytes bytes(static_cast<size_t>(status.cbSize.QuadPart));
+    std::memcpy(bytes.data(), ::GlobalLock(memory), bytes.size());
+    ::GlobalUnlock(memory);
+    stream->Release();
+    return bytes;
+}
+
+Canvas SamplePicture() {
+    Canvas picture(30, 20, 0xFF33CC99);
+    FillBox(picture.Graphics(), {10, 0, 20, 20}, 0xFFCC2211);
+    return picture;
+}
+
+std::pair<UINT, UINT> SizeOf(const OwnedBitmap& bitmap) {
+    UINT width = 0;
+    UINT height = 0;
+    GdipGetImageWidth(bitmap.get(), &width);
+    GdipGetImageHeight(bitmap.get(), &height);
+    return {width, height};
+}
+
+Argb PixelOf(const OwnedBitmap& bitmap, int x, int y) {
+    Gdiplus::ARGB colour = 0;
+    GdipBitmapGetPixel(bitmap.get(), x, y, &colour);
+    return static_cast<Argb>(colour);
+}
+
+class GdiplusObjects : public PaintingTest {};
+
+TEST_F(GdiplusObjects, ReadAPictureOfAnyUsualFormat) {
+    for (const CLSID& encoder : {kPngEncoder, kBmpEncoder, kJpegEncoder}) {
+        const OwnedBitmap bitmap = MakeBitmapFromFile(Encode(SamplePicture(), encoder));
+        ASSERT_TRUE(bitmap);
+        EXPECT_EQ(SizeOf(bitmap), std::pair(30U, 20U));
+        // JPEG stores colours only roughly.
+        EXPECT_LE(ColourDistance(PixelOf(bitmap, 3, 10), 0xFF33CC99), 20);
+        EXPECT_LE(ColourDistance(PixelOf(bitmap, 25, 10), 0xFFCC2211), 20);
+    }
+}
+
+TEST_F(GdiplusObjects, KeepATransparentPicturesAlpha) {
+    const Canvas transparent(8, 8, 0x00000000);
+    const OwnedBitmap bitmap = MakeBitmapFromFile(Encode(transparent, kPngEncoder));
+    ASSERT_TRUE(bitmap);
+    EXPECT_EQ(PixelOf(bitmap, 4, 4) >> 24, 0U);
+}
+
+TEST_F(GdiplusObjects, KeepAPictureWhoseBytesAreGone) {
+    Bytes bytes = Encode(SamplePicture(), kPngEncoder);
+    const OwnedBitmap bitmap = MakeBitmapFromFile(bytes);
+    std::ranges::fill(bytes, std::byte{0});
+    ASSERT_TRUE(bitmap);
+    EXPECT_EQ(PixelOf(bitmap, 25, 10), 0xFFCC2211);
+}
+
+TEST_F(GdiplusObjects, ReadThePicturesOfABrand) {
+    const OwnedBitmap logo = MakeBitmapFromFile(EmbeddedData(nullptr, ID_LOGO_IMAGE));
+    ASSERT_TRUE(logo);
+    EXPECT_EQ(SizeOf(logo).first, SizeOf(logo).second);
+    EXPECT_TRUE(MakeBitmapFromFile(EmbeddedData(nullptr, ID_BACKGROUND_IMAGE)));
+}
+
+TEST_F(GdiplusObjects, MakeNoPictureOfOtherBytes) {
+    const Bytes png = Encode(SamplePicture(), kPngEncoder);
+    const Bytes jpeg = Encode(SamplePicture(), kJpegEncoder);
+    EXPECT_FALSE(MakeBitmapFromFile({}));
+    EXPECT_FALSE(MakeBitmapFromFile(BytesOf("x")));
+    EXPECT_FALSE(MakeBitmapFromFile(BytesOf("This is no picture at all, but a text.")));
+    EXPECT_FALSE(MakeBitmapFromFile(std::span(png).first(8)));
+    EXPECT_FALSE(MakeBitmapFromFile(std::span(png).first(20)));
+    EXPECT_FALSE(MakeBitmapFromFile(std::span(jpeg).first(10)));
+    EXPECT_FALSE(MakeBitmapFromFile(std::span(png).subspan(1)));
+}
+
+constexpr wchar_t kKernel32[] = L"kernel32.dll";
+
+TEST_F(GdiplusObjects, MakeNoPictureWhenMemoryRunsOut) {
+    const Bytes png = Encode(SamplePicture(), kPngEncoder);
+    {
+        const auto hook = HookCall<decltype(&::GlobalAlloc)>(
+            kKernel32, "GlobalAlloc", [](auto...) -> HGLOBAL { return nullptr; });
+        EXPECT_FALSE(MakeBitmapFromFile(png));
+    }
+    {
+        const auto hook = HookCall<decltype(&::GlobalLock)>(
+            kKernel32, "GlobalLock", [](auto...) -> LPVOID { return nullptr; });
+        EXPECT_FALSE(MakeBitmapFromFile(png));
+    }
+    {
+        const auto hook = HookCall<decltype(&::CreateStreamOnHGlobal)>(
+            L"ole32.dll", "CreateStreamOnHGlobal",
+            [](auto...) -> HRESULT { return E_OUTOFMEMORY; });
+        EXPECT_FALSE(MakeBitmapFromFile(png));
+    }
+    EXPECT_TRUE(MakeBitmapFromFile(png));
+}
+
+TEST_F(GdiplusObjects, StartWithATransparentBitmap) {
+    const OwnedBitmap bitmap = MakeBitmap(30, 20);
+    EXPECT_EQ(SizeOf(bitmap), std::pair(30U, 20U));
+    EXPECT_EQ(PixelOf(bitmap, 15, 10), 0U);
+    Gdiplus::PixelFormat format = 0;
+    GdipGetImagePixelFormat(bitmap.get(), &format);
+    EXPECT_EQ(format, PixelFormat32bppARGB);
+}
+
+TEST_F(GdiplusObjects, GiveFontsTheirSizeInPixelsAndTheirWeight) {
+    for (const FontSpec& spec : {FontSpec{12, false}, FontSpec{28, true}}) {
+        const OwnedFont font = MakeFont(spec);
+        ASSERT_TRUE(font);
+        Gdiplus::REAL size = 0;
+        Gdiplus::Unit unit = Gdiplus::UnitWorld;
+        INT style = -1;
+        GdipGetFontSize(font.get(), &size);
+        GdipGetFontUnit(font.get(), &unit);
+        GdipGetFontStyle(font.get(), &style);
+        EXPECT_EQ(size, static_cast<Gdiplus::REAL>(spec.sizePx));
+        EXPECT_EQ(unit, Gdiplus::UnitPixel);
+        EXPECT_EQ(style, spec.bold ? Gdiplus::FontStyleBold : Gdiplus::FontStyleRegular);
+    }
+}
+
+TEST_F(GdiplusObjects, LetTextEndInAnEllipsisAfterAWord) {
+    for (const TextPlacement placement : {TextPlacement::TopLine, TextPlacement::Middle}) {
+        const OwnedFormat format = MakeTextFormat(placement);
+        ASSERT_TRUE(format);
+        auto trimming = Gdiplus::StringTrimmingNone;
+        auto across = Gdiplus::StringAlignmentNear;
+        auto down = Gdiplus::StringAlignmentFar;
+        GdipGetStringFormatTrimming(format.get(), &trimming);
+        GdipGetStringFormatAlign(format.get(), &across);
+        GdipGetStringFormatLineAlign(format.get(), &down);
+        EXPECT_EQ(trimming, Gdiplus::StringTrimmingEllipsisWord);
+        EXPECT_EQ(across, Gdiplus::StringAlignmentCenter);
+        EXPECT_EQ(down, placement == TextPlacement::Middle ? Gdiplus::StringAlignmentCenter
+                                                           : Gdiplus::StringAlignmentNear);
+    }
+}
+
+TEST_F(GdiplusObjects, DrawWithSmoothEdgesAndClearType) {
+    const OwnedBitmap bitmap = MakeBitmap(10, 10);
+    const HDC device = ::CreateCompatibleDC(nullptr);
+    for (const OwnedGraphics& graphics : {MakeGraphics(bitmap.get()), MakeGraphics(device)}) {
+        ASSERT_TRUE(graphics);
+        auto smoothing = Gdiplus::SmoothingModeDefault;
+        auto hint = Gdiplus::TextRenderingHintSystemDefault;
+        GdipGetSmoothingMode(graphics.get(), &smoothing);
+        GdipGetTextRenderingHint(graphics.get(), &hint);
+        EXPECT_EQ(smoothing, Gdiplus::SmoothingModeAntiAlias);
+        EXPECT_EQ(hint, Gdiplus::TextRenderingHintClearTypeGridFit);
+    }
+    ::DeleteDC(device);
+}
+
+TEST_F(GdiplusObjects, AreNoneWithoutATarget) {
+    EXPECT_FALSE(MakeGraphics(static_cast<Gdiplus::GpImage*>(nullptr)));
+    EXPECT_FALSE(MakeGraphics(static_cast<HDC>(nullptr)));
+}
+
+// Not a PaintingTest: nothing else may have started GDI+.
+TEST(GdiplusSession, LeavesAllHarmlessWhenItDoesNotStart) {
+    int shutdowns = 0;
+    {
+        const auto start = HookCall<decltype(&Gdiplus::GdiplusStartup)>(
+            L"gdiplus.dll", "GdiplusStartup", [](ULONG_PTR* token, auto...) {
+                *token = 77;  // What a failed start leaves behind is of no meaning.
+                return Gdiplus::GenericError;
+            });
+        const auto stop = HookCall<decltype(&Gdiplus::GdiplusShutdown)>(
+            L"gdiplus.dll", "GdiplusShutdown", [&](ULONG_PTR) { ++shutdowns; });
+        const GdiplusSession session;
+        const HDC device = ::CreateCompatibleDC(nullptr);
+        PaintWindow(device, BarePicture());
+        PaintButton(MakeGraphics(device).get(), {0, 0, 10, 10}, {.text = L"Text"});
+        MakeBitmapFromFile(BytesOf("no picture"));
+        ::DeleteDC(device);
+    }
+    EXPECT_EQ(shutdowns, 0);
+}
+
+TEST(GdiplusSession, StartsAndEndsAnyNumberOfTimes) {
+    for (int count = 0; count < 3; ++count) {
+        const GdiplusSession session;
+        EXPECT_TRUE(MakeBitmap(10, 10));
+    }
+}
+
+TEST(GdiplusSession, AsksForVersionOneWithNothingSuppressed) {
+    int started = 0;
+    ULONG_PTR shutDown = 0;
+    {
+        const auto start = HookCall<decltype(&Gdiplus::GdiplusStartup)>(
+            L"gdiplus.dll", "GdiplusStartup",
+            [&](ULONG_PTR* token, const Gdiplus::GdiplusStartupInput* input, auto...) {
+                ++started;
+                *token = 55;
+                EXPECT_EQ(input->GdiplusVersion, 1U);
+                EXPECT_EQ(input->DebugEventCallback, nullptr);
+                EXPECT_FALSE(input->SuppressBackgroundThread);
+                EXPECT_FALSE(input->SuppressExternalCodecs);
+                return Gdiplus::Ok;
+            });
+        const auto stop = HookCall<decltype(&Gdiplus::GdiplusShutdown)>(
+            L"gdiplus.dll", "GdiplusShutdown", [&](ULONG_PTR token) { shutDown = token; });
+        const GdiplusSession session;
+    }
+    EXPECT_EQ(started, 1);
+    EXPECT_EQ(shutDown, 55U);
+}
+
+}  // namespace

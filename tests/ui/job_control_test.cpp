@@ -1,0 +1,436 @@
+#include "ui/job_control.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "bench_parts/waiting.h"
+#include "common/tool_instance.h"
+#include "job/job_flow.h"
+#include "job/job_thread.h"
+#include "package/package_source.h"
+#include "system/known_folder.h"
+#include "ui/open_window.h"
+#include "ui/player.h"
+#include "ui/window_state.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const std::vector<int> kReadyButtons{4001, 4002, 4003, 4004, 4005, 4006, 4007, 4008};
+const std::vector<int> kFailureButtons{4005, 4006, 4007, 4008, 4009, 4010};
+const std::vector<int> kJobButtons{4001, 4002, 4011, 4012};
+
+class JobControl : public WindowTest {
+protected:
+    ShellRecorder shell_;
+};
+
+TEST_F(JobControl, StartingDisablesTheJobButtonsAndRepaints) {
+    const OpenWindow window;
+    EXPECT_EQ(window.ShownButtons(), kReadyButtons);
+    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+    window.TakePaint();
+    StartJob(window.Handle(), JobKind::Repair, L"none://x");
+    EXPECT_TRUE(JobThreadExists());
+    EXPECT_EQ(window.DisabledButtons(), kJobButtons);
+    EXPECT_EQ(window.ShownButtons(), kReadyButtons);
+    EXPECT_TRUE(window.TakePaint());
+}
+
+TEST_F(JobControl, StartingClearsBothMarks) {
+    const OpenWindow window;
+    windowState.shortcutOffered = windowState.launchDone = true;
+    StartJob(window.Handle(), JobKind::Repair, L"none://x");
+    EXPECT_FALSE(windowState.shortcutOffered);
+    EXPECT_FALSE(windowState.launchDone);
+}
+
+TEST_F(JobControl, StartingIsRefusedWithoutTraceWhileAJobExists) {
+    const OpenWindow window;
+    RunningJob job(JobKind::Reinstall);
+    windowState.shortcutOffered = windowState.launchDone = true;
+    window.TakePaint();
+    for (const bool ended : {false, true}) {
+        if (ended) {
+            job.End();
+        }
+        StartJob(window.Handle(), JobKind::Repair, L"none://other");
+        EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+        EXPECT_NE(selectedPackageUrl, L"none://other");
+        EXPECT_TRUE(windowState.shortcutOffered && windowState.launchDone);
+        EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+        EXPECT_FALSE(window.TakePaint());
+    }
+}
+
+TEST_F(JobControl, ATickWithoutAJobRepaintsNothing) {
+    const OpenWindow window;
+    window.TakePaint();
+    for (int count = 0; count < 5; ++count) {
+        window.Tick();
+        EXPECT_FALSE(window.TakePaint());
+    }
+}
+
+TEST_F(JobControl, ATickDuringAJobRepaintsAndCollectsNothing) {
+    const OpenWindow window;
+    const RunningJob job;
+    window.TakePaint();
+    for (int count = 0; count < 3; ++count) {
+        window.Tick();
+        EXPECT_TRUE(window.TakePaint());
+        EXPECT_TRUE(JobThreadExists());
+    }
+}
+
+TEST_F(JobControl, ATickRepaintsWhileTheRecordIsMarkedAsRunning) {
+    const OpenWindow window;
+    window.TakePaint();
+    jobProgress.running = true;
+    window.Tick();
+    EXPECT_TRUE(window.TakePaint());
+    jobProgress.running = false;
+    window.Tick();
+    EXPECT_FALSE(window.TakePaint());
+}
+
+TEST_F(JobControl, ATickCollectsAFailedJobAndOffersRetry) {
+    const OpenWindow window;
+    const Player player(IDYES);
+    StartJob(window.Handle(), JobKind::Repair, L"none://x");
+    ASSERT_TRUE(bench::Await([] { return JobAwaitsCollection(); }));
+    window.TakePaint();
+    EXPECT_EQ(window.DisabledButtons(), kJobButtons);
+    window.Tick();
+    EXPECT_FALSE(JobThreadExists());
+    EXPECT_EQ(window.ShownButtons(), kFailureButtons);
+    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+    EXPECT_TRUE(window.TakePaint());
+    EXPECT_EQ(snapshot().statusLine, L"Repair failed.");
+    EXPECT_THAT(player.Boxes(), IsEmpty());
+    EXPECT_THAT(shell_.Calls(), IsEmpty());
+    window.Tick();
+    EXPECT_FALSE(window.TakePaint());
+}
+
+TEST_F(JobControl, ATickCollectsASuccessAndShowsTheStartButtons) {
+    const OpenWindow window;
+    LeaveEndedJob(JobKind::Repair, true);
+    window.TakePaint();
+    window.Tick();
+    EXPECT_FALSE(JobThreadExists());
+    EXPECT_EQ(window.ShownButtons(), kReadyButtons);
+    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+    EXPECT_TRUE(window.TakePaint());
+    EXPECT_EQ(snapshot().stage, JobStage::Done);
+    window.Tick();
+    EXPECT_FALSE(window.TakePaint());
+}
+
+// What follows a success, by kind of job and configuration.
+
+struct FollowUp {
+    const char* name;
+    JobKind kind;
+    bool succeeded;
+    bool offerDesktopShortcut;
+    bool runAfterInstall;
+    bool hasStartupExe;
+    size_t questions;
+    size_t launches;
+};
+
+constexpr FollowUp kFollowUps[] = {
+    {"repair", JobKind::Repair, true, true, true, true, 0, 1},
+    {"reinstall", JobKind::Reinstall, true, true, true, true, 1, 1},
+    {"no offer", JobKind::Reinstall, true, false, true, true, 0, 1},
+    {"no launch", JobKind::Reinstall, true, true, false, true, 1, 0},
+    {"neither", JobKind::Reinstall, true, false, false, true, 0, 0},
+    {"nothing to start", JobKind::Reinstall, true, true, true, false, 0, 0},
+    {"failed repair", JobKind::Repair, false, true, true, true, 0, 0},
+    {"failed reinstall", JobKind::Reinstall, false, true, true, true, 0, 0},
+};
+
+TEST_F(JobControl, FollowsUpASuccessAsConfiguredAndOnlyOnce) {
+    const OpenWindow window;
+    for (const FollowUp& row : kFollowUps) {
+        SCOPED_TRACE(row.name);
+        const size_t launchesBefore = shell_.Calls().size();
+        const Player player(IDNO);
+        toolConfig = FullConfig();
+        toolConfig.offerDesktopShortcut = row.offerDesktopShortcut;
+        toolConfig.runAfterInstall = row.runAfterInstall;
+        toolConfig.startupExe = row.hasStartupExe ? L"client.exe" : L"";
+        ClearEndOfJobMarks();
+        LeaveEndedJob(row.kind, row.succeeded);
+        for (int count = 0; count < 3; ++count) {
+            window.Tick();
+        }
+        EXPECT_EQ(player.Boxes().size(), row.questions);
+        EXPECT_EQ(shell_.Calls().size() - launchesBefore, row.launches);
+        EXPECT_EQ(windowState.shortcutOffered, row.questions == 1);
+        EXPECT_EQ(windowState.launchDone, row.succeeded && row.runAfterInstall);
+    }
+}
+
+TEST_F(JobControl, TheMarksKeepAFollowUpFromHappening) {
+    const OpenWindow window;
+    const Player player(IDYES);
+    windowState.shortcutOffered = windowState.launchDone = true;
+    LeaveEndedJob(JobKind::Reinstall, true);
+    window.Tick();
+    EXPECT_FALSE(JobThreadExists());
+    EXPECT_THAT(player.Boxes(), IsEmpty());
+    EXPECT_THAT(shell_.Calls(), IsEmpty());
+}
+
+TEST_F(JobControl, OffersTheShortcutInItsOwnWords) {
+    const OpenWindow window;
+    const Player player(IDNO);
+    LeaveEndedJob(JobKind::Reinstall, true);
+    window.Tick();
+    ASSERT_EQ(player.Boxes().size(), 1U);
+    EXPECT_EQ(player.Boxes()[0].owner, window.Handle());
+    EXPECT_EQ(player.Boxes()[0].text,
+              L"Re-install is complete.\n\nCreate a desktop game shortcut now?");
+    EXPECT_EQ(player.Boxes()[0].caption, L"Create Game Shortcut");
+    EXPECT_EQ(player.Boxes()[0].style, static_cast<UINT>(MB_YESNO | MB_ICONQUESTION));
+}
+
+TEST_F(JobControl, TicksInsideTheOpenQuestionAskAndLaunchNothingTwice) {
+    const OpenWindow window;
+    Player player(IDNO);
+    std::vector<int> disabledMeanwhile;
+    player.whileOpen = [&] {
+        disabledMeanwhile = window.DisabledButtons();
+        for (int count = 0; count < 3; ++count) {
+            window.Tick();
+        }
+    };
+    LeaveEndedJob(JobKind::Reinstall, true);
+    window.Tick();
+    EXPECT_EQ(player.Boxes().size(), 1U);
+    EXPECT_EQ(shell_.Calls().size(), 1U);
+    EXPECT_THAT(disabledMeanwhile, IsEmpty());
+}
+
+TEST_F(JobControl, FollowsUpNothingMoreForAToolClosedInsideTheOpenQuestion) {
+    const OpenWindow window;
+    Player player(IDYES);
+    player.whileOpen = [&] {
+        ::DestroyWindow(window.Handle());
+    };
+    LeaveEndedJob(JobKind::Reinstall, true);
+    window.Tick();
+    EXPECT_EQ(player.Boxes().size(), 1U);
+    EXPECT_THAT(shell_.Calls(), IsEmpty());
+    EXPECT_EQ(snapshot().detailLine, L"Client is ready.");
+}
+
+TEST_F(JobControl, FollowsUpNothingMoreUnderAJobStartedInsideTheOpenQuestion) {
+    const OpenWindow window;
+    Player player(IDYES);
+    std::optional<RunningJob> next;
+    player.whileOpen = [&] {
+        next.emplace();
+    };
+    LeaveEndedJob(JobKind::Reinstall, true);
+    window.Tick();
+    EXPECT_EQ(player.Boxes().size(), 1U);
+    EXPECT_THAT(shell_.Calls(), IsEmpty());
+    EXPECT_THAT(window.DisabledButtons(), IsEmpty()) << "no shortcut was made";
+    EXPECT_FALSE(windowState.launchDone);
+}
+
+// The shortcut's file on the Desktop, until the object goes.
+class DesktopLink {
+public:
+    ~DesktopLink() {
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+    }
+    [[nodiscard]] bool Exists() const {
+        return std::filesystem::exists(path_);
+    }
+
+private:
+    std::filesystem::path path_ = KnownFolder(FOLDERID_Desktop) / L"Test Karvoth.lnk";
+};
+
+TEST_F(JobControl, YesCreatesTheShortcutAndNoDoesNot) {
+    const OpenWindow window;
+    for (const int answer : {IDNO, IDCANCEL, IDYES}) {
+        const DesktopLink link;
+        const Player player(answer);
+        ClearEndOfJobMarks();
+        LeaveEndedJob(JobKind::Reinstall, true);
+        window.Tick();
+        EXPECT_EQ(link.Exists(), answer == IDYES) << answer;
+        EXPECT_EQ(::IsWindowEnabled(window.Button(4003)) == FALSE, answer == IDYES) << answer;
+    }
+    EXPECT_EQ(snapshot().detailLine, L"Game desktop shortcut created.");
+    EXPECT_EQ(snapshot().stage, JobStage::Done);
+    EXPECT_EQ(snapshot().statusLine, L"Repair complete.");
+}
+
+TEST_F(JobControl, AShortcutStaysMadeAcrossTheNextJob) {
+    const OpenWindow window;
+    const DesktopLink link;
+    const Player player(IDYES);
+    LeaveEndedJob(JobKind::Reinstall, true);
+    window.Tick();
+    EXPECT_THAT(window.DisabledButtons(), ElementsAre(4003));
+    LeaveEndedJob(JobKind::Repair, true);
+    window.Tick();
+    EXPECT_THAT(window.DisabledButtons(), ElementsAre(4003));
+}
+
+TEST_F(JobControl, TellsThatTheShortcutCouldNotBeMadeAndGoesOn) {
+    const OpenWindow window;
+    std::filesystem::remove(client_.Path() / L"client.exe");
+    const Player player(IDYES);
+    LeaveEndedJob(JobKind::Reinstall, true);
+    window.Tick();
+    ASSERT_EQ(player.Boxes().size(), 2U);
+    EXPECT_EQ(player.Boxes()[1].text,
+              L"Could not find the shortcut target: " + (client_.Path() / L"client.exe").native());
+    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+    EXPECT_TRUE(windowState.launchDone);
+}
+
+TEST_F(JobControl, RetryBringsTheReadyWindowBackBeforeAnyTick) {
+    const OpenWindow window;
+    StartJob(window.Handle(), JobKind::Repair, L"none://x");
+    ASSERT_TRUE(bench::Await([] { return JobAwaitsCollection(); }));
+    windowState.shortcutOffered = windowState.launchDone = true;
+    window.TakePaint();
+    PrepareRetry(window.Handle());
+    EXPECT_FALSE(JobThreadExists());
+    EXPECT_FALSE(windowState.shortcutOffered);
+    EXPECT_FALSE(windowState.launchDone);
+    EXPECT_EQ(window.ShownButtons(), kReadyButtons);
+    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+    EXPECT_TRUE(window.TakePaint());
+    EXPECT_EQ(snapshot().statusLine, L"Ready.");
+    EXPECT_EQ(snapshot().detailLine, L"");
+    EXPECT_EQ(snapshot().stage, JobStage::Idle);
+    EXPECT_EQ(selectedPackageUrl, L"");
+    EXPECT_FALSE(jobProgress.failed || jobProgress.finished || jobProgress.running);
+}
+
+TEST_F(JobControl, RetryAfterACollectedFailureAllowsTheNextJob) {
+    const OpenWindow window;
+    LeaveEndedJob(JobKind::Repair, false);
+    window.Tick();
+    PrepareRetry(window.Handle());
+    EXPECT_EQ(window.ShownButtons(), kReadyButtons);
+    StartJob(window.Handle(), JobKind::Reinstall, L"none://x");
+    EXPECT_TRUE(JobThreadExists());
+}
+
+TEST_F(JobControl, RetryLeavesARunningJobAlone) {
+    const OpenWindow window;
+    const RunningJob job(JobKind::Reinstall);
+    windowState.shortcutOffered = windowState.launchDone = true;
+    window.TakePaint();
+    PrepareRetry(window.Handle());
+    EXPECT_TRUE(JobThreadExists());
+    EXPECT_TRUE(jobProgress.running);
+    EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+    EXPECT_TRUE(windowState.shortcutOffered && windowState.launchDone);
+    EXPECT_FALSE(window.TakePaint());
+}
+
+TEST_F(JobControl, StoppingEndsALeftOverJobWithoutAQuestion) {
+    const RunningJob job;
+    StopJob();
+    EXPECT_TRUE(job.WasStopped());
+    EXPECT_FALSE(JobThreadExists());
+}
+
+TEST_F(JobControl, StoppingWithoutAJobDoesNothing) {
+    StopJob();
+    EXPECT_FALSE(jobProgress.cancelRequested);
+}
+
+TEST_F(JobControl, ClosingAlwaysAsksWithNoAsTheDefault) {
+    const OpenWindow window;
+    const Player player(IDNO);
+    CloseAfterQuestion(window.Handle());
+    ASSERT_EQ(player.Boxes().size(), 1U);
+    EXPECT_EQ(player.Boxes()[0].owner, window.Handle());
+    EXPECT_EQ(player.Boxes()[0].text,
+              L"Are you sure you want to close?\n\nAny current repair or reinstall will be "
+              L"stopped.");
+    EXPECT_EQ(player.Boxes()[0].caption, L"Close Repair Tool");
+    EXPECT_EQ(player.Boxes()[0].style,
+              static_cast<UINT>(MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2));
+    EXPECT_TRUE(::IsWindow(window.Handle()));
+}
+
+TEST_F(JobControl, AnythingButYesLeavesWindowAndJobAlone) {
+    const OpenWindow window;
+    const RunningJob job;
+    for (const int answer : {IDNO, IDCANCEL, 0}) {
+        const Player player(answer);
+        CloseAfterQuestion(window.Handle());
+        EXPECT_TRUE(::IsWindow(window.Handle())) << answer;
+        EXPECT_FALSE(jobProgress.cancelRequested) << answer;
+        EXPECT_TRUE(jobProgress.running) << answer;
+    }
+}
+
+TEST_F(JobControl, YesClosesAnIdleWindow) {
+    const OpenWindow window;
+    const Player player(IDYES);
+    CloseAfterQuestion(window.Handle());
+    EXPECT_FALSE(::IsWindow(window.Handle()));
+    EXPECT_FALSE(jobProgress.cancelRequested);
+    EXPECT_EQ(HandleWaitingMessages(), 0);
+}
+
+TEST_F(JobControl, YesStopsTheJobAndWaitsForItsEnd) {
+    const OpenWindow window;
+    const RunningJob job;
+    const Player player(IDYES);
+    CloseAfterQuestion(window.Handle());
+    EXPECT_TRUE(job.WasStopped());
+    EXPECT_FALSE(JobThreadExists());
+    EXPECT_FALSE(jobProgress.running);
+    EXPECT_FALSE(::IsWindow(window.Handle()));
+    EXPECT_EQ(HandleWaitingMessages(), 0);
+}
+
+TEST_F(JobControl, YesCollectsAnEndedJobAsWell) {
+    const OpenWindow window;
+    LeaveEndedJob(JobKind::Reinstall, true);
+    const Player player(IDYES);
+    CloseAfterQuestion(window.Handle());
+    EXPECT_FALSE(JobThreadExists());
+    EXPECT_FALSE(::IsWindow(window.Handle()));
+    EXPECT_EQ(player.Boxes().size(), 1U) << "no shortcut is offered any more";
+}
+
+TEST_F(JobControl, AJobCollectedInsideTheOpenQuestionIsNotJoinedTwice) {
+    const OpenWindow window;
+    LeaveEndedJob(JobKind::Repair, true);
+    Player player(IDYES);
+    player.whileOpen = [&] {
+        window.Tick();
+    };
+    CloseAfterQuestion(window.Handle());
+    EXPECT_FALSE(::IsWindow(window.Handle()));
+    EXPECT_FALSE(jobProgress.cancelRequested);
+}
+
+TEST_F(JobControl, ClosingClearsTheRunningMark) {
+    const OpenWindow window;
+    jobProgress.running = true;
+    const Player player(IDYES);
+    CloseAfterQuestion(window.Handle());
+    EXPECT_FALSE(jobProgress.running);
+}
+
+}  // namespace

@@ -1,0 +1,165 @@
+#include <gtest/gtest.h>
+
+#include "bench_parts/scratch_folder.h"
+#include "bench_parts/waiting.h"
+#include "common/handles.h"
+#include "common/tool_instance.h"
+#include "job/job_thread.h"
+#include "job_flow/game_machine.h"
+#include "ui/canvas.h"
+#include "ui/job_control.h"
+#include "ui/open_window.h"
+#include "ui/player.h"
+#include "ui/resource_counters.h"
+#include "ui/window_state.h"
+
+// A window that is used for hours must not grow.
+
+namespace {
+
+constexpr size_t kKilobyte = 1024;
+constexpr size_t kMegabyte = 1024 * kKilobyte;
+
+// A lock gets its event when two threads want it at the same moment for the first time. A leak
+// would be at least one handle for each use.
+constexpr size_t kLateHandles = 2;
+
+// What the working set moves by on its own; Windows also takes pages away and gives them back.
+size_t UnrestBytes() {
+    return bench::IsWine() ? 256 * kKilobyte : 4 * kMegabyte;
+}
+
+void ExpectNothingLeft(const ResourceCounters& before, const ResourceCounters& after) {
+    EXPECT_LE(after.kernelHandles, before.kernelHandles + kLateHandles);
+    EXPECT_EQ(after.gdiObjects, before.gdiObjects);
+    EXPECT_LE(after.workingSetBytes, before.workingSetBytes + UnrestBytes());
+}
+
+class ResourceCountersTest : public PaintingTest {};
+
+TEST_F(ResourceCountersTest, SeeEventsThatAreNotClosed) {
+    const ResourceCounters before = CountResources();
+    std::vector<KernelHandle> events(50);
+    for (KernelHandle& event : events) {
+        event.reset(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    }
+    EXPECT_EQ(CountResources().kernelHandles, before.kernelHandles + 50);
+    events.clear();
+    EXPECT_EQ(CountResources().kernelHandles, before.kernelHandles);
+}
+
+TEST_F(ResourceCountersTest, SeeBrushesThatAreNotDeleted) {
+    const ResourceCounters before = CountResources();
+    std::vector<HBRUSH> brushes;
+    for (BYTE count = 0; count < 50; ++count) {
+        brushes.push_back(::CreateSolidBrush(RGB(count, 1, 2)));
+    }
+    EXPECT_EQ(CountResources().gdiObjects, before.gdiObjects + 50);
+    for (const HBRUSH brush : brushes) {
+        ::DeleteObject(brush);
+    }
+    EXPECT_EQ(CountResources().gdiObjects, before.gdiObjects);
+}
+
+TEST_F(ResourceCountersTest, SeeBitmapsThatAreNotDisposed) {
+    { const Canvas warmUp; }
+    const ResourceCounters before = CountResources();
+    std::vector<Canvas> canvases(20);
+    EXPECT_GT(CountResources().workingSetBytes, before.workingSetBytes + 30 * kMegabyte);
+    canvases.clear();
+    EXPECT_LE(CountResources().workingSetBytes, before.workingSetBytes + 4 * kMegabyte);
+}
+
+// What a job shows in the course of time.
+void ShowStage(int round) {
+    UpdateJobState([round](JobState& state) {
+        state.stage = static_cast<JobStage>(round % 7);
+        state.bytesTotal = state.filesTotal = 100;
+        state.bytesReceived = state.filesDone = static_cast<uint64_t>(round % 100);
+        state.bytesPerSecond = 1000.0 * round;
+        state.detailLine = L"data\\file" + std::to_wstring(round % 10);
+    });
+}
+
+void PaintTimes(const OpenWindow& window, int times) {
+    for (int round = 0; round < times; ++round) {
+        ShowStage(round);
+        ::InvalidateRect(window.Handle(), nullptr, FALSE);
+        ASSERT_TRUE(window.TakePaint());
+    }
+}
+
+class WindowResources : public WindowTest {};
+
+TEST_F(WindowResources, AThousandPaintsLeaveNothingBehind) {
+    const OpenWindow window;
+    PaintTimes(window, 50);
+    const ResourceCounters before = CountResources();
+    PaintTimes(window, 1000);
+    ExpectNothingLeft(before, CountResources());
+}
+
+void OpenAndClose(int times) {
+    for (int count = 0; count < times; ++count) {
+        const OpenWindow window;
+        PaintTimes(window, 2);
+    }
+}
+
+TEST_F(WindowResources, AClosedWindowLeavesNothingBehind) {
+    OpenAndClose(3);
+    const ResourceCounters before = CountResources();
+    OpenAndClose(20);
+    ExpectNothingLeft(before, CountResources());
+}
+
+void FinishJob(const OpenWindow& window) {
+    ASSERT_TRUE(bench::Await([] { return JobAwaitsCollection(); }));
+    window.Tick();
+    ASSERT_FALSE(JobThreadExists());
+    window.TakePaint();
+}
+
+void FailAndRetry(const OpenWindow& window, int times) {
+    for (int count = 0; count < times; ++count) {
+        window.Press(4001);
+        FinishJob(window);
+        ASSERT_TRUE(jobProgress.failed);
+        window.Press(4009);
+    }
+}
+
+TEST_F(WindowResources, FiftyFailedJobsLeaveNothingBehind) {
+    const OpenWindow window;
+    FailAndRetry(window, 5);
+    const ResourceCounters before = CountResources();
+    FailAndRetry(window, 50);
+    ExpectNothingLeft(before, CountResources());
+}
+
+class GameWindow : public GameMachine {
+private:
+    ComApartment com_;
+    GdiplusSession gdiplus_;
+};
+
+void Repair(const OpenWindow& window, int times) {
+    for (int count = 0; count < times; ++count) {
+        window.Press(4001);
+        FinishJob(window);
+        ASSERT_FALSE(jobProgress.failed) << testing::PrintToString(snapshot().errorMessage);
+    }
+}
+
+TEST_F(GameWindow, TwentyRepairsLeaveNothingBehind) {
+    ToolConfig config = FullConfig();
+    config.archiveUrl = PackageUrl(kZip);
+    config.runAfterInstall = false;
+    const OpenWindow window({.config = config});
+    Repair(window, 5);
+    const ResourceCounters before = CountResources();
+    Repair(window, 20);
+    ExpectNothingLeft(before, CountResources());
+}
+
+}  // namespace

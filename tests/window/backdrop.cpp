@@ -1,0 +1,59 @@
+#include "window/backdrop.h"
+
+#include <future>
+#include <string>
+
+namespace {
+
+// A class has one colour.
+std::wstring ClassName(uint32_t colour) {
+    return L"bench.backdrop." + std::to_wstring(colour);
+}
+
+HWND ShowPlainWindow(const Box& place, uint32_t colour) {
+    const std::wstring className = ClassName(colour);
+    const HBRUSH brush =
+        ::CreateSolidBrush(RGB(colour >> 16 & 0xFF, colour >> 8 & 0xFF, colour & 0xFF));
+    WNDCLASSW plain{};
+    plain.lpfnWndProc = ::DefWindowProcW;
+    plain.hbrBackground = brush;  // Goes with the class.
+    plain.lpszClassName = className.c_str();
+    ::RegisterClassW(&plain);
+    const HWND window = ::CreateWindowExW(WS_EX_NOACTIVATE | WS_EX_TOOLWINDOW, className.c_str(),
+                                          L"", WS_POPUP, place.x, place.y, place.width,
+                                          place.height, nullptr, nullptr, nullptr, nullptr);
+    ::SetWindowPos(window, HWND_TOP, 0, 0, 0, 0,
+                   SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE | SWP_SHOWWINDOW);
+    ::UpdateWindow(window);
+    return window;
+}
+
+void RunUntilClosed(HWND window, uint32_t colour) {
+    MSG message{};
+    while (::IsWindow(window) && ::GetMessageW(&message, nullptr, 0, 0) > 0) {
+        ::DispatchMessageW(&message);
+    }
+    ::UnregisterClassW(ClassName(colour).c_str(), nullptr);
+}
+
+}  // namespace
+
+Backdrop::Backdrop(const Box& place, uint32_t colour) {
+    std::promise<HWND> shown;
+    std::future<HWND> window = shown.get_future();
+    thread_ = std::thread([place, colour, &shown] {
+        const HWND own = ShowPlainWindow(place, colour);
+        shown.set_value(own);
+        RunUntilClosed(own, colour);
+    });
+    window_ = window.get();
+}
+
+Backdrop::~Backdrop() {
+    ::PostMessageW(window_, WM_CLOSE, 0, 0);
+    thread_.join();
+}
+
+Box WholeScreen() {
+    return {0, 0, ::GetSystemMetrics(SM_CXSCREEN), ::GetSystemMetrics(SM_CYSCREEN)};
+}
