@@ -37,7 +37,7 @@ ComPointer<IStream> MakeStream(std::span<const std::byte> bytes) {
     if (!memory || FAILED(::CreateStreamOnHGlobal(memory.get(), TRUE, &stream))) {
         return nullptr;
     }
-    memory.release();  // The stream's own, from here on.
+    static_cast<void>(memory.release());  // The stream's own, from here on.
     return ComPointer<IStream>(stream);
 }
 
