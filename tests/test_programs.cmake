@@ -1,9 +1,10 @@
 # add_repair_test(name sources...): one GoogleTest program, each of its tests a CTest test.
 # The bench gives every run a scratch Windows that no other run shares at the same time, so tests
 # run in parallel without meeting in registry, Desktop, temp folder or windows.
-# FIXTURE names a CTest fixture that the program needs and that itself needs bench_slots.
+# FIXTURE names a CTest fixture that the program needs and that itself needs bench_slots, LABEL a
+# label of all its tests.
 function(add_repair_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "FIXTURE" "")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "FIXTURE;LABEL" "")
     set(fixture bench_slots)
     if(arg_FIXTURE)
         set(fixture ${arg_FIXTURE})
@@ -14,5 +15,5 @@ function(add_repair_test name)
         ${name}
         DISCOVERY_MODE PRE_TEST
         DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT 150 FIXTURES_REQUIRED ${fixture})
+        PROPERTIES TIMEOUT 150 FIXTURES_REQUIRED ${fixture} LABELS "${arg_LABEL}")
 endfunction()
