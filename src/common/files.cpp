@@ -1,9 +1,8 @@
 #include "common/files.h"
 
-#include <fstream>
-#include <system_error>
+#include <string>
+#include <vector>
 
-#include "common/handles.h"
 #include "common/paths.h"
 #include "common/win32_error.h"
 
@@ -16,9 +15,9 @@ uint64_t Join(DWORD high, DWORD low) {
 }
 
 KernelHandle OpenEntry(const std::filesystem::path& path, DWORD access) {
-    return AdoptHandle<KernelHandle>(::CreateFileW(path.c_str(), access, kShareAll, nullptr,
-                                                   OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS,
-                                                   nullptr));
+    return AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(path).c_str(), access, kShareAll,
+                                                   nullptr, OPEN_EXISTING,
+                                                   FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
 template <typename Information>
@@ -33,7 +32,7 @@ EntryFacts FactsFrom(const Information& information) {
 // Attributes by name are quick but describe a link itself; behind one, the opened target answers.
 DWORD ReadFacts(const std::filesystem::path& path, EntryFacts& facts) {
     WIN32_FILE_ATTRIBUTE_DATA byName{};
-    if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &byName)) {
+    if (!::GetFileAttributesExW(SystemPath(path).c_str(), GetFileExInfoStandard, &byName)) {
         return ::GetLastError();
     }
     if ((byName.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
@@ -50,6 +49,11 @@ DWORD ReadFacts(const std::filesystem::path& path, EntryFacts& facts) {
     }
     facts = FactsFrom(byHandle);
     return ERROR_SUCCESS;
+}
+
+bool Exists(const std::filesystem::path& path) {
+    const EntryKind kind = KindOf(path);
+    return kind == EntryKind::Folder || kind == EntryKind::RegularFile;
 }
 
 }  // namespace
@@ -87,25 +91,60 @@ bool SetLastWriteTime(const std::filesystem::path& path, uint64_t time) {
     return ::SetFileTime(entry.get(), nullptr, nullptr, &stamp) != 0;
 }
 
+KernelHandle OpenForReading(const std::filesystem::path& path) {
+    return AdoptHandle<KernelHandle>(
+        ::CreateFileW(SystemPath(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                      nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+}
+
+KernelHandle CreateForWriting(const std::filesystem::path& path, DWORD shareMode) {
+    return AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(path).c_str(), GENERIC_WRITE,
+                                                   shareMode, nullptr, CREATE_ALWAYS,
+                                                   FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+DWORD DeleteSingleFile(const std::filesystem::path& path) {
+    return ::DeleteFileW(SystemPath(path).c_str()) ? ERROR_SUCCESS : ::GetLastError();
+}
+
 DWORD CopyFileOver(const std::filesystem::path& source, const std::filesystem::path& target) {
-    return ::CopyFileW(source.c_str(), target.c_str(), FALSE) ? ERROR_SUCCESS : ::GetLastError();
+    return ::CopyFileW(SystemPath(source).c_str(), SystemPath(target).c_str(), FALSE)
+               ? ERROR_SUCCESS
+               : ::GetLastError();
 }
 
 DWORD MoveEntry(const std::filesystem::path& source, const std::filesystem::path& target) {
-    return ::MoveFileExW(source.c_str(), target.c_str(),
+    return ::MoveFileExW(SystemPath(source).c_str(), SystemPath(target).c_str(),
                          MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED)
                ? ERROR_SUCCESS
                : ::GetLastError();
+}
+
+DWORD CreateSingleFolder(const std::filesystem::path& path) {
+    return ::CreateDirectoryW(SystemPath(path).c_str(), nullptr) ? ERROR_SUCCESS : ::GetLastError();
 }
 
 bool EnsureDirectory(const std::filesystem::path& path) {
     if (path.empty()) {
         return false;
     }
-    std::error_code ignored;  // What counts is what stands there afterwards.
-    std::filesystem::create_directories(path, ignored);
-    const EntryKind kind = KindOf(path);
-    return kind == EntryKind::Folder || kind == EntryKind::RegularFile;
+    if (Exists(path)) {
+        return true;
+    }
+    // Upwards to the first folder whose parent exists, then down again. Errors are ignored; only
+    // the end state matters.
+    std::vector<std::wstring> missing{path.native()};
+    while (CreateSingleFolder(missing.back()) == ERROR_PATH_NOT_FOUND) {
+        std::wstring parent = ParentFolder(missing.back());
+        if (parent.empty() || parent == missing.back()) {
+            break;
+        }
+        missing.push_back(std::move(parent));
+    }
+    for (missing.pop_back(); !missing.empty(); missing.pop_back()) {
+        static_cast<void>(CreateSingleFolder(missing.back()));
+    }
+    return Exists(path);
 }
 
 bool WriteBinaryFile(const std::filesystem::path& path, std::span<const std::byte> bytes) {
@@ -113,13 +152,13 @@ bool WriteBinaryFile(const std::filesystem::path& path, std::span<const std::byt
     if (!folder.empty()) {
         EnsureDirectory(folder);  // A folder that is missing still makes the opening fail.
     }
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    if (!file.is_open()) {
+    const KernelHandle file = CreateForWriting(path, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    if (!file) {
         return false;
     }
-    if (!bytes.empty()) {
-        file.write(reinterpret_cast<const char*>(bytes.data()),
-                   static_cast<std::streamsize>(bytes.size()));
-    }
-    return file.good();
+    DWORD written = 0;
+    // On a full disk WriteFile can succeed with a short count.
+    return bytes.empty() || (::WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()),
+                                         &written, nullptr) != FALSE &&
+                             written == bytes.size());
 }

@@ -1,6 +1,7 @@
 #include "common/folder_walk.h"
 
 #include "common/handles.h"
+#include "common/paths.h"
 
 namespace {
 
@@ -31,8 +32,8 @@ ListingResult ListInto(std::wstring& path, std::wstring& relativePath, const Ent
     AppendName(path, L"*");
     WIN32_FIND_DATAW found{};
     const auto listing = AdoptHandle<FindHandle>(
-        ::FindFirstFileExW(path.c_str(), FindExInfoBasic, &found, FindExSearchNameMatch, nullptr,
-                           FIND_FIRST_EX_LARGE_FETCH));
+        ::FindFirstFileExW(SystemPath(path).c_str(), FindExInfoBasic, &found, FindExSearchNameMatch,
+                           nullptr, FIND_FIRST_EX_LARGE_FETCH));
     const DWORD openError = listing ? ERROR_SUCCESS : ::GetLastError();
     path.resize(pathLength);
     if (!listing) {

@@ -11,6 +11,11 @@ namespace {
 constexpr std::wstring_view kSeparators = L"\\/";
 constexpr std::wstring_view kVerbatimPrefix = L"\\\\?\\";
 constexpr std::wstring_view kVerbatimUncPrefix = L"\\\\?\\UNC\\";
+constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";
+constexpr std::wstring_view kNtNamePrefix = L"\\\\?\\GLOBALROOT";
+
+// The shortest limit is 248 characters, for a folder that is created; a listing adds two.
+constexpr size_t kLongPathLength = 240;
 
 bool IsSeparator(wchar_t character) {
     return character == L'\\' || character == L'/';
@@ -62,28 +67,50 @@ std::wstring FullPath(const std::wstring& path) {
 
 enum class Resolution { Resolved, NotThere, Failed };
 
-// The final path of what stands at `path`. Only the opening can tell that nothing is there: an
+// What to do on a volume that has no DOS name.
+enum class Naming { DosOnly, DosOrNt };
+
+// `volumeName`: VOLUME_NAME_DOS or VOLUME_NAME_NT. A Win32 error code.
+DWORD ReadFinalPath(HANDLE entry, DWORD volumeName, std::wstring& finalPath) {
+    std::wstring text;
+    DWORD needed = ::GetFinalPathNameByHandleW(entry, nullptr, 0, volumeName);
+    while (needed > text.size()) {
+        text.resize(needed);
+        needed = ::GetFinalPathNameByHandleW(entry, text.data(), needed, volumeName);
+    }
+    if (needed == 0) {
+        return ::GetLastError();
+    }
+    text.resize(needed);
+    finalPath = std::move(text);
+    return ERROR_SUCCESS;
+}
+
+bool IsNoDosNameError(DWORD error) {
+    return error == ERROR_PATH_NOT_FOUND ||  // A volume that is mounted nowhere.
+           error == ERROR_INVALID_FUNCTION;  // A drive that the mount manager does not know.
+}
+
+// The final path of the entry at `path`. Only the opening can tell that nothing is there: an
 // existing entry whose final path cannot be named must not be taken for a missing one.
-Resolution ResolveFinalPath(const std::wstring& path, std::wstring& finalPath) {
-    const auto opened = AdoptHandle<KernelHandle>(::CreateFileW(
-        path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-        nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+Resolution ResolveFinalPath(const std::wstring& path, Naming naming, std::wstring& finalPath) {
+    const auto opened = AdoptHandle<KernelHandle>(
+        ::CreateFileW(SystemPath(path).c_str(), FILE_READ_ATTRIBUTES,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (!opened) {
         return MeansNotThere(::GetLastError()) ? Resolution::NotThere : Resolution::Failed;
     }
-    std::wstring resolved;
-    DWORD needed = ::GetFinalPathNameByHandleW(opened.get(), nullptr, 0, FILE_NAME_NORMALIZED);
-    while (needed > resolved.size()) {
-        resolved.resize(needed);
-        needed = ::GetFinalPathNameByHandleW(opened.get(), resolved.data(), needed,
-                                             FILE_NAME_NORMALIZED);
+    DWORD error = ReadFinalPath(opened.get(), VOLUME_NAME_DOS, finalPath);
+    if (error == ERROR_SUCCESS) {
+        finalPath = WithoutVerbatimPrefix(std::move(finalPath));
+        return Resolution::Resolved;
     }
-    if (needed == 0) {
-        return Resolution::Failed;
+    if (naming == Naming::DosOrNt && IsNoDosNameError(error)) {
+        error = ReadFinalPath(opened.get(), VOLUME_NAME_NT, finalPath);
+        finalPath.insert(0, kNtNamePrefix);
     }
-    resolved.resize(needed);
-    finalPath = WithoutVerbatimPrefix(std::move(resolved));
-    return Resolution::Resolved;
+    return error == ERROR_SUCCESS ? Resolution::Resolved : Resolution::Failed;
 }
 
 // Plain text, for a path that does not exist may hold names that look like a drive ("x:y").
@@ -95,6 +122,60 @@ std::wstring Append(std::wstring folder, std::wstring_view name) {
         folder += name;
     }
     return folder;
+}
+
+std::optional<std::filesystem::path> ResolveExistingPart(const std::wstring& path, Naming naming) {
+    std::wstring head = FullPath(path);
+    if (head.empty()) {
+        return std::nullopt;
+    }
+    const size_t volumeRoot = VolumeRootLength(head);
+    while (head.size() > volumeRoot && head.back() == L'\\') {
+        head.pop_back();
+    }
+    const std::wstring full = head;
+    for (;;) {
+        std::wstring resolved;
+        const Resolution resolution = ResolveFinalPath(head, naming, resolved);
+        if (resolution == Resolution::Failed) {
+            return std::nullopt;
+        }
+        if (resolution == Resolution::Resolved) {
+            const size_t tail = SkipSeparators(full, head.size());
+            return Append(std::move(resolved), std::wstring_view(full).substr(tail));
+        }
+        if (head.size() <= volumeRoot) {
+            return full;
+        }
+        head.resize(std::max(head.find_last_of(L'\\'), volumeRoot));
+    }
+}
+
+// "C:\x" becomes "\\?\C:\x", "\\s\x" becomes "\\?\UNC\s\x".
+std::wstring WithVerbatimPrefix(std::wstring fullPath) {
+    if (fullPath.starts_with(kDevicePrefix) || fullPath.starts_with(kVerbatimPrefix)) {
+        return fullPath;
+    }
+    if (fullPath.starts_with(L"\\\\")) {
+        return std::wstring(kVerbatimUncPrefix) + fullPath.substr(2);
+    }
+    return std::wstring(kVerbatimPrefix) + fullPath;
+}
+
+// Absolute, that is independent of a current folder.
+bool IsAbsolute(std::wstring_view path) {
+    return (StartsWithDrive(path) && path.size() > 2 && IsSeparator(path[2])) ||
+           (path.size() > 1 && IsSeparator(path[0]) && IsSeparator(path[1]));
+}
+
+// Empty for a path that the system takes as it is.
+std::wstring ExtendedForm(const std::wstring& path) {
+    // In the extended form already; a relative path counts with its current folder.
+    if (path.starts_with(kVerbatimPrefix) || (path.size() < kLongPathLength && IsAbsolute(path))) {
+        return {};
+    }
+    std::wstring full = FullPath(path);
+    return full.size() < kLongPathLength ? std::wstring() : WithVerbatimPrefix(std::move(full));
 }
 
 }  // namespace
@@ -159,30 +240,11 @@ std::wstring ParentFolder(std::wstring_view path) {
 }
 
 std::optional<std::filesystem::path> WeaklyCanonical(const std::filesystem::path& path) {
-    std::wstring head = FullPath(path.native());
-    if (head.empty()) {
-        return std::nullopt;
-    }
-    const size_t volumeRoot = VolumeRootLength(head);
-    while (head.size() > volumeRoot && head.back() == L'\\') {
-        head.pop_back();
-    }
-    const std::wstring full = head;
-    for (;;) {
-        std::wstring resolved;
-        const Resolution resolution = ResolveFinalPath(head, resolved);
-        if (resolution == Resolution::Failed) {
-            return std::nullopt;
-        }
-        if (resolution == Resolution::Resolved) {
-            const size_t tail = SkipSeparators(full, head.size());
-            return Append(std::move(resolved), std::wstring_view(full).substr(tail));
-        }
-        if (head.size() <= volumeRoot) {
-            return full;
-        }
-        head.resize(std::max(head.find_last_of(L'\\'), volumeRoot));
-    }
+    return ResolveExistingPart(path.native(), Naming::DosOnly);
+}
+
+std::optional<std::filesystem::path> ComparableCanonical(const std::filesystem::path& path) {
+    return ResolveExistingPart(path.native(), Naming::DosOrNt);
 }
 
 bool IsSameCanonicalPath(std::wstring_view left, std::wstring_view right) {
@@ -201,3 +263,8 @@ bool IsSameCanonicalPath(std::wstring_view left, std::wstring_view right) {
     }
     return i == left.size() && j == right.size();
 }
+
+SystemPath::SystemPath(const std::filesystem::path& path) : SystemPath(path.native()) {}
+
+SystemPath::SystemPath(const std::wstring& path)
+    : extended_(ExtendedForm(path)), text_(extended_.empty() ? path.c_str() : extended_.c_str()) {}

@@ -38,6 +38,34 @@ std::wstring ParentFolder(std::wstring_view path);
 // None for an empty path and when the existing part cannot be resolved. Touches the disk.
 std::optional<std::filesystem::path> WeaklyCanonical(const std::filesystem::path& path);
 
+// WeaklyCanonical, except that a path on a volume without a DOS name (drives that the mount manager
+// does not know, such as RAM disks) has the form "\\?\GLOBALROOT\Device\...". Such a form is only
+// good for comparing with another one from here: a drive's root cannot be told from it.
+std::optional<std::filesystem::path> ComparableCanonical(const std::filesystem::path& path);
+
 // Whether two weakly canonical paths name the same place: equal element by element, letter case
 // included, for canonical paths carry the file system's own.
 bool IsSameCanonicalPath(std::wstring_view left, std::wstring_view right);
+
+// A path as the system's file functions take it. Without the system's switch for long paths, which
+// is off by default, they refuse 260 characters (folders: 248) unless a path has the extended form
+// "\\?\C:\..." or "\\?\UNC\server\...". That form is taken literally, so the path is made absolute
+// and normalised first. Shorter paths stay as they are.
+//
+// Borrows the text of a shorter path: for the call that it is made for only.
+class SystemPath {
+public:
+    explicit SystemPath(const std::filesystem::path& path);
+    // The same for a text, which must not be a temporary either.
+    explicit SystemPath(const std::wstring& path);
+    SystemPath(const SystemPath&) = delete;
+    SystemPath& operator=(const SystemPath&) = delete;
+
+    [[nodiscard]] const wchar_t* c_str() const {
+        return text_;
+    }
+
+private:
+    std::wstring extended_;  // Empty when the path needs no other form.
+    const wchar_t* text_;
+};

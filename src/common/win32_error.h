@@ -7,5 +7,7 @@
 inline bool MeansNotThere(DWORD error) {
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
            error == ERROR_INVALID_NAME || error == ERROR_INVALID_DRIVE ||
-           error == ERROR_BAD_PATHNAME || error == ERROR_BAD_NETPATH || error == ERROR_BAD_NET_NAME;
+           error == ERROR_BAD_PATHNAME || error == ERROR_BAD_NETPATH ||
+           error == ERROR_BAD_NET_NAME ||
+           error == ERROR_DIRECTORY;  // Below a file, since Windows 11 24H2.
 }

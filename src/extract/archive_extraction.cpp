@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <vector>
 
 #include "common/files.h"
@@ -99,11 +98,14 @@ bool ExtractPackage(const std::filesystem::path& archivePath,
 }
 
 PackageSignature SniffPackageSignature(const std::filesystem::path& archivePath) {
-    std::ifstream archive(archivePath, std::ios::binary);
-    std::array<char, kSignatureBytes> bytes{};
-    archive.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    const auto count = static_cast<size_t>(archive.gcount());
-    return SignatureOf(std::as_bytes(std::span(bytes)).first(count));
+    const KernelHandle archive = OpenForReading(archivePath);
+    std::array<std::byte, kSignatureBytes> bytes{};
+    DWORD count = 0;
+    if (!archive || !::ReadFile(archive.get(), bytes.data(), static_cast<DWORD>(bytes.size()),
+                                &count, nullptr)) {
+        return PackageSignature::Unknown;
+    }
+    return SignatureOf(std::span(bytes).first(count));
 }
 
 PackageSignature SignatureOf(std::span<const std::byte> firstBytes) {

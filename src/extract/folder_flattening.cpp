@@ -44,10 +44,7 @@ std::vector<std::filesystem::path> EntriesOf(const std::filesystem::path& folder
 }
 
 DWORD EnsureTargetFolder(const std::filesystem::path& target) {
-    if (KindOf(target) == EntryKind::Folder || ::CreateDirectoryW(target.c_str(), nullptr)) {
-        return ERROR_SUCCESS;
-    }
-    return ::GetLastError();
+    return KindOf(target) == EntryKind::Folder ? ERROR_SUCCESS : CreateSingleFolder(target);
 }
 
 // Copies the folder with everything below it, replacing files that are there. Ends at the first
@@ -75,7 +72,7 @@ DWORD CopyEntryOver(const std::filesystem::path& entry, const std::filesystem::p
     if (KindOf(entry) != EntryKind::Folder) {
         return CopyFileOver(entry, target);
     }
-    if (::GetFileAttributesW(entry.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    if (::GetFileAttributesW(SystemPath(entry).c_str()) == INVALID_FILE_ATTRIBUTES) {
         const DWORD error = ::GetLastError();
         if (!MeansNotThere(error)) {  // A folder that is gone shows up in the copying.
             return error;

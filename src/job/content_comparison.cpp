@@ -3,17 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "common/handles.h"
 #include "common/windows_api.h"
 
 namespace {
-
-// Others may read and write meanwhile, as with a file stream of the standard library.
-KernelHandle OpenForReading(const std::filesystem::path& path) {
-    return AdoptHandle<KernelHandle>(
-        ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-}
 
 // Fills `chunk`, or as much of it as the file still has. What comes back is the count of bytes;
 // fewer than there should be when the file ends early or a read fails. Knowing how many bytes

@@ -4,7 +4,7 @@
 #include "common/tool_instance.h"
 
 RunningTool FindRunningTool() {
-    return {WeaklyCanonical(toolExePath), FileSize(toolExePath)};
+    return {ComparableCanonical(toolExePath), FileSize(toolExePath)};
 }
 
 bool IsRunningTool(const std::filesystem::path& path) {
@@ -15,7 +15,7 @@ bool IsRunningTool(const std::filesystem::path& path, const RunningTool& tool) {
     if (!tool.canonicalPath) {
         return false;
     }
-    const std::optional<std::filesystem::path> canonicalPath = WeaklyCanonical(path);
+    const std::optional<std::filesystem::path> canonicalPath = ComparableCanonical(path);
     return canonicalPath &&
            IsSameCanonicalPath(canonicalPath->native(), tool.canonicalPath->native());
 }

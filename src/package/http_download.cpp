@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "common/handles.h"
+#include "common/files.h"
 #include "common/winhttp_api.h"
 #include "job/job_progress.h"
 
@@ -132,9 +132,7 @@ std::optional<Transfer> BeginTransfer(const PackageAddress& address,
         return std::nullopt;
     }
     PublishStart(QueryContentLength(transfer.request));
-    transfer.file =
-        AdoptHandle<KernelHandle>(::CreateFileW(archivePath.c_str(), GENERIC_WRITE, 0, nullptr,
-                                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    transfer.file = CreateForWriting(archivePath, 0);
     if (!transfer.file) {
         failure = L"Could not create the temporary download file.";
         return std::nullopt;
@@ -196,7 +194,7 @@ bool DownloadPackage(const std::wstring& packageUrl, const std::filesystem::path
     transfer.reset();
     PublishReceived(bytesReceived, 0.0);
     if (jobProgress.cancelRequested) {
-        ::DeleteFileW(archivePath.c_str());
+        static_cast<void>(DeleteSingleFile(archivePath));  // The clean-up tries once more.
         return false;
     }
     return complete;

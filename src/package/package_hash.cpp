@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "common/bcrypt_api.h"
-#include "common/handles.h"
+#include "common/files.h"
 #include "common/text.h"
 #include "config/tool_config.h"
 #include "job/job_progress.h"
@@ -139,9 +139,7 @@ bool VerifyPackage(const std::filesystem::path& archivePath) {
 
 bool ComputeFileSha256(const std::filesystem::path& path, std::wstring& hex) {
     hex.clear();
-    const KernelHandle file = AdoptHandle<KernelHandle>(
-        ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                      OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    const KernelHandle file = OpenForReading(path);
     if (!file) {
         return false;
     }

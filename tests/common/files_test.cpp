@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "bench_parts/import_hook.h"
+#include "bench_parts/path_limit.h"
 #include "bench_parts/scratch_folder.h"
 
 namespace {
@@ -255,11 +256,48 @@ TEST(CopyFileOver, HandlesUnicodeNamesAndPathsOfMoreThan260Characters) {
     WriteFile(from, "content");
     const path to = deep / L"\u0416.dat";
     ASSERT_GT(to.native().size(), 260u);
+    const bench::PathLimit limit;
     EXPECT_EQ(CopyFileOver(from, to), ERROR_SUCCESS);
     EXPECT_EQ(KindOf(to), EntryKind::RegularFile);
     EXPECT_EQ(FileSize(to), 7u);
     EXPECT_TRUE(SetLastWriteTime(to, kSomeTime));
     EXPECT_EQ(LastWriteTime(to), kSomeTime);
+    EXPECT_TRUE(OpenForReading(to));
+}
+
+TEST(OpenForReading, LetsOthersReadAndWriteButNotDelete) {
+    const ScratchFolder scratch;
+    const path file = scratch.Path() / L"file";
+    WriteFile(file, "x");
+    const KernelHandle opened = OpenForReading(file);
+    ASSERT_TRUE(opened);
+    EXPECT_TRUE(CreateForWriting(file, FILE_SHARE_READ | FILE_SHARE_WRITE));
+    EXPECT_FALSE(::DeleteFileW(file.c_str()));
+    EXPECT_FALSE(OpenForReading(scratch.Path() / L"missing"));
+}
+
+TEST(CreateForWriting, EmptiesTheFileAndSharesItAsAsked) {
+    const ScratchFolder scratch;
+    const path file = scratch.Path() / L"file";
+    WriteFile(file, "old");
+    KernelHandle opened = CreateForWriting(file, 0);
+    EXPECT_FALSE(CreateForWriting(file, FILE_SHARE_READ | FILE_SHARE_WRITE));
+    opened.reset();
+    EXPECT_EQ(ReadFile(file), "");
+    opened = CreateForWriting(file, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    EXPECT_TRUE(CreateForWriting(file, FILE_SHARE_READ | FILE_SHARE_WRITE));
+}
+
+TEST(MoveEntry, WorksBetweenPathsOfMoreThan260Characters) {
+    const ScratchFolder scratch;
+    const path deep = MakeDeepFolder(scratch.Path());
+    WriteFile(scratch.Path() / L"file", "x");
+    const bench::PathLimit limit;
+    EXPECT_EQ(MoveEntry(scratch.Path() / L"file", deep / L"a"), ERROR_SUCCESS);
+    EXPECT_EQ(MoveEntry(deep / L"a", deep / L"b"), ERROR_SUCCESS);
+    EXPECT_EQ(FileSize(deep / L"b"), 1u);
+    EXPECT_EQ(DeleteSingleFile(deep / L"b"), ERROR_SUCCESS);
+    EXPECT_EQ(KindOf(deep / L"b"), EntryKind::Missing);
 }
 
 TEST(MoveEntry, RenamesFilesAndFoldersAndReplacesFiles) {
@@ -327,8 +365,27 @@ TEST(EnsureDirectory, CreatesPathsOfMoreThan260Characters) {
     const ScratchFolder scratch;
     const path deep = DeepFolder(scratch.Path());
     ASSERT_GT(deep.native().size(), 260u);
+    const bench::PathLimit limit;
     EXPECT_TRUE(EnsureDirectory(deep));
     EXPECT_EQ(KindOf(deep), EntryKind::Folder);
+}
+
+TEST(EnsureDirectory, CreatesFoldersOfEveryLengthAroundTheLimit) {
+    const ScratchFolder scratch;
+    const bench::PathLimit limit;
+    for (size_t length = 235; length <= 265; ++length) {
+        const path folder =
+            scratch.Path() / std::wstring(length - scratch.Path().native().size() - 1, L'f');
+        ASSERT_EQ(folder.native().size(), length);
+        EXPECT_TRUE(EnsureDirectory(folder)) << length;
+        EXPECT_TRUE(WriteBinaryFile(folder / L"file", Bytes("x"))) << length;
+    }
+}
+
+TEST(EnsureDirectory, TakesTheExtendedForm) {
+    const ScratchFolder scratch;
+    EXPECT_TRUE(EnsureDirectory(L"\\\\?\\" + (scratch.Path() / L"a" / L"b").native()));
+    EXPECT_EQ(KindOf(scratch.Path() / L"a" / L"b"), EntryKind::Folder);
 }
 
 TEST(WriteBinaryFile, WritesTheBytesAndCreatesTheFolder) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bench_parts/import_hook.h"
+#include "bench_parts/path_limit.h"
 #include "bench_parts/scratch_folder.h"
 
 namespace {
@@ -261,6 +262,7 @@ TEST(WalkTree, ReachesPathsOfMoreThan260Characters) {
     }
     WriteFile(deep / L"file", "x");
     size_t longest = 0;
+    const bench::PathLimit limit;
     WalkTree(scratch.Path(), [&](const FolderEntry& entry) {
         longest = std::max(longest, entry.path.size());
         return true;

@@ -4,6 +4,7 @@
 
 #include <initializer_list>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
 #include "bench_parts/scratch_folder.h"
 #include "common/windows_api.h"
@@ -13,8 +14,8 @@ namespace {
 using std::filesystem::path;
 
 struct Row {
-    std::wstring_view input;
-    std::wstring_view expected;
+    std::wstring input;
+    std::wstring expected;
 };
 
 TEST(FileNamePart, GivesTheTextBehindTheLastSeparator) {
@@ -30,7 +31,7 @@ TEST(FileNamePart, GivesTheTextBehindTheLastSeparator) {
         {L"C:\\folder\\", L""},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(FileNamePart(row.input), row.expected) << std::wstring(row.input);
+        EXPECT_EQ(FileNamePart(row.input), row.expected) << row.input;
     }
 }
 
@@ -52,7 +53,7 @@ TEST(ParentFolder, TakesOffTheLastNameAndItsSeparators) {
         {L"\\\\server\\share\\x", L"\\\\server\\share"},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(ParentFolder(row.input), row.expected) << std::wstring(row.input);
+        EXPECT_EQ(ParentFolder(row.input), row.expected) << row.input;
     }
 }
 
@@ -67,7 +68,7 @@ TEST(ParentFolder, NeverCutsIntoTheRoot) {
         {L"\\\\?\\C:", L"\\\\?\\"},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(ParentFolder(row.input), row.expected) << std::wstring(row.input);
+        EXPECT_EQ(ParentFolder(row.input), row.expected) << row.input;
     }
 }
 
@@ -118,7 +119,7 @@ TEST(AsFolder, EndsInOneSeparatorSoThatADriveIsItsRoot) {
         {L"C:/a/", L"C:/a/"}, {L"", L""},         {L"a", L"a\\"},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(AsFolder(row.input).native(), row.expected) << std::wstring(row.input);
+        EXPECT_EQ(AsFolder(row.input).native(), row.expected) << row.input;
     }
 }
 
@@ -291,6 +292,96 @@ TEST(WeaklyCanonical, IsNoneWhenAnExistingPartCannotBeOpened) {
                                  reinterpret_cast<void*>(&RefuseToOpen));
     ASSERT_TRUE(hook.Installed());
     EXPECT_FALSE(WeaklyCanonical(L"C:\\windows"));
+}
+
+DWORD dosNameError = ERROR_SUCCESS;
+
+DWORD WINAPI GiveNoDosName(HANDLE entry, LPWSTR text, DWORD size, DWORD flags) {
+    if ((flags & VOLUME_NAME_NT) != 0) {
+        return RealFunction<decltype(&::GetFinalPathNameByHandleW)>(
+            L"kernel32.dll", "GetFinalPathNameByHandleW")(entry, text, size, flags);
+    }
+    ::SetLastError(dosNameError);
+    return 0;
+}
+
+// A RAM disk's driver, for instance, does not tell the mount manager of its drive.
+class VolumeWithoutDosName : public testing::Test {
+protected:
+    VolumeWithoutDosName() {
+        bench::WriteFile(scratch_.Path() / L"Folder" / L"file", "x");
+        dosNameError = ERROR_INVALID_FUNCTION;
+    }
+
+    bench::ScratchFolder scratch_;
+    bench::ImportHook hook_{L"kernel32.dll", "GetFinalPathNameByHandleW",
+                            reinterpret_cast<void*>(&GiveNoDosName)};
+};
+
+TEST_F(VolumeWithoutDosName, HasComparablePathsOnly) {
+    for (const DWORD error :
+         std::initializer_list<DWORD>{ERROR_INVALID_FUNCTION, ERROR_PATH_NOT_FOUND}) {
+        dosNameError = error;
+        const path file = scratch_.Path() / L"Folder" / L"file";
+        EXPECT_FALSE(WeaklyCanonical(file)) << error;
+        const auto canonical = ComparableCanonical(file);
+        ASSERT_TRUE(canonical) << error;
+        EXPECT_TRUE(canonical->native().starts_with(L"\\\\?\\GLOBALROOT\\Device\\"))
+            << canonical->string();
+        EXPECT_EQ(ComparableCanonical(scratch_.Path() / L"FOLDER" / L"." / L"FILE"), canonical);
+        EXPECT_NE(ComparableCanonical(scratch_.Path() / L"Folder"), canonical);
+        EXPECT_EQ(ComparableCanonical(scratch_.Path() / L"Folder" / L"missing"),
+                  *ComparableCanonical(scratch_.Path() / L"Folder") / L"missing");
+    }
+}
+
+TEST_F(VolumeWithoutDosName, IsNotWhatAnyOtherErrorMeans) {
+    dosNameError = ERROR_ACCESS_DENIED;
+    EXPECT_FALSE(ComparableCanonical(scratch_.Path()));
+}
+
+TEST(ComparableCanonical, IsTheDosPathWhereThereIsOne) {
+    const bench::ScratchFolder scratch;
+    EXPECT_EQ(ComparableCanonical(scratch.Path()), WeaklyCanonical(scratch.Path()));
+}
+
+std::wstring SystemText(const path& plain) {
+    return SystemPath(plain).c_str();
+}
+
+TEST(SystemPath, LeavesShortAndExtendedPathsAlone) {
+    const std::wstring longName(250, L'n');
+    for (const std::wstring& text : std::initializer_list<std::wstring>{
+             L"", L"a", L"..\\a", L"C:", L"C:a", L"C:\\a/b", L"\\\\server\\share\\x",
+             L"C:\\" + std::wstring(236, L'n'), L"\\\\?\\C:\\" + longName,
+             L"\\\\?\\UNC\\server\\share\\" + longName}) {
+        EXPECT_EQ(SystemText(text), text);
+    }
+}
+
+TEST(SystemPath, ExtendsFrom240CharactersOn) {
+    const std::wstring name(240 - 3, L'n');
+    const std::wstring longName(260, L'n');
+    const Row rows[] = {
+        {L"C:\\" + name, L"\\\\?\\C:\\" + name},
+        {L"C:/" + name, L"\\\\?\\C:\\" + name},
+        {L"C:\\a\\.\\b\\..\\" + longName + L"\\*", L"\\\\?\\C:\\a\\" + longName + L"\\*"},
+        {L"\\\\server\\share\\" + longName, L"\\\\?\\UNC\\server\\share\\" + longName},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(SystemText(row.input), row.expected);
+    }
+}
+
+TEST(SystemPath, CountsARelativePathWithItsCurrentFolder) {
+    const bench::ScratchFolder scratch;
+    const path former = std::filesystem::current_path();
+    std::filesystem::current_path(scratch.Path());
+    const std::wstring here = std::filesystem::current_path().native() + L"\\";
+    const std::wstring fitting(239 - here.size(), L'n');
+    EXPECT_EQ(SystemText(fitting), fitting);
+    EXPECT_EQ(SystemText(fitting + L"n"), L"\\\\?\\" + here + fitting + L"n");
+    std::filesystem::current_path(former);
 }
 
 TEST(WeaklyCanonical, IsNoneForAnEmptyPath) {
