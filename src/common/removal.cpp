@@ -1,7 +1,10 @@
 #include "common/removal.h"
 
+#include <utility>
+
 #include "common/folder_walk.h"
 #include "common/handles.h"
+#include "common/paths.h"
 #include "common/win32_error.h"
 
 namespace {
@@ -10,10 +13,13 @@ namespace {
 // Windows has.
 constexpr auto kFileDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
 
-KernelHandle OpenItself(const std::filesystem::path& path, DWORD access) {
-    return AdoptHandle<KernelHandle>(::CreateFileW(
-        path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+// A link itself, not what it leads to.
+KernelHandle OpenItself(const std::filesystem::path& path, DWORD access, DWORD shareMode) {
+    return AdoptHandle<KernelHandle>(
+        ::CreateFileW(SystemPath(path).c_str(), access, shareMode, nullptr, OPEN_EXISTING,
+                      FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
 
 bool MeansNotOffered(DWORD error) {
@@ -21,10 +27,10 @@ bool MeansNotOffered(DWORD error) {
            error == ERROR_NOT_SUPPORTED || error == ERROR_CALL_NOT_IMPLEMENTED;
 }
 
-// The way of current Windows: the name is gone at once, also while somebody holds the file open
-// for deletion, and the read-only attribute (which other hard links share) need not be touched.
+// POSIX delete (Windows 10 and later): the name disappears at once, even while other handles are
+// open, and the read-only attribute, which other hard links share, is left alone.
 DWORD RemoveAtOnce(const std::filesystem::path& path) {
-    const KernelHandle entry = OpenItself(path, DELETE);
+    const KernelHandle entry = OpenItself(path, DELETE, kShareAll);
     if (!entry) {
         return ::GetLastError();
     }
@@ -37,31 +43,32 @@ DWORD RemoveAtOnce(const std::filesystem::path& path) {
                : ::GetLastError();
 }
 
-// The way of older systems and of file systems that do not offer the other.
+// For older systems and for file systems without POSIX delete.
 DWORD RemoveByName(const std::filesystem::path& path) {
-    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    const SystemPath systemPath(path);
+    const DWORD attributes = ::GetFileAttributesW(systemPath.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
         return ::GetLastError();
     }
     const bool isReadOnly = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
     if (isReadOnly) {
-        ::SetFileAttributesW(path.c_str(),
+        ::SetFileAttributesW(systemPath.c_str(),
                              attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
     }
     const bool isFolder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    if (isFolder ? ::RemoveDirectoryW(path.c_str()) : ::DeleteFileW(path.c_str())) {
+    if (isFolder ? ::RemoveDirectoryW(systemPath.c_str()) : ::DeleteFileW(systemPath.c_str())) {
         return ERROR_SUCCESS;
     }
     const DWORD error = ::GetLastError();
     if (isReadOnly) {
-        ::SetFileAttributesW(path.c_str(), attributes);
+        ::SetFileAttributesW(systemPath.c_str(), attributes);
     }
     return error;
 }
 
-// A folder whose content belongs to the tree: no file, no link to elsewhere.
-bool HasContentOfItsOwn(const std::filesystem::path& path) {
-    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+// A folder, and no link to one. `entry` is an open handle to what is at `path`.
+bool IsFolderItself(const std::filesystem::path& path, HANDLE entry) {
+    const DWORD attributes = ::GetFileAttributesW(SystemPath(path).c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
         return false;
     }
@@ -69,26 +76,35 @@ bool HasContentOfItsOwn(const std::filesystem::path& path) {
         return true;
     }
     FILE_ATTRIBUTE_TAG_INFO tag{};
-    const KernelHandle entry = OpenItself(path, FILE_READ_ATTRIBUTES);
-    if (!entry ||
-        !::GetFileInformationByHandleEx(entry.get(), FileAttributeTagInfo, &tag, sizeof tag)) {
-        return false;
-    }
-    return !IsLink(attributes, tag.ReparseTag);
+    return ::GetFileInformationByHandleEx(entry, FileAttributeTagInfo, &tag, sizeof tag) != FALSE &&
+           !IsLink(attributes, tag.ReparseTag);
 }
 
-DWORD RemoveContentAndEntry(const std::filesystem::path& path, bool hasContent) {
+// Opens a folder whose content may be removed. As long as the handle is open, the folder cannot be
+// renamed or deleted, so no link can take its place; hence the look at what it is comes second.
+// Null for a file, a link, and a folder that cannot be listed.
+KernelHandle HoldFolder(const std::filesystem::path& path) {
+    KernelHandle folder = OpenItself(path, FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    if (!folder && ::GetLastError() == ERROR_SHARING_VIOLATION) {
+        // Another program has it open for deletion: checked, though not held in its place.
+        folder = OpenItself(path, FILE_LIST_DIRECTORY, kShareAll);
+    }
+    return folder && IsFolderItself(path, folder.get()) ? std::move(folder) : nullptr;
+}
+
+DWORD RemoveContentAndEntry(const std::filesystem::path& path) {
     DWORD firstError = ERROR_SUCCESS;
     const auto remember = [&](DWORD error) {
         if (firstError == ERROR_SUCCESS) {
             firstError = error;
         }
     };
-    if (hasContent) {
-        // A listing that fails or breaks off needs no answer of its own: what it left behind makes
-        // the folder's own removal fail.
+    // Asked again although the listing told: a link may have taken the folder's place since then.
+    if (const KernelHandle held = HoldFolder(path)) {
+        // A listing that fails or breaks off makes the folder's own removal fail.
         ListFolder(path, [&](const FolderEntry& entry) {
-            remember(RemoveContentAndEntry(entry.path, entry.IsFolder() && !entry.isLink));
+            const bool hasContent = entry.IsFolder() && !entry.isLink;
+            remember(hasContent ? RemoveContentAndEntry(entry.path) : RemoveEntry(entry.path));
             return true;
         });
     }
@@ -107,7 +123,7 @@ DWORD RemoveEntry(const std::filesystem::path& path) {
 }
 
 DWORD RemoveTree(const std::filesystem::path& path) {
-    return RemoveContentAndEntry(path, HasContentOfItsOwn(path));
+    return RemoveContentAndEntry(path);
 }
 
 DWORD RemoveEntryOrTree(const std::filesystem::path& path) {

@@ -10,7 +10,9 @@
 #include <string_view>
 #include <vector>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
+#include "bench_parts/path_limit.h"
 #include "bench_parts/scratch_folder.h"
 
 namespace {
@@ -159,7 +161,51 @@ TEST(RemoveTree, RemovesPathsOfMoreThan260Characters) {
         ASSERT_TRUE(::CreateDirectoryW((L"\\\\?\\" + deep.native()).c_str(), nullptr));
     }
     WriteFile(deep / L"file", "x");
+    WriteFile(deep / L"read_only", "x");
+    SetReadOnly(deep / L"read_only", true);
+    const bench::PathLimit limit;
     EXPECT_EQ(RemoveTree(scratch.Path() / L"tree"), ERROR_SUCCESS);
+    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
+}
+
+// Another program puts a link to elsewhere in a folder's place right after the removal has listed
+// it.
+TEST(RemoveTree, DoesNotFollowALinkThatReplacesAListedFolder) {
+    const ScratchFolder scratch;
+    WriteFile(scratch.Path() / L"elsewhere" / L"file", "kept");
+    WriteFile(scratch.Path() / L"tree" / L"sub" / L"own", "x");
+    bool isSwapped = false;
+    const auto swap = HookCall<decltype(&::FindNextFileW)>(
+        L"kernel32.dll", "FindNextFileW", [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
+            const BOOL result = RealFunction<decltype(&::FindNextFileW)>(
+                L"kernel32.dll", "FindNextFileW")(listing, found);
+            if (!isSwapped && result && std::wstring_view(found->cFileName) == L"sub") {
+                isSwapped = true;
+                const path sub = scratch.Path() / L"tree" / L"sub";
+                EXPECT_TRUE(::MoveFileW(sub.c_str(), (scratch.Path() / L"moved").c_str()));
+                EXPECT_TRUE(bench::MakeFolderLink(sub, scratch.Path() / L"elsewhere"));
+            }
+            return result;
+        });
+    RemoveTree(scratch.Path() / L"tree");
+    EXPECT_TRUE(isSwapped);
+    EXPECT_EQ(ReadFile(scratch.Path() / L"elsewhere" / L"file"), "kept");
+}
+
+TEST(RemoveTree, KeepsAFolderInItsPlaceWhileItIsEmptied) {
+    const ScratchFolder scratch;
+    const path tree = scratch.Path() / L"tree";
+    WriteFile(tree / L"file", "x");
+    bool isAsked = false;
+    const auto rename = HookCall<decltype(&::FindNextFileW)>(
+        L"kernel32.dll", "FindNextFileW", [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
+            isAsked = true;
+            EXPECT_FALSE(::MoveFileW(tree.c_str(), (scratch.Path() / L"moved").c_str()));
+            return RealFunction<decltype(&::FindNextFileW)>(L"kernel32.dll", "FindNextFileW")(
+                listing, found);
+        });
+    EXPECT_EQ(RemoveTree(tree), ERROR_SUCCESS);
+    EXPECT_TRUE(isAsked);
     EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
 }
 
