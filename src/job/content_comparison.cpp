@@ -2,22 +2,26 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "common/windows_api.h"
 
 namespace {
 
-// Fills `chunk`, or as much of it as the file still has. What comes back is the count of bytes;
-// fewer than there should be when the file ends early or a read fails. Knowing how many bytes
-// remain saves the read that would only find the end.
-size_t ReadChunk(HANDLE file, std::vector<std::byte>& chunk, uint64_t bytesRemaining) {
+// Fills `chunk`, or as much of it as the file still has, and returns the count of bytes: fewer than
+// there should be when the file ends early, none when a read fails. Knowing how many bytes remain
+// saves the read that would only find the end.
+std::optional<size_t> ReadChunk(HANDLE file, std::vector<std::byte>& chunk,
+                                uint64_t bytesRemaining) {
     const uint64_t bytesWanted = std::min<uint64_t>(chunk.size(), bytesRemaining);
     size_t bytesRead = 0;
     while (bytesRead < bytesWanted) {
         DWORD count = 0;
         if (!::ReadFile(file, chunk.data() + bytesRead,
-                        static_cast<DWORD>(chunk.size() - bytesRead), &count, nullptr) ||
-            count == 0) {
+                        static_cast<DWORD>(chunk.size() - bytesRead), &count, nullptr)) {
+            return std::nullopt;
+        }
+        if (count == 0) {
             break;
         }
         bytesRead += count;
@@ -51,13 +55,15 @@ bool HaveSameBytes(const std::filesystem::path& source, const std::filesystem::p
     }
     for (uint64_t bytesCompared = 0; bytesCompared < size; bytesCompared += kComparisonChunkBytes) {
         const uint64_t bytesRemaining = size - bytesCompared;
-        const size_t sourceCount = ReadChunk(sourceFile.get(), buffers.source, bytesRemaining);
-        const size_t targetCount = ReadChunk(targetFile.get(), buffers.target, bytesRemaining);
-        if (sourceCount != targetCount ||
-            std::memcmp(buffers.source.data(), buffers.target.data(), sourceCount) != 0) {
+        const std::optional<size_t> sourceCount =
+            ReadChunk(sourceFile.get(), buffers.source, bytesRemaining);
+        const std::optional<size_t> targetCount =
+            ReadChunk(targetFile.get(), buffers.target, bytesRemaining);
+        if (!sourceCount || sourceCount != targetCount ||
+            std::memcmp(buffers.source.data(), buffers.target.data(), *sourceCount) != 0) {
             return false;
         }
-        if (sourceCount < kComparisonChunkBytes) {
+        if (*sourceCount < kComparisonChunkBytes) {
             return true;  // Both end here.
         }
     }

@@ -19,8 +19,8 @@ struct ComparisonBuffers {
     std::vector<std::byte> target = std::vector<std::byte>(kComparisonChunkBytes);
 };
 
-// Byte for byte. False as well when either is no regular file (links are followed) or cannot be
-// opened for reading.
+// Byte for byte. False as well when either is no regular file (links are followed), cannot be
+// opened for reading, or fails to be read, even if both fail at the same place.
 bool FilesHaveSameContent(const std::filesystem::path& source, const std::filesystem::path& target);
 
 // The same question for one who has looked at both paths already, in these two steps: what the

@@ -215,6 +215,18 @@ TEST_F(ContentComparison, AReadErrorInOneFileIsADifference) {
     }
 }
 
+TEST_F(ContentComparison, AReadErrorAtTheSamePlaceInBothFilesIsADifference) {
+    const std::string bytes = Bytes(kComparisonChunkBytes + 1);
+    WriteBoth(bytes, bytes);
+    for (const int lastGoodRead : {0, 2}) {
+        int readCount = 0;
+        const bench::ReadHook hook([&](HANDLE, DWORD&) -> DWORD {
+            return ++readCount > lastGoodRead ? ERROR_CRC : ERROR_SUCCESS;
+        });
+        EXPECT_FALSE(AreSame()) << "after read " << lastGoodRead;
+    }
+}
+
 TEST_F(ContentComparison, ReadsBothFilesInPiecesOfOneMiB) {
     const std::string bytes = Bytes(3 * kComparisonChunkBytes);
     WriteBoth(bytes, bytes);
