@@ -61,15 +61,15 @@ ListingResult ListInto(std::wstring& path, std::wstring& relativePath, const Ent
     return result;
 }
 
-bool WalkInto(std::wstring& path, std::wstring& relativePath, const EntryVisitor& visit) {
-    const ListingResult result = ListInto(path, relativePath, [&](const FolderEntry& entry) {
+ListingResult WalkInto(std::wstring& path, std::wstring& relativePath, const EntryVisitor& visit) {
+    return ListInto(path, relativePath, [&](const FolderEntry& entry) {
         if (!visit(entry)) {
             return false;
         }
         // The entry's texts are the very buffers that the inner listing works in.
-        return !entry.IsFolder() || entry.isLink || WalkInto(path, relativePath, visit);
+        return !entry.IsFolder() || entry.isLink ||
+               !WalkInto(path, relativePath, visit).stoppedByVisitor;
     });
-    return !result.stoppedByVisitor;
 }
 
 }  // namespace
@@ -80,7 +80,7 @@ ListingResult ListFolder(const std::filesystem::path& folder, const EntryVisitor
     return ListInto(path, relativePath, visit);
 }
 
-bool WalkTree(const std::filesystem::path& root, const EntryVisitor& visit) {
+ListingResult WalkTree(const std::filesystem::path& root, const EntryVisitor& visit) {
     std::wstring path = root.native();
     std::wstring relativePath;
     return WalkInto(path, relativePath, visit);

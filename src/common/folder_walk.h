@@ -39,8 +39,9 @@ struct ListingResult {
 ListingResult ListFolder(const std::filesystem::path& folder, const EntryVisitor& visit);
 
 // Everything below `root`, a folder before its content. What cannot be listed is skipped and the
-// walk goes on; links are shown but never entered. False when the visitor ended the walk.
-bool WalkTree(const std::filesystem::path& root, const EntryVisitor& visit);
+// walk goes on; links are shown but never entered. The result tells how the listing of `root`
+// itself went and whether the visitor ended the walk, at whatever depth.
+ListingResult WalkTree(const std::filesystem::path& root, const EntryVisitor& visit);
 
 // Whether the entry with these attributes and this reparse tag leads elsewhere. A cloud or
 // deduplicated file is a reparse point too, but no link. An unknown tag (0) counts as a link, for

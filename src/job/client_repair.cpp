@@ -25,6 +25,8 @@ constexpr uint64_t kTimeDifferenceThreshold = 30'000'000;
 // so that the one which the copying brought along stays.
 constexpr uint64_t kMinimumTime = uint64_t{1} << 63;
 
+constexpr wchar_t kUnreadablePackage[] = L"Could not read the unpacked client files.";
+
 // One pass over the package: what holds for all files of it, and how far it has come.
 struct RepairPass {
     std::filesystem::path clientRoot;
@@ -32,6 +34,7 @@ struct RepairPass {
     RunningTool tool;
     ComparisonBuffers buffers;
     bool reinstall = false;
+    uint64_t filesMet = 0;  // As many as were counted before, or some have vanished since.
     uint64_t filesChecked = 0;
     uint64_t filesFixed = 0;
     // The folder whose content the walk is in and which is a reparse point, but no link; else
@@ -46,13 +49,19 @@ EntryKind KindOfEntry(const FolderEntry& entry) {
     return entry.IsFolder() ? EntryKind::Folder : EntryKind::RegularFile;
 }
 
-uint64_t CountFiles(const std::filesystem::path& sourceRoot) {
+// Whether the package's top folder could be listed from its first entry to its last.
+bool IsWholeListing(const ListingResult& listing) {
+    return listing.openError == ERROR_SUCCESS && listing.advanceError == ERROR_SUCCESS;
+}
+
+// None when the source root itself cannot be listed.
+std::optional<uint64_t> CountFiles(const std::filesystem::path& sourceRoot) {
     uint64_t count = 0;
-    WalkTree(sourceRoot, [&](const FolderEntry& entry) {
+    const ListingResult listing = WalkTree(sourceRoot, [&](const FolderEntry& entry) {
         count += KindOfEntry(entry) == EntryKind::RegularFile ? 1 : 0;
         return true;
     });
-    return count;
+    return IsWholeListing(listing) ? std::optional(count) : std::nullopt;
 }
 
 // Whether the way from the source root to the entry, itself included, leads through a reparse
@@ -87,14 +96,14 @@ std::wstring RelativeTo(std::wstring_view path, std::wstring_view base) {
 
 // Where the entry belongs below the client root; empty when that cannot be told.
 std::wstring RelativePathOf(const FolderEntry& entry, RepairPass& pass) {
-    if (!pass.canonicalSourceRoot) {
-        return {};
-    }
-    // Names as listed below a resolved root are resolved themselves: that saves an open per entry.
-    // Kind and relative path are the listing's, so an entry that vanishes or is refused afterwards
-    // is not silently skipped but fails with its message, which is the safer end.
+    // Without a reparse point on its way an entry is where it is listed, even on a drive where no
+    // path can be resolved (RAM disks). An entry that vanishes or is refused afterwards is not
+    // skipped but fails with its message.
     if (!IsReachedByReparsePoint(entry, pass.reparseFolder)) {
         return entry.relativePath;
+    }
+    if (!pass.canonicalSourceRoot) {
+        return {};
     }
     const std::optional<std::filesystem::path> canonicalPath = WeaklyCanonical(entry.path);
     return canonicalPath ? RelativeTo(canonicalPath->native(), pass.canonicalSourceRoot->native())
@@ -173,12 +182,14 @@ bool ProcessEntry(const FolderEntry& entry, RepairPass& pass) {
     if (jobProgress.cancelRequested) {
         return false;
     }
+    const EntryKind kind = KindOfEntry(entry);
+    pass.filesMet += kind == EntryKind::RegularFile ? 1 : 0;
     const std::wstring relativePath = RelativePathOf(entry, pass);
     if (relativePath.empty()) {
         return true;
     }
     const std::filesystem::path target = TargetPath(pass.clientRoot, relativePath);
-    switch (KindOfEntry(entry)) {
+    switch (kind) {
         case EntryKind::Folder:
             // Where it cannot be created, the copying of its files fails.
             static_cast<void>(EnsureDirectory(target));
@@ -214,24 +225,34 @@ const wchar_t* ResultText(const RepairPass& pass) {
 }  // namespace
 
 bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall) {
+    // Counted before anything is done, so that the window can show a share of the whole, and so
+    // that a package that has become unreadable does not cost the client.
+    const std::optional<uint64_t> filesTotal = CountFiles(sourceRoot);
+    if (!filesTotal) {
+        reportFailure(kUnreadablePackage);
+        return false;
+    }
     if (reinstall && !PrepareCleanReinstall()) {
         return false;
     }
-    // Counted before anything is done, so that the window can show a share of the whole.
-    const uint64_t filesTotal = CountFiles(sourceRoot);
-    PublishBeginning(reinstall, filesTotal);
+    PublishBeginning(reinstall, *filesTotal);
 
     RepairPass pass;
     pass.clientRoot = toolFolder;
     pass.canonicalSourceRoot = WeaklyCanonical(sourceRoot);
     pass.tool = FindRunningTool();
     pass.reinstall = reinstall;
-    if (!WalkTree(sourceRoot,
-                  [&](const FolderEntry& entry) { return ProcessEntry(entry, pass); })) {
+    const ListingResult listing =
+        WalkTree(sourceRoot, [&](const FolderEntry& entry) { return ProcessEntry(entry, pass); });
+    if (listing.stoppedByVisitor) {
+        return false;
+    }
+    if (!IsWholeListing(listing) || pass.filesMet < *filesTotal) {
+        reportFailure(kUnreadablePackage);
         return false;
     }
     UpdateJobState([&](JobState& state) {
-        state.filesDone = filesTotal;
+        state.filesDone = *filesTotal;
         state.filesRepaired = pass.filesFixed;
         state.detailLine = ResultText(pass);
     });

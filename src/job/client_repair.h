@@ -12,7 +12,13 @@
 // Publishes the stage, the count of files and, before the work on each file, how many were begun
 // and copied and the file's name; at the end a text that says what was done.
 //
-// True when every file was processed. False when the reinstall is refused or a file cannot be
-// copied, both reported; what was copied before stays. False without a report when cancelled.
-// Throws std::filesystem::filesystem_error when a reinstall's clean-out breaks off.
+// The package is counted first. Its top folder must be listable then (an empty one is), or nothing
+// is touched; and the work must meet as many files as were counted, for some can vanish meanwhile:
+// quarantined, cleaned away, unplugged. A folder further down that cannot be listed either time is
+// skipped silently, and so is an entry behind a reparse point that cannot be resolved.
+//
+// True when every file was processed. False when the package cannot be read, the reinstall is
+// refused or a file cannot be copied, each reported; what was copied before stays. False without a
+// report when cancelled. Throws std::filesystem::filesystem_error when a reinstall's clean-out
+// breaks off.
 bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall);

@@ -191,14 +191,15 @@ TEST(WalkTree, EndsAsAWholeWhenTheVisitorStopsDeepInside) {
     WriteFile(scratch.Path() / L"z", "x");
     std::vector<std::wstring> afterStop;
     bool stopped = false;
-    EXPECT_FALSE(WalkTree(scratch.Path(), [&](const FolderEntry& entry) {
+    const ListingResult result = WalkTree(scratch.Path(), [&](const FolderEntry& entry) {
         if (stopped) {
             afterStop.push_back(entry.relativePath);
         }
         stopped = stopped || entry.relativePath == L"a\\b\\c";
         return !stopped;
-    }));
+    });
     EXPECT_TRUE(stopped);
+    EXPECT_TRUE(result.stoppedByVisitor);
     EXPECT_THAT(afterStop, IsEmpty());
 }
 
@@ -222,7 +223,7 @@ TEST(WalkTree, FindsNothingUnderAnEmptyPath) {
         ADD_FAILURE();
         return true;
     };
-    EXPECT_TRUE(WalkTree(L"", never));
+    EXPECT_EQ(WalkTree(L"", never).openError, static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
     EXPECT_EQ(ListFolder(L"", never).openError, static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
     std::filesystem::current_path(former);
 }

@@ -78,12 +78,6 @@ TEST_F(ClientRepair, AnEmptyPackageIsReinstalledToo) {
     EXPECT_EQ(snapshot().detailLine, L"Reinstall complete.");
 }
 
-TEST_F(ClientRepair, AMissingPackageFolderIsAnEmptyPackage) {
-    EXPECT_TRUE(VerifyAndRepairClient(Scratch() / L"missing", false));
-    ExpectCounters(0, 0, 0);
-    EXPECT_EQ(snapshot().detailLine, L"All files are already clean.");
-}
-
 TEST_F(ClientRepair, CopiesMissingFilesWithTheirTimes) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
     bench::WriteFile(InPackage(L"data\\maps\\b.map"), "b");
