@@ -224,7 +224,8 @@ const wchar_t* ResultText(const RepairPass& pass) {
 
 }  // namespace
 
-bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall) {
+bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall,
+                           const std::filesystem::path& archivePath) {
     // Counted before anything is done, so that the window can show a share of the whole, and so
     // that a package that has become unreadable does not cost the client.
     const std::optional<uint64_t> filesTotal = CountFiles(sourceRoot);
@@ -232,7 +233,7 @@ bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinsta
         reportFailure(kUnreadablePackage);
         return false;
     }
-    if (reinstall && !PrepareCleanReinstall()) {
+    if (reinstall && !PrepareCleanReinstall({sourceRoot, archivePath})) {
         return false;
     }
     PublishBeginning(reinstall, *filesTotal);

@@ -17,8 +17,12 @@
 // quarantined, cleaned away, unplugged. A folder further down that cannot be listed either time is
 // skipped silently, and so is an entry behind a reparse point that cannot be resolved.
 //
+// `archivePath` is the file that the package was unpacked from, empty if there is none: a reinstall
+// is refused when it or `sourceRoot` lies where the clean-out would delete it.
+//
 // True when every file was processed. False when the package cannot be read, the reinstall is
 // refused or a file cannot be copied, each reported; what was copied before stays. False without a
 // report when cancelled. Throws std::filesystem::filesystem_error when a reinstall's clean-out
 // breaks off.
-bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall);
+bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall,
+                           const std::filesystem::path& archivePath = {});

@@ -23,9 +23,10 @@ bool IsReinstall(JobKind kind) {
 
 // A listing that breaks off in the middle of the clean-out is the one error that arrives as an
 // exception. Going on would mix the new client with an unknown rest of the old one.
-bool RepairClientFolder(const std::filesystem::path& stagingFolder, bool reinstall) {
+bool RepairClientFolder(const std::filesystem::path& archivePath,
+                        const std::filesystem::path& stagingFolder, bool reinstall) {
     try {
-        return VerifyAndRepairClient(stagingFolder, reinstall);
+        return VerifyAndRepairClient(stagingFolder, reinstall, archivePath);
     } catch (const std::filesystem::filesystem_error&) {
         reportFailure(L"Could not read the client folder while removing the old client files.");
         return false;
@@ -62,8 +63,8 @@ bool RunStages(JobKind kind, const std::filesystem::path& archivePath,
     }
     return DownloadPackage(packageUrl, archivePath) && VerifyPackage(archivePath) &&
            ExtractPackage(archivePath, stagingFolder) &&
-           RepairClientFolder(stagingFolder, IsReinstall(kind)) && DeployUninstaller() &&
-           RegisterGame();
+           RepairClientFolder(archivePath, stagingFolder, IsReinstall(kind)) &&
+           DeployUninstaller() && RegisterGame();
 }
 
 // After success and failure alike, so that a retry downloads afresh. What cannot be removed stays

@@ -11,6 +11,7 @@
 #include "common/folder_walk.h"
 #include "common/paths.h"
 #include "common/removal.h"
+#include "common/text.h"
 #include "common/tool_instance.h"
 #include "job/job_progress.h"
 #include "job/running_tool.h"
@@ -27,6 +28,20 @@ bool IsRoot(std::wstring_view canonicalPath) {
     const size_t volumeRoot =
         std::max(RootPathLength(canonicalPath), VolumeRootLength(canonicalPath));
     return canonicalPath.find_first_not_of(L"\\/", volumeRoot) == std::wstring_view::npos;
+}
+
+// Both canonical: backslashes only, none at the end of `folder`.
+bool IsAtOrBelow(std::wstring_view path, std::wstring_view folder) {
+    return path.starts_with(folder) &&
+           (path.size() == folder.size() || path[folder.size()] == L'\\');
+}
+
+// Whether a path that cannot be resolved has a drive letter, and another one than `canonicalPath`.
+bool IsOnAnotherDrive(const std::filesystem::path& unresolved, std::wstring_view canonicalPath) {
+    std::error_code error;
+    const std::wstring full = LowerCase(std::filesystem::absolute(unresolved, error).native());
+    return !error && full.size() > 2 && full[1] == L':' &&
+           full[0] != LowerCase(canonicalPath).front();
 }
 
 // Whether the tool's path may have been cut at the end of the buffer that it was read into: what
@@ -50,8 +65,21 @@ bool IsSafeReinstallFolder() {
     return tool && IsSameCanonicalPath(ParentFolder(tool->native()), clientRootText);
 }
 
-bool PrepareCleanReinstall() {
-    if (!IsSafeReinstallFolder()) {
+bool IsOutsideClientFolder(const std::filesystem::path& path) {
+    const std::optional<std::filesystem::path> clientRoot = WeaklyCanonical(toolFolder);
+    if (!clientRoot || path.empty()) {
+        return false;
+    }
+    const std::optional<std::filesystem::path> canonicalPath = WeaklyCanonical(path);
+    return canonicalPath ? !IsAtOrBelow(canonicalPath->native(), clientRoot->native())
+                         : IsOnAnotherDrive(path, clientRoot->native());
+}
+
+bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePaths) {
+    const bool packageIsOutside =
+        std::all_of(packagePaths.begin(), packagePaths.end(),
+                    [](const auto& path) { return path.empty() || IsOutsideClientFolder(path); });
+    if (!packageIsOutside || !IsSafeReinstallFolder()) {
         reportFailure(
             L"Safety check failed. Reinstall can only run from inside the game client folder.");
         return false;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <filesystem>
+#include <vector>
+
 // The destructive part of a reinstall: emptying the client folder, and the guard before it. Job
 // thread. Both work on `toolFolder` and `toolExePath`.
 
@@ -10,10 +13,18 @@
 // is refused. Touches nothing.
 bool IsSafeReinstallFolder();
 
+// Whether emptying the client folder leaves `path` alone: it leads neither to that folder nor to
+// anything below it. Judged by where both lead. No path can be resolved on some drives (RAM disks),
+// but these have letters of their own: a path that cannot be resolved is outside when it begins
+// with another drive's letter than the resolved client folder, and taken as inside otherwise. False
+// as well when the client folder cannot be resolved. Touches nothing.
+bool IsOutsideClientFolder(const std::filesystem::path& path);
+
 // Removes everything in the client folder but the tool's own file. True when that was done,
 // though entries that could not be removed stay: the copying that follows overwrites what it can
-// and reports the rest. False when the folder is not safe: the failure is reported, nothing is
-// touched. Publishes stage and texts once, does not look at the cancel flag; blocks until done.
-// Throws std::filesystem::filesystem_error when the folder's listing breaks off half-way; what was
-// listed before is then gone.
-bool PrepareCleanReinstall();
+// and reports the rest. False when the folder is not safe, or when one of `packagePaths` (empty
+// ones aside) is not outside of it, as with a temporary folder below the game: the failure is
+// reported, nothing is touched. Publishes stage and texts once, does not look at the cancel flag;
+// blocks until done. Throws std::filesystem::filesystem_error when the folder's listing breaks off
+// half-way; what was listed before is then gone.
+bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePaths = {});

@@ -21,6 +21,19 @@ protected:
     std::vector<std::wstring> ClientListing() const {
         return bench::FolderListing(Client());
     }
+
+    static void ExpectRefusal() {
+        const JobState state = snapshot();
+        EXPECT_EQ(state.stage, JobStage::Failed);
+        EXPECT_EQ(
+            state.errorMessage,
+            L"Safety check failed. Reinstall can only run from inside the game client folder.");
+        EXPECT_EQ(state.statusLine, L"Repair failed.");
+        EXPECT_EQ(state.detailLine, state.errorMessage);
+        EXPECT_TRUE(jobProgress.failed);
+        EXPECT_TRUE(jobProgress.finished);
+        EXPECT_FALSE(jobProgress.running);
+    }
 };
 
 }  // namespace
@@ -196,13 +209,24 @@ TEST_F(ReinstallCleanup, RefusesAndTouchesNothingWhenTheFolderIsNotSafe) {
     EXPECT_THAT(bench::FolderListing(Scratch()),
                 ElementsAre(L"games/", L"games/Client/", L"games/Client/RepairTool.exe",
                             L"games/Client/a.dat", L"package/"));
-    const JobState state = snapshot();
-    EXPECT_EQ(state.stage, JobStage::Failed);
-    EXPECT_EQ(state.statusLine, L"Repair failed.");
-    EXPECT_EQ(state.errorMessage,
-              L"Safety check failed. Reinstall can only run from inside the game client folder.");
-    EXPECT_EQ(state.detailLine, state.errorMessage);
-    EXPECT_TRUE(jobProgress.failed);
-    EXPECT_TRUE(jobProgress.finished);
-    EXPECT_FALSE(jobProgress.running);
+    ExpectRefusal();
+}
+
+TEST_F(ReinstallCleanup, RefusesToDeleteThePackageThatItIsFor) {
+    const fs::path staging = InClient(L"temp\\staging");
+    const fs::path archive = InClient(L"temp\\package.zip");
+    bench::WriteFile(staging / L"a.dat", "a");
+    bench::WriteFile(archive, "zip");
+    const std::vector<std::wstring> before = ClientListing();
+    for (const std::vector<fs::path>& packagePaths :
+         {std::vector{staging, archive}, std::vector{staging, Scratch() / L"package.zip"},
+          std::vector{Package(), archive}}) {
+        resetJobProgress();
+        jobProgress.running = true;
+        EXPECT_FALSE(PrepareCleanReinstall(packagePaths));
+        EXPECT_EQ(ClientListing(), before);
+        ExpectRefusal();
+    }
+    EXPECT_TRUE(PrepareCleanReinstall({Package(), Scratch() / L"package.zip"}));
+    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
 }

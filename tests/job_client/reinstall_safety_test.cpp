@@ -5,6 +5,7 @@
 #include "job/reinstall_cleanup.h"
 #include "job_client/client_folders.h"
 #include "job_client/file_hooks.h"
+#include "job_client/substituted_drive.h"
 
 namespace fs = std::filesystem;
 
@@ -40,29 +41,6 @@ bool IsSafeAt(const fs::path& folder, const fs::path& exePath) {
     const bench::ToolLocation location(folder, exePath);
     return IsSafeReinstallFolder();
 }
-
-// A drive letter that stands for a folder, as `subst` makes it.
-class SubstitutedDrive {
-public:
-    SubstitutedDrive(const wchar_t* drive, const fs::path& folder) : drive_(drive) {
-        made_ = ::DefineDosDeviceW(0, drive, folder.c_str()) != FALSE;
-    }
-    ~SubstitutedDrive() {
-        if (made_) {
-            ::DefineDosDeviceW(DDD_REMOVE_DEFINITION, drive_, nullptr);
-        }
-    }
-    SubstitutedDrive(const SubstitutedDrive&) = delete;
-    SubstitutedDrive& operator=(const SubstitutedDrive&) = delete;
-
-    bool Made() const {
-        return made_;
-    }
-
-private:
-    const wchar_t* drive_;
-    bool made_ = false;
-};
 
 class CurrentFolder {
 public:
@@ -116,7 +94,7 @@ TEST(ReinstallSafety, RefusesTheRootOfAnotherDrive) {
         GTEST_SKIP() << "a second drive is an exception here";
     }
     const bench::ClientFolders folders;
-    const SubstitutedDrive drive(L"X:", folders.Client());
+    const bench::SubstitutedDrive drive(L"X:", folders.Client());
     ASSERT_TRUE(drive.Made());
     EXPECT_FALSE(IsSafeAt(L"X:\\", L"X:\\RepairTool.exe"));
     EXPECT_FALSE(IsSafeAt(L"X:", L"X:\\RepairTool.exe"));
@@ -127,13 +105,13 @@ TEST(ReinstallSafety, AllowsASubstitutedDriveThatStandsForAClientFolder) {
         GTEST_SKIP() << "a substituted drive is a drive of its own here";
     }
     const bench::ClientFolders folders;
-    const SubstitutedDrive drive(L"X:", folders.Client());
+    const bench::SubstitutedDrive drive(L"X:", folders.Client());
     ASSERT_TRUE(drive.Made());
     EXPECT_TRUE(IsSafeAt(L"X:\\", L"X:\\RepairTool.exe"));
 }
 
 TEST(ReinstallSafety, RefusesASubstitutedDriveThatStandsForARoot) {
-    const SubstitutedDrive drive(L"X:", L"C:\\");
+    const bench::SubstitutedDrive drive(L"X:", L"C:\\");
     ASSERT_TRUE(drive.Made());
     EXPECT_FALSE(IsSafeAt(L"X:\\", L"X:\\tool.exe"));
 }
@@ -291,6 +269,67 @@ TEST(ReinstallSafety, RefusesAToolPathThatMayHaveBeenCut) {
     ASSERT_EQ(cut.size(), 259u);
     EXPECT_FALSE(IsSafeAt(parent, cut));
     EXPECT_TRUE(IsSafeAt(parent, cut.substr(0, 258)));
+}
+
+TEST(OutsideClientFolder, IsJudgedByWhereThePathLeads) {
+    const bench::ClientFolders folders;
+    const fs::path client = folders.Client();
+    bench::WriteFile(client / L"temp" / L"package.zip", "zip");
+    const std::pair<fs::path, bool> rows[] = {
+        {folders.Package(), true},
+        {folders.Scratch() / L"missing" / L"package.zip", true},
+        {folders.Scratch() / L"games", true},
+        {folders.Scratch() / L"games" / L"Client 2" / L"package.zip", true},
+        {client / L"..", true},
+        {client, false},
+        {client / L"temp", false},
+        {client / L"temp" / L"package.zip", false},
+        {client / L"temp" / L"missing.zip", false},
+        {client / L"missing" / L"package.zip", false},
+        {folders.Package() / L".." / L"GAMES" / L"client" / L"Temp", false},
+        {L"", false},
+    };
+    for (const auto& [path, isOutside] : rows) {
+        EXPECT_EQ(IsOutsideClientFolder(path), isOutside) << path;
+    }
+}
+
+TEST(OutsideClientFolder, TakesARelativePathFromTheCurrentFolder) {
+    const bench::ClientFolders folders;
+    {
+        const CurrentFolder current(folders.Client());
+        EXPECT_FALSE(IsOutsideClientFolder(L"package.zip"));
+        EXPECT_TRUE(IsOutsideClientFolder(L"..\\package.zip"));
+    }
+    const CurrentFolder current(folders.Package());
+    EXPECT_TRUE(IsOutsideClientFolder(L"package.zip"));
+}
+
+TEST(OutsideClientFolder, FollowsLinks) {
+    const bench::ClientFolders folders;
+    const fs::path into = folders.Scratch() / L"into the client";
+    const fs::path out = folders.Client() / L"out of the client";
+    if (!bench::MakeFolderLink(into, folders.Client()) ||
+        !bench::MakeFolderLink(out, folders.Package())) {
+        GTEST_SKIP() << "no links for this user";
+    }
+    EXPECT_FALSE(IsOutsideClientFolder(into / L"package.zip"));
+    EXPECT_TRUE(IsOutsideClientFolder(out / L"package.zip"));
+}
+
+TEST(OutsideClientFolder, IsSafeWhenAPathCannotBeResolved) {
+    const bench::ClientFolders folders;
+    const bench::FolderOnAnotherDrive drive(folders.Package());
+    std::wstring unresolvable;
+    const bench::OpenHook hook([&](const std::wstring& path) -> DWORD {
+        return path == unresolvable ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    });
+    unresolvable = folders.Package();
+    EXPECT_FALSE(IsOutsideClientFolder(unresolvable)) << "on the client's drive";
+    unresolvable = drive.Path();
+    EXPECT_TRUE(IsOutsideClientFolder(unresolvable)) << "on another drive";
+    unresolvable = folders.Client();
+    EXPECT_FALSE(IsOutsideClientFolder(folders.Package())) << "the client itself";
 }
 
 TEST(ReinstallSafety, TouchesNothing) {

@@ -138,6 +138,39 @@ TEST_F(JobFailureTest, ReinstallOutsideAClientFolderIsRefusedAndDeletesNothing) 
     EXPECT_FALSE(ReadKey(kEntryKey));
 }
 
+TEST_F(JobFailureTest, ReinstallWithTheTemporaryFolderInTheClientFolderIsRefused) {
+    const fs::path temp = Client() / L"temp";
+    fs::create_directory(temp);
+    bench::WriteFile(Client() / L"mine", "mine");
+    const bench::EnvironmentVariable tmp(L"TMP", temp);
+    RunJob(JobKind::Reinstall);
+    ExpectFailure(
+        L"Safety check failed. Reinstall can only run from inside the game client folder.");
+    EXPECT_EQ(bench::FirstDifference({{L"mine", "mine"}, {L"temp/", ""}}, ClientContents()), "");
+    resetForRetry();
+    RunJob(JobKind::Repair);
+    ExpectSuccess(kRepairSuccess);
+}
+
+TEST_F(JobFailureTest, PackageThatWouldBeDeletedAloneIsReasonEnoughForTheRefusal) {
+    // The two names are asked for one after the other.
+    const fs::path temp = Client() / L"temp";
+    fs::create_directory(temp);
+    int asked = 0;
+    const auto hook = HookCall<decltype(&::GetTempPathW)>(
+        kKernel32, "GetTempPathW", [&](DWORD size, LPWSTR path) -> DWORD {
+            const bench::EnvironmentVariable tmp(
+                L"TMP", ++asked == 1 ? temp.native() : machine_.Root().native());
+            return Real<decltype(&::GetTempPathW)>("GetTempPathW")(size, path);
+        });
+    bench::WriteFile(Client() / L"mine", "mine");
+    RunJob(JobKind::Reinstall);
+    ExpectFailure(
+        L"Safety check failed. Reinstall can only run from inside the game client folder.");
+    EXPECT_EQ(bench::ReadFile(Client() / L"mine"), "mine");
+    EXPECT_EQ(asked, 2);
+}
+
 TEST_F(JobFailureTest, CopyThatFailsInAReinstallNamesTheFile) {
     bench::WriteFile(Client() / L"client.exe", "old");
     const bench::OpenElsewhere open(Client() / L"client.exe", FILE_SHARE_READ);
