@@ -130,6 +130,27 @@ TEST_F(WriteUninstallerTest, FailsWhileTheUninstallerIsRunning) {
                 bench::ReadFile(FolderOfThisProgram() / L"child_program.exe"));
 }
 
+TEST_F(WriteUninstallerTest, FailsOnAHardLinkToTheRunningToolAndLeavesItsBytes) {
+    const RunningCopy tool(L"child_program.exe", toolExePath, L"sleep 60000");
+    ASSERT_TRUE(tool.Process());
+    ASSERT_TRUE(
+        ::CreateHardLinkW((toolFolder / L"Uninstall.exe").c_str(), toolExePath.c_str(), nullptr));
+    EXPECT_FALSE(WriteUninstaller());
+    EXPECT_TRUE(bench::ReadFile(toolExePath) ==
+                bench::ReadFile(FolderOfThisProgram() / L"child_program.exe"));
+}
+
+TEST_F(WriteUninstallerTest, ReplacesAHiddenOrSystemFileOrFails) {
+    // Windows refuses to overwrite one.
+    for (const DWORD attribute : {DWORD{FILE_ATTRIBUTE_HIDDEN}, DWORD{FILE_ATTRIBUTE_SYSTEM}}) {
+        bench::WriteFile(toolFolder / L"Uninstall.exe", "old");
+        ASSERT_TRUE(::SetFileAttributesW((toolFolder / L"Uninstall.exe").c_str(), attribute));
+        const bool written = WriteUninstaller();
+        EXPECT_EQ(bench::ReadFile(toolFolder / L"Uninstall.exe"), written ? kEmbedded : "old");
+        fs::remove(toolFolder / L"Uninstall.exe");
+    }
+}
+
 TEST_F(WriteUninstallerTest, FailsOnAFolderOfThatName) {
     fs::create_directory(toolFolder / L"Uninstall.exe");
     EXPECT_FALSE(WriteUninstaller());
