@@ -154,6 +154,21 @@ TEST(ScratchFolder, IsFreshAndGoesWithItsContent) {
     EXPECT_FALSE(Exists(folder));
 }
 
+TEST(ScratchFolder, TakesAnEntryNamedLikeADriveForWhatItIs) {
+    if (!bench::IsWine()) {
+        GTEST_SKIP() << "no such names here";
+    }
+    fs::path folder;
+    {
+        const ScratchFolder scratch;
+        folder = scratch.Path();
+        // A drive that there is not.
+        ASSERT_TRUE(::CreateDirectoryW((folder.native() + L"\\q:").c_str(), nullptr));
+        EXPECT_THAT(bench::FolderListing(folder), ElementsAre(L"q:/"));
+    }
+    EXPECT_FALSE(Exists(folder));
+}
+
 TEST(ScratchFolder, LeavesTheTargetsOfLinksAlone) {
     const ScratchFolder kept;
     bench::WriteFile(kept.Path() / L"sub" / L"inside.txt", "kept");

@@ -55,6 +55,12 @@ fs::path Verbatim(const fs::path& absolute) {
     return L"\\\\?\\" + absolute.native();
 }
 
+// As plain text: Wine allows an entry named "Z:", which joining paths would take for the drive, and
+// removing the scratch folder would then empty that drive.
+fs::path EntryIn(const fs::path& folder, const std::wstring& name) {
+    return folder.native() + L"\\" + name;
+}
+
 // Calls visit(name, attributes) for each entry of the folder.
 template <class Visit>
 void ForEachEntry(const fs::path& folder, Visit visit) {
@@ -84,7 +90,7 @@ void RemoveWithoutFollowing(const fs::path& path, DWORD attributes) {
         // Only once the search is over, which keeps the folder open.
         std::vector<std::pair<fs::path, DWORD>> entries;
         ForEachEntry(path, [&](const std::wstring& name, DWORD entryAttributes) {
-            entries.emplace_back(path / name, entryAttributes);
+            entries.emplace_back(EntryIn(path, name), entryAttributes);
         });
         for (const auto& [entry, entryAttributes] : entries) {
             RemoveWithoutFollowing(entry, entryAttributes);
@@ -102,7 +108,7 @@ void ListBelow(const fs::path& folder, const std::wstring& prefix,
             listing.push_back(prefix + name + L"@");
         } else {
             listing.push_back(prefix + name + L"/");
-            ListBelow(folder / name, prefix + name + L"/", listing);
+            ListBelow(EntryIn(folder, name), prefix + name + L"/", listing);
         }
     });
 }
