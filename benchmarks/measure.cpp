@@ -112,10 +112,10 @@ void PrintCpuTimes(std::string_view what, const Comparison& comparison) {
                 comparison.toolCpuSeconds / rounds, comparison.bareCpuSeconds / rounds);
 }
 
-void PrintMemoryGrowth(std::string_view what, const Work& small, const Work& large) {
-    RunOrExit(small);
+void PrintMemoryGrowth(std::string_view what, const Work& smallPackage, const Work& largePackage) {
+    RunOrExit(smallPackage);
     const double before = PeakMebibytes();
-    RunOrExit(large);
+    RunOrExit(largePackage);
     const double after = PeakMebibytes();
     std::printf("%s: peak memory %.1f MiB small, %.1f MiB large, grown by %.1f MiB\n",
                 std::string(what).c_str(), before, after, after - before);

@@ -39,4 +39,4 @@ void PrintCpuTimes(std::string_view what, const Comparison& comparison);
 
 // One line: by how much the program's peak memory grows from a small package to a large one.
 // Peaks never fall, so the program must not have needed much before.
-void PrintMemoryGrowth(std::string_view what, const Work& small, const Work& large);
+void PrintMemoryGrowth(std::string_view what, const Work& smallPackage, const Work& largePackage);

@@ -30,8 +30,8 @@ constexpr wchar_t kZipFailureMessage[] =
 // The third and the fourth byte are looked at separately, so pairs that no ZIP program writes,
 // such as 03 06, pass as well. That does no harm: the unpacking program has the last word.
 bool HasZipSignature(std::span<const std::byte> bytes) {
-    const auto isOneOf = [](std::byte byte, int first, int second, int third) {
-        const int value = std::to_integer<int>(byte);
+    const auto isOneOf = [](std::byte character, int first, int second, int third) {
+        const int value = std::to_integer<int>(character);
         return value == first || value == second || value == third;
     };
     return bytes.size() >= 4 && bytes[0] == std::byte{'P'} && bytes[1] == std::byte{'K'} &&

@@ -105,9 +105,9 @@ std::wstring ToHex(std::span<const UCHAR> bytes) {
     constexpr std::wstring_view kHexDigits = L"0123456789abcdef";
     std::wstring hex;
     hex.reserve(bytes.size() * 2);
-    for (const UCHAR byte : bytes) {
-        hex += kHexDigits[byte >> 4];
-        hex += kHexDigits[byte & 0x0F];
+    for (const UCHAR value : bytes) {
+        hex += kHexDigits[value >> 4];
+        hex += kHexDigits[value & 0x0F];
     }
     return hex;
 }

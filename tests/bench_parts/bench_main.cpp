@@ -22,6 +22,8 @@ void KeepDialogsAway() {
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
 #ifdef _MSC_VER
     _set_abort_behavior(0, _WRITE_ABORT_MSG | _CALL_REPORTFAULT);
+#endif
+#ifdef _DEBUG
     for (const int reportType : {_CRT_WARN, _CRT_ERROR, _CRT_ASSERT}) {
         _CrtSetReportMode(reportType, _CRTDBG_MODE_FILE);
         _CrtSetReportFile(reportType, _CRTDBG_FILE_STDERR);

@@ -9,6 +9,7 @@
 // Anything else, or a file that cannot be written, ends with kUsageError.
 
 #include <cstdlib>
+#include <cwchar>
 #include <string>
 #include <string_view>
 

@@ -8,7 +8,9 @@
 #include <winsock2.h>
 
 #include <atomic>
+#include <exception>
 #include <filesystem>
+#include <ios>
 #include <memory>
 #include <sstream>
 #include <stdexcept>

@@ -6,7 +6,8 @@
 // when it could not be, with kNotUnderstood for any other command line. With the environment
 // variable BENCH_POWERSHELL_EXIT it does nothing and ends with that code.
 
-#include <cstdlib>
+#include <array>
+#include <cwchar>
 #include <string>
 #include <string_view>
 
@@ -56,8 +57,10 @@ bool Understand(std::wstring_view commandLine, std::wstring& archive, std::wstri
 }  // namespace
 
 int wmain() {
-    if (const wchar_t* const wanted = _wgetenv(L"BENCH_POWERSHELL_EXIT")) {
-        return static_cast<int>(std::wcstoll(wanted, nullptr, 0));
+    std::array<wchar_t, 16> wanted{};
+    if (::GetEnvironmentVariableW(L"BENCH_POWERSHELL_EXIT", wanted.data(),
+                                  static_cast<DWORD>(wanted.size())) != 0) {
+        return static_cast<int>(std::wcstoll(wanted.data(), nullptr, 0));
     }
     std::wstring archive;
     std::wstring folder;

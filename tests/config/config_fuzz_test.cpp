@@ -112,8 +112,8 @@ TEST(ParseConfigTextFuzz, EscapingAnyTextAndReadingItBackGivesTheSameText) {
     for (int i = 0; i < 20'000; ++i) {
         const std::string text = generator.Next();
         std::string escaped;
-        for (const char byte : text) {
-            switch (byte) {
+        for (const char character : text) {
+            switch (character) {
                 case '\\':
                     escaped += "\\\\";
                     break;
@@ -124,7 +124,7 @@ TEST(ParseConfigTextFuzz, EscapingAnyTextAndReadingItBackGivesTheSameText) {
                     escaped += "\\r";
                     break;
                 default:
-                    escaped += byte;
+                    escaped += character;
                     break;
             }
         }

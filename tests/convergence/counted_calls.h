@@ -83,7 +83,8 @@ private:
     }
 
     // Ends the process; comes back when the call knows no half.
-    static void DoHalf(Intervention intervention, Arguments... arguments) {
+    static void DoHalf([[maybe_unused]] Intervention intervention,
+                       [[maybe_unused]] Arguments... arguments) {
         if constexpr (kName.Is("CopyFileW")) {
             [=](const wchar_t* source, const wchar_t* target, BOOL) {
                 CopyHalf(source, target, intervention == Intervention::DieStretched);

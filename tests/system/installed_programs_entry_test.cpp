@@ -300,6 +300,11 @@ LSTATUS WINAPI RecordSetValue(HKEY key, LPCWSTR name, DWORD reserved, DWORD type
     return setValue(key, name, reserved, type, data, size);
 }
 
+BOOL WINAPI FindAnyFile(LPCWSTR, GET_FILEEX_INFO_LEVELS, LPVOID found) {
+    *static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(found) = {};
+    return TRUE;
+}
+
 LSTATUS WINAPI RecordCloseKey(HKEY key) {
     registryCalls.closed.push_back(key);
     return closeKey(key);
@@ -385,12 +390,8 @@ TEST_F(RegisterProgramsAndFeaturesTest, ClosesTheKeyItOpened) {
 
 TEST_F(RegisterProgramsAndFeaturesTest, GuardsAQuoteInTheUninstallersPath) {
     // No real folder can hold a double quote, so the path stands beside the file that is found.
-    const ImportHook findsEverything(
-        L"kernel32.dll", "GetFileAttributesExW",
-        reinterpret_cast<void*>(+[](LPCWSTR, GET_FILEEX_INFO_LEVELS, LPVOID found) WINAPI -> BOOL {
-            *static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(found) = {};
-            return TRUE;
-        }));
+    const ImportHook findsEverything(L"kernel32.dll", "GetFileAttributesExW",
+                                     reinterpret_cast<void*>(&FindAnyFile));
     ASSERT_TRUE(findsEverything.Installed());
     toolFolder = L"C:\\a\"b";
     EXPECT_TRUE(Register());
