@@ -114,7 +114,8 @@ function(use_wide_entry_point target)
 endfunction()
 
 # add_branded_uninstaller(target brand_folder output_folder): Uninstall.exe for one game, in
-# `output_folder`. Its version resource is filled from the `uninstaller*` keys.
+# `output_folder`, different for each configuration. Its version resource is filled from the
+# `uninstaller*` keys.
 function(add_branded_uninstaller target brand_folder output_folder)
     cmake_path(ABSOLUTE_PATH brand_folder BASE_DIRECTORY "${PROJECT_SOURCE_DIR}" NORMALIZE)
     set(config_file "${brand_folder}/config.txt")
@@ -133,9 +134,8 @@ function(add_branded_uninstaller target brand_folder output_folder)
                  "${PROJECT_SOURCE_DIR}/resources/uninstaller.manifest")
     target_include_directories(${target} PRIVATE "${generated}" "${brand_folder}")
     target_link_libraries(${target} PRIVATE uninstaller_core)
-    # The empty generator expression keeps the file where it is told to be for all build types.
     set_target_properties(${target} PROPERTIES OUTPUT_NAME Uninstall RUNTIME_OUTPUT_DIRECTORY
-                                                                     "${output_folder}$<1:>")
+                                                                     "${output_folder}")
     use_wide_entry_point(${target})
 endfunction()
 
@@ -152,7 +152,15 @@ function(add_branded_tool target brand_folder)
         set(file_name "KrvBrennickInstaller.exe")
     endif()
     write_brand_version("${config_file}" repair "${file_name}" "${generated}")
-    add_branded_uninstaller(${target}_uninstaller "${brand_folder}" "${generated}")
+    # Visual Studio builds several configurations in one tree. Each gets a folder of its own: a release
+    # must not carry the uninstaller of a debug build.
+    set(configuration_folder "")
+    get_property(is_multi_config GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+    if(is_multi_config)
+        set(configuration_folder "/$<CONFIG>")
+    endif()
+    set(uninstaller_folder "${generated}${configuration_folder}")
+    add_branded_uninstaller(${target}_uninstaller "${brand_folder}" "${uninstaller_folder}")
 
     add_executable(${target} WIN32 "${PROJECT_SOURCE_DIR}/src/ui/entry_point.cpp" "${script}")
     # CMake does not see the files that a resource script embeds.
@@ -162,14 +170,25 @@ function(add_branded_tool target brand_folder)
         PROPERTY OBJECT_DEPENDS
                  "${config_file};${brand_folder}/background.jpg;${brand_folder}/logo.png"
                  "${brand_folder}/tool.ico;${PROJECT_SOURCE_DIR}/resources/tool.manifest"
-                 "${generated}/brand_version.h;${generated}/Uninstall.exe")
+                 "${generated}/brand_version.h")
+    if(NOT is_multi_config)
+        # This property takes no generator expression. Visual Studio needs none of these entries: it
+        # records which files the resource compiler reads.
+        set_property(SOURCE "${script}" APPEND PROPERTY OBJECT_DEPENDS
+                                                        "${uninstaller_folder}/Uninstall.exe")
+    endif()
     add_dependencies(${target} ${target}_uninstaller)
-    target_include_directories(${target} PRIVATE "${generated}" "${brand_folder}")
+    target_include_directories(${target} PRIVATE "${generated}" "${uninstaller_folder}"
+                                                 "${brand_folder}")
     target_link_libraries(${target} PRIVATE repair_core)
     string(REGEX REPLACE "\\.[Ee][Xx][Ee]$" "" output_name "${file_name}")
-    # A folder for each brand, for two brands may give their tools one name.
+    # A folder for each brand, because two brands may give their tools one name; beside the test
+    # programs, which look for it there.
     set_target_properties(
-        ${target} PROPERTIES OUTPUT_NAME "${output_name}"
-                             RUNTIME_OUTPUT_DIRECTORY "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${target}")
+        ${target}
+        PROPERTIES
+            OUTPUT_NAME "${output_name}"
+            RUNTIME_OUTPUT_DIRECTORY
+            "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}${configuration_folder}/${target}")
     use_wide_entry_point(${target})
 endfunction()
