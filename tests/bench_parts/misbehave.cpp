@@ -107,8 +107,14 @@ int main(int argc, char** argv) {
     if (mode == "exit-256") {
         return 256;
     }
+    // As GoogleTest says it.
+    if (mode == "skip" || mode == "skip-for-wine") {
+        std::printf("a_test.cpp:12: Skipped\n%s do it\n\n[  SKIPPED ] Suite.Test (1 ms)\n",
+                    mode == "skip" ? "This machine cannot" : "Wine cannot");
+    }
     const bool success =
-        mode == "pass" || (mode == "leave-child" && StartSleeper(argv[0])) ||
+        mode == "pass" || mode == "skip" || mode == "skip-for-wine" ||
+        (mode == "leave-child" && StartSleeper(argv[0])) ||
         (mode == "litter" && FindsEmptyFoldersAndLittersThem()) ||
         (mode == "meet" && argc == 4 && RunsBesideTheOtherUnseen(argv[2], argv[3]));
     if (!success) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <stdexcept>
 #include <system_error>
 
 #include "common/text.h"
@@ -220,12 +221,12 @@ std::optional<DWORD> AwaitExitCode(const KernelHandle& process) {
     return code;
 }
 
-std::optional<fs::path> EmptySmallDisk() {
+fs::path EmptySmallDisk() {
     const fs::path disk = fs::path(BENCH_SMALL_DISK_FOLDER).make_preferred();
     ULARGE_INTEGER size{};
     if (!::GetDiskFreeSpaceExW(disk.c_str(), nullptr, &size, nullptr) ||
         size.QuadPart > kSmallDiskLimit) {
-        return std::nullopt;
+        throw std::runtime_error("the small disk is not mounted");
     }
     for (const fs::directory_entry& entry : fs::directory_iterator(disk)) {
         fs::remove_all(entry.path());

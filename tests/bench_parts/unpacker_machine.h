@@ -91,7 +91,8 @@ KernelHandle OpenRunningProcess(DWORD processId);
 // Waits for its end, but not for ever. None when it still runs.
 std::optional<DWORD> AwaitExitCode(const KernelHandle& process);
 
-// A disk of 2 MB, empty, as another volume than the prefix's. None where it could not be mounted.
-std::optional<std::filesystem::path> EmptySmallDisk();
+// A disk of 2 MB, empty, as another volume than the prefix's. Throws std::runtime_error when it is
+// not mounted; only the bench can mount it.
+std::filesystem::path EmptySmallDisk();
 
 }  // namespace bench

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "bench_parts/skipping.h"
 #include "job/client_repair.h"
 #include "job/job_progress.h"
 #include "job_client/client_folders.h"
@@ -38,9 +39,8 @@ DWORD MarkCloudEntries(WIN32_FIND_DATAW& entry) {
 TEST_F(ClientRepairLinks, ALinkToAFolderBecomesTheFolderThatItLeadsTo) {
     const fs::path elsewhere = Scratch() / L"elsewhere";
     bench::WriteFile(elsewhere / L"a.dat", "a");
-    if (!bench::MakeFolderLink(InPackage(L"link"), elsewhere)) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"link"), elsewhere),
+                            "links for this user");
     EXPECT_TRUE(Repair());
     // Seen from the package it lies at "..\elsewhere", and so does the folder created.
     EXPECT_THAT(bench::FolderListing(Scratch() / L"games"),
@@ -50,10 +50,9 @@ TEST_F(ClientRepairLinks, ALinkToAFolderBecomesTheFolderThatItLeadsTo) {
 
 TEST_F(ClientRepairLinks, ALinkWithinThePackageIsNotEntered) {
     bench::WriteFile(InPackage(L"data\\a.dat"), "a");
-    if (!bench::MakeFolderLink(InPackage(L"data\\round"), Package()) ||
-        !bench::MakeFolderLink(InPackage(L"link"), InPackage(L"data"))) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"data\\round"), Package()) &&
+                                bench::MakeFolderLink(InPackage(L"link"), InPackage(L"data")),
+                            "links for this user");
     EXPECT_TRUE(Repair());
     EXPECT_THAT(bench::FolderListing(Client()),
                 ElementsAre(L"RepairTool.exe", L"data/", L"data/a.dat"));
@@ -62,9 +61,8 @@ TEST_F(ClientRepairLinks, ALinkWithinThePackageIsNotEntered) {
 
 TEST_F(ClientRepairLinks, ALinkToNothingIsSkipped) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
-    if (!bench::MakeFolderLink(InPackage(L"link"), Scratch() / L"missing")) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"link"), Scratch() / L"missing"),
+                            "links for this user");
     EXPECT_TRUE(Repair());
     EXPECT_THAT(bench::FolderListing(Scratch() / L"games"),
                 ElementsAre(L"Client/", L"Client/RepairTool.exe", L"Client/a.dat"));
@@ -72,9 +70,7 @@ TEST_F(ClientRepairLinks, ALinkToNothingIsSkipped) {
 }
 
 TEST_F(ClientRepairLinks, ALinkToAnotherDriveIsSkipped) {
-    if (!bench::IsWine()) {
-        GTEST_SKIP() << "a second drive is an exception here";
-    }
+    SKIP_ON_WINDOWS("a second drive is an exception here");
     bench::WriteFile(InPackage(L"a.dat"), "a");
     ASSERT_TRUE(bench::MakeFolderLink(InPackage(L"link"), L"Z:\\usr"));
     EXPECT_TRUE(Repair());
@@ -84,9 +80,8 @@ TEST_F(ClientRepairLinks, ALinkToAnotherDriveIsSkipped) {
 TEST_F(ClientRepairLinks, ALinkToAFileIsAFile) {
     const fs::path elsewhere = Scratch() / L"elsewhere.dat";
     bench::WriteFile(elsewhere, "content");
-    if (!bench::MakeFileLink(InPackage(L"link.dat"), elsewhere)) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFileLink(InPackage(L"link.dat"), elsewhere),
+                            "links for this user");
     EXPECT_TRUE(Repair());
     // Under Wine a file link is not to be told from a file and keeps its name.
     const fs::path target =
@@ -99,9 +94,7 @@ TEST_F(ClientRepairLinks, ALinkToAFileIsAFile) {
 TEST_F(ClientRepairLinks, APackageReachedThroughALinkIsLikeAnyOther) {
     bench::WriteFile(InPackage(L"data\\a.dat"), "a");
     const fs::path link = Scratch() / L"link";
-    if (!bench::MakeFolderLink(link, Package())) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, Package()), "links for this user");
     EXPECT_TRUE(VerifyAndRepairClient(link, false));
     EXPECT_THAT(bench::FolderListing(Client()),
                 ElementsAre(L"RepairTool.exe", L"data/", L"data/a.dat"));
@@ -111,18 +104,16 @@ TEST_F(ClientRepairLinks, ALinkInsideAPackageReachedThroughALinkIsStillMeasuredF
     fs::create_directory(Package() / L"real");
     const fs::path link = Scratch() / L"deep" / L"er" / L"link";
     fs::create_directories(link.parent_path());
-    if (!bench::MakeFolderLink(link, Package()) ||
-        !bench::MakeFolderLink(InPackage(L"alias"), InPackage(L"real"))) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, Package()) &&
+                                bench::MakeFolderLink(InPackage(L"alias"), InPackage(L"real")),
+                            "links for this user");
     EXPECT_TRUE(VerifyAndRepairClient(link, false));
     EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"real/"));
 }
 
 TEST_F(ClientRepairLinks, TheToolIsNotOverwrittenThroughALinkInTheClient) {
-    if (!bench::MakeFolderLink(InClient(L"sub"), Client())) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InClient(L"sub"), Client()),
+                            "links for this user");
     bench::WriteFile(InPackage(L"sub\\RepairTool.exe"), "package");
     bench::WriteFile(InPackage(L"sub\\a.dat"), "a");
     EXPECT_TRUE(Repair());
@@ -153,9 +144,8 @@ TEST_F(ClientRepairLinks, WhatLiesBelowAReparsePointIsPlacedByItsFinalPath) {
     bench::WriteFile(elsewhere / L"inner" / L"a.dat", "a");
     bench::WriteFile(InPackage(L"cloud2\\b.dat"), "b");
     bench::WriteFile(InPackage(L"zzz.dat"), "z");
-    if (!bench::MakeFolderLink(InPackage(L"cloud"), elsewhere)) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"cloud"), elsewhere),
+                            "links for this user");
     {
         const bench::ListingHook hook(&MarkCloudEntries);
         EXPECT_TRUE(Repair());

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "bench_parts/skipping.h"
 #include "job/job_progress.h"
 #include "job_client/client_folders.h"
 #include "job_client/file_hooks.h"
@@ -100,9 +101,7 @@ TEST_F(ReinstallCleanup, KeepsTheToolByItsShortName) {
     const fs::path tool = InClient(L"The repair tool of the game.exe");
     bench::WriteFile(tool, "tool");
     const fs::path shortPath = bench::WithShortName(tool);
-    if (shortPath.empty()) {
-        GTEST_SKIP() << "no short names on this volume";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(!shortPath.empty(), "short names on this volume");
     const bench::ToolLocation location(Client(), shortPath);
     EXPECT_TRUE(PrepareCleanReinstall());
     EXPECT_THAT(ClientListing(), ElementsAre(L"The repair tool of the game.exe"));
@@ -110,9 +109,7 @@ TEST_F(ReinstallCleanup, KeepsTheToolByItsShortName) {
 
 TEST_F(ReinstallCleanup, EmptiesTheFolderThatALinkLeadsTo) {
     const fs::path link = Scratch() / L"link";
-    if (!bench::MakeFolderLink(link, Client())) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, Client()), "links for this user");
     bench::WriteFile(InClient(L"a.dat"), "a");
     const bench::ToolLocation location(link, link / L"RepairTool.exe");
     EXPECT_TRUE(PrepareCleanReinstall());
@@ -123,10 +120,9 @@ TEST_F(ReinstallCleanup, LeavesWhatALinkLeadsTo) {
     const fs::path elsewhere = Scratch() / L"elsewhere";
     bench::WriteFile(elsewhere / L"photos" / L"precious.jpg", "precious");
     fs::create_directory(InClient(L"sub"));
-    if (!bench::MakeFolderLink(InClient(L"link"), elsewhere) ||
-        !bench::MakeFolderLink(InClient(L"sub\\link"), elsewhere)) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InClient(L"link"), elsewhere) &&
+                                bench::MakeFolderLink(InClient(L"sub\\link"), elsewhere),
+                            "links for this user");
     EXPECT_TRUE(PrepareCleanReinstall());
     EXPECT_THAT(bench::FolderListing(elsewhere), ElementsAre(L"photos/", L"photos/precious.jpg"));
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "bench_parts/skipping.h"
 #include "common/tool_instance.h"
 #include "job/job_progress.h"
 #include "job/reinstall_cleanup.h"
@@ -40,6 +41,15 @@ bool IsSafeWithToolIn(const fs::path& folder) {
 bool IsSafeAt(const fs::path& folder, const fs::path& exePath) {
     const bench::ToolLocation location(folder, exePath);
     return IsSafeReinstallFolder();
+}
+
+std::wstring FinalPath(const fs::path& folder) {
+    const auto opened = AdoptHandle<KernelHandle>(
+        ::CreateFileW(folder.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                      FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(::GetFinalPathNameByHandleW(opened.get(), path.data(), MAX_PATH, 0));
+    return path;
 }
 
 class CurrentFolder {
@@ -90,9 +100,7 @@ TEST(ReinstallSafety, RefusesTheRootOfAMissingDrive) {
 }
 
 TEST(ReinstallSafety, RefusesTheRootOfAnotherDrive) {
-    if (!bench::IsWine()) {
-        GTEST_SKIP() << "a second drive is an exception here";
-    }
+    SKIP_ON_WINDOWS("a second drive is an exception here");
     const bench::ClientFolders folders;
     const bench::SubstitutedDrive drive(L"X:", folders.Client());
     ASSERT_TRUE(drive.Made());
@@ -101,12 +109,11 @@ TEST(ReinstallSafety, RefusesTheRootOfAnotherDrive) {
 }
 
 TEST(ReinstallSafety, AllowsASubstitutedDriveThatStandsForAClientFolder) {
-    if (bench::IsWine()) {
-        GTEST_SKIP() << "a substituted drive is a drive of its own here";
-    }
     const bench::ClientFolders folders;
     const bench::SubstitutedDrive drive(L"X:", folders.Client());
     ASSERT_TRUE(drive.Made());
+    SKIP_ON_WINE_WITHOUT(FinalPath(L"X:\\") == FinalPath(folders.Client()),
+                         "resolve a substituted drive");
     EXPECT_TRUE(IsSafeAt(L"X:\\", L"X:\\RepairTool.exe"));
 }
 
@@ -147,9 +154,7 @@ TEST(ReinstallSafety, CountsUtf16Units) {
 TEST(ReinstallSafety, RefusesALinkToADrivesRoot) {
     const bench::ClientFolders folders;
     const fs::path link = folders.Scratch() / L"link to the root";
-    if (!bench::MakeFolderLink(link, L"C:\\")) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, L"C:\\"), "links for this user");
     bench::WriteFile(L"C:\\tool.exe", "tool");
     EXPECT_FALSE(IsSafeWithToolIn(link));
     fs::remove(L"C:\\tool.exe");
@@ -159,18 +164,14 @@ TEST(ReinstallSafety, RefusesALinkToAShortPath) {
     const bench::ClientFolders folders;
     const ToolFolderAt five(L"C:\\ab");
     const fs::path link = folders.Scratch() / L"link to a short path";
-    if (!bench::MakeFolderLink(link, L"C:\\ab")) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, L"C:\\ab"), "links for this user");
     EXPECT_FALSE(IsSafeWithToolIn(link));
 }
 
 TEST(ReinstallSafety, AllowsALinkToTheClientFolder) {
     const bench::ClientFolders folders;
     const fs::path link = folders.Scratch() / L"link";
-    if (!bench::MakeFolderLink(link, folders.Client())) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, folders.Client()), "links for this user");
     EXPECT_TRUE(IsSafeAt(link, link / L"RepairTool.exe"));
     EXPECT_TRUE(IsSafeAt(link, folders.Tool()));
     EXPECT_TRUE(IsSafeAt(folders.Client(), link / L"RepairTool.exe"));
@@ -180,9 +181,8 @@ TEST(ReinstallSafety, RefusesALinkThatLeadsTheToolElsewhere) {
     const bench::ClientFolders folders;
     const fs::path other = folders.Scratch() / L"other";
     bench::WriteFile(other / L"RepairTool.exe", "another tool");
-    if (!bench::MakeFolderLink(folders.Scratch() / L"link", other)) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(folders.Scratch() / L"link", other),
+                            "links for this user");
     EXPECT_FALSE(IsSafeAt(folders.Client(), folders.Scratch() / L"link" / L"RepairTool.exe"));
 }
 
@@ -198,9 +198,7 @@ TEST(ReinstallSafety, AllowsTheClientFolderByItsShortName) {
     const fs::path tool = client / L"tool.exe";
     bench::WriteFile(tool, "tool");
     const fs::path shortPath = bench::WithShortName(client);
-    if (shortPath.empty()) {
-        GTEST_SKIP() << "no short names on this volume";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(!shortPath.empty(), "short names on this volume");
     EXPECT_TRUE(IsSafeAt(shortPath, shortPath / L"tool.exe"));
     EXPECT_TRUE(IsSafeAt(shortPath, tool));
     EXPECT_TRUE(IsSafeAt(client, shortPath / L"tool.exe"));
@@ -242,9 +240,7 @@ TEST(ReinstallSafety, RefusesWhenTheToolCannotBeResolved) {
 }
 
 TEST(ReinstallSafety, JudgesNetworkPathsByTheirText) {
-    if (!bench::IsWine()) {
-        GTEST_SKIP() << "asking the network for a missing server takes too long";
-    }
+    SKIP_ON_WINDOWS("asking the network for a missing server takes too long");
     EXPECT_TRUE(IsSafeWithToolIn(L"\\\\server\\share\\game"));
     EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\game", L"\\\\server\\share\\tool.exe"));
     EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\game", L"\\\\server\\other\\game\\tool.exe"));
@@ -253,9 +249,7 @@ TEST(ReinstallSafety, JudgesNetworkPathsByTheirText) {
 }
 
 TEST(ReinstallSafety, RefusesTheRootOfANetworkShare) {
-    if (!bench::IsWine()) {
-        GTEST_SKIP() << "asking the network for a missing server takes too long";
-    }
+    SKIP_ON_WINDOWS("asking the network for a missing server takes too long");
     EXPECT_FALSE(IsSafeWithToolIn(L"\\\\server\\share"));
     EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\", L"\\\\server\\share\\tool.exe"));
     EXPECT_FALSE(IsSafeAt(L"//server/share/", L"//server/share/tool.exe"));

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "bench_parts/skipping.h"
 #include "job_client/client_folders.h"
 #include "job_client/file_hooks.h"
 
@@ -30,18 +31,15 @@ TEST(RunningTool, IsRecognisedByItsShortName) {
     const fs::path tool = folders.Client() / L"The repair tool of the game.exe";
     bench::WriteFile(tool, "tool");
     const fs::path shortPath = bench::WithShortName(tool);
-    if (shortPath.empty()) {
-        GTEST_SKIP() << "no short names on this volume";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(!shortPath.empty(), "short names on this volume");
     const bench::ToolLocation location(folders.Client(), tool);
     EXPECT_TRUE(IsRunningTool(shortPath));
 }
 
 TEST(RunningTool, IsRecognisedThroughAFolderLink) {
     const bench::ClientFolders folders;
-    if (!bench::MakeFolderLink(folders.Scratch() / L"link", folders.Client())) {
-        GTEST_SKIP() << "no links for this user";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(folders.Scratch() / L"link", folders.Client()),
+                            "links for this user");
     EXPECT_TRUE(IsRunningTool(folders.Scratch() / L"link" / L"RepairTool.exe"));
     const bench::ToolLocation location(folders.Scratch() / L"link",
                                        folders.Scratch() / L"link" / L"RepairTool.exe");

@@ -11,13 +11,10 @@ namespace {
 using FullDiskDownload = DownloadTest;
 
 TEST_F(FullDiskDownload, KeepsWhatFitsOnASmallDisk) {
-    const auto disk = bench::EmptySmallDisk();
-    if (!disk) {
-        GTEST_SKIP() << "The small disk could not be mounted.";
-    }
+    const std::filesystem::path disk = bench::EmptySmallDisk();
     // Of the disk's 2 MB, the first read of 1 MiB then fits, and a part of the second.
-    bench::WriteFile(*disk / L"other.bin", std::string(700000, 'x'));
-    const std::filesystem::path package = *disk / L"pkg.zip";
+    bench::WriteFile(disk / L"other.bin", std::string(700000, 'x'));
+    const std::filesystem::path package = disk / L"pkg.zip";
     EXPECT_FALSE(DownloadPackage(server_.Url(L"body/5000000"), package));
     ExpectFailure(L"Could not write the downloaded data to disk.");
     EXPECT_GT(FileSize(package).value_or(0), kMebibyte);
@@ -27,11 +24,8 @@ TEST_F(FullDiskDownload, KeepsWhatFitsOnASmallDisk) {
 }
 
 TEST_F(FullDiskDownload, FreesTheSmallDiskWhenStopped) {
-    const auto disk = bench::EmptySmallDisk();
-    if (!disk) {
-        GTEST_SKIP() << "The small disk could not be mounted.";
-    }
-    const std::filesystem::path package = *disk / L"pkg.zip";
+    const std::filesystem::path disk = bench::EmptySmallDisk();
+    const std::filesystem::path package = disk / L"pkg.zip";
     const auto hook = HookCall<decltype(&::WinHttpReadData)>(
         kWinHttp, "WinHttpReadData",
         [](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "bench_parts/scratch_folder.h"
+#include "bench_parts/skipping.h"
 #include "current_folder.h"
 
 namespace {
@@ -52,9 +53,7 @@ TEST(FolderSizeBytes, IsZeroForWhatIsNoReadableFolder) {
     EXPECT_EQ(FolderSizeBytes(root.Path() / L"missing"), 0U);
     EXPECT_EQ(FolderSizeBytes(root.Path() / L"file"), 0U);
     const bench::UnreadableFolder closed(root.Path());
-    if (!closed.Made()) {
-        GTEST_SKIP() << "no folder can be made unreadable here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(closed.Made(), "a way to make a folder unreadable");
     EXPECT_EQ(FolderSizeBytes(root.Path()), 0U);
 }
 
@@ -79,9 +78,7 @@ TEST(FolderSizeBytes, LeavesOutAnUnreadableFolderAndGoesOn) {
     bench::WriteFile(root.Path() / L"closed" / L"file", "23");
     bench::WriteFile(root.Path() / L"z" / L"file", "456");
     const bench::UnreadableFolder closed(root.Path() / L"closed");
-    if (!closed.Made()) {
-        GTEST_SKIP() << "no folder can be made unreadable here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(closed.Made(), "a way to make a folder unreadable");
     EXPECT_EQ(FolderSizeBytes(root.Path()), 4U);
 }
 
@@ -90,11 +87,11 @@ TEST(FolderSizeBytes, DoesNotEnterFolderLinks) {
     const ScratchFolder elsewhere;
     bench::WriteFile(elsewhere.Path() / L"large", std::string(5000, 'x'));
     bench::WriteFile(root.Path() / L"file", "1");
-    if (!bench::MakeFolderLink(root.Path() / L"link", elsewhere.Path()) ||
-        !bench::MakeFolderLink(root.Path() / L"loop", root.Path()) ||
-        !bench::MakeFolderLink(root.Path() / L"dangling", elsewhere.Path() / L"missing")) {
-        GTEST_SKIP() << "no links can be made here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(
+        bench::MakeFolderLink(root.Path() / L"link", elsewhere.Path()) &&
+            bench::MakeFolderLink(root.Path() / L"loop", root.Path()) &&
+            bench::MakeFolderLink(root.Path() / L"dangling", elsewhere.Path() / L"missing"),
+        "links for this user");
     EXPECT_EQ(FolderSizeBytes(root.Path()), 1U);
 }
 
@@ -102,9 +99,8 @@ TEST(FolderSizeBytes, EntersALinkThatIsTheRoot) {
     const ScratchFolder root;
     const ScratchFolder elsewhere;
     bench::WriteFile(elsewhere.Path() / L"file", "123");
-    if (!bench::MakeFolderLink(root.Path() / L"link", elsewhere.Path())) {
-        GTEST_SKIP() << "no links can be made here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(root.Path() / L"link", elsewhere.Path()),
+                            "links for this user");
     EXPECT_EQ(FolderSizeBytes(root.Path() / L"link"), 3U);
 }
 
@@ -112,10 +108,10 @@ TEST(FolderSizeBytes, CountsAFileLinkWithItsTargetsSize) {
     const ScratchFolder root;
     const ScratchFolder elsewhere;
     bench::WriteFile(elsewhere.Path() / L"large", std::string(5000, 'x'));
-    if (!bench::MakeFileLink(root.Path() / L"link", elsewhere.Path() / L"large") ||
-        !bench::MakeFileLink(root.Path() / L"dangling", elsewhere.Path() / L"missing")) {
-        GTEST_SKIP() << "no links can be made here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(
+        bench::MakeFileLink(root.Path() / L"link", elsewhere.Path() / L"large") &&
+            bench::MakeFileLink(root.Path() / L"dangling", elsewhere.Path() / L"missing"),
+        "links for this user");
     EXPECT_EQ(FolderSizeBytes(root.Path()), 5000U);
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bench_parts/import_hook.h"
+#include "bench_parts/skipping.h"
 #include "client_folder_test.h"
 #include "common/shell_api.h"
 #include "running_copy.h"
@@ -151,9 +152,9 @@ TEST_F(LaunchStartupProgramTest, FollowsALinkToTheProgram) {
     const ShellRecorder recorder;
     ASSERT_TRUE(recorder.Installed());
     bench::WriteFile(Outside() / L"real.exe", "MZ");
-    if (!bench::MakeFileLink(toolFolder / L"patcher.exe", Outside() / L"real.exe")) {
-        GTEST_SKIP() << "no links can be made here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(
+        bench::MakeFileLink(toolFolder / L"patcher.exe", Outside() / L"real.exe"),
+        "links for this user");
     LaunchStartupProgram();
     ASSERT_EQ(shellCalls.size(), 1U);
     EXPECT_EQ(shellCalls[0].file, toolFolder.native() + L"\\patcher.exe");

@@ -7,6 +7,7 @@
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
+#include "bench_parts/skipping.h"
 #include "installed_game_test.h"
 
 namespace {
@@ -53,25 +54,27 @@ TEST_F(RemoveGameTest, TouchesNothingOutside) {
 
 TEST_F(RemoveGameTest, RemovesLinksAndLeavesWhatTheyLeadTo) {
     bench::WriteFile(Outside() / L"kept" / L"inside" / L"file", "x");
-    if (!bench::MakeFolderLink(toolFolder / L"link", Outside() / L"kept") ||
-        !bench::MakeFolderLink(toolFolder / L"bin" / L"link", Outside() / L"kept")) {
-        GTEST_SKIP() << "no links can be made here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(
+        bench::MakeFolderLink(toolFolder / L"link", Outside() / L"kept") &&
+            bench::MakeFolderLink(toolFolder / L"bin" / L"link", Outside() / L"kept"),
+        "links for this user");
     RemoveGame();
     const auto listing = bench::FolderListing(Outside());
     EXPECT_THAT(listing, IsSupersetOf({L"kept/", L"kept/inside/", L"kept/inside/file"}));
     EXPECT_FALSE(fs::exists(toolFolder / L"data"));
 }
 
+bool IsLink(const fs::path& path) {
+    return (::GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
 TEST_F(RemoveGameTest, RemovesFileLinksAndLeavesWhatTheyLeadTo) {
-    if (bench::IsWine()) {
-        GTEST_SKIP() << "here the removal of a file link takes the file that it leads to";
-    }
     bench::WriteFile(Outside() / L"kept.txt", "kept");
-    if (!bench::MakeFileLink(toolFolder / L"link.txt", Outside() / L"kept.txt") ||
-        !bench::MakeFileLink(toolFolder / L"bin" / L"link.txt", Outside() / L"kept.txt")) {
-        GTEST_SKIP() << "no links can be made here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(
+        bench::MakeFileLink(toolFolder / L"link.txt", Outside() / L"kept.txt") &&
+            bench::MakeFileLink(toolFolder / L"bin" / L"link.txt", Outside() / L"kept.txt"),
+        "links for this user");
+    SKIP_ON_WINE_WITHOUT(IsLink(toolFolder / L"link.txt"), "tell a file link from its target");
     EXPECT_THAT(RemoveGame().left, IsEmpty());
     EXPECT_THAT(bench::FolderListing(Outside()), ElementsAre(L"kept.txt"));
     EXPECT_EQ(bench::ReadFile(Outside() / L"kept.txt"), "kept");
@@ -131,9 +134,7 @@ TEST_F(RemoveGameTest, NamesEveryFileThatStays) {
 TEST_F(RemoveGameTest, NamesAFolderThatCannotBeLookedInto) {
     bench::WriteFile(toolFolder / L"closed" / L"file", "x");
     const bench::UnreadableFolder closed(toolFolder / L"closed");
-    if (!closed.Made()) {
-        GTEST_SKIP() << "no folder can be made unreadable here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(closed.Made(), "a way to make a folder unreadable");
     const RemovalResult result = RemoveGame();
     EXPECT_THAT(result.left, ElementsAre(toolFolder / L"closed"));
     EXPECT_TRUE(result.canBeRepeated);
@@ -211,9 +212,7 @@ TEST_F(RemoveGameTest, SaysWhenTheEntryStays) {
 TEST_F(RemoveGameTest, RemovesTheRealFolderBehindALink) {
     const fs::path real = toolFolder;
     const fs::path link = Outside() / L"link";
-    if (!bench::MakeFolderLink(link, real)) {
-        GTEST_SKIP() << "no links can be made here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, real), "links for this user");
     toolFolder = link;
     toolExePath = link / L"Uninstall.exe";
     EXPECT_THAT(RemoveGame().left, IsEmpty());

@@ -8,6 +8,7 @@
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
+#include "bench_parts/skipping.h"
 #include "installed_game_test.h"
 
 namespace {
@@ -86,9 +87,7 @@ TEST_F(FindRefusalTest, KnowsTheFolderByOtherNames) {
 
 TEST_F(FindRefusalTest, KnowsTheFolderThroughALink) {
     const fs::path link = Outside() / L"link";
-    if (!bench::MakeFolderLink(link, toolFolder)) {
-        GTEST_SKIP() << "no links can be made here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, toolFolder), "links for this user");
     RegisterFolder(link);
     EXPECT_EQ(FindRefusal(), Refusal::None);
 }
@@ -262,9 +261,8 @@ TEST_F(FindRefusalTest, RefusesTheTemporaryFolderAndWhatIsAboveIt) {
 TEST_F(FindRefusalTest, RefusesAFolderBelowTheRealSystemFolder) {
     const fs::path folder = KnownFolder(FOLDERID_Windows) / L"Bench Game";
     std::error_code error;
-    if (!fs::create_directory(folder, error)) {
-        GTEST_SKIP() << "nothing can be created there";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(fs::create_directory(folder, error),
+                            "the right to create folders there");
     fs::remove(folder);
     const GameInFolder game(folder);
     Install(folder);
@@ -319,9 +317,8 @@ TEST_F(FindRefusalTest, RefusesAStartupProgramElsewhere) {
 
 TEST_F(FindRefusalTest, RefusesAStartupProgramBehindALinkToElsewhere) {
     bench::WriteFile(Outside() / L"elsewhere" / L"run.exe", "MZ");
-    if (!bench::MakeFolderLink(toolFolder / L"link", Outside() / L"elsewhere")) {
-        GTEST_SKIP() << "no links can be made here";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(toolFolder / L"link", Outside() / L"elsewhere"),
+                            "links for this user");
     toolConfig.startupExe = L"link\\run.exe";
     EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
 }

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "bench_parts/message_boxes.h"
+#include "bench_parts/skipping.h"
 #include "bench_parts/waiting.h"
 #include "system/registry_entry.h"
 #include "window/desktop_link.h"
@@ -223,9 +224,7 @@ protected:
     }
 
     void SetUp() override {
-        if (!bench::IsWine()) {
-            GTEST_SKIP() << "only under Wine can the browser be replaced for one test";
-        }
+        SKIP_ON_WINDOWS("only under Wine can the browser be replaced for one test");
     }
 
     // What the browser was started with so far: the number of its arguments, and the first.
