@@ -1,12 +1,10 @@
 # The web server that tests of the download talk to: one for the whole run, started before the first
 # such test and ended after the last. add_repair_test(... FIXTURE fault_server) makes a program wait
 # for it; it links fault_server_client.
-find_program(PYTHON_EXECUTABLE NAMES python3 python REQUIRED)
-
 set(fault_server_folder "${PROJECT_BINARY_DIR}/fault_server")
 foreach(order start stop)
     add_test(NAME fault_server.${order}
-             COMMAND ${PYTHON_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/fault_server.py ${order}
+             COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/fault_server.py ${order}
                      ${fault_server_folder})
     # The programs in between need the slots, so the slots must last until the server is stopped.
     # The disk comes along because a discovered test can name one fixture only, and downloads must

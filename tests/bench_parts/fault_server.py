@@ -35,6 +35,8 @@ IDLE_LIMIT_S = 15 * 60
 WAIT_LIMIT_S = 10
 PATTERN = bytes(range(251))
 BLOCK = PATTERN * 4177  # About 1 MB.
+# The system's record of whether to linger and for how long.
+LINGER = "HH" if os.name == "nt" else "ii"
 
 
 def unread_bytes(connection):
@@ -165,7 +167,7 @@ def serve_reset(exchange, announced, sent):
     time.sleep(0.2)
     # Without lingering, closing resets.
     exchange.connection.setsockopt(
-        socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0)
+        socket.SOL_SOCKET, socket.SO_LINGER, struct.pack(LINGER, 1, 0)
     )
 
 
@@ -335,8 +337,8 @@ class Server:
     def close(self, connection, exchange):
         """Lets the client read everything before the connection goes."""
         try:
-            lingers = connection.getsockopt(socket.SOL_SOCKET, socket.SO_LINGER, 8)
-            if exchange is not None and not struct.unpack("ii", lingers)[0]:
+            lingers = connection.getsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.calcsize(LINGER))
+            if exchange is not None and not struct.unpack(LINGER, lingers)[0]:
                 connection.shutdown(socket.SHUT_WR)
                 connection.settimeout(2)
                 while connection.recv(65536):

@@ -68,6 +68,7 @@ def start(folder, command):
         server = subprocess.Popen(
             [*command, folder],
             stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True,
+            creationflags=getattr(subprocess, "DETACHED_PROCESS", 0),
         )  # fmt: skip
     deadline = time.monotonic() + 20
     while time.monotonic() < deadline and server.poll() is None:

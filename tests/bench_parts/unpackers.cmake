@@ -30,10 +30,9 @@ add_stand_in(tar_stand_in ${bench_parts_folder}/tar_stand_in.cpp
 add_stand_in(powershell_stand_in ${bench_parts_folder}/powershell_stand_in.cpp
              ${bench_parts_folder}/seven_zip.cpp)
 
-find_program(PYTHON_EXECUTABLE NAMES python3 python REQUIRED)
 add_custom_command(
     OUTPUT ${bench_archives}.stamp
-    COMMAND ${PYTHON_EXECUTABLE} -B ${bench_parts_folder}/make_archives.py ${bench_archives}
+    COMMAND ${Python3_EXECUTABLE} -B ${bench_parts_folder}/make_archives.py ${bench_archives}
     COMMAND ${CMAKE_COMMAND} -E touch ${bench_archives}.stamp
     DEPENDS ${bench_parts_folder}/make_archives.py ${bench_parts_folder}/write_rar.py
     COMMENT "Writing the packages that the tests unpack"
@@ -51,8 +50,7 @@ target_compile_definitions(
             BENCH_SMALL_DISK_FOLDER=L"${windows_root}${bench_small_disk}")
 add_dependencies(bench_unpackers recorder tar_stand_in powershell_stand_in test_archives)
 
-# A test program that needs the disk requires the fixture small_disk, which brings bench_slots along,
-# and locks the resource of that name.
+# For add_disk_test. The fixture brings bench_slots along.
 if(CMAKE_CROSSCOMPILING_EMULATOR)
     foreach(action mount unmount)
         add_test(NAME small_disk.${action} COMMAND ${bench_parts_folder}/small_disk ${action}

@@ -44,7 +44,8 @@ protected:
     void SetUp() override {
         bytes_ = ReadAll(TOOL_PATH);
         ASSERT_GT(bytes_.size(), sizeof(IMAGE_DOS_HEADER));
-        module_.reset(::LoadLibraryExW(TOOL_PATH, nullptr,
+        module_.reset(::LoadLibraryExW(std::filesystem::path(TOOL_PATH).make_preferred().c_str(),
+                                       nullptr,
                                        LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
         ASSERT_TRUE(module_);
     }
@@ -133,15 +134,29 @@ TEST_F(ToolFile, CarriesNoTimeStamp) {
 }
 #endif
 
+#ifndef _DEBUG
+// The Microsoft linker's debug files carry an identifier that depends on the folders of their
+// inputs, and so does the program that they belong to.
 TEST_F(ToolFile, LinkedTwiceFromTheSameInputsHasTheSameBytes) {
     const std::vector<char> again = ReadAll(TOOL_AGAIN_PATH);
     EXPECT_FALSE(again.empty());
     EXPECT_TRUE(again == bytes_);
 }
+#endif
+
+// Compilers differ in how they write a path: with either separator, some in lower case.
+std::string ComparablePath(std::string path) {
+    for (char& character : path) {
+        character = character == '\\'
+                        ? '/'
+                        : static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+    }
+    return path;
+}
 
 TEST_F(ToolFile, NamesNoFolderOfTheBuildMachine) {
-    const std::string content(bytes_.begin(), bytes_.end());
-    EXPECT_THAT(content, Not(HasSubstr(SOURCE_FOLDER)));
+    const std::string content = ComparablePath({bytes_.begin(), bytes_.end()});
+    EXPECT_EQ(content.find(ComparablePath(SOURCE_FOLDER)), std::string::npos);
 }
 
 TEST_F(ToolFile, ManifestAsksForWhatTheToolNeedsAndNoMore) {
@@ -160,7 +175,7 @@ TEST_F(ToolFile, ManifestIsWellFormed) {
     const std::string manifest(Resource(RT_MANIFEST, 1));
     ACTCTXW request{};
     request.cbSize = sizeof request;
-    const std::wstring path = std::wstring(TOOL_PATH);
+    const std::wstring path = std::filesystem::path(TOOL_PATH).make_preferred();
     request.lpSource = path.c_str();
     request.lpResourceName = MAKEINTRESOURCEW(1);
     request.dwFlags = ACTCTX_FLAG_RESOURCE_NAME_VALID;
