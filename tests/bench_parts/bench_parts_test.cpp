@@ -155,9 +155,7 @@ TEST(ScratchFolder, IsFreshAndGoesWithItsContent) {
 }
 
 TEST(ScratchFolder, TakesAnEntryNamedLikeADriveForWhatItIs) {
-    if (!bench::IsWine()) {
-        GTEST_SKIP() << "no such names here";
-    }
+    SKIP_ON_WINDOWS("Windows has no such names");
     fs::path folder;
     {
         const ScratchFolder scratch;
