@@ -222,7 +222,7 @@ std::optional<DWORD> AwaitExitCode(const KernelHandle& process) {
 }
 
 fs::path EmptySmallDisk() {
-    const fs::path disk = fs::path(BENCH_SMALL_DISK_FOLDER).make_preferred();
+    fs::path disk = fs::path(BENCH_SMALL_DISK_FOLDER).make_preferred();
     ULARGE_INTEGER size{};
     if (!::GetDiskFreeSpaceExW(disk.c_str(), nullptr, &size, nullptr) ||
         size.QuadPart > kSmallDiskLimit) {
