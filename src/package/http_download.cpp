@@ -1,5 +1,6 @@
 #include "package/http_download.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdlib>
@@ -16,10 +17,10 @@ namespace {
 
 constexpr wchar_t kUserAgent[] = L"KrvBrennickRepair/1.0";
 constexpr int kTimeoutMs = 30000;
-constexpr DWORD kReadChunkBytes = 0x100000;
 constexpr size_t kHostCharacters = 512;
 constexpr size_t kPathCharacters = 4096;
 constexpr size_t kContentLengthBytes = 128;
+constexpr std::chrono::milliseconds kBlockTime{250};
 constexpr double kPublicationIntervalSeconds = 0.35;
 
 struct CloseInternetHandle {
@@ -146,29 +147,54 @@ bool WriteWhole(const KernelHandle& file, const std::byte* data, DWORD bytes) {
     return ::WriteFile(file.get(), data, bytes, &written, nullptr) != FALSE && written == bytes;
 }
 
+enum class BodyState { Continues, Ended, Broken };
+
+// Reads the next block of the body into `buffer`, `bytes` long; a stop cuts it short.
+// WinHttpReadData returns only when it has all bytes that it was asked for, which takes long on a
+// slow line, so each read asks for what has arrived.
+BodyState ReadBlock(const InternetHandle& request, std::vector<std::byte>& buffer, DWORD& bytes) {
+    const auto start = DownloadPace::Clock::now();
+    bytes = 0;
+    while (!jobProgress.cancelRequested &&
+           !IsBlockComplete(bytes, DownloadPace::Clock::now() - start)) {
+        DWORD bytesAvailable = 0;
+        DWORD bytesRead = 0;
+        if (!::WinHttpQueryDataAvailable(request.get(), &bytesAvailable) ||
+            !::WinHttpReadData(request.get(), buffer.data() + bytes,
+                               NextReadBytes(bytes, bytesAvailable), &bytesRead)) {
+            return BodyState::Broken;
+        }
+        if (bytesRead == 0) {
+            return BodyState::Ended;
+        }
+        bytes += bytesRead;
+    }
+    return BodyState::Continues;
+}
+
 // Moves the body into the file until it ends or a stop is asked for; which of the two, the stop
 // flag tells. False after a failure, which it has reported.
 bool ReceiveBody(const Transfer& transfer, uint64_t& bytesReceived) {
-    std::vector<std::byte> buffer(kReadChunkBytes);
+    std::vector<std::byte> buffer(kBlockBytes);
     DownloadPace pace(DownloadPace::Clock::now());
     while (!jobProgress.cancelRequested) {
-        DWORD bytesRead = 0;
-        if (!::WinHttpReadData(transfer.request.get(), buffer.data(), kReadChunkBytes,
-                               &bytesRead)) {
-            reportFailure(L"The download stopped unexpectedly.");
-            return false;
-        }
-        if (bytesRead == 0) {
-            return true;
-        }
-        if (!WriteWhole(transfer.file, buffer.data(), bytesRead)) {
+        DWORD blockBytes = 0;
+        const BodyState state = ReadBlock(transfer.request, buffer, blockBytes);
+        if (blockBytes != 0 && !WriteWhole(transfer.file, buffer.data(), blockBytes)) {
             reportFailure(L"Could not write the downloaded data to disk.");
             return false;
         }
-        bytesReceived += bytesRead;
-        const auto bytesPerSecond = pace.Add(bytesRead, DownloadPace::Clock::now());
+        bytesReceived += blockBytes;
+        const auto bytesPerSecond = pace.Add(blockBytes, DownloadPace::Clock::now());
         if (bytesPerSecond) {
             PublishReceived(bytesReceived, *bytesPerSecond);
+        }
+        if (state == BodyState::Broken) {
+            reportFailure(L"The download stopped unexpectedly.");
+            return false;
+        }
+        if (state == BodyState::Ended) {
+            return true;
         }
     }
     return true;
@@ -233,6 +259,14 @@ bool IsSuccessStatus(uint32_t status) {
 
 std::wstring HttpStatusMessage(uint32_t status) {
     return L"The server returned HTTP " + std::to_wstring(status) + L".";
+}
+
+bool IsBlockComplete(uint32_t bytes, std::chrono::nanoseconds elapsed) {
+    return bytes == kBlockBytes || elapsed >= kBlockTime;
+}
+
+uint32_t NextReadBytes(uint32_t bytes, uint32_t bytesAvailable) {
+    return std::clamp(bytesAvailable, 1u, kBlockBytes - bytes);
 }
 
 DownloadPace::DownloadPace(Clock::time_point start) : lastPublication_(start) {}

@@ -8,7 +8,8 @@
 
 // The job's download stage: one synchronous GET of `packageUrl` ("http://..." or "https://...")
 // into the file `archivePath`, replacing what is there; its folder must exist. Job thread; blocks
-// until the body ends, up to 30 s in each silent network call.
+// until the body ends, up to 30 s in each silent network call. A stop takes effect when the next
+// part of the body arrives or at the end of such a silence.
 //
 // Publishes stage Downloading with the announced size (0 when the server does not tell), then the
 // received bytes and the speed; at the end the received bytes and speed 0. A body that is shorter
@@ -36,6 +37,18 @@ bool IsSuccessStatus(uint32_t status);
 
 // "The server returned HTTP 404."
 std::wstring HttpStatusMessage(uint32_t status);
+
+// The body goes to disk in blocks: what arrives in a quarter of a second, but at most 1 MiB. So a
+// slow line shows its progress, and a fast one costs few writes.
+inline constexpr uint32_t kBlockBytes = 0x100000;
+
+// Whether a block of `bytes`, begun `elapsed` ago, is to be written.
+bool IsBlockComplete(uint32_t bytes, std::chrono::nanoseconds elapsed);
+
+// How many bytes to read next into a block of `bytes` that is not full, when `bytesAvailable` can
+// be read without waiting. At least 1, also when none is available: only a read shows the end of
+// the body.
+uint32_t NextReadBytes(uint32_t bytes, uint32_t bytesAvailable);
 
 // Decides when received bytes are worth a publication: the window repaints a few times a second
 // and must not wait for the lock more often than that. Measures the speed from one publication to

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <string_view>
@@ -32,11 +33,18 @@ protected:
                 now->QuadPart = clock;
                 return TRUE;
             });
+        const auto bytesOfNextPiece = [&] {
+            return states.size() == pieces.size() ? 0 : pieces[states.size()].bytes;
+        };
+        const auto availableHook = HookCall<decltype(&::WinHttpQueryDataAvailable)>(
+            kWinHttp, "WinHttpQueryDataAvailable", [&](HINTERNET, LPDWORD bytesAvailable) {
+                *bytesAvailable = bytesOfNextPiece();
+                return TRUE;
+            });
         const auto readHook = HookCall<decltype(&::WinHttpReadData)>(
             kWinHttp, "WinHttpReadData", [&](HINTERNET, LPVOID, DWORD, LPDWORD bytesRead) {
-                const bool isEnd = states.size() == pieces.size();
-                *bytesRead = isEnd ? 0 : pieces[states.size()].bytes;
-                if (!isEnd) {
+                *bytesRead = bytesOfNextPiece();
+                if (*bytesRead != 0) {
                     clock += static_cast<LONGLONG>(pieces[states.size()].seconds *
                                                    static_cast<double>(frequency.QuadPart));
                 }
@@ -46,6 +54,20 @@ protected:
         EXPECT_TRUE(Download(L"body/0"));
         states.push_back(snapshot());
         return states;
+    }
+
+    // The sizes of the writes of such a download.
+    std::vector<DWORD> WritesDuring(const std::vector<Piece>& pieces) {
+        std::vector<DWORD> sizes;
+        const auto hook = HookCall<decltype(&::WriteFile)>(
+            kKernel32, "WriteFile",
+            [&](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
+                sizes.push_back(size);
+                const auto real = RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile");
+                return real(file, data, size, written, overlapped);
+            });
+        StatesDuring(pieces);
+        return sizes;
     }
 };
 
@@ -173,23 +195,45 @@ TEST_F(HttpDownloadCalls, CreateTheFileForThemselvesAlone) {
     EXPECT_EQ(creations, 1);
 }
 
-TEST_F(HttpDownloadCalls, ReadIntoOneZeroedBufferOfOneMebibyte) {
-    std::vector<LPVOID> buffers;
+TEST_F(HttpDownloadCalls, ReadWhatHasArrivedIntoOneZeroedBufferOfOneMebibyte) {
+    DWORD bytesAvailable = 0;
+    const auto availableHook = HookCall<decltype(&::WinHttpQueryDataAvailable)>(
+        kWinHttp, "WinHttpQueryDataAvailable", [&](HINTERNET request, LPDWORD bytes) {
+            const auto real = RealFunction<decltype(&::WinHttpQueryDataAvailable)>(
+                kWinHttp, "WinHttpQueryDataAvailable");
+            const BOOL success = real(request, bytes);
+            bytesAvailable = *bytes;
+            return success;
+        });
+    const char* start = nullptr;
     bool isZeroed = false;
-    const auto hook = HookCall<decltype(&::WinHttpReadData)>(
+    const auto readHook = HookCall<decltype(&::WinHttpReadData)>(
         kWinHttp, "WinHttpReadData",
         [&](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
-            EXPECT_EQ(size, kMebibyte);
-            if (buffers.empty()) {
-                const std::string_view bytes(static_cast<const char*>(buffer), size);
+            const char* const place = static_cast<const char*>(buffer);
+            if (start == nullptr) {
+                start = place;
+                const std::string_view bytes(start, kMebibyte);
                 isZeroed = bytes.find_first_not_of('\0') == std::string_view::npos;
             }
-            buffers.push_back(buffer);
+            EXPECT_GE(place, start);
+            EXPECT_LE(place + size, start + kMebibyte);
+            EXPECT_GE(size, 1u);
+            EXPECT_LE(size, std::max(bytesAvailable, DWORD{1}));
             return ReadRealData(request, buffer, size, bytesRead);
         });
     EXPECT_TRUE(Download(L"body/3000000"));
     EXPECT_TRUE(isZeroed);
-    EXPECT_THAT(buffers, testing::Each(buffers.front()));
+}
+
+TEST_F(HttpDownloadCalls, WriteBlocksOfOneMebibyteOnAFastLine) {
+    EXPECT_THAT(WritesDuring(std::vector<Piece>(9, {kMebibyte / 4, 0.001})),
+                testing::ElementsAre(kMebibyte, kMebibyte, kMebibyte / 4));
+}
+
+TEST_F(HttpDownloadCalls, WriteWhatAQuarterOfASecondBringsOnASlowLine) {
+    EXPECT_THAT(WritesDuring({{100, 0.1}, {100, 0.1}, {100, 0.1}, {1, 1.0}, {7, 0.3}, {50, 0.2}}),
+                testing::ElementsAre(300, 1, 7, 50));
 }
 
 TEST_F(HttpDownloadCalls, FollowThePublicationOfTheStart) {
@@ -222,6 +266,40 @@ TEST_F(HttpDownloadCalls, PublishTheSpeedOfTheTimeSinceTheLastPublication) {
     EXPECT_EQ(states[5].bytesReceived, 3800u);
     EXPECT_EQ(states[6].bytesReceived, 3850u);  // The end
     EXPECT_EQ(states[6].bytesPerSecond, 0.0);
+}
+
+TEST(DownloadBlockTest, IsCompleteWhenFullOrAfterAQuarterOfASecond) {
+    using std::chrono::nanoseconds;
+    EXPECT_FALSE(IsBlockComplete(0, nanoseconds(0)));
+    EXPECT_FALSE(IsBlockComplete(0x0FFFFF, nanoseconds(249999999)));
+    EXPECT_TRUE(IsBlockComplete(0x100000, nanoseconds(0)));
+    EXPECT_TRUE(IsBlockComplete(1, nanoseconds(250000000)));
+    EXPECT_TRUE(IsBlockComplete(1, std::chrono::hours(1)));
+}
+
+TEST(DownloadBlockTest, TakesWhatIsAvailableAndFits) {
+    struct Row {
+        uint32_t bytes;
+        uint32_t bytesAvailable;
+        uint32_t nextRead;
+    };
+    const Row rows[] = {
+        {0, 8192, 8192},
+        {0, 1, 1},
+        {0, 0, 1},
+        {0, 0x100000, 0x100000},
+        {0, 0x100001, 0x100000},
+        {5000, 0, 1},
+        {0x0FFFFF, 1, 1},
+        {0x0FFFFF, 2, 1},
+        {0x0FFFFF, 0, 1},
+        {0x0FE000, 8193, 8192},
+        {1, 0xFFFFFFFF, 0x0FFFFF},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(NextReadBytes(row.bytes, row.bytesAvailable), row.nextRead)
+            << row.bytes << ", " << row.bytesAvailable;
+    }
 }
 
 TEST(DownloadPaceTest, IsDueFromThirtyFiveHundredthsOfASecondOn) {
