@@ -42,7 +42,9 @@ InternetHandle OpenSession() {
     InternetHandle session(::WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY,
                                          WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
     if (session) {
-        // Neither call fails on a session that has just been opened, and the defaults would do.
+        // Neither call is known to fail on a fresh session. Without them, Windows would resolve a
+        // name without a time limit, give a connection 60 s, and refuse redirects from HTTPS to
+        // HTTP.
         ::WinHttpSetTimeouts(session.get(), kTimeoutMs, kTimeoutMs, kTimeoutMs, kTimeoutMs);
         DWORD redirectPolicy = WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS;
         ::WinHttpSetOption(session.get(), WINHTTP_OPTION_REDIRECT_POLICY, &redirectPolicy,

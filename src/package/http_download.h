@@ -8,8 +8,10 @@
 
 // The job's download stage: one synchronous GET of `packageUrl` ("http://..." or "https://...")
 // into the file `archivePath`, replacing what is there; its folder must exist. Job thread; blocks
-// until the body ends, up to 30 s in each silent network call. A stop takes effect when the next
-// part of the body arrives or at the end of such a silence.
+// until the body ends. A silence of 30 s is a failure: in resolving the name, connecting, sending,
+// waiting for the response and within the body. For the response's headers as a whole Windows has a
+// limit of its own, 90 s. A stop takes effect when the next part of the body arrives or at the end
+// of such a silence.
 //
 // Publishes stage Downloading with the announced size (0 when the server does not tell), then the
 // received bytes and the speed; at the end the received bytes and speed 0. A body that is shorter
