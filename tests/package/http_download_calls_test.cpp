@@ -3,11 +3,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "package/download_fixture.h"
+#include "ui/progress.h"
 
 namespace {
 
@@ -56,7 +58,25 @@ protected:
         return states;
     }
 
-    // The sizes of the writes of such a download.
+    // Downloads ten bytes that are announced with this text.
+    bool DownloadWithLength(const std::wstring& length) {
+        const auto hook = HookCall<decltype(&::WinHttpQueryHeaders)>(
+            kWinHttp, "WinHttpQueryHeaders",
+            [&](HINTERNET request, DWORD what, LPCWSTR name, LPVOID buffer, LPDWORD bytes,
+                LPDWORD index) {
+                if (what == WINHTTP_QUERY_CONTENT_LENGTH) {
+                    EXPECT_EQ(*bytes, 128u);
+                    length.copy(static_cast<wchar_t*>(buffer), length.size());
+                    return TRUE;
+                }
+                EXPECT_EQ(what, 0x20000013u);
+                return RealFunction<decltype(&::WinHttpQueryHeaders)>(
+                    kWinHttp, "WinHttpQueryHeaders")(request, what, name, buffer, bytes, index);
+            });
+        return Download(L"body/10");
+    }
+
+    // The sizes of the writes of a download of such pieces.
     std::vector<DWORD> WritesDuring(const std::vector<Piece>& pieces) {
         std::vector<DWORD> sizes;
         const auto hook = HookCall<decltype(&::WriteFile)>(
@@ -158,21 +178,42 @@ TEST_F(HttpDownloadCalls, SplitTheUrlWithoutChangingIt) {
 }
 
 TEST_F(HttpDownloadCalls, AskForTheLengthAsText) {
-    const auto hook = HookCall<decltype(&::WinHttpQueryHeaders)>(
-        kWinHttp, "WinHttpQueryHeaders",
-        [](HINTERNET request, DWORD what, LPCWSTR name, LPVOID buffer, LPDWORD bytes,
-           LPDWORD index) {
-            if (what == WINHTTP_QUERY_CONTENT_LENGTH) {
-                EXPECT_EQ(*bytes, 128u);
-                std::wstring_view(L"12345678901").copy(static_cast<wchar_t*>(buffer), 12);
-                return TRUE;
-            }
-            EXPECT_EQ(what, 0x20000013u);
-            return RealFunction<decltype(&::WinHttpQueryHeaders)>(kWinHttp, "WinHttpQueryHeaders")(
-                request, what, name, buffer, bytes, index);
-        });
-    EXPECT_TRUE(Download(L"body/10"));
+    EXPECT_TRUE(DownloadWithLength(L"12345678901"));
     EXPECT_EQ(snapshot().bytesTotal, 12345678901u);
+}
+
+TEST_F(HttpDownloadCalls, TakeOddLengthsWithoutAnAbsurdPercentage) {
+    struct Row {
+        std::wstring length;
+        uint64_t leastTotal;
+        uint64_t greatestTotal;
+        double leastPercent;
+        double greatestPercent;
+    };
+    constexpr uint64_t kGreatest = std::numeric_limits<uint64_t>::max();
+    const Row rows[] = {
+        {L"", 0, 0, 0.0, 0.0},
+        {L"many", 0, 0, 0.0, 0.0},
+        {L"0", 0, 0, 0.0, 0.0},
+        {L" 20", 20, 20, 50.0, 50.0},
+        {L"20 bytes", 20, 20, 50.0, 50.0},
+        {L"20, 20", 20, 20, 50.0, 50.0},
+        {L"7", 7, 7, 100.0, 100.0},
+        {L"-1", kGreatest, kGreatest, 0.0, 0.001},
+        {L"9223372036854775807", kGreatest / 2, kGreatest / 2, 0.0, 0.001},
+        // What is left of a number that is too large differs from one C library to the next.
+        {std::wstring(60, L'9'), 0, kGreatest, 0.0, 100.0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.length));
+        EXPECT_TRUE(DownloadWithLength(row.length));
+        const JobState state = snapshot();
+        EXPECT_EQ(state.bytesReceived, 10u);
+        EXPECT_GE(state.bytesTotal, row.leastTotal);
+        EXPECT_LE(state.bytesTotal, row.greatestTotal);
+        EXPECT_GE(ProgressPercent(state), row.leastPercent);
+        EXPECT_LE(ProgressPercent(state), row.greatestPercent);
+    }
 }
 
 TEST_F(HttpDownloadCalls, CreateTheFileForThemselvesAlone) {
