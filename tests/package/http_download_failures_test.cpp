@@ -83,6 +83,14 @@ TEST_F(HttpDownloadFailure, NamesAServerThatCannotBeReached) {
     ExpectFailureWithoutFile(kNoResponse);
 }
 
+TEST_F(HttpDownloadFailure, NamesAHostThatIsUnknown) {
+    // The top domain is reserved for names that do not exist, and no part of a name has more than
+    // 63 characters, so that no server needs to be asked.
+    const std::wstring host = std::wstring(64, L'x') + L".invalid";
+    EXPECT_FALSE(DownloadPackage(L"http://" + host + L"/pkg.zip", archive_));
+    ExpectFailureWithoutFile(kNoResponse);
+}
+
 TEST_F(HttpDownloadFailure, NamesAServerWithoutAUsableAnswer) {
     for (const wchar_t* const behaviour : {L"close", L"garbage", L"loop"}) {
         SCOPED_TRACE(testing::PrintToString(behaviour));
