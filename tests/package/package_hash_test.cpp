@@ -304,6 +304,7 @@ private:
     struct OnClose {
         int* counter;
         NTSTATUS operator()(BCRYPT_ALG_HANDLE provider, ULONG flags) const {
+            EXPECT_EQ(flags, 0u);
             ++*counter;
             return RealFunction<decltype(&::BCryptCloseAlgorithmProvider)>(
                 kBcrypt, "BCryptCloseAlgorithmProvider")(provider, flags);
@@ -342,7 +343,13 @@ TEST_F(PackageHash, FailsWhenTheObjectLengthIsUnknown) {
     bench::WriteFile(archive_, "abc");
     const HashHandleCount count;
     const auto hook = HookCall<decltype(&::BCryptGetProperty)>(
-        kBcrypt, "BCryptGetProperty", [](auto...) { return kStatusUnsuccessful; });
+        kBcrypt, "BCryptGetProperty",
+        [](BCRYPT_HANDLE, LPCWSTR property, PUCHAR, ULONG bytes, ULONG*, ULONG flags) {
+            EXPECT_STREQ(property, L"ObjectLength");
+            EXPECT_EQ(bytes, 4u);
+            EXPECT_EQ(flags, 0u);
+            return kStatusUnsuccessful;
+        });
     ExpectCannotBeComputed();
     EXPECT_EQ(count.destroyedHashes, 0);
     EXPECT_EQ(count.closedProviders, 2);
@@ -375,8 +382,13 @@ TEST_F(PackageHash, FailsWhenHashingFails) {
     bench::WriteFile(archive_, "abc");
     const HashHandleCount count;
     const auto hook = HookCall<decltype(&::BCryptHashData)>(
-        kBcrypt, "BCryptHashData", [](auto...) { return kStatusUnsuccessful; });
+        kBcrypt, "BCryptHashData", [](BCRYPT_HASH_HANDLE, PUCHAR, ULONG bytes, ULONG flags) {
+            EXPECT_EQ(bytes, 3u);
+            EXPECT_EQ(flags, 0u);
+            return kStatusUnsuccessful;
+        });
     ExpectCannotBeComputed();
+    EXPECT_EQ(bench::ReadFile(archive_), "abc") << "removing the package is the job's business";
     EXPECT_EQ(count.destroyedHashes, 2);
     EXPECT_EQ(count.closedProviders, 2);
 }
@@ -385,7 +397,11 @@ TEST_F(PackageHash, FailsWhenTheHashCannotBeFinished) {
     bench::WriteFile(archive_, "abc");
     const HashHandleCount count;
     const auto hook = HookCall<decltype(&::BCryptFinishHash)>(
-        kBcrypt, "BCryptFinishHash", [](auto...) { return kStatusUnsuccessful; });
+        kBcrypt, "BCryptFinishHash", [](BCRYPT_HASH_HANDLE, PUCHAR, ULONG bytes, ULONG flags) {
+            EXPECT_EQ(bytes, 32u);
+            EXPECT_EQ(flags, 0u);
+            return kStatusUnsuccessful;
+        });
     ExpectCannotBeComputed();
     EXPECT_EQ(count.destroyedHashes, 2);
     EXPECT_EQ(count.closedProviders, 2);
