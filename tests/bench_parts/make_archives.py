@@ -9,9 +9,11 @@ of its path, a tab and its size, then its bytes. The files are the same each tim
 
 import os
 import random
+import struct
 import sys
 import unittest.mock
 import zipfile
+import zlib
 
 import write_rar
 
@@ -84,6 +86,42 @@ def write_zip64(path, items):
         write_zip(path, items, zip64=True)
 
 
+def encrypt(data, password):
+    """The classic encryption of ZIP: three keys that each byte changes. The format describes it in
+    section 6.1 of APPNOTE.TXT."""
+    keys = [0x12345678, 0x23456789, 0x34567890]
+
+    def add_to_crc(byte, crc):
+        return zlib.crc32(bytes([byte]), crc ^ 0xFFFFFFFF) ^ 0xFFFFFFFF
+
+    def update(byte):
+        keys[0] = add_to_crc(byte, keys[0])
+        keys[1] = ((keys[1] + (keys[0] & 0xFF)) * 134775813 + 1) & 0xFFFFFFFF
+        keys[2] = add_to_crc(keys[1] >> 24, keys[2])
+
+    for byte in password:
+        update(byte)
+    out = bytearray()
+    # Twelve bytes in front, the last of which shows a reader whether its password is right.
+    for byte in noise(3, 11) + bytes([zlib.crc32(data) >> 24]) + data:
+        mixed = (keys[2] | 2) & 0xFFFF
+        out.append(byte ^ ((mixed * (mixed ^ 1) >> 8) & 0xFF))
+        update(byte)
+    return bytes(out)
+
+
+def write_locked_zip(path, name, data):
+    """One file, stored, that only a password opens."""
+    body = encrypt(data, b"secret")
+    common = struct.pack(
+        "<HHHHHIIIHH", 20, 1, 0, 0x2CC0, 0x5864, zlib.crc32(data), len(body), len(data), len(name), 0
+    )
+    local = b"PK\3\4" + common + name + body
+    central = b"PK\1\2" + struct.pack("<H", 20) + common + bytes(14) + name
+    end = b"PK\5\6" + struct.pack("<HHHHIIH", 0, 0, 1, 1, len(central), len(local), 0)
+    write_bytes(path, local + central + end)
+
+
 def write_bytes(path, data):
     with open(path, "wb") as out:
         out.write(data)
@@ -124,6 +162,7 @@ def write_zips(folder):
     for name, (items, write) in packages.items():
         write(os.path.join(folder, name + ".zip"), items)
         write_contents(os.path.join(folder, name + ".contents"), items)
+    write_locked_zip(os.path.join(folder, "zip_password.zip"), b"secret.dat", b"the secret")
     whole = os.path.join(folder, "zip_whole.zip")
     write_zip(whole, TWO_FILES, zipfile.ZIP_STORED)
     with open(whole, "rb") as archive:

@@ -2,6 +2,8 @@
 // told by a file beside it, its own name with ".plan" appended; words, in order:
 //   sleep MS    waits
 //   hold        waits until somebody ends it (or for two minutes, then ends with kNobodyCame)
+//   leave NAME  writes a file of that name (ASCII, no blanks) below the folder that its last
+//               argument names, as an unpacking program does, but with bytes of its own
 //   exit CODE   ends with that code, any 32-bit value
 // Without a plan it ends with 0 at once.
 //
@@ -68,7 +70,13 @@ int Finish(int code) {
     return code;
 }
 
-int FollowPlan() {
+void Leave(const std::filesystem::path& folder, const std::string& name) {
+    const std::filesystem::path file = folder / name;
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << "half of something";
+}
+
+int FollowPlan(const std::filesystem::path& lastArgument) {
     std::ifstream plan(std::filesystem::path(OwnPath() + L".plan"));
     std::string word;
     int64_t number = 0;
@@ -76,6 +84,10 @@ int FollowPlan() {
         if (word == "hold") {
             ::Sleep(kHoldLimitMs);
             return Finish(kNobodyCame);
+        }
+        if (word == "leave" && plan >> word) {
+            Leave(lastArgument, word);
+            continue;
         }
         if (!(plan >> number)) {
             return Finish(kBadPlan);
@@ -90,7 +102,7 @@ int FollowPlan() {
 
 }  // namespace
 
-int wmain() {
+int wmain(int argc, wchar_t** argv) {
     Note(Describe());
-    return FollowPlan();
+    return FollowPlan(argv[argc - 1]);
 }
