@@ -110,16 +110,64 @@ def encrypt(data, password):
     return bytes(out)
 
 
-def write_locked_zip(path, name, data):
-    """One file, stored, that only a password opens."""
-    body = encrypt(data, b"secret")
-    common = struct.pack(
-        "<HHHHHIIIHH", 20, 1, 0, 0x2CC0, 0x5864, zlib.crc32(data), len(body), len(data), len(name), 0
-    )
-    local = b"PK\3\4" + common + name + body
-    central = b"PK\1\2" + struct.pack("<H", 20) + common + bytes(14) + name
+def write_single_zip(path, name, body, size, crc, flags=0, method=zipfile.ZIP_STORED):
+    """One file, whose bytes in the package are `body`; with the long form of sizes that need it."""
+    sizes = struct.pack("<II", len(body), size) if size < 1 << 32 else b"\xff" * 8
+    extra = b"" if size < 1 << 32 else struct.pack("<HHQQ", 1, 16, size, len(body))
+    common = struct.pack("<HHHHHI", 45, flags, method, 0x2CC0, 0x5864, crc) + sizes
+    common += struct.pack("<HH", len(name), len(extra))
+    local = b"PK\3\4" + common + name + extra + body
+    central = b"PK\1\2" + struct.pack("<H", 45) + common + bytes(14) + name + extra
     end = b"PK\5\6" + struct.pack("<HHHHIIH", 0, 0, 1, 1, len(central), len(local), 0)
     write_bytes(path, local + central + end)
+
+
+def write_locked_zip(path):
+    """A file that only a password opens."""
+    data = b"the secret"
+    body = encrypt(data, b"secret")
+    write_single_zip(path, b"secret.dat", body, len(data), zlib.crc32(data), flags=1)
+
+
+# 4 GiB of zeros and a few more bytes; zlib.crc32 takes long for so many.
+HUGE_MATCHES = ((1 << 32) // 258 // 8 + 1) * 8
+HUGE_SIZE = 1 + HUGE_MATCHES * 258 + len(b"end")
+HUGE_CRC = 0x8F307BD5
+
+
+def deflate_bits(bits, value, count, is_code=False):
+    """Appends a number, or a Huffman code, whose first bit is its highest."""
+    for place in range(count - 1, -1, -1) if is_code else range(count):
+        bits.append(value >> place & 1)
+
+
+def huge_body():
+    """That file in the shortest form that the fixed codes allow: eight times the match "258 bytes like
+    the last one" are 13 bytes, which repeat."""
+    bits = []
+    deflate_bits(bits, 1, 1)  # The last block,
+    deflate_bits(bits, 1, 2)  # with fixed codes.
+    deflate_bits(bits, 0x30, 8, is_code=True)  # A zero.
+    period = []
+    for _ in range(8):
+        deflate_bits(period, 0b11000101, 8, is_code=True)  # 258 bytes
+        deflate_bits(period, 0, 5)  # from one byte back.
+    start = len(bits) // 8 + 1
+    tail = []
+    for byte in b"end":
+        deflate_bits(tail, 0x30 + byte, 8, is_code=True)
+    deflate_bits(tail, 0, 7)  # The block ends.
+    bits += period * 2 + tail
+    bits += [0] * (-len(bits) % 8)
+    packed = bytes(
+        sum(bit << place for place, bit in enumerate(bits[i : i + 8])) for i in range(0, len(bits), 8)
+    )
+    cycle = packed[start : start + 13]
+    return packed[:start] + cycle * (HUGE_MATCHES // 8 - 2) + packed[start:]
+
+
+def write_huge_zip(path):
+    write_single_zip(path, b"huge.dat", huge_body(), HUGE_SIZE, HUGE_CRC, method=zipfile.ZIP_DEFLATED)
 
 
 def write_bytes(path, data):
@@ -162,7 +210,8 @@ def write_zips(folder):
     for name, (items, write) in packages.items():
         write(os.path.join(folder, name + ".zip"), items)
         write_contents(os.path.join(folder, name + ".contents"), items)
-    write_locked_zip(os.path.join(folder, "zip_password.zip"), b"secret.dat", b"the secret")
+    write_locked_zip(os.path.join(folder, "zip_password.zip"))
+    write_huge_zip(os.path.join(folder, "zip_huge.zip"))
     whole = os.path.join(folder, "zip_whole.zip")
     write_zip(whole, TWO_FILES, zipfile.ZIP_STORED)
     with open(whole, "rb") as archive:
