@@ -45,6 +45,9 @@ bool RunAsOriginal() {
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
+    // Before anything can load a DLL: neither the game's folder nor the temporary one may provide
+    // it.
+    ::SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (!LoadEmbeddedConfig(nullptr, toolConfig)) {
         ReportMissingConfiguration();
         return kExitNotDone;

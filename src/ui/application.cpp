@@ -1,0 +1,54 @@
+#include "ui/application.h"
+
+#include "common/com_apartment.h"
+#include "ui/controls_api.h"
+#include "ui/gdiplus_objects.h"
+#include "ui/job_control.h"
+#include "ui/main_window.h"
+#include "ui/window_state.h"
+
+namespace {
+
+// Resolved at run time because Windows 10 has it only since version 1703; before, the window is
+// scaled.
+void UsePhysicalPixels() {
+    using SetAwareness = decltype(&::SetProcessDpiAwarenessContext);
+    const auto setAwareness = reinterpret_cast<SetAwareness>(reinterpret_cast<void*>(
+        ::GetProcAddress(::GetModuleHandleW(L"user32.dll"), "SetProcessDpiAwarenessContext")));
+    if (setAwareness != nullptr) {
+        setAwareness(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
+    }
+}
+
+void InitialiseControls() {
+    const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_STANDARD_CLASSES | ICC_PROGRESS_CLASS};
+    ::InitCommonControlsEx(&controls);
+}
+
+// Until the window is gone; gives the exit code.
+int RunMessageLoop() {
+    MSG message{};
+    while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
+        ::TranslateMessage(&message);
+        ::DispatchMessageW(&message);
+    }
+    return static_cast<int>(message.wParam);
+}
+
+}  // namespace
+
+int RunApplication(HINSTANCE instance, int showCommand) {
+    // Before anything can load a DLL: the game's folder, which is the exe's, may hold one of its
+    // name.
+    ::SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
+    UsePhysicalPixels();
+    InitialiseControls();
+    const ComApartment com;
+    const GdiplusSession gdiplus;
+    // Without a window no message would ever end the loop.
+    const bool hasWindow = CreateMainWindow(instance, showCommand) != nullptr;
+    const int exitCode = hasWindow ? RunMessageLoop() : 0;
+    StopJob();  // Something else than the close question may have ended the loop.
+    ReleaseImages();
+    return exitCode;
+}
