@@ -17,6 +17,8 @@ struct FreeGlobalMemory {
 };
 using GlobalMemory = std::unique_ptr<void, FreeGlobalMemory>;
 
+using OwnedFontFamily = GdiplusPointer<Gdiplus::GpFontFamily>;
+
 GlobalMemory CopyToGlobalMemory(std::span<const std::byte> bytes) {
     GlobalMemory memory(::GlobalAlloc(GMEM_MOVEABLE, bytes.size()));
     if (!memory) {
@@ -39,6 +41,14 @@ ComPointer<IStream> MakeStream(std::span<const std::byte> bytes) {
     }
     static_cast<void>(memory.release());  // The stream's own, from here on.
     return ComPointer<IStream>(stream);
+}
+
+OwnedFontFamily FindFontFamily() {
+    Gdiplus::GpFontFamily* family = nullptr;
+    if (GdipCreateFontFamilyFromName(kFontFamily, nullptr, &family) != Gdiplus::Ok) {
+        GdipGetGenericFontFamilySansSerif(&family);
+    }
+    return OwnedFontFamily(family);
 }
 
 OwnedGraphics WithSmoothEdges(Gdiplus::GpGraphics* graphics) {
@@ -76,11 +86,9 @@ OwnedPen MakePen(Argb colour, float widthPx) {
 }
 
 OwnedFont MakeFont(const FontSpec& spec) {
-    Gdiplus::GpFontFamily* family = nullptr;
-    GdipCreateFontFamilyFromName(kFontFamily, nullptr, &family);
-    const GdiplusPointer<Gdiplus::GpFontFamily> owner(family);
+    const OwnedFontFamily family = FindFontFamily();
     Gdiplus::GpFont* font = nullptr;
-    GdipCreateFont(family, static_cast<Gdiplus::REAL>(spec.sizePx),
+    GdipCreateFont(family.get(), static_cast<Gdiplus::REAL>(spec.sizePx),
                    spec.bold ? Gdiplus::FontStyleBold : Gdiplus::FontStyleRegular,
                    Gdiplus::UnitPixel, &font);
     return OwnedFont(font);

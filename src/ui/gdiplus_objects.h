@@ -60,6 +60,7 @@ private:
 
 OwnedBrush MakeSolidBrush(Argb colour);
 OwnedPen MakePen(Argb colour, float widthPx);
+// Segoe UI, or the system's usual sans-serif font where that is missing.
 OwnedFont MakeFont(const FontSpec& spec);
 
 // How a text lies in its box: centred from side to side, an ellipsis after the last word that fits.

@@ -166,6 +166,34 @@ TEST_F(GdiplusObjects, GiveFontsTheirSizeInPixelsAndTheirWeight) {
     }
 }
 
+TEST_F(GdiplusObjects, AskForSegoeUI) {
+    std::wstring asked;
+    const auto hook = HookCall<decltype(&GdipCreateFontFamilyFromName)>(
+        L"gdiplus.dll", "GdipCreateFontFamilyFromName", [&](const WCHAR* name, auto...) {
+            asked = name;
+            return Gdiplus::FontFamilyNotFound;
+        });
+    MakeFont({12, false});
+    EXPECT_EQ(asked, L"Segoe UI");
+}
+
+TEST_F(GdiplusObjects, TakeTheUsualSansSerifFontWhereSegoeUIIsMissing) {
+    using Find = decltype(&GdipCreateFontFamilyFromName);
+    const auto find = RealFunction<Find>(L"gdiplus.dll", "GdipCreateFontFamilyFromName");
+    const auto named = HookCall<Find>(L"gdiplus.dll", "GdipCreateFontFamilyFromName",
+                                      [](auto...) { return Gdiplus::FontFamilyNotFound; });
+    // Any family will do; the bench has none that GDI+ calls generic.
+    int generic = 0;
+    const auto usual = HookCall<decltype(&GdipGetGenericFontFamilySansSerif)>(
+        L"gdiplus.dll", "GdipGetGenericFontFamilySansSerif", [&](Gdiplus::GpFontFamily** family) {
+            ++generic;
+            return find(L"Segoe UI", nullptr, family);
+        });
+    EXPECT_TRUE(MakeFont({12, false}));
+    EXPECT_TRUE(MakeFont({28, true}));
+    EXPECT_EQ(generic, 2);
+}
+
 TEST_F(GdiplusObjects, LetTextEndInAnEllipsisAfterAWord) {
     for (const TextPlacement placement : {TextPlacement::TopLine, TextPlacement::Middle}) {
         const OwnedFormat format = MakeTextFormat(placement);
