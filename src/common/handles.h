@@ -37,6 +37,14 @@ struct DeleteGdiObject {
 using GdiBrush = std::unique_ptr<std::remove_pointer_t<HBRUSH>, DeleteGdiObject>;
 using GdiRegion = std::unique_ptr<std::remove_pointer_t<HRGN>, DeleteGdiObject>;
 
+struct DestroyIconHandle {
+    void operator()(HICON icon) const noexcept {
+        ::DestroyIcon(icon);
+    }
+};
+// Not for shared icons, such as those of LoadIconW.
+using OwnedIcon = std::unique_ptr<std::remove_pointer_t<HICON>, DestroyIconHandle>;
+
 struct ReleaseComObject {
     void operator()(IUnknown* object) const noexcept {
         object->Release();

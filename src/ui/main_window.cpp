@@ -120,21 +120,33 @@ LRESULT CALLBACK MainWindowProcedure(HWND window, UINT message, WPARAM wParam,
     return ::DefWindowProcW(window, message, wParam, lParam);
 }
 
+HICON LoadToolIcon(HINSTANCE instance) {
+    const HICON icon = ::LoadIconW(instance, MAKEINTRESOURCEW(ID_TOOL_ICON));
+    return icon != nullptr ? icon : ::LoadIconW(nullptr, IDI_APPLICATION);
+}
+
+// In its own size, which the icon has a picture for. None when it cannot be loaded.
+OwnedIcon LoadSmallToolIcon(HINSTANCE instance) {
+    // Not LR_SHARED, which would hand out the large one again.
+    return OwnedIcon(static_cast<HICON>(::LoadImageW(
+        instance, MAKEINTRESOURCEW(ID_TOOL_ICON), IMAGE_ICON, ::GetSystemMetrics(SM_CXSMICON),
+        ::GetSystemMetrics(SM_CYSMICON), LR_DEFAULTCOLOR)));
+}
+
 void RegisterWindowClass(HINSTANCE instance) {
-    HICON icon = ::LoadIconW(instance, MAKEINTRESOURCEW(ID_TOOL_ICON));
-    if (icon == nullptr) {
-        icon = ::LoadIconW(nullptr, IDI_APPLICATION);
-    }
+    OwnedIcon smallIcon = LoadSmallToolIcon(instance);
     WNDCLASSEXW windowClass{};
     windowClass.cbSize = sizeof windowClass;
     windowClass.lpfnWndProc = MainWindowProcedure;
     windowClass.hInstance = instance;
-    windowClass.hIcon = icon;
-    windowClass.hIconSm = icon;
+    windowClass.hIcon = LoadToolIcon(instance);
+    windowClass.hIconSm = smallIcon ? smallIcon.get() : windowClass.hIcon;
     windowClass.hCursor = ::LoadCursorW(nullptr, IDC_ARROW);
     windowClass.hbrBackground = static_cast<HBRUSH>(::GetStockObject(BLACK_BRUSH));
     windowClass.lpszClassName = kWindowClassName;
-    ::RegisterClassExW(&windowClass);
+    if (::RegisterClassExW(&windowClass) != 0) {
+        static_cast<void>(smallIcon.release());  // The class's own, from here on.
+    }
 }
 
 // Where this fails, the window stays rectangular.

@@ -153,16 +153,29 @@ TEST_F(MainWindow, HasTheClassThatItsUsersKnow) {
     EXPECT_NE(windowClass.hIconSm, nullptr);
 }
 
-// The icons that the class is registered with. `found` says what the tool's own icon loads as.
-std::pair<HICON, HICON> IconsWhen(HICON found) {
+// The icons that the class is registered with. `loaded` are what the tool's own icon
+// loads as.
+std::pair<HICON, HICON> IconsWhen(std::pair<HICON, HICON> loaded) {
     std::pair<HICON, HICON> icons;
     using Load = decltype(&::LoadIconW);
     const auto load = RealFunction<Load>(L"user32.dll", "LoadIconW");
-    const auto icon =
+    const auto largeIcon =
         HookCall<Load>(L"user32.dll", "LoadIconW", [&](HINSTANCE instance, LPCWSTR name) {
-            return instance != nullptr && name == MAKEINTRESOURCEW(101) ? found
+            return instance != nullptr && name == MAKEINTRESOURCEW(101) ? loaded.first
                                                                         : load(instance, name);
         });
+    const auto smallIcon =
+        HookCall<decltype(&::LoadImageW)>(L"user32.dll", "LoadImageW",
+                                          [&](HINSTANCE instance, LPCWSTR name, UINT type,
+                                              int width, int height, UINT flags) -> HANDLE {
+                                              EXPECT_EQ(instance, ::GetModuleHandleW(nullptr));
+                                              EXPECT_EQ(name, MAKEINTRESOURCEW(101));
+                                              EXPECT_EQ(type, static_cast<UINT>(IMAGE_ICON));
+                                              EXPECT_EQ(width, ::GetSystemMetrics(SM_CXSMICON));
+                                              EXPECT_EQ(height, ::GetSystemMetrics(SM_CYSMICON));
+                                              EXPECT_EQ(flags & LR_SHARED, 0U);
+                                              return loaded.second;
+                                          });
     const auto registration = HookCall<decltype(&::RegisterClassExW)>(
         L"user32.dll", "RegisterClassExW", [&](const WNDCLASSEXW* windowClass) -> ATOM {
             icons = {windowClass->hIcon, windowClass->hIconSm};
@@ -172,13 +185,29 @@ std::pair<HICON, HICON> IconsWhen(HICON found) {
     return icons;
 }
 
-TEST_F(MainWindow, HasTheToolsIconOrElseTheSystems) {
+TEST_F(MainWindow, HasTheToolsIconsOrElseTheSystems) {
     // Nothing is registered in this test, so no window comes to be.
     ::UnregisterClassW(L"Quellstone.RepairTool", ::GetModuleHandleW(nullptr));
     const HICON own = ::LoadIconW(nullptr, IDI_HAND);
+    const HICON ownSmall = ::LoadIconW(nullptr, IDI_ASTERISK);
     const HICON systems = ::LoadIconW(nullptr, IDI_APPLICATION);
-    EXPECT_EQ(IconsWhen(own), std::pair(own, own));
-    EXPECT_EQ(IconsWhen(nullptr), std::pair(systems, systems));
+    EXPECT_EQ(IconsWhen({own, ownSmall}), std::pair(own, ownSmall));
+    EXPECT_EQ(IconsWhen({own, nullptr}), std::pair(own, own));
+    EXPECT_EQ(IconsWhen({nullptr, nullptr}), std::pair(systems, systems));
+}
+
+// Not the large icon shrunk: that is blurred.
+TEST_F(MainWindow, HasASmallIconOfItsOwnSize) {
+    const OpenWindow window;
+    const auto icon = reinterpret_cast<HICON>(::GetClassLongPtrW(window.Handle(), GCLP_HICONSM));
+    ICONINFO parts{};
+    ASSERT_TRUE(::GetIconInfo(icon, &parts));
+    BITMAP picture{};
+    ::GetObjectW(parts.hbmColor, sizeof picture, &picture);
+    EXPECT_EQ(picture.bmWidth, ::GetSystemMetrics(SM_CXSMICON));
+    EXPECT_EQ(picture.bmHeight, ::GetSystemMetrics(SM_CYSMICON));
+    ::DeleteObject(parts.hbmColor);
+    ::DeleteObject(parts.hbmMask);
 }
 
 TEST_F(MainWindow, HasRoundCorners) {
