@@ -27,6 +27,9 @@ if(MSVC)
                   /sdl
                   /Brepro)
     target_link_options(repair_options INTERFACE /guard:cf /CETCOMPAT /Brepro /MANIFEST:NO
+                                                  # Imports come from the system's folder,
+                                                  # not from the exe's own.
+                                                  /DEPENDENTLOADFLAG:0x800
                                                   # Names the file with debug symbols without its folder.
                                                   /PDBALTPATH:%_PDB%)
 else()

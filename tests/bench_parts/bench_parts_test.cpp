@@ -11,6 +11,7 @@
 #include "bench_parts/import_hook.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/skipping.h"
+#include "ui/controls_api.h"
 
 namespace {
 
@@ -116,6 +117,32 @@ TEST(ImportHook, NestsInReverseOrder) {
         EXPECT_EQ(tickCount(), kOtherFakeTick);
     }
     EXPECT_EQ(tickCount(), kFakeTick);
+}
+
+// Whether the system accepts the request for its common controls.
+bool InitialisesControls() {
+    const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_STANDARD_CLASSES};
+    return ::InitCommonControlsEx(&controls) != FALSE;
+}
+bool (*volatile initialisesControls)() = &InitialisesControls;
+
+BOOL WINAPI RefuseControls(const INITCOMMONCONTROLSEX*) {
+    return FALSE;
+}
+
+// The hook comes before the first call, which must not undo it.
+TEST(ImportHook, ReplacesAFunctionThatIsResolvedAtItsFirstCall) {
+    {
+        const ImportHook hook(L"comctl32.dll", "InitCommonControlsEx",
+                              reinterpret_cast<void*>(&RefuseControls));
+        ASSERT_TRUE(hook.Installed());
+        EXPECT_FALSE(initialisesControls());
+        EXPECT_FALSE(initialisesControls());
+        const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_STANDARD_CLASSES};
+        EXPECT_TRUE(hook.Original<decltype(&::InitCommonControlsEx)>()(&controls));
+        EXPECT_FALSE(initialisesControls());
+    }
+    EXPECT_TRUE(initialisesControls());
 }
 
 TEST(ImportHook, SaysWhenThereIsNothingToReplace) {

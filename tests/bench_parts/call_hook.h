@@ -51,6 +51,5 @@ template <class Function, class Callable>
 // The function itself, whatever hooks there are.
 template <class Function>
 Function RealFunction(const wchar_t* dllName, const char* functionName) {
-    return reinterpret_cast<Function>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(dllName), functionName)));
+    return reinterpret_cast<Function>(bench::RealAddress(dllName, functionName));
 }

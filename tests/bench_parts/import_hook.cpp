@@ -1,8 +1,10 @@
 #include "bench_parts/import_hook.h"
 
 #include <cstddef>
+#include <set>
 #include <string>
 
+#include "common/delayed_imports.h"
 #include "common/windows_api.h"
 
 namespace bench {
@@ -22,36 +24,75 @@ bool IsDllNamed(const char* name, std::wstring_view wanted) {
                                   static_cast<int>(wanted.size()), TRUE) == CSTR_EQUAL;
 }
 
-// The entries that this program's calls of the function go through.
-std::vector<void**> FindImportEntries(std::wstring_view dllName, std::string_view functionName) {
-    auto* const image = reinterpret_cast<std::byte*>(::GetModuleHandleW(nullptr));
+// Adds the addresses of one DLL's table whose names are the function's.
+void AddEntries(std::byte* image, DWORD names, DWORD addresses, std::string_view functionName,
+                std::vector<void**>& entries) {
+    const auto* name = InImage<IMAGE_THUNK_DATA>(image, names);
+    auto* address = InImage<void*>(image, addresses);
+    for (; name->u1.AddressOfData != 0; ++name, ++address) {
+        if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) {
+            continue;
+        }
+        const auto* const import =
+            InImage<IMAGE_IMPORT_BY_NAME>(image, static_cast<DWORD>(name->u1.AddressOfData));
+        if (functionName == reinterpret_cast<const char*>(import->Name)) {
+            entries.push_back(address);
+        }
+    }
+}
+
+std::byte* ThisImage() {
+    return reinterpret_cast<std::byte*>(::GetModuleHandleW(nullptr));
+}
+
+// The address of a table that the image's headers name; 0 when it has none.
+DWORD TableOfImage(size_t directory) {
+    std::byte* const image = ThisImage();
     const auto* const dosHeader = InImage<IMAGE_DOS_HEADER>(image, 0);
     const auto* const headers =
         InImage<IMAGE_NT_HEADERS>(image, static_cast<DWORD>(dosHeader->e_lfanew));
-    const IMAGE_DATA_DIRECTORY& imports =
-        headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    return headers->OptionalHeader.DataDirectory[directory].VirtualAddress;
+}
+
+// The entries that this program's calls of the function go through.
+std::vector<void**> FindImportEntries(std::wstring_view dllName, std::string_view functionName) {
     std::vector<void**> entries;
-    if (imports.VirtualAddress == 0) {
+    const DWORD table = TableOfImage(IMAGE_DIRECTORY_ENTRY_IMPORT);
+    if (table == 0) {
         return entries;
     }
-    for (auto* dll = InImage<IMAGE_IMPORT_DESCRIPTOR>(image, imports.VirtualAddress);
-         dll->Name != 0; ++dll) {
-        if (dll->OriginalFirstThunk == 0 || !IsDllNamed(InImage<char>(image, dll->Name), dllName)) {
-            continue;
-        }
-        const auto* name = InImage<IMAGE_THUNK_DATA>(image, dll->OriginalFirstThunk);
-        auto* address = InImage<void*>(image, dll->FirstThunk);
-        for (; name->u1.AddressOfData != 0; ++name, ++address) {
-            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) {
-                continue;
-            }
-            const auto* const import =
-                InImage<IMAGE_IMPORT_BY_NAME>(image, static_cast<DWORD>(name->u1.AddressOfData));
-            if (functionName == reinterpret_cast<const char*>(import->Name)) {
-                entries.push_back(address);
-            }
+    std::byte* const image = ThisImage();
+    for (auto* dll = InImage<IMAGE_IMPORT_DESCRIPTOR>(image, table); dll->Name != 0; ++dll) {
+        if (dll->OriginalFirstThunk != 0 && IsDllNamed(InImage<char>(image, dll->Name), dllName)) {
+            AddEntries(image, dll->OriginalFirstThunk, dll->FirstThunk, functionName, entries);
         }
     }
+    return entries;
+}
+
+// The same for imports that are resolved at their first call.
+std::vector<void**> FindDelayedEntries(std::wstring_view dllName, std::string_view functionName) {
+    std::vector<void**> entries;
+#ifdef _MSC_VER
+    const DWORD table = TableOfImage(IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT);
+    if (table == 0) {
+        return entries;
+    }
+    std::byte* const image = ThisImage();
+    for (auto* dll = InImage<IMAGE_DELAYLOAD_DESCRIPTOR>(image, table); dll->DllNameRVA != 0;
+         ++dll) {
+        if (IsDllNamed(InImage<char>(image, dll->DllNameRVA), dllName)) {
+            AddEntries(image, dll->ImportNameTableRVA, dll->ImportAddressTableRVA, functionName,
+                       entries);
+        }
+    }
+#else
+    for (DelayedImport& import : DelayedImports()) {
+        if (IsDllNamed(import.dllName, dllName) && functionName == import.functionName) {
+            entries.push_back(&import.function);
+        }
+    }
+#endif
     return entries;
 }
 
@@ -67,11 +108,36 @@ bool WriteEntry(void** entry, void* value) {
     return true;
 }
 
+// Resolves the entry as its first call would, which would otherwise undo the hook.
+void Resolve(void** entry, std::wstring_view dllName, std::string_view functionName) {
+    static std::set<void**> resolved;
+    if (resolved.insert(entry).second) {
+        WriteEntry(entry, RealAddress(dllName, functionName));
+    }
+}
+
 }  // namespace
+
+void* RealAddress(std::wstring_view dllName, std::string_view functionName) {
+    const std::wstring name(dllName);
+    HMODULE dll = ::GetModuleHandleW(name.c_str());
+    if (dll == nullptr) {
+        // Stays loaded: whoever asks goes on to call the function.
+        dll = ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    }
+    return dll == nullptr
+               ? nullptr
+               : reinterpret_cast<void*>(::GetProcAddress(dll, std::string(functionName).c_str()));
+}
 
 ImportHook::ImportHook(std::wstring_view dllName, std::string_view functionName,
                        void* replacement) {
-    for (void** const entry : FindImportEntries(dllName, functionName)) {
+    std::vector<void**> entries = FindImportEntries(dllName, functionName);
+    for (void** const entry : FindDelayedEntries(dllName, functionName)) {
+        Resolve(entry, dllName, functionName);
+        entries.push_back(entry);
+    }
+    for (void** const entry : entries) {
         void* const original = *entry;
         if (WriteEntry(entry, replacement)) {
             replaced_.push_back({entry, original});

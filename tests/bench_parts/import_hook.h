@@ -3,9 +3,9 @@
 // Replaces one function of a system DLL for the test program itself, as long as the object lives.
 //
 // What cannot be made to fail from outside, such as the third copy of a file, is made to fail here.
-// The address is exchanged in the program's own import table, through which every call goes that
-// our statically linked code makes; the DLL, other modules and pointers from GetProcAddress are
-// untouched.
+// The address is exchanged in the program's own import tables (imports that are resolved at their
+// first call included), through which every call goes that our statically linked code makes; the
+// DLL, other modules and pointers from GetProcAddress are untouched.
 //
 //   ImportHook hook(L"kernel32.dll", "CopyFileW", reinterpret_cast<void*>(&FailingCopy));
 //   ASSERT_TRUE(hook.Installed());
@@ -19,6 +19,9 @@
 #include <vector>
 
 namespace bench {
+
+// The function itself, whatever hooks there are. Null when the system has none.
+void* RealAddress(std::wstring_view dllName, std::string_view functionName);
 
 class ImportHook {
 public:

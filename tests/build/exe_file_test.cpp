@@ -1,9 +1,9 @@
-// What the built exe is, seen as a file: what it imports, how it is hardened, what it carries.
+// What the built exe is, seen as a file: how it is hardened, what it carries. What it imports is in
+// exe_imports_test.cpp.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -20,7 +20,6 @@
 namespace {
 
 using testing::HasSubstr;
-using testing::IsSubsetOf;
 using testing::Not;
 
 std::vector<char> ReadAll(const std::filesystem::path& path) {
@@ -55,34 +54,6 @@ protected:
         return *reinterpret_cast<const IMAGE_NT_HEADERS64*>(bytes_.data() + dos->e_lfanew);
     }
 
-    // The bytes at a relative virtual address, found through the section table.
-    const char* At(DWORD address) const {
-        const auto* section = IMAGE_FIRST_SECTION(&Headers());
-        for (WORD i = 0; i < Headers().FileHeader.NumberOfSections; ++i, ++section) {
-            if (address >= section->VirtualAddress &&
-                address < section->VirtualAddress + section->SizeOfRawData) {
-                return bytes_.data() + (address - section->VirtualAddress) +
-                       section->PointerToRawData;
-            }
-        }
-        return nullptr;
-    }
-
-    std::set<std::string> ImportedLibraries() const {
-        std::set<std::string> names;
-        const DWORD table =
-            Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-        const auto* import = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(At(table));
-        for (; import->Name != 0; ++import) {
-            std::string name = At(import->Name);
-            for (char& character : name) {
-                character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
-            }
-            names.insert(name);
-        }
-        return names;
-    }
-
     std::string_view Resource(const wchar_t* type, int id) const {
         const HRSRC entry = ::FindResourceW(module_.get(), MAKEINTRESOURCEW(id), type);
         if (entry == nullptr) {
@@ -100,16 +71,6 @@ protected:
     std::vector<char> bytes_;
     Library module_;
 };
-
-TEST_F(ToolFile, ImportsOnlyLibrariesThatWindowsShips) {
-    const std::set<std::string> shipped{
-        "advapi32.dll", "bcrypt.dll", "comctl32.dll", "gdi32.dll",   "gdiplus.dll", "kernel32.dll",
-        "msvcrt.dll",   "ole32.dll",  "shell32.dll",  "shlwapi.dll", "user32.dll",  "winhttp.dll"};
-    const std::set<std::string> imported = ImportedLibraries();
-    EXPECT_THAT(imported, IsSubsetOf(shipped));
-    EXPECT_TRUE(imported.contains("kernel32.dll"));
-    EXPECT_TRUE(imported.contains("user32.dll"));
-}
 
 TEST_F(ToolFile, IsA64BitWindowedProgram) {
     EXPECT_EQ(Headers().FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);

@@ -1,0 +1,138 @@
+// Imports that are resolved at their first call: what /DELAYLOAD is to the Microsoft linker. The
+// libraries that dlltool makes for this purpose lose floating-point arguments of the first call.
+//
+// A function that is missing below shows as an undefined reference when the program is linked.
+
+// Defines the function and the pointer behind it under the names that an import library gives them,
+// and adds an entry to the table that delayed_imports.h describes. The pointer is the entry's first
+// field. It starts out leading to code that resolves this entry.
+    .macro import function
+        .text
+        .balign 16
+        .globl \function
+\function:
+        jmp *__imp_\function(%rip)
+resolve_\function:
+        lea __imp_\function(%rip), %rax
+        jmp ResolveAndCall
+
+        .section .rdata, "dr"
+name_\function:
+        .asciz "\function"
+
+        .data
+        .globl __imp_\function
+__imp_\function:
+        .quad resolve_\function
+        .quad dllName
+        .quad name_\function
+    .endm
+
+    .macro dll name
+        .section .rdata, "dr"
+        .set dllName, .
+        .asciz "\name"
+    .endm
+
+// Resolves the entry in rax, then goes on to the function with the arguments as they came.
+    .text
+    .balign 16
+    .seh_proc ResolveAndCall
+ResolveAndCall:
+    mov %rcx, 0x08(%rsp)
+    mov %rdx, 0x10(%rsp)
+    mov %r8, 0x18(%rsp)
+    mov %r9, 0x20(%rsp)
+    sub $0x68, %rsp
+    .seh_stackalloc 0x68
+    .seh_endprologue
+    movaps %xmm0, 0x20(%rsp)
+    movaps %xmm1, 0x30(%rsp)
+    movaps %xmm2, 0x40(%rsp)
+    movaps %xmm3, 0x50(%rsp)
+    mov %rax, %rcx
+    call ResolveDelayedImport
+    movaps 0x20(%rsp), %xmm0
+    movaps 0x30(%rsp), %xmm1
+    movaps 0x40(%rsp), %xmm2
+    movaps 0x50(%rsp), %xmm3
+    add $0x68, %rsp
+    mov 0x08(%rsp), %rcx
+    mov 0x10(%rsp), %rdx
+    mov 0x18(%rsp), %r8
+    mov 0x20(%rsp), %r9
+    jmp *%rax
+    .seh_endproc
+
+    .data
+    .balign 16
+    .globl delayedImports
+delayedImports:
+
+    dll bcrypt.dll
+    import BCryptCloseAlgorithmProvider
+    import BCryptCreateHash
+    import BCryptDestroyHash
+    import BCryptFinishHash
+    import BCryptGetProperty
+    import BCryptHashData
+    import BCryptOpenAlgorithmProvider
+
+    dll comctl32.dll
+    import InitCommonControlsEx
+
+    dll gdiplus.dll
+    import GdipCreateBitmapFromScan0
+    import GdipCreateBitmapFromStream
+    import GdipCreateFont
+    import GdipCreateFontFamilyFromName
+    import GdipCreateFromHDC
+    import GdipCreatePen1
+    import GdipCreateSolidFill
+    import GdipCreateStringFormat
+    import GdipDeleteBrush
+    import GdipDeleteFont
+    import GdipDeleteFontFamily
+    import GdipDeleteGraphics
+    import GdipDeletePen
+    import GdipDeleteStringFormat
+    import GdipDisposeImage
+    import GdipDrawEllipseI
+    import GdipDrawImageRect
+    import GdipDrawImageRectI
+    import GdipDrawLinesI
+    import GdipDrawRectangleI
+    import GdipDrawString
+    import GdipFillEllipseI
+    import GdipFillRectangleI
+    import GdipGetGenericFontFamilySansSerif
+    import GdipGetImageGraphicsContext
+    import GdipGetImageHeight
+    import GdipGetImageWidth
+    import GdipSetCompositingMode
+    import GdipSetInterpolationMode
+    import GdipSetSmoothingMode
+    import GdipSetStringFormatAlign
+    import GdipSetStringFormatLineAlign
+    import GdipSetStringFormatTrimming
+    import GdipSetTextRenderingHint
+    import GdiplusShutdown
+    import GdiplusStartup
+
+    dll winhttp.dll
+    import WinHttpCloseHandle
+    import WinHttpConnect
+    import WinHttpCrackUrl
+    import WinHttpOpen
+    import WinHttpOpenRequest
+    import WinHttpQueryDataAvailable
+    import WinHttpQueryHeaders
+    import WinHttpReadData
+    import WinHttpReceiveResponse
+    import WinHttpSendRequest
+    import WinHttpSetOption
+    import WinHttpSetTimeouts
+
+    .data
+    .globl delayedImportsEnd
+delayedImportsEnd:

@@ -1,0 +1,34 @@
+#include "common/delayed_imports.h"
+
+#include <string>
+
+#include "common/windows_api.h"
+
+// In delayed_imports.S.
+extern "C" DelayedImport delayedImports[];
+extern "C" DelayedImport delayedImportsEnd[];
+
+std::span<DelayedImport> DelayedImports() {
+    return {delayedImports, delayedImportsEnd};
+}
+
+void* FindImport(const DelayedImport& import) {
+    const HMODULE dll = ::LoadLibraryExA(import.dllName, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    void* const function =
+        dll == nullptr ? nullptr
+                       : reinterpret_cast<void*>(::GetProcAddress(dll, import.functionName));
+    if (function == nullptr) {
+        const std::string message = std::string("Windows does not provide ") + import.functionName +
+                                    " in " + import.dllName + ".";
+        ::FatalAppExitA(0, message.c_str());
+    }
+    return function;
+}
+
+// Called by delayed_imports.S with the entry whose function was called for the first time.
+extern "C" void* ResolveDelayedImport(DelayedImport* import) {
+    void* const function = FindImport(*import);
+    // Another thread may do the same at the same time, with the same value.
+    ::InterlockedExchangePointer(&import->function, function);
+    return function;
+}

@@ -1,0 +1,116 @@
+// What the loader does for the tool and the uninstaller before their first instruction: which DLLs
+// it loads, and which functions it wants of them.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <map>
+#include <set>
+#include <string>
+
+#include "common/windows_api.h"
+
+namespace {
+
+using testing::Contains;
+using testing::IsEmpty;
+using testing::IsSubsetOf;
+using testing::Key;
+using testing::Not;
+
+// The functions that are imported from each DLL, whose name is in small letters.
+using Imports = std::map<std::string, std::set<std::string>>;
+
+// An exe laid out in memory as the loader does it; nothing of it runs.
+class MappedExe {
+public:
+    explicit MappedExe(const wchar_t* path)
+        : module_(::LoadLibraryExW(path, nullptr,
+                                   LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE)) {
+        EXPECT_NE(module_, nullptr);
+    }
+    ~MappedExe() {
+        ::FreeLibrary(module_);
+    }
+    MappedExe(const MappedExe&) = delete;
+    MappedExe& operator=(const MappedExe&) = delete;
+
+    template <class T>
+    [[nodiscard]] const T* At(size_t address) const {
+        // The low bits of the handle say that it is no ordinary module.
+        const size_t base = reinterpret_cast<size_t>(module_) & ~size_t{3};
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
+        return reinterpret_cast<const T*>(base + address);
+    }
+
+    [[nodiscard]] const IMAGE_DATA_DIRECTORY& Directory(size_t index) const {
+        const auto header = static_cast<size_t>(At<IMAGE_DOS_HEADER>(0)->e_lfanew);
+        return At<IMAGE_NT_HEADERS64>(header)->OptionalHeader.DataDirectory[index];
+    }
+
+private:
+    HMODULE module_;
+};
+
+std::string SmallLetters(std::string text) {
+    std::ranges::transform(text, text.begin(), [](unsigned char letter) {
+        return static_cast<char>(std::tolower(letter));
+    });
+    return text;
+}
+
+Imports ImportsOf(const wchar_t* path) {
+    const MappedExe exe(path);
+    Imports imports;
+    const DWORD table = exe.Directory(IMAGE_DIRECTORY_ENTRY_IMPORT).VirtualAddress;
+    for (const auto* dll = exe.At<IMAGE_IMPORT_DESCRIPTOR>(table); dll->Name != 0; ++dll) {
+        std::set<std::string>& functions = imports[SmallLetters(exe.At<char>(dll->Name))];
+        const auto* name = exe.At<IMAGE_THUNK_DATA64>(dll->OriginalFirstThunk);
+        for (; name->u1.AddressOfData != 0; ++name) {
+            EXPECT_FALSE(IMAGE_SNAP_BY_ORDINAL64(name->u1.Ordinal));
+            functions.insert(exe.At<IMAGE_IMPORT_BY_NAME>(name->u1.AddressOfData)->Name);
+        }
+    }
+    return imports;
+}
+
+std::set<std::string> LibrariesOf(const Imports& imports) {
+    std::set<std::string> names;
+    for (const auto& [dll, functions] : imports) {
+        names.insert(dll);
+    }
+    return names;
+}
+
+class ExeImports : public testing::TestWithParam<const wchar_t*> {
+protected:
+    Imports imports_ = ImportsOf(GetParam());
+};
+
+// All of these are on Windows' list of known DLLs (KnownDLLs below the session manager's key in the
+// registry), which always come from the system's folder. Any other would come from the exe's folder
+// if there is one of that name: the game's, or the temporary folder.
+TEST_P(ExeImports, NameOnlyDllsThatComeFromTheSystemsFolder) {
+    const std::set<std::string> known{"advapi32.dll", "gdi32.dll",   "kernel32.dll", "msvcrt.dll",
+                                      "ole32.dll",    "shell32.dll", "shlwapi.dll",  "user32.dll"};
+    EXPECT_THAT(LibrariesOf(imports_), IsSubsetOf(known));
+    EXPECT_THAT(imports_, Contains(Key("user32.dll")));
+}
+
+TEST_P(ExeImports, HoldTheCallThatKeepsTheExesFolderOutOfLaterLoads) {
+    EXPECT_THAT(imports_.at("kernel32.dll"), Contains("SetDefaultDllDirectories"));
+}
+
+// Windows 10 has it only since version 1703; an earlier one would not start the program.
+TEST_P(ExeImports, DoNotWantANewerWindows) {
+    EXPECT_THAT(imports_.at("user32.dll"), Not(Contains("SetProcessDpiAwarenessContext")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Programs, ExeImports, testing::Values(TOOL_PATH, UNINSTALLER_PATH),
+                         [](const auto& program) {
+                             return program.index == 0 ? "Tool" : "Uninstaller";
+                         });
+
+}  // namespace

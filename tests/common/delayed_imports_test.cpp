@@ -1,0 +1,77 @@
+#include "common/delayed_imports.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+#include "bench_parts/call_hook.h"
+#include "ui/gdiplus_objects.h"
+
+using namespace Gdiplus::DllExports;
+
+namespace {
+
+// Whether an address lies in the DLL of this name in the system's folder.
+bool IsInSystemDll(void* address, const std::string& dllName) {
+    HMODULE module = nullptr;
+    ::GetModuleHandleExA(
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+        static_cast<const char*>(address), &module);
+    return module != nullptr && module == ::GetModuleHandleA(dllName.c_str());
+}
+
+TEST(DelayedImports, AreAllProvidedByWindows) {
+    EXPECT_FALSE(DelayedImports().empty());
+    for (const DelayedImport& import : DelayedImports()) {
+        EXPECT_TRUE(IsInSystemDll(FindImport(import), import.dllName))
+            << import.dllName << ' ' << import.functionName;
+    }
+}
+
+TEST(DelayedImports, LeadToTheFunctionAfterTheFirstCall) {
+    const auto creation = std::ranges::find_if(DelayedImports(), [](const DelayedImport& import) {
+        return std::string_view(import.functionName) == "GdipCreateBitmapFromScan0";
+    });
+    ASSERT_NE(creation, DelayedImports().end());
+    EXPECT_NE(creation->function, FindImport(*creation));
+    const GdiplusSession gdiplus;
+    EXPECT_TRUE(MakeBitmap(1, 1));
+    EXPECT_EQ(creation->function, FindImport(*creation));
+}
+
+// The second argument travels in another kind of register than whole numbers do.
+TEST(DelayedImports, PassFractionsOnInTheFirstCall) {
+    // Leaves something else in that register.
+    const auto load = HookCall<decltype(&::LoadLibraryExA)>(
+        L"kernel32.dll", "LoadLibraryExA",
+        [real = RealFunction<decltype(&::LoadLibraryExA)>(L"kernel32.dll", "LoadLibraryExA")](
+            LPCSTR name, HANDLE file, DWORD flags) {
+            volatile double value = 77.0;
+            value = std::pow(value, 1.5);
+            return real(name, file, flags);
+        });
+    const GdiplusSession gdiplus;
+    const OwnedPen pen = MakePen(0xFF000000, 2.25F);
+    Gdiplus::REAL width = 0;
+    GdipGetPenWidth(pen.get(), &width);
+    EXPECT_EQ(width, 2.25F);
+}
+
+// Instead of calling nothing at all. The exception stands for the program's end.
+TEST(DelayedImports, EndTheProgramWhereWindowsLacksAFunction) {
+    std::string message;
+    const auto end = HookCall<decltype(&::FatalAppExitA)>(L"kernel32.dll", "FatalAppExitA",
+                                                          [&](UINT, LPCSTR text) {
+                                                              message = text;
+                                                              throw std::runtime_error("ended");
+                                                          });
+    EXPECT_THROW(FindImport({nullptr, "winhttp.dll", "NoSuchFunction"}), std::runtime_error);
+    EXPECT_EQ(message, "Windows does not provide NoSuchFunction in winhttp.dll.");
+    EXPECT_THROW(FindImport({nullptr, "no_such.dll", "WinHttpOpen"}), std::runtime_error);
+    EXPECT_EQ(message, "Windows does not provide WinHttpOpen in no_such.dll.");
+}
+
+}  // namespace
