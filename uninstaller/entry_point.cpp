@@ -4,6 +4,7 @@
 #include "common/com_apartment.h"
 #include "common/paths.h"
 #include "common/shell_api.h"
+#include "common/system_dlls.h"
 #include "common/tool_instance.h"
 #include "config/config_loader.h"
 #include "uninstaller/hand_over.h"
@@ -45,9 +46,7 @@ bool RunAsOriginal() {
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
-    // Before anything can load a DLL: neither the game's folder nor the temporary one may provide
-    // it.
-    ::SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
+    LoadDllsFromSystemFolderOnly();
     if (!LoadEmbeddedConfig(nullptr, toolConfig)) {
         ReportMissingConfiguration();
         return kExitNotDone;

@@ -1,6 +1,7 @@
 #include "ui/application.h"
 
 #include "common/com_apartment.h"
+#include "common/system_dlls.h"
 #include "ui/controls_api.h"
 #include "ui/gdiplus_objects.h"
 #include "ui/job_control.h"
@@ -38,9 +39,7 @@ int RunMessageLoop() {
 }  // namespace
 
 int RunApplication(HINSTANCE instance, int showCommand) {
-    // Before anything can load a DLL: the game's folder, which is the exe's, may hold one of its
-    // name.
-    ::SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
+    LoadDllsFromSystemFolderOnly();
     UsePhysicalPixels();
     InitialiseControls();
     const ComApartment com;

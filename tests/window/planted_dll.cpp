@@ -1,0 +1,15 @@
+// A DLL that leaves a mark beside itself when somebody loads it: its own path with ".loaded"
+// behind. It is loaded at moments when little of a program works, so it uses nothing but kernel32.
+
+#include "common/windows_api.h"
+
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        constexpr wchar_t kSuffix[] = L".loaded";
+        wchar_t mark[MAX_PATH + 8];
+        const DWORD length = ::GetModuleFileNameW(module, mark, MAX_PATH);
+        ::lstrcpyW(mark + length, kSuffix);
+        ::CloseHandle(::CreateFileW(mark, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+    }
+    return TRUE;
+}

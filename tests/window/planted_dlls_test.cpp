@@ -1,0 +1,134 @@
+// A game's folder with DLLs that have the names of system DLLs: mods leave them there.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "bench_parts/scratch_folder.h"
+#include "extract/process_runner.h"
+#include "system/running_copy.h"
+#include "window/tool_on_client.h"
+
+// Wants the platform header before it.
+#include <tlhelp32.h>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// What the tool calls, what that calls in turn, and what mods are known to use. Left out are:
+// - DLLs on Windows' list of known ones, which no folder can replace;
+// - what Wine's own DLLs take from the exe's folder, whatever the program has asked for:
+// version.dll
+//   (its user32.dll), uxtheme.dll (comctl32.dll), windowscodecs.dll and propsys.dll (gdiplus.dll),
+//   crypt32.dll (winhttp.dll).
+constexpr const wchar_t* kPlantedNames[] = {
+    L"winhttp.dll",  L"bcrypt.dll",   L"gdiplus.dll",   L"comctl32.dll", L"winspool.drv",
+    L"dwmapi.dll",   L"cryptsp.dll",  L"cryptbase.dll", L"userenv.dll",  L"dnsapi.dll",
+    L"iphlpapi.dll", L"mswsock.dll",  L"secur32.dll",   L"sspicli.dll",  L"msimg32.dll",
+    L"oleacc.dll",   L"winmm.dll",    L"dinput8.dll",   L"d3d9.dll",     L"dxgi.dll",
+    L"apphelp.dll",  L"netapi32.dll", L"jsproxy.dll",   L"usp10.dll",    L"ncrypt.dll",
+    L"schannel.dll", L"webio.dll",    L"wintypes.dll"};
+
+void Plant(const std::filesystem::path& path) {
+    bench::WriteFile(path, bench::ReadFile(FolderOfThisProgram() / L"planted_dll.dll"));
+}
+
+bool WasLoaded(const std::filesystem::path& planted) {
+    return std::filesystem::exists(planted.native() + L".loaded");
+}
+
+// Where a process has loaded the DLL of this name from, in small letters; empty when it has not.
+std::wstring PathOfModule(HANDLE process, const std::wstring& name) {
+    const auto modules = AdoptHandle<KernelHandle>(
+        ::CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, ::GetProcessId(process)));
+    MODULEENTRY32W module{};
+    module.dwSize = sizeof module;
+    BOOL found = ::Module32FirstW(modules.get(), &module);
+    while (found && ::lstrcmpiW(module.szModule, name.c_str()) != 0) {
+        found = ::Module32NextW(modules.get(), &module);
+    }
+    return found ? ::CharLowerW(module.szExePath) : L"";
+}
+
+// Wine prefers its own DLLs unless it is told otherwise, here for one program. Windows does not
+// know the key.
+class WineTakesPlantedDlls {
+public:
+    explicit WineTakesPlantedDlls(const std::wstring& program)
+        : key_(L"Software\\Wine\\AppDefaults\\" + program) {
+        Set(L"version");
+        for (std::wstring name : kPlantedNames) {
+            Set(name.ends_with(L".dll") ? name.substr(0, name.size() - 4) : name);
+        }
+    }
+    ~WineTakesPlantedDlls() {
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, key_.c_str());
+    }
+    WineTakesPlantedDlls(const WineTakesPlantedDlls&) = delete;
+    WineTakesPlantedDlls& operator=(const WineTakesPlantedDlls&) = delete;
+
+private:
+    void Set(const std::wstring& name) const {
+        constexpr wchar_t kOrder[] = L"native,builtin";
+        ::RegSetKeyValueW(HKEY_CURRENT_USER, (key_ + L"\\DllOverrides").c_str(), name.c_str(),
+                          REG_SZ, kOrder, sizeof kOrder);
+    }
+
+    std::wstring key_;
+};
+
+class PlantedDlls : public ToolOnClient {
+protected:
+    PlantedDlls() {
+        for (const wchar_t* name : kPlantedNames) {
+            Plant(Client() / name);
+        }
+    }
+
+    [[nodiscard]] std::vector<std::wstring> Loaded() const {
+        std::vector<std::wstring> names;
+        std::ranges::copy_if(kPlantedNames, std::back_inserter(names),
+                             [this](const wchar_t* name) { return WasLoaded(Client() / name); });
+        return names;
+    }
+
+private:
+    WineTakesPlantedDlls setting_{L"repair.exe"};
+};
+
+TEST_F(PlantedDlls, AreNotLoadedByTheTool) {
+    ToolWindow& window = StartTool();
+    ASSERT_THAT(Loaded(), IsEmpty());
+    // From here on Wine's winhttp.dll would take it for itself.
+    std::filesystem::remove(Client() / L"bcrypt.dll");
+    window.Press(ButtonId::RepairClient);
+    window.AwaitJobStart();
+    window.AwaitJobEnd();
+    EXPECT_TRUE(window.CanPress(ButtonId::RepairClient)) << "the repair failed";
+    CloseTool();
+    EXPECT_THAT(Loaded(), IsEmpty());
+}
+
+// Else the test above would prove nothing.
+TEST(PlantedDll, IsLoadedByAProgramThatImportsItsName) {
+    const WineTakesPlantedDlls setting(L"program.exe");
+    const bench::ScratchFolder folder;
+    const std::filesystem::path program = folder.Path() / L"program.exe";
+    const std::filesystem::path planted = folder.Path() / L"version.dll";
+    bench::WriteFile(program, bench::ReadFile(FolderOfThisProgram() / L"plain_importer.exe"));
+    Plant(planted);
+    ASSERT_TRUE(RunHiddenAndWait(L"\"" + program.native() + L"\""));
+    EXPECT_TRUE(WasLoaded(planted));
+}
+
+// Version 6, which the manifest asks for, not the one in the system's folder.
+TEST_F(PlantedDlls, LeaveTheCommonControlsThatTheManifestNames) {
+    EXPECT_THAT(PathOfModule(StartTool().Process(), L"comctl32.dll"),
+                HasSubstr(L"\\winsxs\\amd64_microsoft.windows.common-controls_"));
+}
+
+}  // namespace
