@@ -11,14 +11,11 @@
 #include "common/paths.h"
 #include "common/removal.h"
 #include "common/shell_api.h"
-#include "common/tool_instance.h"
 #include "config/tool_config.h"
 #include "system/desktop_shortcut.h"
 #include "system/folder_size.h"
 #include "system/installed_programs_values.h"
 #include "system/known_folder.h"
-#include "system/startup_program.h"
-#include "uninstaller/uninstall_guard.h"
 
 namespace {
 
@@ -76,17 +73,12 @@ Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
     return left.empty() ? Paths{folder} : left;
 }
 
-// The canonical `folder` with its content; empty when all is gone. What is needed for a second
-// attempt goes last.
-Paths RemoveClientFolder(const std::filesystem::path& folder) {
-    const auto uninstaller = WeaklyCanonical(toolExePath);
-    const auto startupProgram = WeaklyCanonical(ResolveStartupExePath());
-    if (!uninstaller || !startupProgram) {
-        return {folder};
-    }
-    const Paths kept{*uninstaller, *startupProgram};
-    RemoveAllBut(kept, folder);
-    Paths left = EntriesBut(kept, folder);
+// The client folder with its content; empty when all is gone. What is needed for a second attempt
+// goes last.
+Paths RemoveClientFolder(const ApprovedClient& client) {
+    const Paths kept{client.uninstaller, client.startupProgram};
+    RemoveAllBut(kept, client.folder);
+    Paths left = EntriesBut(kept, client.folder);
     if (!left.empty()) {
         return left;
     }
@@ -95,7 +87,7 @@ Paths RemoveClientFolder(const std::filesystem::path& folder) {
             return {path};
         }
     }
-    return RemoveEmptied(folder, kept);
+    return RemoveEmptied(client.folder, kept);
 }
 
 // Where the shortcut file leads to, resolved; none for what is no readable shortcut.
@@ -150,16 +142,12 @@ ClientContent MeasureClient(const std::filesystem::path& folder) {
     return content;
 }
 
-RemovalResult RemoveGame() {
+RemovalResult RemoveGame(const ApprovedClient& client) {
     RemovalResult result;
-    const std::optional<std::filesystem::path> folder = WeaklyCanonical(toolFolder);
-    if (!folder) {
-        return {{toolFolder}, true, true};
-    }
     // Looked up first, while what it leads to is still there.
-    const std::optional<std::filesystem::path> shortcut = FindShortcutInto(*folder);
-    result.left = RemoveClientFolder(*folder);
-    result.canBeRepeated = IsRegularFile(toolExePath);
+    const std::optional<std::filesystem::path> shortcut = FindShortcutInto(client.folder);
+    result.left = RemoveClientFolder(client);
+    result.canBeRepeated = IsRegularFile(client.uninstaller);
     if (result.canBeRepeated) {
         result.entryLeft = true;
         return result;

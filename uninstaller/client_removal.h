@@ -4,7 +4,10 @@
 #include <filesystem>
 #include <vector>
 
-// Removing an installed game. Nothing in here asks or judges: FindRefusal() comes first.
+#include "uninstaller/uninstall_guard.h"
+
+// Removing an installed game. Nothing in here asks or judges: that comes first, see
+// uninstall_guard.h and uninstall_run.h.
 
 // What goes with a client folder: its files, and their size in bytes.
 struct ClientContent {
@@ -21,11 +24,12 @@ struct RemovalResult {
     bool canBeRepeated = false;
 };
 
-// Removes the content of the client folder `toolFolder` and the folder itself, the shortcut on the
-// Desktop when it leads into that folder, and the entry in the list of installed programs.
+// Removes the content of the client folder and the folder itself, the shortcut on the Desktop when
+// it leads into that folder, and the entry in the list of installed programs. Works on the very
+// paths that were approved and resolves none of them again.
 //
 // Links go, what they lead to stays. The uninstaller and the startup program go last, and only
 // after everything else: as long as something stays, they stay too, with shortcut and entry, for a
 // second attempt. What appears in the folder after that stays and is named. Blocks until done. The
 // thread has COM initialised.
-RemovalResult RemoveGame();
+RemovalResult RemoveGame(const ApprovedClient& client);

@@ -86,13 +86,6 @@ bool HoldsSharedFolder(const std::wstring& folder) {
                        [&](const KNOWNFOLDERID* id) { return isHere(ComparableForm(*id)); });
 }
 
-bool IsStartupProgramIn(const std::filesystem::path& canonicalFolder) {
-    const std::filesystem::path program = ResolveStartupExePath();
-    const std::optional<std::filesystem::path> canonical = WeaklyCanonical(program);
-    return canonical && IsRegularFile(program) &&
-           LiesBelow(canonical->native(), canonicalFolder.native());
-}
-
 // A repair tool that the player has given another name is not looked for. While it runs, its file
 // cannot be removed: it stays and is reported, and the uninstaller with it for a second attempt.
 bool IsRunning(const std::filesystem::path& program) {
@@ -103,31 +96,51 @@ bool IsRunning(const std::filesystem::path& program) {
     return !file && ::GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
+// The canonical `folder`, which is the uninstaller's and the registered one.
+Verdict JudgeContent(const std::filesystem::path& folder) {
+    const std::optional<std::filesystem::path> uninstaller = WeaklyCanonical(toolExePath);
+    if (!uninstaller ||
+        !IsSameCanonicalPath(ParentFolder(uninstaller->native()), folder.native()) ||
+        !IsRegularFile(*uninstaller) || !IsSafeReinstallFolder()) {
+        return {Refusal::UnsafeFolder, {}, {}};
+    }
+    if (HoldsSharedFolder(folder.native())) {
+        return {Refusal::SharedFolder, {}, {}};
+    }
+    const std::optional<std::filesystem::path> startup = WeaklyCanonical(ResolveStartupExePath());
+    if (!startup || !LiesBelow(startup->native(), folder.native()) || !IsRegularFile(*startup)) {
+        return {Refusal::StartupProgramMissing, {}, {}};
+    }
+    if (IsRunning(*startup) || IsRunning(folder / toolConfig.repairToolName)) {
+        return {Refusal::InUse, {}, {}};
+    }
+    return {Refusal::None, {folder, *uninstaller, *startup}, {}};
+}
+
 }  // namespace
 
-Refusal FindRefusal() {
+Verdict JudgeClient() {
     const std::optional<std::wstring> registered = RegisteredFolder(toolConfig);
     if (!registered) {
-        return Refusal::NotRegistered;
+        return {Refusal::NotRegistered, {}, {}};
     }
     const std::optional<std::filesystem::path> folder = WeaklyCanonical(toolFolder);
     const std::optional<std::filesystem::path> named = WeaklyCanonical(*registered);
-    if (!folder || !named || !IsSameCanonicalPath(folder->native(), named->native())) {
-        return Refusal::RegisteredElsewhere;
+    if (!folder || !named) {
+        return {Refusal::UnresolvedFolder, {}, folder ? *registered : toolFolder.native()};
     }
-    if (!IsRegularFile(toolExePath) || !IsSafeReinstallFolder()) {
-        return Refusal::UnsafeFolder;
+    if (!IsSameCanonicalPath(folder->native(), named->native())) {
+        return {Refusal::RegisteredElsewhere, {}, *registered};
     }
-    if (HoldsSharedFolder(folder->native())) {
-        return Refusal::SharedFolder;
+    return JudgeContent(*folder);
+}
+
+Verdict JudgeClientAgain(const ApprovedClient& approved) {
+    Verdict verdict = JudgeClient();
+    if (verdict.refusal == Refusal::None && verdict.client != approved) {
+        verdict = {Refusal::Changed, {}, approved.folder.native()};
     }
-    if (!IsStartupProgramIn(*folder)) {
-        return Refusal::StartupProgramMissing;
-    }
-    if (IsRunning(ResolveStartupExePath()) || IsRunning(toolFolder / toolConfig.repairToolName)) {
-        return Refusal::InUse;
-    }
-    return Refusal::None;
+    return verdict;
 }
 
 std::optional<std::wstring> RegisteredFolder(const ToolConfig& config) {

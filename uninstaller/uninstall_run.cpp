@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "common/tool_instance.h"
 #include "common/windows_api.h"
 #include "config/tool_config.h"
 #include "uninstaller/client_removal.h"
@@ -17,30 +16,32 @@ int ShowBox(const std::wstring& text, UINT style) {
 }
 
 // No is the default: an unthinking Enter must not cost anybody a game.
-bool Confirm() {
-    const std::wstring question = QuestionText(toolConfig, toolFolder, MeasureClient(toolFolder));
+bool Confirm(const std::filesystem::path& folder) {
+    const std::wstring question = QuestionText(toolConfig, folder, MeasureClient(folder));
     return ShowBox(question, MB_YESNO | MB_DEFBUTTON2 | MB_ICONWARNING) == IDYES;
 }
 
-// Says why, when the client folder is to be left alone.
-bool IsRefused() {
-    const Refusal refusal = FindRefusal();
-    if (refusal == Refusal::None) {
-        return false;
+// Shows the reason of a refusal.
+bool IsApproved(const Verdict& verdict) {
+    if (verdict.refusal == Refusal::None) {
+        return true;
     }
-    const std::wstring registered = RegisteredFolder(toolConfig).value_or(L"");
-    ShowBox(RefusalText(refusal, toolConfig, registered), MB_OK | MB_ICONERROR);
-    return true;
+    ShowBox(RefusalText(toolConfig, verdict), MB_OK | MB_ICONERROR);
+    return false;
 }
 
 }  // namespace
 
 bool RunUninstall() {
-    // Asked again after the question, which may have stood for hours.
-    if (IsRefused() || !Confirm() || IsRefused()) {
+    const Verdict verdict = JudgeClient();
+    if (!IsApproved(verdict) || !Confirm(verdict.client.folder)) {
         return false;
     }
-    const RemovalResult result = RemoveGame();
+    // The question may have been open for hours.
+    if (!IsApproved(JudgeClientAgain(verdict.client))) {
+        return false;
+    }
+    const RemovalResult result = RemoveGame(verdict.client);
     const bool isComplete = result.left.empty() && !result.entryLeft;
     ShowBox(ReportText(toolConfig, result),
             MB_OK | (isComplete ? MB_ICONINFORMATION : MB_ICONWARNING));

@@ -14,22 +14,27 @@ std::wstring FileCountText(uint64_t files) {
     return files == 1 ? L"1 file" : std::to_wstring(files) + L" files";
 }
 
-std::wstring ReasonText(Refusal refusal, const std::wstring& name,
-                        const std::wstring& registeredFolder) {
-    switch (refusal) {
+std::wstring ReasonText(const Verdict& verdict, const std::wstring& name) {
+    switch (verdict.refusal) {
         case Refusal::NotRegistered:
             return name + L" is not in your list of installed programs.";
+        case Refusal::UnresolvedFolder:
+            return L"Windows cannot tell which drive and folder this path leads to:\n" +
+                   verdict.namedFolder;
         case Refusal::RegisteredElsewhere:
-            return name + L" is installed in another folder:\n" + registeredFolder;
+            return name + L" is installed in another folder:\n" + verdict.namedFolder;
         case Refusal::UnsafeFolder:
             return L"Safety check failed. The uninstaller can only remove the game client folder "
-                   L"that it stands in.";
+                   L"that contains it.";
         case Refusal::SharedFolder:
             return L"Safety check failed. This folder also holds other things than " + name + L".";
         case Refusal::StartupProgramMissing:
             return L"The startup program of " + name + L" is not in this folder.";
         case Refusal::InUse:
             return name + L" or its repair tool is running. Close it and try again.";
+        case Refusal::Changed:
+            return L"This folder was moved or changed while the question was open:\n" +
+                   verdict.namedFolder + L"\nStart the uninstaller again.";
         case Refusal::None:
             break;
     }
@@ -62,10 +67,8 @@ std::wstring QuestionText(const ToolConfig& config, const std::filesystem::path&
            FormatByteCount(static_cast<double>(content.bytes)) + L". This cannot be undone.";
 }
 
-std::wstring RefusalText(Refusal refusal, const ToolConfig& config,
-                         const std::wstring& registeredFolder) {
-    return ReasonText(refusal, ProgramsDisplayName(config), registeredFolder) +
-           L"\n\nNothing was removed.";
+std::wstring RefusalText(const ToolConfig& config, const Verdict& verdict) {
+    return ReasonText(verdict, ProgramsDisplayName(config)) + L"\n\nNothing was removed.";
 }
 
 std::wstring ReportText(const ToolConfig& config, const RemovalResult& result) {

@@ -14,9 +14,8 @@ std::wstring CaptionText(const ToolConfig& config);
 std::wstring QuestionText(const ToolConfig& config, const std::filesystem::path& folder,
                           const ClientContent& content);
 
-// Why nothing was removed. `registeredFolder` is named where the entry leads elsewhere.
-std::wstring RefusalText(Refusal refusal, const ToolConfig& config,
-                         const std::wstring& registeredFolder);
+// Why nothing was removed.
+std::wstring RefusalText(const ToolConfig& config, const Verdict& verdict);
 
 // What became of it, with what stayed.
 std::wstring ReportText(const ToolConfig& config, const RemovalResult& result);

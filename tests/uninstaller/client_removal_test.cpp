@@ -8,7 +8,9 @@
 #include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
 #include "bench_parts/skipping.h"
+#include "common/paths.h"
 #include "installed_game_test.h"
+#include "system/startup_program.h"
 
 namespace {
 
@@ -17,7 +19,18 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 
-class RemoveGameTest : public InstalledGameTest {};
+class RemoveGameTest : public InstalledGameTest {
+protected:
+    // What the guard approves of a client that is not in use.
+    static ApprovedClient Client() {
+        return {*WeaklyCanonical(toolFolder), *WeaklyCanonical(toolExePath),
+                *WeaklyCanonical(ResolveStartupExePath())};
+    }
+
+    static RemovalResult RemoveInstalledGame() {
+        return RemoveGame(Client());
+    }
+};
 
 TEST_F(RemoveGameTest, LeavesNothingOfAnInstalledGame) {
     PutShortcut();
@@ -28,7 +41,7 @@ TEST_F(RemoveGameTest, LeavesNothingOfAnInstalledGame) {
                          FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
     bench::WriteFile(toolFolder / L"bin" / L"\u6e38\u620f" / L"deep" / L"file", "x");
     fs::create_directories(toolFolder / L"empty" / L"folder");
-    const RemovalResult result = RemoveGame();
+    const RemovalResult result = RemoveInstalledGame();
     EXPECT_THAT(result.left, IsEmpty());
     EXPECT_FALSE(result.entryLeft);
     EXPECT_FALSE(result.canBeRepeated);
@@ -43,7 +56,7 @@ TEST_F(RemoveGameTest, TouchesNothingOutside) {
     bench::WriteFile(Shortcut().parent_path() / L"other.txt", "x");
     const std::wstring otherKey = EntryKey() + L" 2";
     StoreValue(otherKey, L"DisplayName", StoredText(L"Bench Game 2"));
-    RemoveGame();
+    RemoveInstalledGame();
     EXPECT_THAT(bench::FolderListing(Outside()),
                 ElementsAre(L"Spiel \u00fc2/", L"Spiel \u00fc2/file", L"neighbour.txt"));
     EXPECT_TRUE(fs::exists(Shortcut().parent_path() / L"other.txt"));
@@ -52,13 +65,25 @@ TEST_F(RemoveGameTest, TouchesNothingOutside) {
     fs::remove(Shortcut().parent_path() / L"other.txt");
 }
 
+TEST_F(RemoveGameTest, GoesByTheApprovedPathsOnly) {
+    const ApprovedClient approved = Client();
+    Install(Outside() / L"other client");
+    bench::WriteFile(Outside() / L"run.exe", "MZ");
+    toolConfig.startupExe = Outside() / L"run.exe";
+    const auto other = bench::FolderListing(toolFolder);
+    EXPECT_THAT(RemoveGame(approved).left, IsEmpty());
+    EXPECT_FALSE(fs::exists(approved.folder));
+    EXPECT_EQ(bench::FolderListing(toolFolder), other);
+    EXPECT_TRUE(fs::exists(Outside() / L"run.exe"));
+}
+
 TEST_F(RemoveGameTest, RemovesLinksAndLeavesWhatTheyLeadTo) {
     bench::WriteFile(Outside() / L"kept" / L"inside" / L"file", "x");
     SKIP_ON_WINDOWS_WITHOUT(
         bench::MakeFolderLink(toolFolder / L"link", Outside() / L"kept") &&
             bench::MakeFolderLink(toolFolder / L"bin" / L"link", Outside() / L"kept"),
         "links for this user");
-    RemoveGame();
+    RemoveInstalledGame();
     const auto listing = bench::FolderListing(Outside());
     EXPECT_THAT(listing, IsSupersetOf({L"kept/", L"kept/inside/", L"kept/inside/file"}));
     EXPECT_FALSE(fs::exists(toolFolder / L"data"));
@@ -75,7 +100,7 @@ TEST_F(RemoveGameTest, RemovesFileLinksAndLeavesWhatTheyLeadTo) {
             bench::MakeFileLink(toolFolder / L"bin" / L"link.txt", Outside() / L"kept.txt"),
         "links for this user");
     SKIP_ON_WINE_WITHOUT(IsLink(toolFolder / L"link.txt"), "tell a file link from its target");
-    EXPECT_THAT(RemoveGame().left, IsEmpty());
+    EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
     EXPECT_THAT(bench::FolderListing(Outside()), ElementsAre(L"kept.txt"));
     EXPECT_EQ(bench::ReadFile(Outside() / L"kept.txt"), "kept");
 }
@@ -91,7 +116,7 @@ TEST_F(RemoveGameTest, LeavesAndNamesWhatAppearsAtTheEnd) {
             }
             return real(path, access, more...);
         });
-    const RemovalResult result = RemoveGame();
+    const RemovalResult result = RemoveInstalledGame();
     EXPECT_THAT(result.left, ElementsAre(newcomer));
     EXPECT_FALSE(result.canBeRepeated);
     EXPECT_FALSE(result.entryLeft);
@@ -104,7 +129,7 @@ TEST_F(RemoveGameTest, KeepsWhatASecondAttemptNeeds) {
     bench::WriteFile(toolFolder / L"bin" / L"engine.dll", "x");
     bench::WriteFile(toolFolder / L"data" / L"maps" / L"open.map", "x");
     bench::OpenElsewhere open(toolFolder / L"data" / L"maps" / L"open.map", FILE_SHARE_READ);
-    const RemovalResult result = RemoveGame();
+    const RemovalResult result = RemoveInstalledGame();
     EXPECT_THAT(result.left, ElementsAre(toolFolder / L"data" / L"maps" / L"open.map"));
     EXPECT_TRUE(result.canBeRepeated);
     EXPECT_TRUE(result.entryLeft);
@@ -115,7 +140,7 @@ TEST_F(RemoveGameTest, KeepsWhatASecondAttemptNeeds) {
     EXPECT_TRUE(fs::exists(Shortcut()));
 
     open.Close();
-    const RemovalResult second = RemoveGame();
+    const RemovalResult second = RemoveInstalledGame();
     EXPECT_THAT(second.left, IsEmpty());
     EXPECT_FALSE(second.entryLeft);
     EXPECT_THAT(bench::FolderListing(Outside()), IsEmpty());
@@ -127,7 +152,7 @@ TEST_F(RemoveGameTest, NamesEveryFileThatStays) {
     bench::WriteFile(toolFolder / L"data" / L"b", "x");
     const bench::OpenElsewhere first(toolFolder / L"a", 0);
     const bench::OpenElsewhere second(toolFolder / L"data" / L"b", 0);
-    EXPECT_THAT(RemoveGame().left,
+    EXPECT_THAT(RemoveInstalledGame().left,
                 testing::UnorderedElementsAre(toolFolder / L"a", toolFolder / L"data" / L"b"));
 }
 
@@ -135,14 +160,14 @@ TEST_F(RemoveGameTest, NamesAFolderThatCannotBeLookedInto) {
     bench::WriteFile(toolFolder / L"closed" / L"file", "x");
     const bench::UnreadableFolder closed(toolFolder / L"closed");
     SKIP_ON_WINDOWS_WITHOUT(closed.Made(), "a way to make a folder unreadable");
-    const RemovalResult result = RemoveGame();
+    const RemovalResult result = RemoveInstalledGame();
     EXPECT_THAT(result.left, ElementsAre(toolFolder / L"closed"));
     EXPECT_TRUE(result.canBeRepeated);
 }
 
 TEST_F(RemoveGameTest, KeepsTheStartupProgramWithAnUninstallerThatIsInUse) {
     const bench::OpenElsewhere open(toolExePath, FILE_SHARE_READ);
-    const RemovalResult result = RemoveGame();
+    const RemovalResult result = RemoveInstalledGame();
     EXPECT_THAT(result.left, ElementsAre(toolExePath));
     EXPECT_TRUE(result.canBeRepeated);
     EXPECT_THAT(bench::FolderListing(toolFolder),
@@ -153,7 +178,7 @@ TEST_F(RemoveGameTest, KeepsTheStartupProgramWithAnUninstallerThatIsInUse) {
 TEST_F(RemoveGameTest, RemovesTheEntryOnceTheUninstallerIsGone) {
     // Nobody could use it any more.
     const bench::OpenElsewhere open(toolFolder / L"bin" / L"start.exe", FILE_SHARE_READ);
-    const RemovalResult result = RemoveGame();
+    const RemovalResult result = RemoveInstalledGame();
     EXPECT_THAT(result.left, ElementsAre(toolFolder / L"bin" / L"start.exe"));
     EXPECT_FALSE(result.canBeRepeated);
     EXPECT_FALSE(result.entryLeft);
@@ -165,20 +190,20 @@ TEST_F(RemoveGameTest, LeavesAShortcutToElsewhere) {
     toolConfig.startupExe = Outside() / (toolFolder.filename().native() + L"2") / L"run.exe";
     PutShortcut();
     toolConfig.startupExe = L"bin\\start.exe";
-    EXPECT_THAT(RemoveGame().left, IsEmpty());
+    EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
     EXPECT_TRUE(fs::exists(Shortcut()));
 }
 
 TEST_F(RemoveGameTest, LeavesAFileThatIsNoShortcut) {
     bench::WriteFile(Shortcut(), "somebody's notes");
-    EXPECT_THAT(RemoveGame().left, IsEmpty());
+    EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
     EXPECT_EQ(bench::ReadFile(Shortcut()), "somebody's notes");
 }
 
 TEST_F(RemoveGameTest, NamesAShortcutThatStays) {
     PutShortcut();
     const bench::OpenElsewhere open(Shortcut(), FILE_SHARE_READ);
-    const RemovalResult result = RemoveGame();
+    const RemovalResult result = RemoveInstalledGame();
     EXPECT_THAT(result.left, ElementsAre(Shortcut()));
     EXPECT_FALSE(result.entryLeft);
     EXPECT_FALSE(fs::exists(toolFolder));
@@ -186,13 +211,13 @@ TEST_F(RemoveGameTest, NamesAShortcutThatStays) {
 
 TEST_F(RemoveGameTest, RemovesAnEntryWithKeysBelowIt) {
     StoreValue(EntryKey() + L"\\below", L"value", StoredNumber(1));
-    EXPECT_FALSE(RemoveGame().entryLeft);
+    EXPECT_FALSE(RemoveInstalledGame().entryLeft);
     EXPECT_FALSE(ReadKey(EntryKey()));
 }
 
 TEST_F(RemoveGameTest, IsContentWithoutAnEntry) {
     RemoveKey(EntryKey());
-    EXPECT_FALSE(RemoveGame().entryLeft);
+    EXPECT_FALSE(RemoveInstalledGame().entryLeft);
 }
 
 LSTATUS WINAPI RefuseToDelete(HKEY, LPCWSTR) {
@@ -203,7 +228,7 @@ TEST_F(RemoveGameTest, SaysWhenTheEntryStays) {
     const bench::ImportHook hook(L"advapi32.dll", "RegDeleteTreeW",
                                  reinterpret_cast<void*>(&RefuseToDelete));
     ASSERT_TRUE(hook.Installed());
-    const RemovalResult result = RemoveGame();
+    const RemovalResult result = RemoveInstalledGame();
     EXPECT_TRUE(result.entryLeft);
     EXPECT_FALSE(result.canBeRepeated);
     EXPECT_THAT(result.left, IsEmpty());
@@ -215,7 +240,7 @@ TEST_F(RemoveGameTest, RemovesTheRealFolderBehindALink) {
     SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, real), "links for this user");
     toolFolder = link;
     toolExePath = link / L"Uninstall.exe";
-    EXPECT_THAT(RemoveGame().left, IsEmpty());
+    EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
     EXPECT_FALSE(fs::exists(real));
 }
 
@@ -224,7 +249,7 @@ TEST_F(RemoveGameTest, GoesByTheFileSystemsLetterCase) {
     toolExePath = toolFolder / L"UNINSTALL.EXE";
     bench::WriteFile(toolFolder / L"open", "x");
     const bench::OpenElsewhere open(toolFolder / L"open", 0);
-    EXPECT_TRUE(RemoveGame().canBeRepeated);
+    EXPECT_TRUE(RemoveInstalledGame().canBeRepeated);
     EXPECT_THAT(bench::FolderListing(toolFolder),
                 ElementsAre(L"Uninstall.exe", L"bin/", L"bin/start.exe", L"open"));
 }

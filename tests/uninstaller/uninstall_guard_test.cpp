@@ -15,13 +15,53 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class FindRefusalTest : public InstalledGameTest {};
+class JudgeClientTest : public InstalledGameTest {};
 
-TEST_F(FindRefusalTest, ConsentsToAnInstalledGame) {
+Refusal FindRefusal() {
+    return JudgeClient().refusal;
+}
+
+TEST_F(JudgeClientTest, ConsentsToAnInstalledGame) {
     EXPECT_EQ(FindRefusal(), Refusal::None);
 }
 
-TEST_F(FindRefusalTest, TouchesNothing) {
+TEST_F(JudgeClientTest, ApprovesTheRealPaths) {
+    const Verdict verdict = JudgeClient();
+    EXPECT_EQ(verdict.client.folder, toolFolder);
+    EXPECT_EQ(verdict.client.uninstaller, toolFolder / L"Uninstall.exe");
+    EXPECT_EQ(verdict.client.startupProgram, toolFolder / L"bin" / L"start.exe");
+    const fs::path real = toolFolder;
+    ASSERT_TRUE(bench::MakeFolderLink(Outside() / L"link", real));
+    toolFolder = Outside() / L"link";
+    toolExePath = toolFolder / L"UNINSTALL.EXE";
+    toolConfig.startupExe = L"data\\..\\BIN\\START.EXE";
+    EXPECT_EQ(JudgeClient().client, verdict.client);
+}
+
+TEST_F(JudgeClientTest, ApprovesTheSameClientAgain) {
+    EXPECT_EQ(JudgeClientAgain(JudgeClient().client).refusal, Refusal::None);
+}
+
+TEST_F(JudgeClientTest, RefusesAnotherClientTheSecondTime) {
+    const ApprovedClient approved = JudgeClient().client;
+    Install(Outside() / L"copy");
+    ASSERT_EQ(FindRefusal(), Refusal::None);
+    const Verdict verdict = JudgeClientAgain(approved);
+    EXPECT_EQ(verdict.refusal, Refusal::Changed);
+    EXPECT_EQ(verdict.namedFolder, approved.folder);
+    Install(approved.folder);
+    toolConfig.startupExe = L"data\\other.exe";
+    bench::WriteFile(toolFolder / L"data" / L"other.exe", "MZ");
+    EXPECT_EQ(JudgeClientAgain(approved).refusal, Refusal::Changed);
+}
+
+TEST_F(JudgeClientTest, GivesItsOwnReasonTheSecondTime) {
+    const ApprovedClient approved = JudgeClient().client;
+    fs::remove(toolFolder / L"bin" / L"start.exe");
+    EXPECT_EQ(JudgeClientAgain(approved).refusal, Refusal::StartupProgramMissing);
+}
+
+TEST_F(JudgeClientTest, TouchesNothing) {
     const std::vector<std::wstring> listing = bench::FolderListing(Outside());
     const auto entry = ReadKey(EntryKey());
     FindRefusal();
@@ -32,17 +72,17 @@ TEST_F(FindRefusalTest, TouchesNothing) {
     EXPECT_EQ(ReadKey(EntryKey()), entry);
 }
 
-TEST_F(FindRefusalTest, RefusesWithoutAnEntry) {
+TEST_F(JudgeClientTest, RefusesWithoutAnEntry) {
     RemoveKey(EntryKey());
     EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
 }
 
-TEST_F(FindRefusalTest, RefusesAnEntryOfAnotherGame) {
+TEST_F(JudgeClientTest, RefusesAnEntryOfAnotherGame) {
     toolConfig.programsDisplayName = L"Other Game";
     EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
 }
 
-TEST_F(FindRefusalTest, RefusesAnEntryThatNamesNoFolder) {
+TEST_F(JudgeClientTest, RefusesAnEntryThatNamesNoFolder) {
     RegisterFolder(L"");
     EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
     StoreValue(EntryKey(), L"InstallLocation", StoredNumber(1));
@@ -52,7 +92,7 @@ TEST_F(FindRefusalTest, RefusesAnEntryThatNamesNoFolder) {
     EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
 }
 
-TEST_F(FindRefusalTest, RefusesAnyOtherFolderThanTheRegisteredOne) {
+TEST_F(JudgeClientTest, RefusesAnyOtherFolderThanTheRegisteredOne) {
     const fs::path client = toolFolder;
     fs::create_directory(client.native() + L"2");
     for (const fs::path& registered :
@@ -64,7 +104,31 @@ TEST_F(FindRefusalTest, RefusesAnyOtherFolderThanTheRegisteredOne) {
     }
 }
 
-TEST_F(FindRefusalTest, RefusesACopyInAnotherFolder) {
+// A path that exists but leads to no drive or share that has a name.
+TEST_F(JudgeClientTest, NamesTheFolderThatCannotBeResolved) {
+    const fs::path registered = Outside() / L"elsewhere";
+    fs::create_directory(registered);
+    RegisterFolder(registered);
+    EXPECT_EQ(JudgeClient().namedFolder, registered);
+    fs::path unresolved = toolFolder;
+    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto hook = HookCall<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW",
+                                                         [&](LPCWSTR path, auto... more) -> HANDLE {
+                                                             if (unresolved.native() == path) {
+                                                                 ::SetLastError(ERROR_NOT_READY);
+                                                                 return INVALID_HANDLE_VALUE;
+                                                             }
+                                                             return real(path, more...);
+                                                         });
+    for (const fs::path& folder : {toolFolder, registered}) {
+        unresolved = folder;
+        const Verdict verdict = JudgeClient();
+        EXPECT_EQ(verdict.refusal, Refusal::UnresolvedFolder);
+        EXPECT_EQ(verdict.namedFolder, folder);
+    }
+}
+
+TEST_F(JudgeClientTest, RefusesACopyInAnotherFolder) {
     // The same files once more; the entry still names the first.
     const fs::path first = toolFolder;
     Install(Outside() / L"copy");
@@ -72,7 +136,7 @@ TEST_F(FindRefusalTest, RefusesACopyInAnotherFolder) {
     EXPECT_EQ(FindRefusal(), Refusal::RegisteredElsewhere);
 }
 
-TEST_F(FindRefusalTest, KnowsTheFolderByOtherNames) {
+TEST_F(JudgeClientTest, KnowsTheFolderByOtherNames) {
     std::wstring otherCase = toolFolder.native();
     ::CharUpperBuffW(otherCase.data(), static_cast<DWORD>(otherCase.size()));
     std::wstring slashes = toolFolder.native();
@@ -85,14 +149,14 @@ TEST_F(FindRefusalTest, KnowsTheFolderByOtherNames) {
     }
 }
 
-TEST_F(FindRefusalTest, KnowsTheFolderThroughALink) {
+TEST_F(JudgeClientTest, KnowsTheFolderThroughALink) {
     const fs::path link = Outside() / L"link";
     SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, toolFolder), "links for this user");
     RegisterFolder(link);
     EXPECT_EQ(FindRefusal(), Refusal::None);
 }
 
-TEST_F(FindRefusalTest, RefusesAnUninstallerOutsideTheFolder) {
+TEST_F(JudgeClientTest, RefusesAnUninstallerOutsideTheFolder) {
     const fs::path client = toolFolder;
     for (const fs::path& elsewhere :
          {Outside() / L"Uninstall.exe", client / L"data" / L"Uninstall.exe"}) {
@@ -102,7 +166,7 @@ TEST_F(FindRefusalTest, RefusesAnUninstallerOutsideTheFolder) {
     }
 }
 
-TEST_F(FindRefusalTest, RefusesWithoutTheUninstallersFile) {
+TEST_F(JudgeClientTest, RefusesWithoutTheUninstallersFile) {
     fs::remove(toolExePath);
     EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder);
     fs::create_directory(toolExePath);
@@ -131,13 +195,13 @@ private:
     bool wasThere_ = fs::exists(folder_);
 };
 
-TEST_F(FindRefusalTest, RefusesTheRootOfADrive) {
+TEST_F(JudgeClientTest, RefusesTheRootOfADrive) {
     const GameInFolder game(L"C:\\");
     Install(L"C:\\");
     EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder);
 }
 
-TEST_F(FindRefusalTest, RefusesFoldersOfFiveCharacters) {
+TEST_F(JudgeClientTest, RefusesFoldersOfFiveCharacters) {
     const struct {
         const wchar_t* folder;
         Refusal refusal;
@@ -167,7 +231,7 @@ HRESULT WINAPI PlaceFolder(REFKNOWNFOLDERID id, DWORD, HANDLE, PWSTR* path) {
     return S_OK;
 }
 
-TEST_F(FindRefusalTest, RefusesFoldersThatHoldOtherThings) {
+TEST_F(JudgeClientTest, RefusesFoldersThatHoldOtherThings) {
     const bench::ImportHook hook(L"shell32.dll", "SHGetKnownFolderPath",
                                  reinterpret_cast<void*>(&PlaceFolder));
     ASSERT_TRUE(hook.Installed());
@@ -218,7 +282,7 @@ TEST_F(FindRefusalTest, RefusesFoldersThatHoldOtherThings) {
     }
 }
 
-TEST_F(FindRefusalTest, RefusesASharedFolderThatCannotBeResolved) {
+TEST_F(JudgeClientTest, RefusesASharedFolderThatCannotBeResolved) {
     const bench::ImportHook place(L"shell32.dll", "SHGetKnownFolderPath",
                                   reinterpret_cast<void*>(&PlaceFolder));
     ASSERT_TRUE(place.Installed());
@@ -242,7 +306,7 @@ TEST_F(FindRefusalTest, RefusesASharedFolderThatCannotBeResolved) {
     EXPECT_EQ(FindRefusal(), Refusal::None);
 }
 
-TEST_F(FindRefusalTest, RefusesTheTemporaryFolderAndWhatIsAboveIt) {
+TEST_F(JudgeClientTest, RefusesTheTemporaryFolderAndWhatIsAboveIt) {
     fs::path temporary;
     const auto hook = HookCall<decltype(&::GetTempPathW)>(
         L"kernel32.dll", "GetTempPathW", [&](DWORD, LPWSTR text) -> DWORD {
@@ -258,7 +322,7 @@ TEST_F(FindRefusalTest, RefusesTheTemporaryFolderAndWhatIsAboveIt) {
     EXPECT_EQ(FindRefusal(), Refusal::None);
 }
 
-TEST_F(FindRefusalTest, RefusesAFolderBelowTheRealSystemFolder) {
+TEST_F(JudgeClientTest, RefusesAFolderBelowTheRealSystemFolder) {
     const fs::path folder = KnownFolder(FOLDERID_Windows) / L"Bench Game";
     std::error_code error;
     SKIP_ON_WINDOWS_WITHOUT(fs::create_directory(folder, error),
@@ -269,13 +333,13 @@ TEST_F(FindRefusalTest, RefusesAFolderBelowTheRealSystemFolder) {
     EXPECT_EQ(FindRefusal(), Refusal::SharedFolder);
 }
 
-TEST_F(FindRefusalTest, RefusesTheRealDesktop) {
+TEST_F(JudgeClientTest, RefusesTheRealDesktop) {
     const GameInFolder game(KnownFolder(FOLDERID_Desktop));
     Install(KnownFolder(FOLDERID_Desktop));
     EXPECT_EQ(FindRefusal(), Refusal::SharedFolder);
 }
 
-TEST_F(FindRefusalTest, RefusesASharedFolderByItsOtherNames) {
+TEST_F(JudgeClientTest, RefusesASharedFolderByItsOtherNames) {
     const fs::path desktop = KnownFolder(FOLDERID_Desktop);
     std::wstring otherCase = desktop.native();
     ::CharUpperBuffW(otherCase.data(), static_cast<DWORD>(otherCase.size()));
@@ -289,14 +353,14 @@ TEST_F(FindRefusalTest, RefusesASharedFolderByItsOtherNames) {
     }
 }
 
-TEST_F(FindRefusalTest, ConsentsToAGameBelowASharedFolder) {
+TEST_F(JudgeClientTest, ConsentsToAGameBelowASharedFolder) {
     const fs::path folder = KnownFolder(FOLDERID_Documents) / L"Bench Game";
     const GameInFolder game(folder);
     Install(folder);
     EXPECT_EQ(FindRefusal(), Refusal::None);
 }
 
-TEST_F(FindRefusalTest, RefusesWithoutTheStartupProgram) {
+TEST_F(JudgeClientTest, RefusesWithoutTheStartupProgram) {
     fs::remove(toolFolder / L"bin" / L"start.exe");
     EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
     fs::create_directory(toolFolder / L"bin" / L"start.exe");
@@ -305,7 +369,7 @@ TEST_F(FindRefusalTest, RefusesWithoutTheStartupProgram) {
     EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
 }
 
-TEST_F(FindRefusalTest, RefusesAStartupProgramElsewhere) {
+TEST_F(JudgeClientTest, RefusesAStartupProgramElsewhere) {
     bench::WriteFile(Outside() / L"run.exe", "MZ");
     for (const std::wstring& startupExe :
          {Outside().native() + L"\\run.exe", std::wstring(L"..\\run.exe"),
@@ -315,7 +379,7 @@ TEST_F(FindRefusalTest, RefusesAStartupProgramElsewhere) {
     }
 }
 
-TEST_F(FindRefusalTest, RefusesAStartupProgramBehindALinkToElsewhere) {
+TEST_F(JudgeClientTest, RefusesAStartupProgramBehindALinkToElsewhere) {
     bench::WriteFile(Outside() / L"elsewhere" / L"run.exe", "MZ");
     SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(toolFolder / L"link", Outside() / L"elsewhere"),
                             "links for this user");
@@ -323,32 +387,32 @@ TEST_F(FindRefusalTest, RefusesAStartupProgramBehindALinkToElsewhere) {
     EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
 }
 
-TEST_F(FindRefusalTest, ConsentsToAStartupProgramByItsFullPath) {
+TEST_F(JudgeClientTest, ConsentsToAStartupProgramByItsFullPath) {
     toolConfig.startupExe = toolFolder / L"bin" / L"start.exe";
     EXPECT_EQ(FindRefusal(), Refusal::None);
 }
 
-TEST_F(FindRefusalTest, RefusesWhileTheGameIsRunning) {
+TEST_F(JudgeClientTest, RefusesWhileTheGameIsRunning) {
     const RunningCopy running(L"child_program.exe", toolFolder / L"bin" / L"start.exe",
                               L"sleep 60000");
     ASSERT_TRUE(running.Process());
     EXPECT_EQ(FindRefusal(), Refusal::InUse);
 }
 
-TEST_F(FindRefusalTest, RefusesWhileTheRepairToolIsRunning) {
+TEST_F(JudgeClientTest, RefusesWhileTheRepairToolIsRunning) {
     const RunningCopy running(L"child_program.exe", toolFolder / L"repair.exe", L"sleep 60000");
     ASSERT_TRUE(running.Process());
     EXPECT_EQ(FindRefusal(), Refusal::InUse);
 }
 
-TEST_F(FindRefusalTest, DoesNotMindItsOwnOriginalOrReadOnlyPrograms) {
+TEST_F(JudgeClientTest, DoesNotMindItsOwnOriginalOrReadOnlyPrograms) {
     const RunningCopy running(L"child_program.exe", toolFolder / L"Uninstall.exe", L"sleep 60000");
     ASSERT_TRUE(running.Process());
     bench::SetReadOnly(toolFolder / L"bin" / L"start.exe", true);
     EXPECT_EQ(FindRefusal(), Refusal::None);
 }
 
-TEST_F(FindRefusalTest, NamesTheFirstReason) {
+TEST_F(JudgeClientTest, NamesTheFirstReason) {
     fs::remove(toolFolder / L"bin" / L"start.exe");
     RegisterFolder(Outside());
     EXPECT_EQ(FindRefusal(), Refusal::RegisteredElsewhere);
@@ -356,7 +420,7 @@ TEST_F(FindRefusalTest, NamesTheFirstReason) {
     EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
 }
 
-TEST_F(FindRefusalTest, ReadsTheRegisteredFolderAsItIsWritten) {
+TEST_F(JudgeClientTest, ReadsTheRegisteredFolderAsItIsWritten) {
     EXPECT_EQ(RegisteredFolder(toolConfig), toolFolder.native());
     const std::wstring longPath(1000, L'x');
     RegisterFolder(longPath);

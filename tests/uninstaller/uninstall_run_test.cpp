@@ -116,6 +116,19 @@ TEST_F(RunUninstallTest, RefusesWhatChangedBehindTheQuestion) {
     EXPECT_THAT(boxes[1].text, HasSubstr(L"Nothing was removed."));
 }
 
+TEST_F(RunUninstallTest, RemovesNoOtherClientThanTheQuestionNamed) {
+    const fs::path named = toolFolder;
+    answer = [this] {
+        Install(Outside() / L"other client");
+        return IDYES;
+    };
+    EXPECT_FALSE(RunUninstall());
+    EXPECT_TRUE(fs::exists(named / L"bin" / L"start.exe"));
+    EXPECT_TRUE(fs::exists(toolFolder / L"bin" / L"start.exe"));
+    ASSERT_EQ(boxes.size(), 2U);
+    EXPECT_THAT(boxes[1].text, HasSubstr(L"\n" + named.native() + L"\n"));
+}
+
 TEST_F(RunUninstallTest, ReportsWhatStays) {
     bench::WriteFile(toolFolder / L"open", "x");
     const bench::OpenElsewhere open(toolFolder / L"open", FILE_SHARE_READ);

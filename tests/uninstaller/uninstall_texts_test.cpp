@@ -32,19 +32,24 @@ TEST(UninstallTexts, SayWhyNothingWasRemoved) {
         std::wstring reason;
     } cases[] = {
         {Refusal::NotRegistered, L"Bench: Game is not in your list of installed programs."},
+        {Refusal::UnresolvedFolder,
+         L"Windows cannot tell which drive and folder this path leads to:\nE:\\Elsewhere"},
         {Refusal::RegisteredElsewhere,
          L"Bench: Game is installed in another folder:\nE:\\Elsewhere"},
         {Refusal::UnsafeFolder,
-         L"Safety check failed. The uninstaller can only remove the game client folder that it "
-         L"stands in."},
+         L"Safety check failed. The uninstaller can only remove the game client folder that "
+         L"contains it."},
         {Refusal::SharedFolder,
          L"Safety check failed. This folder also holds other things than Bench: Game."},
         {Refusal::StartupProgramMissing,
          L"The startup program of Bench: Game is not in this folder."},
         {Refusal::InUse, L"Bench: Game or its repair tool is running. Close it and try again."},
+        {Refusal::Changed,
+         L"This folder was moved or changed while the question was open:\nE:\\Elsewhere\n"
+         L"Start the uninstaller again."},
     };
     for (const auto& [refusal, reason] : cases) {
-        EXPECT_EQ(RefusalText(refusal, Game(), L"E:\\Elsewhere"),
+        EXPECT_EQ(RefusalText(Game(), {refusal, {}, L"E:\\Elsewhere"}),
                   reason + L"\n\nNothing was removed.");
     }
 }
