@@ -16,6 +16,7 @@
 #include "system/folder_size.h"
 #include "system/installed_programs_values.h"
 #include "system/known_folder.h"
+#include "uninstaller/held_folder.h"
 
 namespace {
 
@@ -28,62 +29,89 @@ bool LeadsToKept(const std::wstring& entry, const Paths& kept) {
     });
 }
 
-// Removes all that lies below `folder` but `kept` and the folders on the way there.
-void RemoveAllBut(const Paths& kept, const std::filesystem::path& folder) {
-    ListFolder(folder, [&](const FolderEntry& entry) {
+// Lists the canonical `folder`. Held, it cannot be replaced by a link while its entries are listed
+// and removed by their paths. False when it cannot be held; then nothing is listed.
+bool ListHeldFolder(const std::filesystem::path& folder, const EntryVisitor& visit) {
+    const KernelHandle held = HoldFolder(folder);
+    if (held) {
+        ListFolder(folder, visit);
+    }
+    return held != nullptr;
+}
+
+// Removes everything below `folder` except `kept` and the folders that contain them.
+void RemoveAllExcept(const Paths& kept, const std::filesystem::path& folder) {
+    // What stays is counted afterwards.
+    ListHeldFolder(folder, [&](const FolderEntry& entry) {
         if (!LeadsToKept(entry.path, kept)) {
-            static_cast<void>(RemoveEntryOrTree(entry.path));  // What stays is counted afterwards.
+            static_cast<void>(RemoveEntryOrTree(entry.path));
         } else if (entry.IsFolder() && !entry.isLink) {
-            RemoveAllBut(kept, entry.path);
+            RemoveAllExcept(kept, entry.path);
         }
         return true;
     });
 }
 
-// What lies below `folder` now, without `kept` and the folders on the way there.
-Paths EntriesBut(const Paths& kept, const std::filesystem::path& folder) {
-    Paths left;
-    WalkTree(folder, [&](const FolderEntry& entry) {
-        if (LeadsToKept(entry.path, kept)) {
-            return true;
+// Adds to `left` what is below `folder`, except `kept` and the folders that contain them, but
+// including those of them that cannot be listed.
+void AddEntriesExcept(const Paths& kept, const std::filesystem::path& folder, Paths& left) {
+    const bool isListed = ListHeldFolder(folder, [&](const FolderEntry& entry) {
+        // The way to `kept` had no link when it was approved.
+        if (entry.isLink || !LeadsToKept(entry.path, kept)) {
+            // A folder is shown before its content; the content says more.
+            if (!left.empty() && LiesBelow(entry.path, left.back().native())) {
+                left.pop_back();
+            }
+            left.emplace_back(entry.path);
         }
-        // A folder is shown before its content; the content says more.
-        if (!left.empty() && LiesBelow(entry.path, left.back().native())) {
-            left.pop_back();
+        if (entry.IsFolder() && !entry.isLink) {
+            AddEntriesExcept(kept, entry.path, left);
         }
-        left.emplace_back(entry.path);
         return true;
     });
-    return left;
+    const bool isNamed = !left.empty() && left.back() == folder;
+    if (!isListed && !isNamed && KindOf(folder) != EntryKind::Missing) {
+        left.push_back(folder);
+    }
 }
 
-// The canonical `folder`, empty but for the folders in which `kept` lay. What has appeared there
-// since the removal began belongs to somebody else and stays.
+// Removes a file or an empty folder by its canonical path, unless a link has taken the place of a
+// folder above it. Whether it is gone.
+bool RemoveHeldEntry(const std::filesystem::path& path) {
+    const KernelHandle held = HoldFolder(ParentFolder(path.native()));
+    return held ? RemoveEntry(path) == ERROR_SUCCESS : KindOf(path) == EntryKind::Missing;
+}
+
+// Removes the canonical `folder`, empty except for the folders that contained `kept`. Files that
+// have appeared since the removal began are not the game's: they stay and are returned.
 Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
     for (const std::filesystem::path& path : kept) {
         std::wstring parent = ParentFolder(path.native());
         for (; LiesBelow(parent, folder.native()); parent = ParentFolder(parent)) {
-            static_cast<void>(RemoveEntry(parent));  // One that stays keeps `folder` from going.
+            static_cast<void>(RemoveHeldEntry(parent));  // If this fails, removing `folder` fails.
         }
     }
+    // By its name alone: at worst another empty folder or a link goes.
     if (RemoveEntry(folder) == ERROR_SUCCESS) {
         return {};
     }
-    Paths left = EntriesBut({}, folder);
+    Paths left;
+    AddEntriesExcept({}, folder, left);
     return left.empty() ? Paths{folder} : left;
 }
 
-// The client folder with its content; empty when all is gone. What is needed for a second attempt
-// goes last.
+// The client folder with its content; empty when everything is gone. What is needed for a second
+// attempt goes last.
 Paths RemoveClientFolder(const ApprovedClient& client) {
     const Paths kept{client.uninstaller, client.startupProgram};
-    RemoveAllBut(kept, client.folder);
-    Paths left = EntriesBut(kept, client.folder);
+    RemoveAllExcept(kept, client.folder);
+    Paths left;
+    AddEntriesExcept(kept, client.folder, left);
     if (!left.empty()) {
         return left;
     }
     for (const std::filesystem::path& path : kept) {
-        if (RemoveEntry(path) != ERROR_SUCCESS) {
+        if (!RemoveHeldEntry(path)) {
             return {path};
         }
     }

@@ -1,0 +1,33 @@
+#include "uninstaller/held_folder.h"
+
+#include <optional>
+#include <string>
+
+#include "common/paths.h"
+
+namespace {
+
+// The longest path of the system, in characters with the terminator.
+constexpr DWORD kLongestPath = 32'768;
+
+std::optional<std::filesystem::path> PathOf(HANDLE folder) {
+    std::wstring path(kLongestPath, L'\0');
+    path.resize(
+        ::GetFinalPathNameByHandleW(folder, path.data(), kLongestPath, FILE_NAME_NORMALIZED));
+    return WeaklyCanonical(path);
+}
+
+}  // namespace
+
+KernelHandle HoldFolder(const std::filesystem::path& canonicalFolder) {
+    // Without FILE_SHARE_DELETE, and with an access right that takes part in sharing.
+    auto folder = AdoptHandle<KernelHandle>(::CreateFileW(
+        canonicalFolder.c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!folder) {
+        return nullptr;
+    }
+    const std::optional<std::filesystem::path> path = PathOf(folder.get());
+    const bool isTheSame = path && IsSameCanonicalPath(path->native(), canonicalFolder.native());
+    return isTheSame ? std::move(folder) : nullptr;
+}
