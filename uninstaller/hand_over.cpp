@@ -1,8 +1,11 @@
 #include "uninstaller/hand_over.h"
 
+#include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cwchar>
+#include <vector>
 
 #include "common/handles.h"
 #include "system/installed_programs_values.h"
@@ -14,25 +17,81 @@ constexpr wchar_t kHandOverSwitch[] = L"/remove";
 constexpr size_t kArgumentCount = 4;
 constexpr DWORD kLongestWaitMs = 30'000;
 
+// More than any uninstaller has; one that is larger is not started.
+constexpr LONGLONG kMostBytes = 0x10000000;
+
 // A name that no other process uses at the same time.
 std::wstring CopyName() {
     return L"Uninstall-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
            std::to_wstring(::GetTickCount64()) + L".exe";
 }
 
-SECURITY_ATTRIBUTES Inheritable() {
-    return {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+using Bytes = std::vector<std::byte>;
+
+// The whole file; none when it cannot be read.
+std::optional<Bytes> ReadAll(HANDLE file) {
+    LARGE_INTEGER size{};
+    if (!::GetFileSizeEx(file, &size) || size.QuadPart > kMostBytes) {
+        return std::nullopt;
+    }
+    Bytes bytes(static_cast<size_t>(size.QuadPart));
+    DWORD read = 0;
+    if (!::ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr) ||
+        read != bytes.size()) {
+        return std::nullopt;
+    }
+    return bytes;
 }
 
-// Opened in this way the file goes as soon as nobody has it open any more. The copy inherits the
-// handle and holds it until it ends.
+std::optional<Bytes> ReadProgram(const std::filesystem::path& program) {
+    const auto file = AdoptHandle<KernelHandle>(::CreateFileW(
+        program.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    return file ? ReadAll(file.get()) : std::nullopt;
+}
+
+// False when something is there already or not everything can be written; then no new file is left.
+bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
+    auto file = AdoptHandle<KernelHandle>(
+        ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+    if (!file) {
+        return false;
+    }
+    DWORD written = 0;
+    // On a full disk WriteFile can succeed with a short count.
+    if (::WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
+                    nullptr) &&
+        written == bytes.size()) {
+        return true;
+    }
+    file.reset();
+    ::DeleteFileW(path.c_str());
+    return false;
+}
+
+// Opened like this, the file is deleted as soon as the last handle is closed; the copy inherits the
+// handle and holds it until it ends. Until then the file can be read and started by others, but not
+// written, renamed or removed. Should a link have taken its place, the link itself is opened.
 KernelHandle HoldUntilClosed(const std::filesystem::path& file) {
-    // A read-only file could not be opened for removal.
-    ::SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_NORMAL);
-    SECURITY_ATTRIBUTES inheritable = Inheritable();
-    return AdoptHandle<KernelHandle>(
-        ::CreateFileW(file.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                      &inheritable, OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    return AdoptHandle<KernelHandle>(::CreateFileW(
+        file.c_str(), GENERIC_READ | DELETE, FILE_SHARE_READ, &inheritable, OPEN_EXISTING,
+        FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+}
+
+// A held copy of `program`; null when it cannot be made, then nothing is left of it.
+KernelHandle MakeHeldCopy(const std::filesystem::path& program, const std::filesystem::path& copy) {
+    const std::optional<Bytes> bytes = ReadProgram(program);
+    if (!bytes || !WriteNewFile(copy, *bytes)) {
+        return nullptr;
+    }
+    KernelHandle held = HoldUntilClosed(copy);
+    if (!held) {
+        ::DeleteFileW(copy.c_str());
+        return nullptr;
+    }
+    // The system starts no program that is open for writing, so the file was closed in between and
+    // could have been changed. From here on it cannot.
+    return ReadAll(held.get()) == bytes ? std::move(held) : nullptr;
 }
 
 KernelHandle InheritableHandleOfThisProcess() {
@@ -43,15 +102,44 @@ KernelHandle InheritableHandleOfThisProcess() {
                             : nullptr);
 }
 
-// The temporary folder becomes the current one: in the client folder the copy would stand in its
-// own way.
+struct DeleteAttributeList {
+    void operator()(LPPROC_THREAD_ATTRIBUTE_LIST list) const noexcept {
+        ::DeleteProcThreadAttributeList(list);
+    }
+};
+using AttributeList =
+    std::unique_ptr<std::remove_pointer_t<LPPROC_THREAD_ATTRIBUTE_LIST>, DeleteAttributeList>;
+
+// In `memory`: that a process inherits `handles` and no others. Both must outlive the process's
+// start. Null when the system refuses.
+AttributeList InheritOnly(std::span<HANDLE> handles, std::vector<std::byte>& memory) {
+    SIZE_T size = 0;
+    ::InitializeProcThreadAttributeList(nullptr, 1, 0, &size);  // Fails, but tells the size.
+    memory.resize(size);
+    auto* const list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory.data());
+    if (!::InitializeProcThreadAttributeList(list, 1, 0, &size)) {
+        return nullptr;
+    }
+    AttributeList attributes(list);
+    return ::UpdateProcThreadAttribute(list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(),
+                                       handles.size_bytes(), nullptr, nullptr)
+               ? std::move(attributes)
+               : nullptr;
+}
+
+// The temporary folder becomes the current one: a current folder inside the client could not be
+// deleted.
 bool StartProcess(const std::filesystem::path& program, std::wstring commandLine,
-                  const std::filesystem::path& currentFolder) {
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
+                  const std::filesystem::path& currentFolder, std::span<HANDLE> inherited) {
+    std::vector<std::byte> memory;
+    const AttributeList attributes = InheritOnly(inherited, memory);
+    STARTUPINFOEXW startup{};
+    startup.StartupInfo.cb = sizeof startup;
+    startup.lpAttributeList = attributes.get();
     PROCESS_INFORMATION started{};
-    if (!::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                          currentFolder.c_str(), &startup, &started)) {
+    if (!attributes || !::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr,
+                                         TRUE, EXTENDED_STARTUPINFO_PRESENT, nullptr,
+                                         currentFolder.c_str(), &startup.StartupInfo, &started)) {
         return false;
     }
     const KernelHandle process(started.hProcess);
@@ -83,17 +171,16 @@ std::optional<HandOver> ParseHandOver(std::span<const wchar_t* const> arguments)
 
 bool StartCopy(const std::filesystem::path& uninstaller) {
     const std::filesystem::path folder = TemporaryFolder();
+    if (folder.empty()) {
+        return false;
+    }
     const std::filesystem::path copy = folder / CopyName();
-    if (folder.empty() || !::CopyFileW(uninstaller.c_str(), copy.c_str(), TRUE)) {
-        return false;
-    }
-    const KernelHandle held = HoldUntilClosed(copy);
-    if (!held) {
-        ::DeleteFileW(copy.c_str());
-        return false;
-    }
+    const KernelHandle held = MakeHeldCopy(uninstaller, copy);
     const KernelHandle self = InheritableHandleOfThisProcess();
-    return self && StartProcess(copy, HandOverCommandLine(copy, {uninstaller, self.get()}), folder);
+    std::array inherited{held.get(), self.get()};
+    return held && self &&
+           StartProcess(copy, HandOverCommandLine(copy, {uninstaller, self.get()}), folder,
+                        inherited);
 }
 
 void AwaitOriginal(HANDLE original) {

@@ -21,10 +21,12 @@ struct HandOver {
 std::wstring HandOverCommandLine(const std::filesystem::path& copy, const HandOver& handOver);
 std::optional<HandOver> ParseHandOver(std::span<const wchar_t* const> arguments);
 
-// Starts a copy of `uninstaller`, this very program, and returns at once. The copy's file goes
-// when the copy ends. False when it cannot be made or started: then no file of it is left.
+// Starts a copy of `uninstaller`, this very program, and returns at once. What is started has the
+// original's bytes: nobody can change the copy's file any more when they are checked. The copy
+// inherits a handle of its file and one of this process, nothing else. Its file is deleted when it
+// ends. False when it cannot be made or started; then no file of it is left.
 bool StartCopy(const std::filesystem::path& uninstaller);
 
-// Waits until the original has ended, but not for ever: a file that is still in use then is
+// Waits until the original has ended, for 30 seconds at most: a file that is still in use then is
 // reported like any other. Closes the handle.
 void AwaitOriginal(HANDLE original);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -87,60 +88,177 @@ bool Await(Condition condition) {
     return true;
 }
 
-TEST(StartCopy, RunsACopyFromTheTemporaryFolder) {
-    // The probe writes its current folder and the number of its arguments beside itself.
-    const bench::ScratchFolder client;
-    const fs::path original = client.Path() / L"Uninstall.exe";
-    bench::WriteFile(original, bench::ReadFile(FolderOfThisProgram() / L"startup_probe.exe"));
-    bench::SetReadOnly(original, true);
-    ASSERT_TRUE(StartCopy(original));
-    ASSERT_TRUE(Await([] { return !Copies(L".txt").empty(); }));
-    const std::string bytes = bench::ReadFile(Copies(L".txt").front());
-    const std::wstring report(reinterpret_cast<const wchar_t*>(bytes.data()),
-                              bytes.size() / sizeof(wchar_t));
-    EXPECT_TRUE(report.starts_with(TempFolder().native() + L"\n4\n")) << report;
-    fs::remove(Copies(L".txt").front());
-    // Its file goes with it, the original stays.
-    EXPECT_TRUE(Await([] { return Copies(L".exe").empty(); }));
-    EXPECT_TRUE(fs::exists(original));
+// An uninstaller that reports how its copy was started.
+class StartCopyTest : public testing::Test {
+protected:
+    StartCopyTest() {
+        for (const fs::path& report : Copies(L".txt")) {
+            fs::remove(report);  // Of a test that failed.
+        }
+        bench::WriteFile(original_,
+                         bench::ReadFile(FolderOfThisProgram() / L"hand_over_probe.exe"));
+    }
+
+    // The lines that the copy writes; it has ended then and its file is gone.
+    static std::vector<std::wstring> AwaitReport() {
+        EXPECT_TRUE(Await([] { return !Copies(L".txt").empty(); }));
+        EXPECT_TRUE(Await([] { return Copies(L".exe").empty(); }));
+        const std::string bytes = bench::ReadFile(Copies(L".txt").front());
+        fs::remove(Copies(L".txt").front());
+        std::wistringstream report(std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()),
+                                                bytes.size() / sizeof(wchar_t)));
+        std::vector<std::wstring> lines;
+        for (std::wstring line; std::getline(report, line);) {
+            lines.push_back(line);
+        }
+        lines.resize(6);
+        return lines;
+    }
+
+    // Calls `seen` right after (or before) the copy's file is opened to be held.
+    template <class Callable>
+    [[nodiscard]] static auto WhenHeld(Callable seen) {
+        return HookCall<decltype(&::CreateFileW)>(
+            L"kernel32.dll", "CreateFileW",
+            [seen, real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW")](
+                LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                DWORD creation, DWORD flags, HANDLE model) -> HANDLE {
+                const auto open = [&] {
+                    return real(path, access, share, security, creation, flags, model);
+                };
+                return (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0 ? seen(path, open) : open();
+            });
+    }
+
+    [[nodiscard]] const fs::path& Original() const {
+        return original_;
+    }
+
+private:
+    bench::ScratchFolder client_;
+    fs::path original_ = client_.Path() / L"Uninstall.exe";
+};
+
+TEST_F(StartCopyTest, RunsACopyFromTheTemporaryFolder) {
+    bench::SetReadOnly(Original(), true);
+    ASSERT_TRUE(StartCopy(Original()));
+    const std::vector<std::wstring> lines = AwaitReport();
+    EXPECT_EQ(lines[0], TempFolder());
+    EXPECT_EQ(lines[1], L"4");
+    EXPECT_TRUE(fs::exists(Original()));
 }
 
-TEST(StartCopy, FailsWithoutAFileToCopy) {
-    const bench::ScratchFolder client;
-    EXPECT_FALSE(StartCopy(client.Path() / L"Uninstall.exe"));
+TEST_F(StartCopyTest, FailsWithoutAFileToCopy) {
+    fs::remove(Original());
+    EXPECT_FALSE(StartCopy(Original()));
     EXPECT_TRUE(Copies(L".exe").empty());
 }
 
-TEST(StartCopy, LeavesNoCopyThatDoesNotStart) {
-    const bench::ScratchFolder client;
-    bench::WriteFile(client.Path() / L"Uninstall.exe", "no program");
-    EXPECT_FALSE(StartCopy(client.Path() / L"Uninstall.exe"));
-    EXPECT_TRUE(Copies(L".exe").empty());
-}
-
-TEST(StartCopy, LeavesNoCopyThatWouldNotGoByItself) {
-    const bench::ScratchFolder client;
-    const fs::path original = client.Path() / L"Uninstall.exe";
-    bench::WriteFile(original, bench::ReadFile(FolderOfThisProgram() / L"startup_probe.exe"));
-    bench::SetReadOnly(original, true);
-    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
-    int refused = 0;
-    const auto hook = HookCall<decltype(&::CreateFileW)>(
-        L"kernel32.dll", "CreateFileW",
-        [&](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD creation,
-            DWORD flags, HANDLE model) -> HANDLE {
-            if ((flags & FILE_FLAG_DELETE_ON_CLOSE) != 0) {
-                ++refused;
-                ::SetLastError(ERROR_SHARING_VIOLATION);
-                return INVALID_HANDLE_VALUE;
-            }
-            return real(path, access, share, security, creation, flags, model);
+TEST_F(StartCopyTest, LeavesNoCopyThatIsIncomplete) {
+    const auto real = RealFunction<decltype(&::WriteFile)>(L"kernel32.dll", "WriteFile");
+    const auto hook = HookCall<decltype(&::WriteFile)>(
+        L"kernel32.dll", "WriteFile",
+        [&](HANDLE file, LPCVOID bytes, DWORD count, auto... more) -> BOOL {
+            return real(file, bytes, count / 2, more...);  // As on a full disk.
         });
-    EXPECT_FALSE(StartCopy(original));
+    EXPECT_FALSE(StartCopy(Original()));
+    EXPECT_TRUE(Copies(L".exe").empty());
+}
+
+TEST_F(StartCopyTest, LeavesNoCopyThatDoesNotStart) {
+    bench::WriteFile(Original(), "no program");
+    EXPECT_FALSE(StartCopy(Original()));
+    EXPECT_TRUE(Copies(L".exe").empty());
+}
+
+TEST_F(StartCopyTest, LeavesNoCopyThatWouldNotGoByItself) {
+    bench::SetReadOnly(Original(), true);
+    int refused = 0;
+    const auto hook = WhenHeld([&](LPCWSTR, auto) {
+        ++refused;
+        ::SetLastError(ERROR_SHARING_VIOLATION);
+        return INVALID_HANDLE_VALUE;
+    });
+    EXPECT_FALSE(StartCopy(Original()));
     EXPECT_EQ(refused, 1);
     EXPECT_TRUE(Copies(L".exe").empty());
     EXPECT_TRUE(Copies(L".txt").empty());
-    EXPECT_TRUE(fs::exists(original));
+    EXPECT_TRUE(fs::exists(Original()));
+}
+
+bool CanBeOpened(const fs::path& file, DWORD access, DWORD share) {
+    return AdoptHandle<KernelHandle>(::CreateFileW(file.c_str(), access, share, nullptr,
+                                                   OPEN_EXISTING, 0, nullptr)) != nullptr;
+}
+
+TEST_F(StartCopyTest, LetsNobodyChangeTheHeldCopy) {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    fs::path copy;
+    const auto held = WhenHeld([&](LPCWSTR path, auto open) {
+        copy = path;
+        return open();
+    });
+    const auto real = RealFunction<decltype(&::CreateProcessW)>(L"kernel32.dll", "CreateProcessW");
+    const auto hook = HookCall<decltype(&::CreateProcessW)>(
+        L"kernel32.dll", "CreateProcessW", [&](auto... arguments) -> BOOL {
+            EXPECT_FALSE(CanBeOpened(copy, GENERIC_WRITE, kShareAll));
+            EXPECT_FALSE(CanBeOpened(copy, DELETE, kShareAll));
+            // As the loader opens a program.
+            EXPECT_TRUE(CanBeOpened(copy, GENERIC_READ | GENERIC_EXECUTE,
+                                    FILE_SHARE_READ | FILE_SHARE_DELETE));
+            return real(arguments...);
+        });
+    ASSERT_TRUE(StartCopy(Original()));
+    AwaitReport();
+}
+
+TEST_F(StartCopyTest, RunsNothingElseThanTheOriginalsBytes) {
+    std::string other = bench::ReadFile(Original());
+    other.back() = static_cast<char>(other.back() + 1);
+    for (const std::string& bytes : {other, other + "more", std::string("MZ")}) {
+        const auto hook = WhenHeld([&](LPCWSTR path, auto open) {
+            bench::WriteFile(path, bytes);
+            return open();
+        });
+        EXPECT_FALSE(StartCopy(Original()));
+        EXPECT_TRUE(Copies(L".exe").empty());
+        EXPECT_TRUE(Copies(L".txt").empty());
+    }
+}
+
+TEST_F(StartCopyTest, GivesItTheHandlesThatItNeedsAndNoOthers) {
+    // Any other part of the program may have an inheritable handle open.
+    const bench::ScratchFolder elsewhere;
+    bench::WriteFile(elsewhere.Path() / L"file", "12345");
+    SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    const auto other = AdoptHandle<KernelHandle>(
+        ::CreateFileW((elsewhere.Path() / L"file").c_str(), GENERIC_READ, FILE_SHARE_READ,
+                      &inheritable, OPEN_EXISTING, 0, nullptr));
+    const auto hook = WhenHeld([&](LPCWSTR, auto open) {
+        const HANDLE held = open();
+        ::SetEnvironmentVariableW(L"BENCH_HANDLES",
+                                  (std::to_wstring(reinterpret_cast<uintptr_t>(held)) + L" " +
+                                   std::to_wstring(reinterpret_cast<uintptr_t>(other.get())))
+                                      .c_str());
+        return held;
+    });
+    ASSERT_TRUE(StartCopy(Original()));
+    ::SetEnvironmentVariableW(L"BENCH_HANDLES", nullptr);
+    const std::vector<std::wstring> lines = AwaitReport();
+    EXPECT_EQ(lines[3], std::to_wstring(WAIT_TIMEOUT));  // This process is still running.
+    EXPECT_EQ(lines[4], std::to_wstring(fs::file_size(Original())));
+    EXPECT_EQ(lines[5], L"0");
+}
+
+TEST_F(StartCopyTest, LetsTheCopyComeToTheFront) {
+    std::vector<std::wstring> allowed;
+    const auto hook = HookCall<decltype(&::AllowSetForegroundWindow)>(
+        L"user32.dll", "AllowSetForegroundWindow", [&](DWORD process) -> BOOL {
+            allowed.push_back(std::to_wstring(process));
+            return TRUE;
+        });
+    ASSERT_TRUE(StartCopy(Original()));
+    EXPECT_EQ(allowed, std::vector{AwaitReport()[2]});
 }
 
 HANDLE DuplicateOf(HANDLE process) {
@@ -167,7 +285,7 @@ TEST(AwaitOriginal, WaitsUntilTheProcessHasEnded) {
                     return wait(handle, limitMs);
                 }
                 EXPECT_EQ(wait(handle, 0), DWORD{WAIT_TIMEOUT});
-                EXPECT_NE(limitMs, INFINITE);
+                EXPECT_EQ(limitMs, 30'000U);
                 ::TerminateProcess(original.Process(), 0);
                 return waited = wait(handle, limitMs);
             });
