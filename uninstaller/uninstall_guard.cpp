@@ -12,6 +12,8 @@
 #include "system/installed_programs_values.h"
 #include "system/known_folder.h"
 #include "system/startup_program.h"
+#include "uninstaller/other_programs.h"
+#include "uninstaller/registry_text.h"
 #include "uninstaller/temporary_folder.h"
 
 namespace {
@@ -102,19 +104,25 @@ Verdict JudgeContent(const std::filesystem::path& folder) {
     if (!uninstaller ||
         !IsSameCanonicalPath(ParentFolder(uninstaller->native()), folder.native()) ||
         !IsRegularFile(*uninstaller) || !IsSafeReinstallFolder()) {
-        return {Refusal::UnsafeFolder, {}, {}};
+        return {.refusal = Refusal::UnsafeFolder};
     }
     if (HoldsSharedFolder(folder.native())) {
-        return {Refusal::SharedFolder, {}, {}};
+        return {.refusal = Refusal::SharedFolder};
+    }
+    const std::optional<OtherProgram> other = FindOtherProgramIn(folder, toolConfig);
+    if (other) {
+        return {.refusal = Refusal::OtherProgram,
+                .namedFolder = other->folder,
+                .namedProgram = other->name};
     }
     const std::optional<std::filesystem::path> startup = WeaklyCanonical(ResolveStartupExePath());
     if (!startup || !LiesBelow(startup->native(), folder.native()) || !IsRegularFile(*startup)) {
-        return {Refusal::StartupProgramMissing, {}, {}};
+        return {.refusal = Refusal::StartupProgramMissing};
     }
     if (IsRunning(*startup) || IsRunning(folder / toolConfig.repairToolName)) {
-        return {Refusal::InUse, {}, {}};
+        return {.refusal = Refusal::InUse};
     }
-    return {Refusal::None, {folder, *uninstaller, *startup}, {}};
+    return {.client = {folder, *uninstaller, *startup}};
 }
 
 }  // namespace
@@ -122,15 +130,16 @@ Verdict JudgeContent(const std::filesystem::path& folder) {
 Verdict JudgeClient() {
     const std::optional<std::wstring> registered = RegisteredFolder(toolConfig);
     if (!registered) {
-        return {Refusal::NotRegistered, {}, {}};
+        return {.refusal = Refusal::NotRegistered};
     }
     const std::optional<std::filesystem::path> folder = WeaklyCanonical(toolFolder);
     const std::optional<std::filesystem::path> named = WeaklyCanonical(*registered);
     if (!folder || !named) {
-        return {Refusal::UnresolvedFolder, {}, folder ? *registered : toolFolder.native()};
+        return {.refusal = Refusal::UnresolvedFolder,
+                .namedFolder = folder ? *registered : toolFolder.native()};
     }
     if (!IsSameCanonicalPath(folder->native(), named->native())) {
-        return {Refusal::RegisteredElsewhere, {}, *registered};
+        return {.refusal = Refusal::RegisteredElsewhere, .namedFolder = *registered};
     }
     return JudgeContent(*folder);
 }
@@ -138,26 +147,13 @@ Verdict JudgeClient() {
 Verdict JudgeClientAgain(const ApprovedClient& approved) {
     Verdict verdict = JudgeClient();
     if (verdict.refusal == Refusal::None && verdict.client != approved) {
-        verdict = {Refusal::Changed, {}, approved.folder.native()};
+        verdict = {.refusal = Refusal::Changed, .namedFolder = approved.folder.native()};
     }
     return verdict;
 }
 
 std::optional<std::wstring> RegisteredFolder(const ToolConfig& config) {
-    const std::wstring keyPath = UninstallKeyPath(config);
-    DWORD bytes = 0;
-    if (::RegGetValueW(HKEY_CURRENT_USER, keyPath.c_str(), L"InstallLocation", RRF_RT_REG_SZ,
-                       nullptr, nullptr, &bytes) != ERROR_SUCCESS) {
-        return std::nullopt;
-    }
-    std::wstring folder(bytes / sizeof(wchar_t) + 1, L'\0');
-    bytes = static_cast<DWORD>(folder.size() * sizeof(wchar_t));
-    if (::RegGetValueW(HKEY_CURRENT_USER, keyPath.c_str(), L"InstallLocation", RRF_RT_REG_SZ,
-                       nullptr, folder.data(), &bytes) != ERROR_SUCCESS) {
-        return std::nullopt;
-    }
-    folder.resize(std::min(folder.find(L'\0'), folder.size()));
-    return folder.empty() ? std::nullopt : std::optional(folder);
+    return RegistryText(HKEY_CURRENT_USER, UninstallKeyPath(config), L"InstallLocation");
 }
 
 bool LiesBelow(std::wstring_view path, std::wstring_view folder) {

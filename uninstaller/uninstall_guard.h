@@ -17,6 +17,7 @@ enum class Refusal {
     RegisteredElsewhere,    // The registered folder is not the uninstaller's.
     UnsafeFolder,           // Not the uninstaller's folder, a drive's root, or as short as "C:\ab".
     SharedFolder,           // Windows or the user keeps other things there, as in the profile.
+    OtherProgram,           // Another entry of the list names this folder or one below it.
     StartupProgramMissing,  // Whatever the folder holds, it is no client of this game.
     InUse,                  // The game's startup program or the repair tool is running.
     Changed,                // Approved before the question; after it the same paths lead elsewhere.
@@ -33,9 +34,9 @@ struct ApprovedClient {
 
 struct Verdict {
     Refusal refusal = Refusal::None;
-    ApprovedClient client;  // Complete for Refusal::None only.
-    std::wstring
-        namedFolder;  // The folder that the refusal's text names; empty where it names none.
+    ApprovedClient client{};      // Complete for Refusal::None only.
+    std::wstring namedFolder{};   // The folder that the refusal's text names, if it names one.
+    std::wstring namedProgram{};  // The program that it names, for Refusal::OtherProgram.
 };
 
 // Judges the client folder as it is at this moment: `toolFolder` with the uninstaller `toolExePath`

@@ -28,6 +28,9 @@ std::wstring ReasonText(const Verdict& verdict, const std::wstring& name) {
                    L"that contains it.";
         case Refusal::SharedFolder:
             return L"Safety check failed. This folder also holds other things than " + name + L".";
+        case Refusal::OtherProgram:
+            return verdict.namedProgram + L" is also installed in this folder:\n" +
+                   verdict.namedFolder + L"\nUninstall it first, then try again.";
         case Refusal::StartupProgramMissing:
             return L"The startup program of " + name + L" is not in this folder.";
         case Refusal::InUse:

@@ -10,6 +10,7 @@
 #include "bench_parts/import_hook.h"
 #include "bench_parts/skipping.h"
 #include "installed_game_test.h"
+#include "registered_program.h"
 
 namespace {
 
@@ -358,6 +359,15 @@ TEST_F(JudgeClientTest, ConsentsToAGameBelowASharedFolder) {
     const GameInFolder game(folder);
     Install(folder);
     EXPECT_EQ(FindRefusal(), Refusal::None);
+}
+
+TEST_F(JudgeClientTest, RefusesAFolderWithAnotherProgram) {
+    const RegisteredProgram other(HKEY_CURRENT_USER, L"Mod Loader");
+    other.Store(L"InstallLocation", toolFolder.native() + L"\\data");
+    const Verdict verdict = JudgeClient();
+    EXPECT_EQ(verdict.refusal, Refusal::OtherProgram);
+    EXPECT_EQ(verdict.namedFolder, toolFolder.native() + L"\\data");
+    EXPECT_EQ(verdict.namedProgram, L"Mod Loader");
 }
 
 TEST_F(JudgeClientTest, RefusesWithoutTheStartupProgram) {

@@ -41,6 +41,9 @@ TEST(UninstallTexts, SayWhyNothingWasRemoved) {
          L"contains it."},
         {Refusal::SharedFolder,
          L"Safety check failed. This folder also holds other things than Bench: Game."},
+        {Refusal::OtherProgram,
+         L"Mod Loader is also installed in this folder:\nE:\\Elsewhere\n"
+         L"Uninstall it first, then try again."},
         {Refusal::StartupProgramMissing,
          L"The startup program of Bench: Game is not in this folder."},
         {Refusal::InUse, L"Bench: Game or its repair tool is running. Close it and try again."},
@@ -49,7 +52,7 @@ TEST(UninstallTexts, SayWhyNothingWasRemoved) {
          L"Start the uninstaller again."},
     };
     for (const auto& [refusal, reason] : cases) {
-        EXPECT_EQ(RefusalText(Game(), {refusal, {}, L"E:\\Elsewhere"}),
+        EXPECT_EQ(RefusalText(Game(), {refusal, {}, L"E:\\Elsewhere", L"Mod Loader"}),
                   reason + L"\n\nNothing was removed.");
     }
 }

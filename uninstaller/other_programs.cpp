@@ -1,0 +1,93 @@
+#include "uninstaller/other_programs.h"
+
+#include <array>
+#include <string_view>
+
+#include "common/files.h"
+#include "common/handles.h"
+#include "common/paths.h"
+#include "system/installed_programs_values.h"
+#include "uninstaller/registry_text.h"
+#include "uninstaller/uninstall_guard.h"
+
+namespace {
+
+// One part of the list. The 32-bit one is a key of its own for the machine only, but costs little.
+struct ListPart {
+    HKEY root;
+    REGSAM view;
+};
+const std::array kListParts{
+    ListPart{HKEY_CURRENT_USER, KEY_WOW64_64KEY}, ListPart{HKEY_CURRENT_USER, KEY_WOW64_32KEY},
+    ListPart{HKEY_LOCAL_MACHINE, KEY_WOW64_64KEY}, ListPart{HKEY_LOCAL_MACHINE, KEY_WOW64_32KEY}};
+
+// As the registry limits the name of a key, with the terminator.
+constexpr size_t kLongestKeyName = 256;
+
+// Some installers write the location in double quotes.
+std::wstring WithoutQuotes(std::wstring text) {
+    if (text.size() >= 2 && text.front() == L'"' && text.back() == L'"') {
+        text = text.substr(1, text.size() - 2);
+    }
+    return text;
+}
+
+bool IsSameKeyName(std::wstring_view left, std::wstring_view right) {
+    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                  static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
+bool IsInstalledIn(const std::wstring& location, const std::filesystem::path& folder) {
+    const size_t rootName = RootNameLength(location);
+    if (rootName == 0 || RootPathLength(location) == rootName) {
+        return false;  // Relative to a folder that is not known.
+    }
+    const std::optional<std::filesystem::path> installed = WeaklyCanonical(location);
+    return installed && KindOf(*installed) != EntryKind::Missing &&
+           (IsSameCanonicalPath(installed->native(), folder.native()) ||
+            LiesBelow(installed->native(), folder.native()));
+}
+
+std::optional<OtherProgram> FindIn(HKEY list, const std::wstring& ownName,
+                                   const std::filesystem::path& folder) {
+    for (DWORD index = 0;; ++index) {
+        std::array<wchar_t, kLongestKeyName> name{};
+        auto length = static_cast<DWORD>(name.size());
+        if (::RegEnumKeyExW(list, index, name.data(), &length, nullptr, nullptr, nullptr,
+                            nullptr) != ERROR_SUCCESS) {
+            return std::nullopt;
+        }
+        const std::wstring key(name.data(), length);
+        const std::optional<std::wstring> location = RegistryText(list, key, L"InstallLocation");
+        if (!location || IsSameKeyName(key, ownName)) {
+            continue;
+        }
+        const std::wstring path = WithoutQuotes(*location);
+        if (IsInstalledIn(path, folder)) {
+            return OtherProgram{RegistryText(list, key, L"DisplayName").value_or(key), path};
+        }
+    }
+}
+
+}  // namespace
+
+std::optional<OtherProgram> FindOtherProgramIn(const std::filesystem::path& folder,
+                                               const ToolConfig& config) {
+    const std::wstring listPath = ParentFolder(UninstallKeyPath(config));
+    for (const ListPart& part : kListParts) {
+        HKEY opened = nullptr;
+        if (::RegOpenKeyExW(part.root, listPath.c_str(), 0, KEY_READ | part.view, &opened) !=
+            ERROR_SUCCESS) {
+            continue;
+        }
+        const RegistryKey list(opened);
+        // The game's own entry is the current user's.
+        const bool mayBeOwn = part.root == HKEY_CURRENT_USER;
+        std::optional<OtherProgram> found =
+            FindIn(list.get(), mayBeOwn ? BuildUninstallKeyName(config) : L"", folder);
+        if (found) {
+            return found;
+        }
+    }
+    return std::nullopt;
+}
