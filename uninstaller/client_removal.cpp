@@ -118,6 +118,19 @@ Paths RemoveClientFolder(const ApprovedClient& client) {
     return RemoveEmptied(client.folder, kept);
 }
 
+// Whether it is for want of rights that an entry stays. The error of its removal does not tell: it
+// is ERROR_ACCESS_DENIED for a running program too, but that one can be opened for removal. So it
+// is for an entry that disappears once another program closes it, but that one cannot be looked at.
+bool LacksRights(const std::filesystem::path& path) {
+    const EntryKind kind = KindOf(path);
+    const DWORD needed = kind == EntryKind::Folder ? DELETE | FILE_LIST_DIRECTORY : DELETE;
+    const auto entry = AdoptHandle<KernelHandle>(::CreateFileW(
+        path.c_str(), needed, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    const DWORD error = entry ? ERROR_SUCCESS : ::GetLastError();
+    return kind != EntryKind::Unreadable && error == ERROR_ACCESS_DENIED;
+}
+
 // Where the shortcut file leads to, resolved; none for what is no readable shortcut.
 std::optional<std::filesystem::path> ShortcutTarget(const std::filesystem::path& shortcut) {
     void* made = nullptr;
@@ -176,6 +189,7 @@ RemovalResult RemoveGame(const ApprovedClient& client) {
     const std::optional<std::filesystem::path> shortcut = FindShortcutInto(client.folder);
     result.left = RemoveClientFolder(client);
     result.canBeRepeated = IsRegularFile(client.uninstaller);
+    result.rightsAreMissing = std::any_of(result.left.begin(), result.left.end(), LacksRights);
     if (result.canBeRepeated) {
         result.entryLeft = true;
         return result;

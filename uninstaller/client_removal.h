@@ -22,6 +22,7 @@ struct RemovalResult {
     bool entryLeft = false;  // The entry in the list of installed programs is still there.
     // The uninstaller and what it asks for are still there, so that it can be started again.
     bool canBeRepeated = false;
+    bool rightsAreMissing = false;  // At least one of `left` must not be deleted by this account.
 };
 
 // Removes the content of the client folder and the folder itself, the shortcut on the Desktop when

@@ -77,9 +77,14 @@ std::wstring RefusalText(const ToolConfig& config, const Verdict& verdict) {
 std::wstring ReportText(const ToolConfig& config, const RemovalResult& result) {
     const std::wstring name = ProgramsDisplayName(config);
     if (result.canBeRepeated) {
+        const std::wstring advice =
+            result.rightsAreMissing
+                ? L"Your Windows account is not allowed to delete it. Ask an administrator to give "
+                  L"your account full control of the game's folder, then start the uninstaller "
+                  L"again."
+                : L"Close the programs that use it and start the uninstaller again.";
         return name + L" could not be removed completely. This is still there:\n" +
-               ListText(result.left) +
-               L"\n\nClose the programs that use it and start the uninstaller again.";
+               ListText(result.left) + L"\n\n" + advice;
     }
     std::wstring text = name + L" was removed.";
     if (!result.left.empty()) {

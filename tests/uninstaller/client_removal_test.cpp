@@ -275,6 +275,62 @@ TEST_F(RemoveGameTest, NamesAFolderThatCannotBeLookedInto) {
     const RemovalResult result = RemoveInstalledGame();
     EXPECT_THAT(result.left, ElementsAre(toolFolder / L"closed"));
     EXPECT_TRUE(result.canBeRepeated);
+    EXPECT_TRUE(result.rightsAreMissing);
+}
+
+// A file that cannot be opened for removal.
+class DeniedFile : public RemoveGameTest {
+protected:
+    DeniedFile() {
+        bench::WriteFile(file_, "x");
+    }
+
+    [[nodiscard]] RemovalResult RemoveWhileDenied() const {
+        const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+        const auto hook = HookCall<decltype(&::CreateFileW)>(
+            L"kernel32.dll", "CreateFileW",
+            [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
+                if (file_ == path && (access & DELETE) != 0) {
+                    ::SetLastError(ERROR_ACCESS_DENIED);
+                    return INVALID_HANDLE_VALUE;
+                }
+                return real(path, access, more...);
+            });
+        RemovalResult result = RemoveInstalledGame();
+        EXPECT_THAT(result.left, ElementsAre(file_));
+        EXPECT_TRUE(result.canBeRepeated);
+        return result;
+    }
+
+    fs::path file_ = toolFolder / L"data" / L"protected";
+};
+
+TEST_F(DeniedFile, StaysForWantOfRights) {
+    EXPECT_TRUE(RemoveWhileDenied().rightsAreMissing);
+}
+
+TEST_F(DeniedFile, MayBeOneThatIsAboutToDisappear) {
+    using Look = decltype(&::GetFileAttributesExW);
+    const auto real = RealFunction<Look>(L"kernel32.dll", "GetFileAttributesExW");
+    const auto hook = HookCall<Look>(L"kernel32.dll", "GetFileAttributesExW",
+                                     [&](LPCWSTR path, auto... more) -> BOOL {
+                                         if (file_ == path) {
+                                             ::SetLastError(ERROR_ACCESS_DENIED);
+                                             return FALSE;
+                                         }
+                                         return real(path, more...);
+                                     });
+    EXPECT_FALSE(RemoveWhileDenied().rightsAreMissing);
+}
+
+TEST_F(RemoveGameTest, TellsFilesInUseFromWantOfRights) {
+    const RunningCopy running(L"child_program.exe", toolFolder / L"helper.exe", L"sleep 600000");
+    ASSERT_TRUE(running.Process());
+    bench::WriteFile(toolFolder / L"open", "x");
+    const bench::OpenElsewhere open(toolFolder / L"open", 0);
+    const RemovalResult result = RemoveInstalledGame();
+    EXPECT_EQ(result.left.size(), 2U);
+    EXPECT_FALSE(result.rightsAreMissing);
 }
 
 TEST_F(RemoveGameTest, KeepsTheStartupProgramWithAnUninstallerThatIsInUse) {

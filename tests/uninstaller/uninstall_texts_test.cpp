@@ -58,15 +58,21 @@ TEST(UninstallTexts, SayWhyNothingWasRemoved) {
 }
 
 TEST(UninstallTexts, ReportACompleteRemoval) {
-    EXPECT_EQ(ReportText(Game(), {}), L"Bench: Game was removed.");
+    EXPECT_EQ(ReportText(Game(), RemovalResult{}), L"Bench: Game was removed.");
 }
 
 TEST(UninstallTexts, ReportWhatStaysAndWhatToDo) {
-    EXPECT_EQ(ReportText(Game(), {{L"D:\\Games\\a", L"D:\\Games\\b"}, true, true}),
+    EXPECT_EQ(ReportText(Game(), {{L"D:\\Games\\a", L"D:\\Games\\b"}, true, true, false}),
               L"Bench: Game could not be removed completely. This is still there:\n\n"
               L"D:\\Games\\a\nD:\\Games\\b\n\n"
               L"Close the programs that use it and start the uninstaller again.");
-    EXPECT_EQ(ReportText(Game(), {{L"D:\\Games\\a"}, true, false}),
+    EXPECT_EQ(ReportText(Game(), {{L"D:\\Games\\a"}, true, true, true}),
+              L"Bench: Game could not be removed completely. This is still there:\n\n"
+              L"D:\\Games\\a\n\n"
+              L"Your Windows account is not allowed to delete it. Ask an administrator to give "
+              L"your account full control of the game's folder, then start the uninstaller "
+              L"again.");
+    EXPECT_EQ(ReportText(Game(), {{L"D:\\Games\\a"}, true, false, false}),
               L"Bench: Game was removed. This could not be deleted:\n\nD:\\Games\\a\n\n"
               L"Its entry in your list of installed programs could not be deleted.");
 }
