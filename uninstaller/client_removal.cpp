@@ -118,15 +118,16 @@ Paths RemoveClientFolder(const ApprovedClient& client) {
     return RemoveEmptied(client.folder, kept);
 }
 
-// Whether it is for want of rights that an entry stays. The error of its removal does not tell: it
-// is ERROR_ACCESS_DENIED for a running program too, but that one can be opened for removal. So it
-// is for an entry that disappears once another program closes it, but that one cannot be looked at.
+// Whether this account lacks the right to remove the entry. The removal's own error does not tell:
+// ERROR_ACCESS_DENIED can also mean a running program, which can still be opened for removal, or an
+// entry whose removal is pending, whose attributes cannot be read.
 bool LacksRights(const std::filesystem::path& path) {
     const EntryKind kind = KindOf(path);
     const DWORD needed = kind == EntryKind::Folder ? DELETE | FILE_LIST_DIRECTORY : DELETE;
     const auto entry = AdoptHandle<KernelHandle>(::CreateFileW(
-        path.c_str(), needed, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+        SystemPath(path).c_str(), needed, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT,
+        nullptr));
     const DWORD error = entry ? ERROR_SUCCESS : ::GetLastError();
     return kind != EntryKind::Unreadable && error == ERROR_ACCESS_DENIED;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/handles.h"
+#include "common/paths.h"
 #include "system/installed_programs_values.h"
 #include "uninstaller/temporary_folder.h"
 
@@ -44,15 +45,16 @@ std::optional<Bytes> ReadAll(HANDLE file) {
 }
 
 std::optional<Bytes> ReadProgram(const std::filesystem::path& program) {
-    const auto file = AdoptHandle<KernelHandle>(::CreateFileW(
-        program.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    const auto file = AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(program).c_str(),
+                                                              GENERIC_READ, FILE_SHARE_READ,
+                                                              nullptr, OPEN_EXISTING, 0, nullptr));
     return file ? ReadAll(file.get()) : std::nullopt;
 }
 
 // False when something is there already or not everything can be written; then no new file is left.
 bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
     auto file = AdoptHandle<KernelHandle>(
-        ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+        ::CreateFileW(SystemPath(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
     if (!file) {
         return false;
     }
@@ -64,7 +66,7 @@ bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
         return true;
     }
     file.reset();
-    ::DeleteFileW(path.c_str());
+    ::DeleteFileW(SystemPath(path).c_str());
     return false;
 }
 
@@ -86,7 +88,7 @@ KernelHandle MakeHeldCopy(const std::filesystem::path& program, const std::files
     }
     KernelHandle held = HoldUntilClosed(copy);
     if (!held) {
-        ::DeleteFileW(copy.c_str());
+        ::DeleteFileW(SystemPath(copy).c_str());
         return nullptr;
     }
     // The system starts no program that is open for writing, so the file was closed in between and

@@ -92,9 +92,10 @@ bool HoldsSharedFolder(const std::wstring& folder) {
 // cannot be removed: it stays and is reported, and the uninstaller with it for a second attempt.
 bool IsRunning(const std::filesystem::path& program) {
     // The system lets nobody open the file of a running program for writing.
-    const auto file = AdoptHandle<KernelHandle>(::CreateFileW(
-        program.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-        nullptr, OPEN_EXISTING, 0, nullptr));
+    const auto file = AdoptHandle<KernelHandle>(
+        ::CreateFileW(SystemPath(program).c_str(), GENERIC_WRITE,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                      OPEN_EXISTING, 0, nullptr));
     return !file && ::GetLastError() == ERROR_SHARING_VIOLATION;
 }
 

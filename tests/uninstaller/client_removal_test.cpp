@@ -278,38 +278,44 @@ TEST_F(RemoveGameTest, NamesAFolderThatCannotBeLookedInto) {
     EXPECT_TRUE(result.rightsAreMissing);
 }
 
-// A file that cannot be opened for removal.
-class DeniedFile : public RemoveGameTest {
+// A file in use in a folder, one of which cannot be opened for one purpose.
+class DeniedEntry : public RemoveGameTest {
 protected:
-    DeniedFile() {
+    DeniedEntry() {
         bench::WriteFile(file_, "x");
     }
 
-    [[nodiscard]] RemovalResult RemoveWhileDenied() const {
+    [[nodiscard]] RemovalResult RemoveWhileDenied(const fs::path& denied,
+                                                  DWORD deniedAccess) const {
+        const bench::OpenElsewhere open(file_, 0);
         const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
         const auto hook = HookCall<decltype(&::CreateFileW)>(
             L"kernel32.dll", "CreateFileW",
             [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
-                if (file_ == path && (access & DELETE) != 0) {
+                if (denied == path && (access & deniedAccess) != 0) {
                     ::SetLastError(ERROR_ACCESS_DENIED);
                     return INVALID_HANDLE_VALUE;
                 }
                 return real(path, access, more...);
             });
         RemovalResult result = RemoveInstalledGame();
-        EXPECT_THAT(result.left, ElementsAre(file_));
+        EXPECT_THAT(result.left, ElementsAre(denied));
         EXPECT_TRUE(result.canBeRepeated);
         return result;
     }
 
-    fs::path file_ = toolFolder / L"data" / L"protected";
+    fs::path file_ = toolFolder / L"data" / L"open";
 };
 
-TEST_F(DeniedFile, StaysForWantOfRights) {
-    EXPECT_TRUE(RemoveWhileDenied().rightsAreMissing);
+TEST_F(DeniedEntry, StaysForWantOfRights) {
+    EXPECT_TRUE(RemoveWhileDenied(file_, DELETE).rightsAreMissing);
 }
 
-TEST_F(DeniedFile, MayBeOneThatIsAboutToDisappear) {
+TEST_F(DeniedEntry, MayBeAFolderThatCannotBeListed) {
+    EXPECT_TRUE(RemoveWhileDenied(file_.parent_path(), FILE_LIST_DIRECTORY).rightsAreMissing);
+}
+
+TEST_F(DeniedEntry, MayBeOneWhoseRemovalIsPending) {
     using Look = decltype(&::GetFileAttributesExW);
     const auto real = RealFunction<Look>(L"kernel32.dll", "GetFileAttributesExW");
     const auto hook = HookCall<Look>(L"kernel32.dll", "GetFileAttributesExW",
@@ -320,7 +326,7 @@ TEST_F(DeniedFile, MayBeOneThatIsAboutToDisappear) {
                                          }
                                          return real(path, more...);
                                      });
-    EXPECT_FALSE(RemoveWhileDenied().rightsAreMissing);
+    EXPECT_FALSE(RemoveWhileDenied(file_, DELETE).rightsAreMissing);
 }
 
 TEST_F(RemoveGameTest, TellsFilesInUseFromWantOfRights) {
