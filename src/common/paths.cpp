@@ -247,6 +247,18 @@ std::optional<std::filesystem::path> ComparableCanonical(const std::filesystem::
     return ResolveExistingPart(path.native(), Naming::DosOrNt);
 }
 
+bool IsVolumeRoot(const std::filesystem::path& canonicalPath) {
+    // The root is the path's own beginning, with a separator, and as the path has it.
+    std::wstring root(canonicalPath.native().size() + kVerbatimUncPrefix.size() + 2, L'\0');
+    if (!::GetVolumePathNameW(SystemPath(canonicalPath).c_str(), root.data(),
+                              static_cast<DWORD>(root.size()))) {
+        return false;
+    }
+    root = WithoutVerbatimPrefix(root.c_str());
+    const std::wstring path = AsFolder(canonicalPath).native();
+    return ::CompareStringOrdinal(root.c_str(), -1, path.c_str(), -1, TRUE) == CSTR_EQUAL;
+}
+
 bool IsSameCanonicalPath(std::wstring_view left, std::wstring_view right) {
     size_t i = 0;
     size_t j = 0;

@@ -43,6 +43,10 @@ std::optional<std::filesystem::path> WeaklyCanonical(const std::filesystem::path
 // good for comparing with another one from here: a drive's root cannot be told from it.
 std::optional<std::filesystem::path> ComparableCanonical(const std::filesystem::path& path);
 
+// Whether a weakly canonical path is the root of a volume that is mounted in a folder (or of one
+// with a drive letter or of a share). False when the system does not tell. Touches the disk.
+bool IsVolumeRoot(const std::filesystem::path& canonicalPath);
+
 // Whether two weakly canonical paths name the same place: equal element by element, letter case
 // included, for canonical paths carry the file system's own.
 bool IsSameCanonicalPath(std::wstring_view left, std::wstring_view right);

@@ -58,7 +58,8 @@ bool IsSafeReinstallFolder() {
         return false;
     }
     const std::wstring& clientRootText = clientRoot->native();
-    if (IsRoot(clientRootText) || clientRootText.size() < kShortestSafePathLength) {
+    if (IsRoot(clientRootText) || IsVolumeRoot(*clientRoot) ||
+        clientRootText.size() < kShortestSafePathLength) {
         return false;
     }
     const std::optional<std::filesystem::path> tool = WeaklyCanonical(toolExePath);

@@ -6,11 +6,11 @@
 // The destructive part of a reinstall: emptying the client folder, and the guard before it. Job
 // thread. Both work on `toolFolder` and `toolExePath`.
 
-// Whether the client folder may be emptied: it can be resolved, is no root of a drive or a network
-// share, its resolved path is not as short as "C:\ab" (5 characters), and the tool's own file lies
-// directly in it. Judged by where the paths lead, so links, substituted and mapped drives, short
-// names and letter case make no difference. A tool path that fills its buffer may have been cut and
-// is refused. Touches nothing.
+// Whether the client folder may be emptied: it can be resolved, is no root of a drive, a network
+// share or a volume mounted in a folder, its resolved path is not as short as "C:\ab" (5
+// characters), and the tool's own file lies directly in it. Judged by where the paths lead, so
+// links, substituted and mapped drives, short names and letter case make no difference. A tool path
+// that fills its buffer may have been cut and is refused. Touches nothing.
 bool IsSafeReinstallFolder();
 
 // Whether emptying the client folder leaves `path` alone: it leads neither to that folder nor to

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/skipping.h"
 #include "common/tool_instance.h"
 #include "job/job_progress.h"
@@ -121,6 +122,19 @@ TEST(ReinstallSafety, RefusesASubstitutedDriveThatStandsForARoot) {
     const bench::SubstitutedDrive drive(L"X:", L"C:\\");
     ASSERT_TRUE(drive.Made());
     EXPECT_FALSE(IsSafeAt(L"X:\\", L"X:\\tool.exe"));
+}
+
+TEST(ReinstallSafety, RefusesTheRootOfAVolumeMountedInAFolder) {
+    const bench::ClientFolders folders;
+    fs::path mounted = folders.Client();
+    const auto hook = HookCall<decltype(&::GetVolumePathNameW)>(
+        L"kernel32.dll", "GetVolumePathNameW", [&](LPCWSTR, LPWSTR root, DWORD size) -> BOOL {
+            root[(mounted.native() + L"\\").copy(root, size - 1)] = L'\0';
+            return TRUE;
+        });
+    EXPECT_FALSE(IsSafeReinstallFolder());
+    mounted = folders.Client().parent_path();
+    EXPECT_TRUE(IsSafeReinstallFolder());
 }
 
 TEST(ReinstallSafety, RefusesPathsOfFourAndFiveCharactersAndAllowsSix) {
