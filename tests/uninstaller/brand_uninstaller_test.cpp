@@ -1,5 +1,6 @@
 // The uninstaller that the default brand's tool carries.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,6 +16,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using testing::HasSubstr;
 
 struct FreeLoadedFile {
     void operator()(HMODULE module) const noexcept {
@@ -92,14 +94,23 @@ TEST_F(BrandUninstaller, CarriesItsOwnVersionTexts) {
     EXPECT_EQ(VersionText(File(), L"OriginalFilename"), L"Uninstall.exe");
 }
 
+std::string Manifest(const LoadedFile& program) {
+    const HRSRC entry = ::FindResourceW(program.get(), MAKEINTRESOURCEW(1), RT_MANIFEST);
+    if (entry == nullptr) {
+        return {};
+    }
+    return {static_cast<const char*>(::LockResource(::LoadResource(program.get(), entry))),
+            ::SizeofResource(program.get(), entry)};
+}
+
 TEST_F(BrandUninstaller, AsksForNoElevation) {
-    const LoadedFile uninstaller = Load(File());
-    const HRSRC entry = ::FindResourceW(uninstaller.get(), MAKEINTRESOURCEW(1), RT_MANIFEST);
-    ASSERT_TRUE(entry);
-    const std::string manifest(
-        static_cast<const char*>(::LockResource(::LoadResource(uninstaller.get(), entry))),
-        ::SizeofResource(uninstaller.get(), entry));
-    EXPECT_NE(manifest.find("level=\"asInvoker\""), std::string::npos);
+    EXPECT_THAT(Manifest(Load(File())), HasSubstr("level=\"asInvoker\""));
+}
+
+TEST_F(BrandUninstaller, IsDrawnSharplyOnEveryMonitor) {
+    const std::string manifest = Manifest(Load(File()));
+    EXPECT_THAT(manifest, HasSubstr(">PerMonitorV2, system</dpiAwareness>"));
+    EXPECT_THAT(manifest, HasSubstr(">true</dpiAware>"));
 }
 
 }  // namespace
