@@ -9,6 +9,7 @@
 #include "bench_parts/message_boxes.h"
 #include "bench_parts/waiting.h"
 #include "installed_game_test.h"
+#include "resource_ids.h"
 
 namespace {
 
@@ -32,6 +33,19 @@ protected:
 
     static void PutUninstaller(const wchar_t* program) {
         bench::WriteFile(toolExePath, bench::ReadFile(FolderOfThisProgram() / program));
+    }
+
+    // Gives the uninstaller another configuration text.
+    static void Configure(std::string text) {
+        const HANDLE update = ::BeginUpdateResourceW(toolExePath.c_str(), FALSE);
+        ASSERT_NE(update, nullptr);
+        // Resource compilers differ in the language that they give a resource without one.
+        for (const WORD language : {WORD{MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL)},
+                                    WORD{MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)}}) {
+            EXPECT_TRUE(::UpdateResourceW(update, RT_RCDATA, MAKEINTRESOURCEW(ID_CONFIG_TEXT),
+                                          language, text.data(), static_cast<DWORD>(text.size())));
+        }
+        EXPECT_TRUE(::EndUpdateResourceW(update, FALSE));
     }
 
     // Starts what the entry says, from within the client folder.
@@ -204,6 +218,17 @@ TEST_F(UninstallerProgram, RefusesAFolderNamedOnTheCommandLine) {
     EXPECT_THAT(BoxText(refusal), HasSubstr(L"Nothing was removed."));
     Answer(refusal, IDOK);
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
+}
+
+TEST_F(UninstallerProgram, KnowsTheUsualStartupProgramOfAGameThatNamesNone) {
+    Configure("format=Quellstone.v1\nprogramsDisplayName=Bench Game\nstartupExe=\n");
+    bench::WriteFile(toolFolder / L"patcher.exe", "MZ");
+    const KernelHandle copy = StartAsCopy();
+    ASSERT_TRUE(copy);
+    const HWND question = AwaitBox(L"Uninstall Bench Game");
+    EXPECT_THAT(BoxText(question), HasSubstr(L"Do you want to remove"));
+    Answer(question, IDNO);
+    EXPECT_EQ(ExitCode(copy), 1U);
 }
 
 TEST_F(UninstallerProgram, RefusesWithoutItsConfiguration) {

@@ -422,6 +422,14 @@ TEST_F(JudgeClientTest, DoesNotMindItsOwnOriginalOrReadOnlyPrograms) {
     EXPECT_EQ(FindRefusal(), Refusal::None);
 }
 
+TEST_F(JudgeClientTest, DoesNotTakeAnOpenProgramForARunningOne) {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}, DWORD{DELETE}}) {
+        const bench::OpenElsewhere open(toolFolder / L"bin" / L"start.exe", kShareAll, access);
+        EXPECT_EQ(FindRefusal(), Refusal::None) << access;
+    }
+}
+
 TEST_F(JudgeClientTest, NamesTheFirstReason) {
     fs::remove(toolFolder / L"bin" / L"start.exe");
     RegisterFolder(Outside());
