@@ -1,0 +1,19 @@
+#pragma once
+
+#include "common/paths.h"
+#include "installed_game_test.h"
+#include "system/startup_program.h"
+#include "uninstaller/client_removal.h"
+
+class RemoveGameTest : public InstalledGameTest {
+protected:
+    // What the guard approves of a client that is not in use.
+    static ApprovedClient Client() {
+        return {*WeaklyCanonical(toolFolder), *WeaklyCanonical(toolExePath),
+                *WeaklyCanonical(ResolveStartupExePath())};
+    }
+
+    static RemovalResult RemoveInstalledGame() {
+        return RemoveGame(Client());
+    }
+};

@@ -1,0 +1,127 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "bench_parts/call_hook.h"
+#include "remove_game_test.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+
+// A folder of the client changes places with a link to elsewhere just before or after another call.
+class SwappedFolder : public RemoveGameTest {
+protected:
+    SwappedFolder() {
+        bench::WriteFile(elsewhere_ / L"start.exe", "kept");
+        bench::WriteFile(elsewhere_ / L"deep" / L"file", "kept");
+        fs::create_directory(elsewhere_ / L"deep" / L"empty");
+        before_ = bench::FolderListing(elsewhere_);
+    }
+
+    void Swap(const fs::path& folder) const {
+        fs::rename(folder, Outside() / L"swapped out");
+        ASSERT_TRUE(bench::MakeFolderLink(folder, elsewhere_));
+    }
+
+    void ExpectUntouched() const {
+        EXPECT_EQ(bench::FolderListing(elsewhere_), before_);
+        EXPECT_EQ(bench::ReadFile(elsewhere_ / L"start.exe"), "kept");
+        EXPECT_EQ(bench::ReadFile(elsewhere_ / L"deep" / L"file"), "kept");
+    }
+
+    // Swaps `folder` once the entries of the client folder have been listed for the `count`th time.
+    [[nodiscard]] auto SwapAfterListing(const fs::path& folder, int count) {
+        return HookCall<decltype(&::FindFirstFileExW)>(
+            L"kernel32.dll", "FindFirstFileExW",
+            [this, folder, count, seen = 0](LPCWSTR pattern, auto... more) mutable -> HANDLE {
+                const HANDLE listing = listReal_(pattern, more...);
+                if (toolFolder / L"*" == pattern && ++seen == count) {
+                    Swap(folder);
+                }
+                return listing;
+            });
+    }
+
+private:
+    fs::path elsewhere_ = Outside() / L"elsewhere";
+    std::vector<std::wstring> before_;
+    decltype(&::FindFirstFileExW) listReal_ =
+        RealFunction<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW");
+};
+
+TEST_F(SwappedFolder, IsNotEnteredForRemoval) {
+    const auto hook = SwapAfterListing(toolFolder / L"bin", 1);
+    const RemovalResult result = RemoveInstalledGame();
+    ExpectUntouched();
+    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"bin"));
+    EXPECT_TRUE(result.canBeRepeated);
+}
+
+TEST_F(SwappedFolder, IsNotEnteredForTheReport) {
+    // Something stays, so that the folders are listed for the report only.
+    bench::WriteFile(toolFolder / L"data" / L"open", "x");
+    const bench::OpenElsewhere open(toolFolder / L"data" / L"open", 0);
+    const auto hook = SwapAfterListing(toolFolder / L"data", 2);
+    const RemovalResult result = RemoveInstalledGame();
+    ExpectUntouched();
+    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"data"));
+}
+
+TEST_F(SwappedFolder, AtTheClientsOwnPathIsNotEntered) {
+    const ApprovedClient client = Client();
+    Swap(client.folder);
+    const RemovalResult result = RemoveGame(client);
+    ExpectUntouched();
+    EXPECT_THAT(result.left, ElementsAre(client.folder));
+}
+
+TEST_F(SwappedFolder, AboveTheClientIsNotEntered) {
+    Install(Outside() / L"above" / L"deep");
+    const ApprovedClient client = Client();
+    Swap(Outside() / L"above");
+    const RemovalResult result = RemoveGame(client);
+    ExpectUntouched();
+    EXPECT_THAT(result.left, ElementsAre(client.folder));
+}
+
+TEST_F(SwappedFolder, KeepsItsStartupProgram) {
+    // The link takes its place while the uninstaller, the last file but one, is being removed.
+    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto hook = HookCall<decltype(&::CreateFileW)>(
+        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
+            if (access == DELETE && fs::path(path).filename() == L"Uninstall.exe") {
+                Swap(toolFolder / L"bin");
+            }
+            return real(path, access, more...);
+        });
+    const RemovalResult result = RemoveInstalledGame();
+    ExpectUntouched();
+    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"bin" / L"start.exe"));
+}
+
+TEST_F(SwappedFolder, KeepsItsEmptyFolders) {
+    // The link takes the client's place as soon as only empty folders are left there.
+    toolConfig.startupExe = L"deep\\empty\\start.exe";
+    const fs::path emptied = toolFolder / L"deep" / L"empty";
+    bench::WriteFile(emptied / L"start.exe", "MZ");
+    bool isSwapped = false;
+    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto hook = HookCall<decltype(&::CreateFileW)>(
+        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
+            if (!isSwapped && (emptied == path || emptied.parent_path() == path) &&
+                !fs::exists(emptied / L"start.exe")) {
+                isSwapped = true;
+                Swap(toolFolder);
+            }
+            return real(path, more...);
+        });
+    RemoveInstalledGame();
+    EXPECT_TRUE(isSwapped);
+    ExpectUntouched();
+}
+
+}  // namespace
