@@ -129,6 +129,17 @@ TEST_F(JobControl, ATickCollectsASuccessAndShowsTheStartButtons) {
     EXPECT_FALSE(window.TakePaint());
 }
 
+// Its button is hidden, but others can press it.
+TEST_F(JobControl, StartingAfterAShownFailureBringsTheStartButtonsBack) {
+    const OpenWindow window;
+    LeaveEndedJob(JobKind::Repair, false);
+    window.Tick();
+    ASSERT_EQ(window.ShownButtons(), kFailureButtons);
+    StartJob(window.Handle(), JobKind::Repair, L"none://x");
+    EXPECT_EQ(window.ShownButtons(), kReadyButtons);
+    EXPECT_EQ(window.DisabledButtons(), kJobButtons);
+}
+
 // What follows a success, by kind of job and configuration.
 
 struct FollowUp {
@@ -214,6 +225,25 @@ TEST_F(JobControl, TicksInsideTheOpenQuestionAskAndLaunchNothingTwice) {
     EXPECT_EQ(player.Boxes().size(), 1U);
     EXPECT_EQ(shell_.Calls().size(), 1U);
     EXPECT_THAT(disabledMeanwhile, IsEmpty());
+}
+
+TEST_F(JobControl, AReinstallStartedInsideTheOpenQuestionGetsAQuestionOfItsOwn) {
+    const OpenWindow window;
+    Player player(IDNO);
+    std::optional<RunningJob> next;
+    player.whileOpen = [&] {
+        EXPECT_TRUE(windowState.shortcutOffered) << "the mark of the job that is asked about";
+        if (!next) {
+            ClearEndOfJobMarks();
+            next.emplace(JobKind::Reinstall);
+        }
+    };
+    LeaveEndedJob(JobKind::Reinstall, true);
+    window.Tick();
+    EXPECT_EQ(player.Boxes().size(), 1U);
+    next->End();
+    window.Tick();
+    EXPECT_EQ(player.Boxes().size(), 2U);
 }
 
 TEST_F(JobControl, FollowsUpNothingMoreForAToolClosedInsideTheOpenQuestion) {
