@@ -17,35 +17,11 @@ constexpr wchar_t kCloseCaption[] = L"Close Repair Tool";
 constexpr wchar_t kReinstallCaption[] = L"Confirm Reinstall";
 constexpr wchar_t kOfferCaption[] = L"Create Game Shortcut";
 
-// Keeps a window's thread from running, so that none of its messages is handled, until the object
-// goes.
-class StoppedThread {
-public:
-    explicit StoppedThread(HWND window)
-        : thread_(::OpenThread(THREAD_SUSPEND_RESUME, FALSE,
-                               ::GetWindowThreadProcessId(window, nullptr))) {
-        EXPECT_NE(::SuspendThread(thread_.get()), static_cast<DWORD>(-1));
-    }
-    ~StoppedThread() {
-        ::ResumeThread(thread_.get());
-    }
-    StoppedThread(const StoppedThread&) = delete;
-    StoppedThread& operator=(const StoppedThread&) = delete;
-
-private:
-    KernelHandle thread_;
-};
-
 class ClosingRace : public HeldJob {
 protected:
     ClosingRace() {
         Set("shortcutName", DesktopLink::Name());
         PutStartupProgram();
-    }
-
-    HWND AskToClose() {
-        Window().PostClose();
-        return AwaitBox(kCloseCaption);
     }
 
     // For a question below another one, which goes when that one is answered as well.
@@ -72,37 +48,6 @@ protected:
 
     DesktopLink link_;
 };
-
-// The answer is waiting when the window's thread gets to run again, and comes before any tick.
-TEST_F(ClosingRace, AJobThatHasJustSucceededIsNotCollectedAnyMore) {
-    Set("runAfterInstall", L"1");
-    ToolWindow& window = StartTool();
-    HoldRepair();
-    const HWND question = AskToClose();
-    {
-        const StoppedThread stopped(window.Handle());
-        LetItSucceed();
-        EXPECT_TRUE(bench::Await([this] { return TempFolder().empty(); }));
-        ::PostMessageW(question, WM_COMMAND, IDYES, 0);
-    }
-    ExpectEnd();
-    EXPECT_EQ(SettledStartsOfTheGame(), 0U)
-        << "the game of a job that was not collected is not started";
-    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
-}
-
-TEST_F(ClosingRace, AJobThatHasJustFailedDoesNotDelayTheEnd) {
-    ToolWindow& window = StartTool();
-    HoldRepair();
-    const HWND question = AskToClose();
-    {
-        const StoppedThread stopped(window.Handle());
-        LetItFail();
-        EXPECT_TRUE(bench::Await([this] { return TempFolder().empty(); }));
-        ::PostMessageW(question, WM_COMMAND, IDYES, 0);
-    }
-    ExpectEnd();
-}
 
 TEST_F(ClosingRace, ASuccessIsCollectedUnderTheQuestion) {
     for (const int answer : {IDNO, IDYES}) {

@@ -49,17 +49,6 @@ protected:
             return false;
         }));
     }
-
-    // The scratch folder of the job that stands still.
-    [[nodiscard]] std::filesystem::path StagingFolder() const {
-        for (const std::wstring& name : TempFolder()) {
-            if (name.starts_with(L"KrvBrennickRepair_")) {
-                return std::filesystem::temp_directory_path() / name;
-            }
-        }
-        ADD_FAILURE() << "no scratch folder";
-        return {};
-    }
 };
 
 TEST_F(Closing, EndsTheIdleTool) {

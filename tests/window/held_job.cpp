@@ -57,6 +57,21 @@ void HeldJob::LetItFail() {
     EndTar(1);
 }
 
+std::filesystem::path HeldJob::StagingFolder() const {
+    for (const std::wstring& name : TempFolder()) {
+        if (name.starts_with(L"KrvBrennickRepair_")) {
+            return std::filesystem::temp_directory_path() / name;
+        }
+    }
+    ADD_FAILURE() << "no scratch folder";
+    return {};
+}
+
+HWND HeldJob::AskToClose() {
+    Window().PostClose();
+    return bench::AwaitBox(L"Close Repair Tool");
+}
+
 void HeldJob::EndTar(DWORD exitCode) {
     EXPECT_TRUE(::TerminateProcess(tar_.get(), exitCode));
 }

@@ -17,6 +17,11 @@ protected:
     void LetItSucceed();
     void LetItFail();
 
+    // The scratch folder of the job that stands still, for a test to put a package's content there.
+    [[nodiscard]] std::filesystem::path StagingFolder() const;
+    // The question that appears then.
+    HWND AskToClose();
+
     // Ends the unpacking program that holds the job.
     void EndTar(DWORD exitCode);
     // The program itself.
