@@ -236,10 +236,10 @@ bool ToolWindow::AwaitIdle() const {
            0;
 }
 
-std::optional<DWORD> ToolWindow::AwaitExitCode() const {
-    constexpr DWORD kLimitMs = 60'000;
+std::optional<DWORD> ToolWindow::AwaitExitCode(std::chrono::milliseconds limit) const {
     DWORD code = 0;
-    if (::WaitForSingleObject(process_.get(), kLimitMs) != WAIT_OBJECT_0 ||
+    const auto limitMs = static_cast<DWORD>(limit.count());
+    if (::WaitForSingleObject(process_.get(), limitMs) != WAIT_OBJECT_0 ||
         !::GetExitCodeProcess(process_.get(), &code)) {
         return std::nullopt;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -89,7 +90,8 @@ public:
     // does not come to that.
     bool AwaitIdle() const;
     // Waits for the process's end. None when it goes on.
-    [[nodiscard]] std::optional<DWORD> AwaitExitCode() const;
+    [[nodiscard]] std::optional<DWORD> AwaitExitCode(
+        std::chrono::milliseconds limit = std::chrono::minutes(1)) const;
 
 private:
     KernelHandle process_;
