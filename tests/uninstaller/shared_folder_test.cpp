@@ -5,6 +5,7 @@
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
+#include "bench_parts/skipping.h"
 #include "judge_client_test.h"
 
 namespace {
@@ -122,9 +123,8 @@ TEST_F(SharedFolder, RefusesTheTemporaryFolderAndWhatIsAboveIt) {
 TEST_F(SharedFolder, RefusesAFolderBelowTheRealSystemFolder) {
     const fs::path folder = KnownFolder(FOLDERID_Windows) / L"Bench Game";
     std::error_code error;
-    if (!fs::create_directory(folder, error)) {
-        GTEST_SKIP() << "nothing can be created there";
-    }
+    SKIP_ON_WINDOWS_WITHOUT(fs::create_directory(folder, error),
+                            "the right to write to the system's folder");
     fs::remove(folder);
     const GameInFolder game(folder);
     Install(folder);
