@@ -4,6 +4,8 @@
 // environment variable BENCH_HANDLES, in decimal and with blanks between, the size of the file
 // behind it, or 0 for what is no such handle here.
 
+#include <bit>
+#include <cstdint>
 #include <sstream>
 #include <string>
 
@@ -12,7 +14,7 @@
 namespace {
 
 HANDLE HandleFrom(const std::wstring& digits) {
-    return reinterpret_cast<HANDLE>(std::stoull(digits));
+    return std::bit_cast<HANDLE>(static_cast<uintptr_t>(std::stoull(digits)));
 }
 
 std::wstring HandleNumbers() {

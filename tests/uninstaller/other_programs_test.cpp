@@ -40,7 +40,7 @@ TEST_F(OtherPrograms, DoNotIncludeTheGameItself) {
 
 TEST_F(OtherPrograms, AreFoundInEachPartOfTheList) {
     for (HKEY const root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
-        for (const REGSAM view : {KEY_WOW64_64KEY, KEY_WOW64_32KEY}) {
+        for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
             const RegisteredProgram other(root, L"Other", view);
             other.Store(L"InstallLocation", toolFolder);
             EXPECT_TRUE(Find()) << view;
