@@ -76,8 +76,8 @@ bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
 KernelHandle HoldUntilClosed(const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     return AdoptHandle<KernelHandle>(::CreateFileW(
-        SystemPath(file).c_str(), GENERIC_READ | DELETE, FILE_SHARE_READ, &inheritable, OPEN_EXISTING,
-        FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+        SystemPath(file).c_str(), GENERIC_READ | DELETE, FILE_SHARE_READ, &inheritable,
+        OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
 
 // A held copy of `program`; null when it cannot be made, then nothing is left of it.
