@@ -49,22 +49,6 @@ std::wstring WithoutVerbatimPrefix(std::wstring path) {
     return path;
 }
 
-// Absolute, with backslashes only; empty when the system cannot make it so.
-std::wstring FullPath(const std::wstring& path) {
-    if (path.empty()) {
-        return {};
-    }
-    std::wstring full;
-    DWORD needed = ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
-    // The current folder can change between two calls, hence the loop.
-    while (needed > full.size()) {
-        full.resize(needed);
-        needed = ::GetFullPathNameW(path.c_str(), needed, full.data(), nullptr);
-    }
-    full.resize(needed);
-    return WithoutVerbatimPrefix(std::move(full));
-}
-
 enum class Resolution { Resolved, NotThere, Failed };
 
 // What to do on a volume that has no DOS name.
@@ -237,6 +221,21 @@ std::wstring ParentFolder(std::wstring_view path) {
         --end;
     }
     return std::wstring(path.substr(0, end));
+}
+
+std::wstring FullPath(const std::wstring& path) {
+    if (path.empty()) {
+        return {};
+    }
+    std::wstring full;
+    DWORD needed = ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+    // The current folder can change between two calls, hence the loop.
+    while (needed > full.size()) {
+        full.resize(needed);
+        needed = ::GetFullPathNameW(path.c_str(), needed, full.data(), nullptr);
+    }
+    full.resize(needed);
+    return WithoutVerbatimPrefix(std::move(full));
 }
 
 std::optional<std::filesystem::path> WeaklyCanonical(const std::filesystem::path& path) {

@@ -32,6 +32,10 @@ std::wstring FileNamePart(std::wstring_view path);
 // cutting into the root: "C:\a" gives "C:\", "C:\a\" gives "C:\a", "a" gives "".
 std::wstring ParentFolder(std::wstring_view path);
 
+// The path made absolute, with backslashes only and without "\\?\" in front of a drive. Empty when
+// the system cannot make it so. Does not touch the disk.
+std::wstring FullPath(const std::wstring& path);
+
 // The path made absolute, its longest existing leading part resolved to the final path (links
 // followed, short names and letter case as the file system has them), the rest appended as it
 // stands. Without "\\?\" in front where a plain form exists, and without trailing separators.

@@ -38,10 +38,8 @@ bool IsAtOrBelow(std::wstring_view path, std::wstring_view folder) {
 
 // Whether a path that cannot be resolved has a drive letter, and another one than `canonicalPath`.
 bool IsOnAnotherDrive(const std::filesystem::path& unresolved, std::wstring_view canonicalPath) {
-    std::error_code error;
-    const std::wstring full = LowerCase(std::filesystem::absolute(unresolved, error).native());
-    return !error && full.size() > 2 && full[1] == L':' &&
-           full[0] != LowerCase(canonicalPath).front();
+    const std::wstring full = LowerCase(FullPath(unresolved.native()));
+    return full.size() > 2 && full[1] == L':' && full[0] != LowerCase(canonicalPath).front();
 }
 
 // Whether the tool's path may have been cut at the end of the buffer that it was read into: what
