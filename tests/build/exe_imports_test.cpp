@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 #include <map>
+#include <regex>
 #include <set>
 #include <string>
 
@@ -106,6 +108,24 @@ TEST_P(ExeImports, HoldTheCallThatKeepsTheExesFolderOutOfLaterLoads) {
 // Windows 10 has it only since version 1703; an earlier one would not start the program.
 TEST_P(ExeImports, DoNotWantANewerWindows) {
     EXPECT_THAT(imports_.at("user32.dll"), Not(Contains("SetProcessDpiAwarenessContext")));
+}
+
+// They refuse the paths that begin with "\\?\", under which a program may be started. The library's
+// file operations are built on them, and one use of such an operation imports them all.
+TEST_P(ExeImports, HoldNoPathCallsOfTheCRuntime) {
+    const std::regex pathCall(
+        "_?w?(access|chdir|chmod|findfirst|findnext|fopen|freopen|fullpath|getcwd|mkdir|open|"
+        "remove|"
+        "rename|rmdir|sopen|stat|unlink|utime)(64|i32|_s)*");
+    std::set<std::string> calls;
+    for (const auto& [dll, functions] : imports_) {
+        std::ranges::copy_if(
+            functions, std::inserter(calls, calls.end()),
+            [&](const std::string& name) { return std::regex_match(name, pathCall); });
+    }
+    // The stack protector's library writes its message to the console with it.
+    calls.erase("_open");
+    EXPECT_THAT(calls, IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Programs, ExeImports, testing::Values(TOOL_PATH, UNINSTALLER_PATH),
