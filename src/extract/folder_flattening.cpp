@@ -1,6 +1,7 @@
 #include "extract/folder_flattening.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,33 +15,39 @@
 
 namespace {
 
-// Empty unless the folder holds exactly one entry and that entry is, links followed, a folder.
-std::filesystem::path FindLoneFolder(const std::filesystem::path& stagingFolder) {
-    std::filesystem::path lonePath;
-    size_t folders = 0;
-    size_t others = 0;
-    // A folder that cannot be listed counts as empty.
-    ListFolder(stagingFolder, [&](const FolderEntry& entry) {
-        if (KindOf(entry.path) == EntryKind::Folder) {
-            ++folders;
-            lonePath = entry.path;
-        } else {
-            ++others;
+struct Entry {
+    std::filesystem::path path;
+    bool isFolder;  // Links followed.
+};
+
+// A virus scanner or a network can disturb a listing for a moment.
+constexpr int kListingAttempts = 2;
+
+// None when the folder cannot be listed to its end. What a listing does not show must not be taken
+// for missing: a lone folder would not be found, or be removed with files still in it. The listing
+// is over before anything in the folder moves.
+std::optional<std::vector<Entry>> EntriesOf(const std::filesystem::path& folder) {
+    for (int attempt = 0; attempt < kListingAttempts; ++attempt) {
+        std::vector<Entry> entries;
+        const ListingResult listing = ListFolder(folder, [&](const FolderEntry& entry) {
+            const bool isFolder =
+                entry.IsReparsePoint() ? KindOf(entry.path) == EntryKind::Folder : entry.IsFolder();
+            entries.push_back({entry.path, isFolder});
+            return true;
+        });
+        if (listing.openError == ERROR_SUCCESS && listing.advanceError == ERROR_SUCCESS) {
+            return entries;
         }
-        return true;
-    });
-    return folders == 1 && others == 0 ? lonePath : std::filesystem::path();
+    }
+    return std::nullopt;
 }
 
-// The listing is over before anything in the folder moves. What a listing that fails or breaks off
-// does not show is left out.
-std::vector<std::filesystem::path> EntriesOf(const std::filesystem::path& folder) {
-    std::vector<std::filesystem::path> entries;
-    ListFolder(folder, [&](const FolderEntry& entry) {
-        entries.emplace_back(entry.path);
-        return true;
-    });
-    return entries;
+// Empty unless the folder holds exactly one entry and that entry is, links followed, a folder.
+std::filesystem::path FindLoneFolder(const std::filesystem::path& stagingFolder) {
+    // A staging folder that cannot be listed is left as it is; the stage that reads it reports it.
+    const std::optional<std::vector<Entry>> entries = EntriesOf(stagingFolder);
+    const bool hasLoneFolder = entries && entries->size() == 1 && entries->front().isFolder;
+    return hasLoneFolder ? entries->front().path : std::filesystem::path();
 }
 
 DWORD EnsureTargetFolder(const std::filesystem::path& target) {
@@ -89,12 +96,12 @@ bool FlattenSingleTopFolder(const std::filesystem::path& stagingFolder) {
         return true;
     }
     reportStage(JobStage::Extracting, kExtractingStatus, L"Moving client files into place...");
-    const std::vector<std::filesystem::path> entries = EntriesOf(lonePath);
+    const std::optional<std::vector<Entry>> entries = EntriesOf(lonePath);
     DWORD error = ERROR_SUCCESS;
-    const bool allMoved = std::all_of(entries.begin(), entries.end(), [&](const auto& entry) {
-        return MoveEntryInto(entry, stagingFolder, error);
-    });
-    if (!allMoved) {
+    const auto move = [&](const Entry& entry) {
+        return MoveEntryInto(entry.path, stagingFolder, error);
+    };
+    if (!entries || !std::all_of(entries->begin(), entries->end(), move)) {
         reportFailure(L"Could not move extracted client files into place.");
         return false;
     }

@@ -120,44 +120,70 @@ TEST_F(FlatteningOfThreeFiles, TellsWhatItDoesBeforeItMovesAnything) {
     EXPECT_EQ(states.front().detailLine, L"Moving client files into place...");
 }
 
-// The first listing that comes to "z.dat" breaks off there; file systems list by the alphabet.
+// Listings that come to "z.dat" break off there; file systems list by the alphabet.
 class BrokenOffListing : public Flattening {
 protected:
-    std::wstring MessageOfBrokenFlattening() const {
+    BrokenOffListing() {
+        WriteFile(Staging() / L"Client" / L"a.dat", "a");
+    }
+    // Breaks off as many listings.
+    std::wstring MessageOfBrokenFlattening(int count) const {
         const auto advance = RealKernelFunction<decltype(&::FindNextFileW)>("FindNextFileW");
-        bool isBroken = false;
         const auto hook = HookCall<decltype(&::FindNextFileW)>(
             L"kernel32.dll", "FindNextFileW",
             [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
                 const BOOL succeeded = advance(listing, found);
-                if (succeeded && !isBroken && std::wstring_view(found->cFileName) == L"z.dat") {
-                    isBroken = true;
+                if (succeeded && count > 0 && std::wstring_view(found->cFileName) == L"z.dat") {
+                    --count;
                     return Refuse();
                 }
                 return succeeded;
             });
         std::wstring message = MessageOfFlattening();
-        EXPECT_TRUE(isBroken);
+        EXPECT_EQ(count, 0);
         return message;
     }
 };
 
-TEST_F(BrokenOffListing, OfTheStagingFolderCountsUpToThere) {
-    WriteFile(Staging() / L"Client" / L"a.dat", "a");
+TEST_F(BrokenOffListing, OfTheStagingFolderHidesNoSecondEntry) {
     WriteFile(Staging() / L"z.dat", "z");
-    EXPECT_EQ(MessageOfBrokenFlattening(), L"");
+    for (const int count : {1, 2}) {
+        EXPECT_EQ(MessageOfBrokenFlattening(count), L"");
+        EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"Client/", L"Client/a.dat", L"z.dat"));
+    }
+}
+
+TEST_F(BrokenOffListing, OfTheLoneFolderIsMadeAgain) {
+    WriteFile(Staging() / L"Client" / L"z.dat", "z");
+    EXPECT_EQ(MessageOfBrokenFlattening(1), L"");
     EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"a.dat", L"z.dat"));
 }
 
-TEST_F(BrokenOffListing, OfTheLoneFolderLiftsWhatItShowed) {
-    WriteFile(Staging() / L"Client" / L"a.dat", "a");
+TEST_F(BrokenOffListing, OfTheLoneFolderThatDoesNotPassFailsAndLosesNothing) {
     WriteFile(Staging() / L"Client" / L"z.dat", "z");
-    EXPECT_EQ(MessageOfBrokenFlattening(), L"");
-    // What it did not show goes with the folder.
+    EXPECT_EQ(MessageOfBrokenFlattening(2), kCannotMove);
+    EXPECT_THAT(FolderListing(Staging()),
+                ElementsAre(L"Client/", L"Client/a.dat", L"Client/z.dat"));
+}
+
+TEST_F(Flattening, FindsTheLoneFolderWhenTheFirstLookFails) {
+    WriteFile(Staging() / L"Client" / L"a.dat", "a");
+    const auto open = RealKernelFunction<decltype(&::FindFirstFileExW)>("FindFirstFileExW");
+    bool hasFailed = false;
+    const auto hook = HookCall<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW",
+                                                              [&](auto... values) -> HANDLE {
+                                                                  if (!hasFailed) {
+                                                                      hasFailed = true;
+                                                                      Refuse();
+                                                                      return INVALID_HANDLE_VALUE;
+                                                                  }
+                                                                  return open(values...);
+                                                              });
+    EXPECT_EQ(MessageOfFlattening(), L"");
     EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"a.dat"));
 }
 
-// Looking at what "odd" is, or leads to, fails with `error`; the failure message of flattening.
+// "odd" is a link; looking at what it leads to fails with the parameter.
 class OddEntry : public Flattening, public testing::WithParamInterface<DWORD> {
 protected:
     std::wstring MessageWithOddEntry() const {
@@ -172,11 +198,21 @@ protected:
                 ::SetLastError(GetParam());
                 return FALSE;
             });
+        const auto advance = RealKernelFunction<decltype(&::FindNextFileW)>("FindNextFileW");
+        const auto listingHook = HookCall<decltype(&::FindNextFileW)>(
+            L"kernel32.dll", "FindNextFileW",
+            [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
+                const BOOL succeeded = advance(listing, found);
+                if (succeeded && std::wstring_view(found->cFileName) == L"odd") {
+                    found->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+                    found->dwReserved0 = IO_REPARSE_TAG_SYMLINK;
+                }
+                return succeeded;
+            });
         return MessageOfFlattening();
     }
 };
 
-// Wine does not list a link to nothing, so a file or a folder plays one.
 TEST_P(OddEntry, CountsAmongTheOthers) {
     WriteFile(Staging() / L"Client" / L"a.dat", "a");
     WriteFile(Staging() / L"odd", "");

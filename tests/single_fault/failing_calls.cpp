@@ -1,0 +1,199 @@
+#include "single_fault/failing_calls.h"
+
+#include <algorithm>
+#include <memory>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "bench_parts/import_hook.h"
+#include "convergence/counted_calls.h"
+
+namespace {
+
+constexpr wchar_t kAdvapi[] = L"advapi32.dll";
+constexpr wchar_t kKernel[] = L"kernel32.dll";
+
+DWORD watchedThread = 0;
+size_t callCount = 0;
+std::vector<SystemCall>* notedCalls = nullptr;
+const Fault* plannedFault = nullptr;
+SystemCall struckCall{};
+bool hasStruck = false;
+
+bool IsSamePath(const wchar_t* path) {
+    return path != nullptr && !struckCall.path.empty() && struckCall.path == path;
+}
+
+// Whether this call fails. `path` may be null.
+bool Strikes(const char* function, const wchar_t* path) {
+    ++callCount;
+    if (notedCalls != nullptr) {
+        notedCalls->push_back({function, path == nullptr ? std::wstring() : std::wstring(path)});
+    }
+    if (plannedFault == nullptr || callCount < plannedFault->number) {
+        return false;
+    }
+    if (callCount == plannedFault->number) {
+        hasStruck = true;
+        struckCall = {function, path == nullptr ? std::wstring() : std::wstring(path)};
+        return true;
+    }
+    switch (plannedFault->mode) {
+        case FaultMode::Once:
+            return false;
+        case FaultMode::FromThenOn:
+            return true;
+        case FaultMode::SamePath:
+            return std::string_view(function) == struckCall.function && IsSamePath(path);
+    }
+    return false;
+}
+
+template <typename First, typename... Others>
+const wchar_t* PathAmong(First first, Others...) {
+    if constexpr (std::is_same_v<First, LPCWSTR>) {
+        return first;
+    } else {
+        return nullptr;
+    }
+}
+
+template <FunctionName kName, typename Result>
+Result FailureValue(DWORD error) {
+    if constexpr (std::is_same_v<Result, HANDLE>) {
+        return INVALID_HANDLE_VALUE;
+    } else if constexpr (std::is_same_v<Result, LSTATUS>) {
+        return static_cast<LSTATUS>(error);
+    } else if constexpr (kName.Is("GetFileAttributesW")) {
+        return INVALID_FILE_ATTRIBUTES;
+    } else if constexpr (kName.Is("WaitForSingleObject")) {
+        return WAIT_FAILED;
+    } else {
+        return Result{};
+    }
+}
+
+template <const wchar_t* kDll, FunctionName kName, typename Function>
+class FailingCall;
+
+template <const wchar_t* kDll, FunctionName kName, typename Result, typename... Arguments>
+class FailingCall<kDll, kName, Result(Arguments...)> {
+    using Function = Result(WINAPI*)(Arguments...);
+
+public:
+    FailingCall() : hook_(kDll, kName.text, reinterpret_cast<void*>(&Replacement)) {
+        original = hook_.template Original<Function>();
+    }
+    [[nodiscard]] bool Installed() const {
+        return hook_.Installed();
+    }
+    static const char* Name() {
+        return kName.text;
+    }
+
+private:
+    static Result WINAPI Replacement(Arguments... arguments) {
+        if (::GetCurrentThreadId() == watchedThread &&
+            Strikes(kName.text, PathAmong(arguments...))) {
+            ::SetLastError(plannedFault->error);
+            return FailureValue<kName, Result>(plannedFault->error);
+        }
+        return original(arguments...);
+    }
+
+    static inline Function original = nullptr;
+    bench::ImportHook hook_;
+};
+
+using AllCalls = std::tuple<
+    FailingCall<kKernel, "CopyFileW", decltype(::CopyFileW)>,
+    FailingCall<kKernel, "CreateDirectoryW", decltype(::CreateDirectoryW)>,
+    FailingCall<kKernel, "CreateFileW", decltype(::CreateFileW)>,
+    FailingCall<kKernel, "CreateProcessW", decltype(::CreateProcessW)>,
+    FailingCall<kKernel, "DeleteFileW", decltype(::DeleteFileW)>,
+    FailingCall<kKernel, "FindFirstFileExW", decltype(::FindFirstFileExW)>,
+    FailingCall<kKernel, "FindNextFileW", decltype(::FindNextFileW)>,
+    FailingCall<kKernel, "GetEnvironmentVariableW", decltype(::GetEnvironmentVariableW)>,
+    FailingCall<kKernel, "GetExitCodeProcess", decltype(::GetExitCodeProcess)>,
+    FailingCall<kKernel, "GetFileAttributesExW", decltype(::GetFileAttributesExW)>,
+    FailingCall<kKernel, "GetFileAttributesW", decltype(::GetFileAttributesW)>,
+    FailingCall<kKernel, "GetFileInformationByHandle", decltype(::GetFileInformationByHandle)>,
+    FailingCall<kKernel, "GetFileInformationByHandleEx", decltype(::GetFileInformationByHandleEx)>,
+    FailingCall<kKernel, "GetFinalPathNameByHandleW", decltype(::GetFinalPathNameByHandleW)>,
+    FailingCall<kKernel, "GetFullPathNameW", decltype(::GetFullPathNameW)>,
+    FailingCall<kKernel, "GetTempPathW", decltype(::GetTempPathW)>,
+    FailingCall<kKernel, "MoveFileExW", decltype(::MoveFileExW)>,
+    FailingCall<kKernel, "ReadFile", decltype(::ReadFile)>,
+    FailingCall<kKernel, "RemoveDirectoryW", decltype(::RemoveDirectoryW)>,
+    FailingCall<kKernel, "SearchPathW", decltype(::SearchPathW)>,
+    FailingCall<kKernel, "SetFileAttributesW", decltype(::SetFileAttributesW)>,
+    FailingCall<kKernel, "SetFileInformationByHandle", decltype(::SetFileInformationByHandle)>,
+    FailingCall<kKernel, "SetFileTime", decltype(::SetFileTime)>,
+    FailingCall<kKernel, "WaitForSingleObject", decltype(::WaitForSingleObject)>,
+    FailingCall<kKernel, "WriteFile", decltype(::WriteFile)>,
+    FailingCall<kAdvapi, "RegCreateKeyExW", decltype(::RegCreateKeyExW)>,
+    FailingCall<kAdvapi, "RegSetValueExW", decltype(::RegSetValueExW)>>;
+
+std::unique_ptr<AllCalls> allCalls;
+
+// Watches this thread during the work, whatever leaves it.
+void Watch(const std::function<void()>& work) {
+    struct EndOfWatch {
+        ~EndOfWatch() {
+            watchedThread = 0;
+        }
+    };
+    callCount = 0;
+    hasStruck = false;
+    struckCall = {};
+    const EndOfWatch end;
+    watchedThread = ::GetCurrentThreadId();
+    work();
+}
+
+}  // namespace
+
+FailingCalls::FailingCalls() {
+    allCalls = std::make_unique<AllCalls>();
+    std::apply(
+        [this](const auto&... calls) {
+            const auto note = [this](const auto& call) {
+                if (!call.Installed()) {
+                    missing_.emplace_back(call.Name());
+                }
+            };
+            (note(calls), ...);
+        },
+        *allCalls);
+}
+
+FailingCalls::~FailingCalls() {
+    allCalls.reset();
+}
+
+bool FailingCalls::Covers(std::string_view function) {
+    return std::apply([&](const auto&... calls) { return ((function == calls.Name()) || ...); },
+                      *allCalls);
+}
+
+std::vector<SystemCall> FailingCalls::NoteDuring(const std::function<void()>& work) {
+    std::vector<SystemCall> calls;
+    notedCalls = &calls;
+    Watch(work);
+    notedCalls = nullptr;
+    return calls;
+}
+
+bool FailingCalls::FailDuring(const Fault& fault, const std::function<void()>& work) {
+    plannedFault = &fault;
+    Watch(work);
+    plannedFault = nullptr;
+    return hasStruck;
+}
+
+Uncounted::Uncounted() : former_(std::exchange(watchedThread, 0)) {}
+
+Uncounted::~Uncounted() {
+    watchedThread = former_;
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+// Counts the calls that a piece of the program makes to the system's functions for files, folders,
+// paths, programs and the registry, and makes chosen ones fail.
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/windows_api.h"
+
+enum class FaultMode {
+    Once,        // That one call.
+    FromThenOn,  // That call and all after it, as when a drive is gone.
+    SamePath,    // That function, each time it is called for that path, as with a locked folder.
+};
+
+struct Fault {
+    size_t number = 0;  // Of the call, counted from 1.
+    FaultMode mode = FaultMode::Once;
+    DWORD error = ERROR_SUCCESS;
+};
+
+struct SystemCall {
+    const char* function;
+    std::wstring path;  // Empty for a call that names none.
+};
+
+// The functions are replaced as long as the object lives; one at a time. Closing a handle is left
+// out: it does not fail, and a program that is told so could not do anything about it.
+class FailingCalls {
+public:
+    FailingCalls();
+    ~FailingCalls();
+    FailingCalls(const FailingCalls&) = delete;
+    FailingCalls& operator=(const FailingCalls&) = delete;
+
+    // The functions among them that this program does not import.
+    [[nodiscard]] const std::vector<std::string>& Missing() const {
+        return missing_;
+    }
+    // Whether the function is among them.
+    static bool Covers(std::string_view function);
+
+    // Does the work on this thread and tells which calls the thread has made meanwhile.
+    static std::vector<SystemCall> NoteDuring(const std::function<void()>& work);
+
+    // Does the work with the fault in it; whether a call has failed.
+    static bool FailDuring(const Fault& fault, const std::function<void()>& work);
+
+private:
+    std::vector<std::string> missing_;
+};
+
+// As long as the object lives, the thread's calls neither count nor fail: for stand-ins.
+class Uncounted {
+public:
+    Uncounted();
+    ~Uncounted();
+    Uncounted(const Uncounted&) = delete;
+    Uncounted& operator=(const Uncounted&) = delete;
+
+private:
+    DWORD former_;
+};

@@ -1,0 +1,193 @@
+#include "single_fault/works.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+#include "bench_parts/fault_server_client.h"
+#include "bench_parts/import_hook.h"
+#include "bench_parts/package_contents.h"
+#include "common/handles.h"
+#include "config/tool_config.h"
+#include "extract/folder_flattening.h"
+#include "job/client_repair.h"
+#include "job/job_flow.h"
+#include "job/job_progress.h"
+#include "package/package_hash.h"
+#include "package/package_source.h"
+#include "single_fault/failing_calls.h"
+#include "system/installed_programs_entry.h"
+#include "system/installed_programs_values.h"
+#include "system/registry_entry.h"
+#include "system/uninstaller_file.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr wchar_t kKernel[] = L"kernel32.dll";
+// Any small ZIP: it is downloaded and checked, but what is unpacked comes from SmallMachine.
+constexpr wchar_t kZip[] = L"zip_own_name.zip";
+constexpr wchar_t kTopFolder[] = L"Client";
+
+// The pieces.
+
+void PrepareUnpacked(SmallMachine& machine) {
+    machine.Restore();
+}
+
+void PrepareUnpackedInTopFolder(SmallMachine& machine) {
+    machine.Restore(kTopFolder);
+}
+
+bool Repair(const SmallMachine& machine) {
+    return VerifyAndRepairClient(machine.Staging(), false, machine.Archive());
+}
+
+// As the job flow does it.
+bool Reinstall(const SmallMachine& machine) {
+    try {
+        return VerifyAndRepairClient(machine.Staging(), true, machine.Archive());
+    } catch (const fs::filesystem_error&) {
+        reportFailure(L"the listing breaks off");
+        return false;
+    }
+}
+
+bool Flatten(const SmallMachine& machine) {
+    return FlattenSingleTopFolder(machine.Staging());
+}
+
+bool DoLastSteps(const SmallMachine&) {
+    std::wstring message = L"no uninstaller";
+    if (WriteUninstaller() && RegisterProgramsAndFeatures(message)) {
+        return true;
+    }
+    reportFailure(message);
+    return false;
+}
+
+std::string MissingInClient(const SmallMachine& machine) {
+    return SmallMachine::FirstMissing(machine.Client());
+}
+
+std::string MissingInStaging(const SmallMachine& machine) {
+    return SmallMachine::FirstMissing(machine.Staging());
+}
+
+std::string MissingUninstaller(const SmallMachine& machine) {
+    const fs::path uninstaller = machine.Client() / L"Uninstall.exe";
+    return ::GetFileAttributesW(uninstaller.c_str()) != INVALID_FILE_ATTRIBUTES &&
+                   bench::ReadFile(uninstaller) == "the uninstaller's bytes"
+               ? std::string()
+               : "Uninstall.exe";
+}
+
+// The whole jobs.
+
+bool RunJob(JobKind kind) {
+    ClearForJobStart(kind);
+    runJob(kind);
+    return snapshot().stage == JobStage::Done;
+}
+
+bool RunRepair(const SmallMachine&) {
+    return RunJob(JobKind::Repair);
+}
+
+bool RunReinstall(const SmallMachine&) {
+    return RunJob(JobKind::Reinstall);
+}
+
+std::string MissingAfterJob(const SmallMachine& machine) {
+    const std::string missing = MissingInClient(machine);
+    return missing.empty() ? MissingUninstaller(machine) : missing;
+}
+
+// The stand-ins.
+
+BOOL WINAPI RefuseToRename(LPCWSTR, LPCWSTR, DWORD) {
+    ::SetLastError(ERROR_NOT_SAME_DEVICE);
+    return FALSE;
+}
+
+// The folder that a command line tells an unpacking program: tar.exe or PowerShell.
+fs::path UnpackingFolder(std::wstring_view commandLine) {
+    for (const auto& [before, after] :
+         {std::pair{std::wstring_view(L" -C \""), L'"'},
+          std::pair{std::wstring_view(L"-DestinationPath '"), L'\''}}) {
+        const size_t begin = commandLine.find(before);
+        if (begin != std::wstring_view::npos) {
+            const size_t name = begin + before.size();
+            return commandLine.substr(name, commandLine.find(after, name) - name);
+        }
+    }
+    return {};
+}
+
+// A process that has ended already.
+HANDLE endedProcess = nullptr;
+
+BOOL WINAPI UnpackAtOnce(LPCWSTR, LPWSTR commandLine, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES,
+                         BOOL, DWORD, LPVOID, LPCWSTR, LPSTARTUPINFOW,
+                         LPPROCESS_INFORMATION started) {
+    const Uncounted uncounted;
+    const fs::path folder = UnpackingFolder(commandLine);
+    SmallMachine::UnpackTo(folder / kTopFolder);
+    started->hProcess = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
+    started->hThread = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
+    endedProcess = started->hProcess;
+    return TRUE;
+}
+
+BOOL WINAPI ExitCodeOfEnded(HANDLE process, LPDWORD code) {
+    *code = process == endedProcess ? 0 : STILL_ACTIVE;
+    return TRUE;
+}
+
+}  // namespace
+
+const Work kRepair{"Repair", StandIns::None, &PrepareUnpacked, &Repair, &MissingInClient};
+const Work kReinstall{"Reinstall", StandIns::None, &PrepareUnpacked, &Reinstall, &MissingInClient};
+const Work kFlattening{"Flattening", StandIns::None, &PrepareUnpackedInTopFolder, &Flatten,
+                       &MissingInStaging};
+const Work kFlatteningByCopies{"FlatteningByCopies", StandIns::NoRenaming,
+                               &PrepareUnpackedInTopFolder, &Flatten, &MissingInStaging};
+const Work kLastSteps{"LastSteps", StandIns::None, &PrepareUnpacked, &DoLastSteps,
+                      &MissingUninstaller};
+const Work kRepairJob{"RepairJob", StandIns::ServerAndProgram, &PrepareUnpacked, &RunRepair,
+                      &MissingAfterJob};
+const Work kReinstallJob{"ReinstallJob", StandIns::ServerAndProgram, &PrepareUnpacked,
+                         &RunReinstall, &MissingAfterJob};
+
+struct StandInsFor::Parts {
+    std::optional<bench::ImportHook> renaming;
+    std::optional<bench::ImportHook> start;
+    std::optional<bench::ImportHook> exitCode;
+    std::optional<bench::FaultServer> server;
+};
+
+StandInsFor::StandInsFor(const Work& work) : parts_(std::make_unique<Parts>()) {
+    toolConfig = ToolConfig{};
+    toolConfig.startupExe = L"client.exe";
+    if (work.standIns == StandIns::NoRenaming) {
+        parts_->renaming.emplace(kKernel, "MoveFileExW", reinterpret_cast<void*>(&RefuseToRename));
+    }
+    if (work.standIns == StandIns::ServerAndProgram) {
+        parts_->start.emplace(kKernel, "CreateProcessW", reinterpret_cast<void*>(&UnpackAtOnce));
+        parts_->exitCode.emplace(kKernel, "GetExitCodeProcess",
+                                 reinterpret_cast<void*>(&ExitCodeOfEnded));
+        parts_->server.emplace();
+        toolConfig.archiveUrl = parts_->server->Url(std::wstring(L"archive/") + kZip);
+        EXPECT_TRUE(ComputeFileSha256(bench::PackagePath(kZip), toolConfig.archiveSha256));
+        SelectPackageUrl(L"");
+    }
+}
+
+StandInsFor::~StandInsFor() {
+    RemoveKey(UninstallKeyPath(toolConfig));
+    selectedPackageUrl.clear();
+    toolConfig = ToolConfig{};
+}
