@@ -1,6 +1,7 @@
 #include "single_fault/failing_calls.h"
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <tuple>
 #include <type_traits>
@@ -50,10 +51,16 @@ bool Strikes(const char* function, const wchar_t* path) {
     return false;
 }
 
+// What the handles were opened for, closed ones included until their number comes again.
+std::map<HANDLE, std::wstring> openedPaths;
+
 template <typename First, typename... Others>
 const wchar_t* PathAmong(First first, Others...) {
     if constexpr (std::is_same_v<First, LPCWSTR>) {
         return first;
+    } else if constexpr (std::is_same_v<First, HANDLE>) {
+        const auto found = openedPaths.find(first);
+        return found == openedPaths.end() ? nullptr : found->second.c_str();
     } else {
         return nullptr;
     }
@@ -94,12 +101,21 @@ public:
 
 private:
     static Result WINAPI Replacement(Arguments... arguments) {
-        if (::GetCurrentThreadId() == watchedThread &&
-            Strikes(kName.text, PathAmong(arguments...))) {
+        if (::GetCurrentThreadId() != watchedThread) {
+            return original(arguments...);
+        }
+        const wchar_t* const path = PathAmong(arguments...);
+        if (Strikes(kName.text, path)) {
             ::SetLastError(plannedFault->error);
             return FailureValue<kName, Result>(plannedFault->error);
         }
-        return original(arguments...);
+        const Result result = original(arguments...);
+        if constexpr (std::is_same_v<Result, HANDLE>) {
+            const DWORD error = ::GetLastError();
+            openedPaths[result] = path;
+            ::SetLastError(error);
+        }
+        return result;
     }
 
     static inline Function original = nullptr;
@@ -144,6 +160,7 @@ void Watch(const std::function<void()>& work) {
             watchedThread = 0;
         }
     };
+    openedPaths.clear();
     callCount = 0;
     hasStruck = false;
     struckCall = {};

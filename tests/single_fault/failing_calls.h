@@ -14,7 +14,7 @@
 enum class FaultMode {
     Once,        // That one call.
     FromThenOn,  // That call and all after it, as when a drive is gone.
-    SamePath,    // That function, each time it is called for that path, as with a locked folder.
+    SamePath,    // That function from then on for that path, as with a locked folder.
 };
 
 struct Fault {
@@ -25,7 +25,7 @@ struct Fault {
 
 struct SystemCall {
     const char* function;
-    std::wstring path;  // Empty for a call that names none.
+    std::wstring path;  // Named or opened before; empty for a call that concerns none.
 };
 
 // The functions are replaced as long as the object lives; one at a time. Closing a handle is left

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/folder_walk.h"
 #include "common/tool_instance.h"
 #include "common/windows_api.h"
 #include "job/job_progress.h"
@@ -41,6 +42,20 @@ fs::path PutTool(const fs::path& root) {
     const fs::path tool = root / L"games" / L"Client" / kToolName;
     bench::WriteFile(tool, kToolBytes);
     return tool;
+}
+
+// But for the tool, links and the folder that holds one.
+void Empty(const fs::path& folder) {
+    ListFolder(folder, [](const FolderEntry& entry) {
+        const std::wstring name = fs::path(entry.path).filename();
+        if (!entry.IsFolder() && entry.path != toolExePath.native()) {
+            ::DeleteFileW(entry.path.c_str());
+        } else if (entry.IsFolder() && !entry.isLink && name != kFolderWithLink) {
+            Empty(entry.path);
+            ::RemoveDirectoryW(entry.path.c_str());
+        }
+        return true;
+    });
 }
 
 std::string Printable(const fs::path& path) {
@@ -79,18 +94,29 @@ SmallMachine::~SmallMachine() {
     resetJobProgress();
 }
 
-void SmallMachine::Restore(const fs::path& top) {
+void SmallMachine::Restore() {
     resetJobProgress();
-    RemoveClient();
-    BreakClient();
-    fs::remove_all(Staging());
-    UnpackTo(Staging() / top);
-    for (const fs::path& folder : {TempFolder(), fs::current_path()}) {
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-            fs::remove_all(entry.path());
-        }
+    // The links stay in their places, for they take long to make.
+    for (const fs::path& folder :
+         {Client(), Client() / kFolderWithLink, TempFolder(), fs::current_path()}) {
+        Empty(folder);
     }
-    initialClient_ = bench::FolderContents(Client());
+    BreakClient();
+    if (initialClient_.empty()) {
+        initialClient_ = bench::FolderContents(Client());
+    }
+}
+
+void SmallMachine::Unpack(const fs::path& top) {
+    Empty(Staging());
+    UnpackTo(Staging() / top);
+}
+
+void SmallMachine::KeepUnpacked() {
+    if (::GetFileAttributesW(Staging().c_str()) == INVALID_FILE_ATTRIBUTES) {
+        UnpackTo(Staging());
+    }
+    EXPECT_EQ(FirstMissing(Staging()), "");
 }
 
 void SmallMachine::UnpackTo(const fs::path& folder) {
@@ -123,20 +149,6 @@ std::string SmallMachine::Damage() const {
 
 bool SmallMachine::IsClientUntouched() const {
     return bench::FirstDifference(initialClient_, bench::FolderContents(Client())).empty();
-}
-
-// Everything but the tool and the links: these take long to make, and the standard library of one
-// compiler would follow them.
-void SmallMachine::RemoveClient() const {
-    for (const fs::path& folder : {Client(), Client() / kFolderWithLink}) {
-        fs::create_directories(folder);
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-            const std::wstring name = entry.path().filename();
-            if (name != kToolName && name != kLinkName && name != kFolderWithLink) {
-                fs::remove_all(entry.path());
-            }
-        }
-    }
 }
 
 // Right: one file. Of another time, of another size, of the same size, missing: the others.

@@ -18,9 +18,12 @@ public:
     SmallMachine(const SmallMachine&) = delete;
     SmallMachine& operator=(const SmallMachine&) = delete;
 
-    // Makes everything but the tool anew, with the package unpacked below `Staging() / top`, and
-    // resets the job's record.
-    void Restore(const std::filesystem::path& top = {});
+    // Makes the client anew, empties the temporary folder and resets the job's record.
+    void Restore();
+    // Makes the staging folder anew, with the package unpacked below `Staging() / top`.
+    void Unpack(const std::filesystem::path& top);
+    // The package unpacked in the staging folder, where it stays: for work that does not change it.
+    void KeepUnpacked();
 
     [[nodiscard]] std::filesystem::path Client() const {
         return root_.Path() / L"games" / L"Client";
@@ -47,7 +50,6 @@ public:
     [[nodiscard]] bool IsClientUntouched() const;
 
 private:
-    void RemoveClient() const;
     void BreakClient() const;
 
     bench::ScratchFolder root_;

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string_view>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/import_hook.h"
 #include "bench_parts/package_contents.h"
@@ -34,12 +35,18 @@ constexpr wchar_t kTopFolder[] = L"Client";
 
 // The pieces.
 
-void PrepareUnpacked(SmallMachine& machine) {
+void Prepare(SmallMachine& machine) {
     machine.Restore();
 }
 
+void PrepareUnpacked(SmallMachine& machine) {
+    machine.Restore();
+    machine.KeepUnpacked();
+}
+
 void PrepareUnpackedInTopFolder(SmallMachine& machine) {
-    machine.Restore(kTopFolder);
+    machine.Restore();
+    machine.Unpack(kTopFolder);
 }
 
 bool Repair(const SmallMachine& machine) {
@@ -130,11 +137,17 @@ fs::path UnpackingFolder(std::wstring_view commandLine) {
 // A process that has ended already.
 HANDLE endedProcess = nullptr;
 
-BOOL WINAPI UnpackAtOnce(LPCWSTR, LPWSTR commandLine, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES,
-                         BOOL, DWORD, LPVOID, LPCWSTR, LPSTARTUPINFOW,
+BOOL WINAPI UnpackAtOnce(LPCWSTR program, LPWSTR commandLine, LPSECURITY_ATTRIBUTES security,
+                         LPSECURITY_ATTRIBUTES threadSecurity, BOOL inherit, DWORD flags,
+                         LPVOID environment, LPCWSTR currentFolder, LPSTARTUPINFOW startup,
                          LPPROCESS_INFORMATION started) {
     const Uncounted uncounted;
     const fs::path folder = UnpackingFolder(commandLine);
+    if (folder.empty()) {  // The bench's own.
+        return RealFunction<decltype(&::CreateProcessW)>(kKernel, "CreateProcessW")(
+            program, commandLine, security, threadSecurity, inherit, flags, environment,
+            currentFolder, startup, started);
+    }
     SmallMachine::UnpackTo(folder / kTopFolder);
     started->hProcess = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
     started->hThread = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
@@ -143,7 +156,11 @@ BOOL WINAPI UnpackAtOnce(LPCWSTR, LPWSTR commandLine, LPSECURITY_ATTRIBUTES, LPS
 }
 
 BOOL WINAPI ExitCodeOfEnded(HANDLE process, LPDWORD code) {
-    *code = process == endedProcess ? 0 : STILL_ACTIVE;
+    if (process != endedProcess) {
+        return RealFunction<decltype(&::GetExitCodeProcess)>(kKernel, "GetExitCodeProcess")(process,
+                                                                                            code);
+    }
+    *code = 0;
     return TRUE;
 }
 
@@ -155,12 +172,11 @@ const Work kFlattening{"Flattening", StandIns::None, &PrepareUnpackedInTopFolder
                        &MissingInStaging};
 const Work kFlatteningByCopies{"FlatteningByCopies", StandIns::NoRenaming,
                                &PrepareUnpackedInTopFolder, &Flatten, &MissingInStaging};
-const Work kLastSteps{"LastSteps", StandIns::None, &PrepareUnpacked, &DoLastSteps,
-                      &MissingUninstaller};
-const Work kRepairJob{"RepairJob", StandIns::ServerAndProgram, &PrepareUnpacked, &RunRepair,
+const Work kLastSteps{"LastSteps", StandIns::None, &Prepare, &DoLastSteps, &MissingUninstaller};
+const Work kRepairJob{"RepairJob", StandIns::ServerAndProgram, &Prepare, &RunRepair,
                       &MissingAfterJob};
-const Work kReinstallJob{"ReinstallJob", StandIns::ServerAndProgram, &PrepareUnpacked,
-                         &RunReinstall, &MissingAfterJob};
+const Work kReinstallJob{"ReinstallJob", StandIns::ServerAndProgram, &Prepare, &RunReinstall,
+                         &MissingAfterJob};
 
 struct StandInsFor::Parts {
     std::optional<bench::ImportHook> renaming;
