@@ -3,11 +3,26 @@
 #include <thread>
 #include <utility>
 
+#include "common/windows_api.h"
 #include "job/job_progress.h"
 
 namespace {
 
 std::thread jobThread;
+
+// Keeps the system from going to sleep as long as the object lives, for this thread's sake; the
+// display may turn off. A download takes longer than many computers wait for their user.
+class SystemAwake {
+public:
+    SystemAwake() {
+        ::SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
+    }
+    ~SystemAwake() {
+        ::SetThreadExecutionState(ES_CONTINUOUS);
+    }
+    SystemAwake(const SystemAwake&) = delete;
+    SystemAwake& operator=(const SystemAwake&) = delete;
+};
 
 }  // namespace
 
@@ -24,7 +39,10 @@ bool JobAwaitsCollection() {
 }
 
 void StartJobThread(std::function<void()> body) noexcept {
-    jobThread = std::thread(std::move(body));
+    jobThread = std::thread([body = std::move(body)] {
+        const SystemAwake awake;
+        body();
+    });
 }
 
 void JoinJobThread() noexcept {

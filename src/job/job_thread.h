@@ -14,9 +14,10 @@ bool CanStartJob();
 // Whether a thread waits in the slot for its collection: its job has ended.
 bool JobAwaitsCollection();
 
-// Starts the thread. Only after CanStartJob(): the slot must be empty. When the system cannot
-// create a thread, the program ends: noexcept, for no exception may travel through a window
-// procedure.
+// Starts the thread. Only after CanStartJob(): the slot must be empty. The system does not go to
+// sleep by itself until the body has ended, however it ends; the display may turn off. When the
+// system cannot create a thread, the program ends: noexcept, for no exception may travel through a
+// window procedure.
 void StartJobThread(std::function<void()> body) noexcept;
 
 // Waits for the thread and empties the slot; nothing happens when it is empty. Blocks until the

@@ -1,17 +1,26 @@
 #include "job/job_thread.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <thread>
+#include <utility>
+#include <vector>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
 #include "common/windows_api.h"
 #include "job/job_progress.h"
 
 namespace {
+
+using testing::ElementsAre;
+using testing::Pair;
+using testing::SizeIs;
 
 class JobThreadTest : public testing::Test {
 protected:
@@ -77,6 +86,32 @@ TEST_F(JobThreadTest, BodyRunsOnAnotherThread) {
     JoinJobThread();
     EXPECT_NE(bodyThread, 0u);
     EXPECT_NE(bodyThread, ::GetCurrentThreadId());
+}
+
+TEST_F(JobThreadTest, KeepsTheSystemAwakeFromTheBodysStartToItsEnd) {
+    std::vector<std::pair<DWORD, EXECUTION_STATE>> asked;  // By which thread.
+    const auto hook = HookCall<decltype(&::SetThreadExecutionState)>(
+        L"kernel32.dll", "SetThreadExecutionState", [&](EXECUTION_STATE state) -> EXECUTION_STATE {
+            asked.emplace_back(::GetCurrentThreadId(), state);
+            return ES_CONTINUOUS;
+        });
+    // Success, failure, a stop that reports nothing.
+    const std::function<void()> ends[] = {[] { ReportSuccess(L"x"); }, [] { reportFailure(L"x"); },
+                                          [] {
+                                          }};
+    for (const auto& end : ends) {
+        asked.clear();
+        DWORD jobThread = 0;
+        StartJobThread([&] {
+            jobThread = ::GetCurrentThreadId();
+            EXPECT_THAT(asked, SizeIs(1));
+            end();
+            EXPECT_THAT(asked, SizeIs(1));
+        });
+        JoinJobThread();
+        EXPECT_THAT(asked, ElementsAre(Pair(jobThread, ES_CONTINUOUS | ES_SYSTEM_REQUIRED),
+                                       Pair(jobThread, ES_CONTINUOUS)));
+    }
 }
 
 TEST_F(JobThreadTest, JoiningAnEmptySlotDoesNothing) {
