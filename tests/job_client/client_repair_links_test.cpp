@@ -6,6 +6,7 @@
 #include "job/job_progress.h"
 #include "job_client/client_folders.h"
 #include "job_client/file_hooks.h"
+#include "job_client/substituted_drive.h"
 
 namespace fs = std::filesystem;
 
@@ -164,11 +165,31 @@ TEST_F(ClientRepairLinks, AReparsePointThatCannotBeResolvedIsSkipped) {
     const bench::OpenHook openHook([&](const std::wstring& path) -> DWORD {
         return path == unresolvable ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
     });
-    EXPECT_TRUE(Repair());
-    EXPECT_FALSE(fs::exists(InClient(L"cloud.dat")));
-    EXPECT_EQ(snapshot().filesTotal, 2u);
-    EXPECT_EQ(snapshot().filesDone, 2u);
-    EXPECT_EQ(snapshot().filesRepaired, 1u);
+    for (const bool reinstall : {false, true}) {
+        EXPECT_TRUE(VerifyAndRepairClient(Package(), reinstall));
+        EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"b.dat"));
+        EXPECT_EQ(snapshot().filesTotal, 2u);
+        EXPECT_EQ(snapshot().filesDone, 2u);
+        EXPECT_EQ(snapshot().filesRepaired, 1u);
+        fs::remove(InClient(L"b.dat"));
+    }
+}
+
+TEST_F(ClientRepairLinks, AReparsePointInAPackageFolderThatCannotBeResolvedIsSkipped) {
+    bench::WriteFile(InPackage(L"cloud.dat"), "a");
+    bench::WriteFile(InPackage(L"b.dat"), "b");
+    const bench::FolderOnAnotherDrive drive(Package());
+    const std::wstring package = drive.Path();
+    const bench::ListingHook listingHook(&MarkCloudEntries);
+    const bench::OpenHook openHook([&](const std::wstring& path) -> DWORD {
+        return path == package ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    });
+    for (const bool reinstall : {false, true}) {
+        EXPECT_TRUE(VerifyAndRepairClient(package, reinstall));
+        EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"b.dat"));
+        EXPECT_EQ(snapshot().filesRepaired, 1u);
+        fs::remove(InClient(L"b.dat"));
+    }
 }
 
 TEST_F(ClientRepairLinks, AReparsePointThatLeadsToNothingOrToTheUnreadableIsSkipped) {
