@@ -11,6 +11,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
 #include "common/handles.h"
 #include "common/tool_instance.h"
@@ -227,6 +228,19 @@ TEST_F(JobProgressTest, CancelRequestEndsTheUnpackingProgramWithCodeOne) {
     EXPECT_EQ(jobProgress.childProcess, child.Process());
 }
 
+TEST_F(JobProgressTest, CancelRequestIsThereBeforeTheUnpackingProgramEnds) {
+    // Otherwise the job would take the program's end for a failure of the package.
+    bool wasRequested = false;
+    const auto hook = HookCall<decltype(&::TerminateProcess)>(
+        L"kernel32.dll", "TerminateProcess", [&](HANDLE, UINT) -> BOOL {
+            wasRequested = jobProgress.cancelRequested;
+            return TRUE;
+        });
+    jobProgress.childProcess = ::GetCurrentProcess();
+    requestCancel();
+    EXPECT_TRUE(wasRequested);
+}
+
 BOOL WINAPI TerminateUnderTheLock(HANDLE, UINT) {
     std::thread([] { EXPECT_FALSE(jobProgress.lock.try_lock()); }).join();
     return TRUE;
@@ -297,6 +311,45 @@ TEST_F(JobProgressTest, SnapshotNeverTearsWhileTheJobWrites) {
     EXPECT_EQ(torn, 0u);
     EXPECT_GT(distinct, 1u);
     EXPECT_EQ(snapshot().bytesTotal, kUpdates);
+}
+
+// Executes code instruction by instruction and looks at the flags after each, as another thread
+// might. That thread itself would hardly ever come in time.
+constexpr DWORD kBeginStepping = 0xE0000001;
+constexpr DWORD kTrapFlag = 0x100;
+bool isStepping = false;
+unsigned steps = 0;
+unsigned endsSeen = 0;
+unsigned halfEndsSeen = 0;
+
+LONG CALLBACK LookAtTheFlags(EXCEPTION_POINTERS* exception) {
+    const DWORD code = exception->ExceptionRecord->ExceptionCode;
+    if (code != kBeginStepping && code != static_cast<DWORD>(EXCEPTION_SINGLE_STEP)) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    if (isStepping) {
+        ++steps;
+        if (!jobProgress.running) {
+            ++endsSeen;
+            halfEndsSeen += jobProgress.finished && jobProgress.failed ? 0 : 1;
+        }
+        exception->ContextRecord->EFlags |= kTrapFlag;
+    }
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+TEST_F(JobProgressTest, AFailureIsNeverSeenHalfWay) {
+    ClearForJobStart(JobKind::Repair);
+    void* const handler = ::AddVectoredExceptionHandler(1, &LookAtTheFlags);
+    steps = endsSeen = halfEndsSeen = 0;
+    isStepping = true;
+    ::RaiseException(kBeginStepping, 0, 0, nullptr);
+    reportFailure(L"broken");
+    isStepping = false;
+    ::RemoveVectoredExceptionHandler(handler);
+    EXPECT_GT(steps, endsSeen);
+    EXPECT_GT(endsSeen, 0u);
+    EXPECT_EQ(halfEndsSeen, 0u);
 }
 
 TEST_F(JobProgressTest, WhoSeesRunningFalseSeesFinishedAndTheFailureText) {
