@@ -90,7 +90,7 @@ private:
                 CopyHalf(source, target, intervention == Intervention::DieStretched);
             }(arguments...);
             Die();
-        } else if constexpr (kName.Is("WriteFile") || kName.Is("_write")) {
+        } else if constexpr (kName.Is("WriteFile")) {
             [](auto file, const void* bytes, auto size, auto... others) {
                 original(file, bytes, size / 2, others...);
             }(arguments...);

@@ -2,10 +2,6 @@
 
 #include "convergence/job_runner.h"
 
-#include <direct.h>
-#include <io.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -31,11 +27,9 @@ constexpr int kInterventionArguments = 8;
 constexpr wchar_t kAdvapi[] = L"advapi32.dll";
 constexpr wchar_t kBcrypt[] = L"bcrypt.dll";
 constexpr wchar_t kKernel[] = L"kernel32.dll";
-constexpr wchar_t kRuntime[] = L"msvcrt.dll";
 constexpr wchar_t kWinHttp[] = L"winhttp.dll";
 
-// Whatever the stages ask of the system. The last ones stand behind the standard library's streams
-// and folders.
+// Whatever the stages ask of the system.
 using CountedFunctions = std::tuple<
     CountedCall<kWinHttp, "WinHttpOpen", decltype(::WinHttpOpen)>,
     CountedCall<kWinHttp, "WinHttpConnect", decltype(::WinHttpConnect)>,
@@ -72,13 +66,7 @@ using CountedFunctions = std::tuple<
     CountedCall<kKernel, "GetExitCodeProcess", decltype(::GetExitCodeProcess)>,
     CountedCall<kAdvapi, "RegCreateKeyExW", decltype(::RegCreateKeyExW)>,
     CountedCall<kAdvapi, "RegSetValueExW", decltype(::RegSetValueExW)>,
-    CountedCall<kAdvapi, "RegCloseKey", decltype(::RegCloseKey)>,
-    CountedCall<kRuntime, "_wstat64", decltype(::_wstat64)>,
-    CountedCall<kRuntime, "_wmkdir", decltype(::_wmkdir)>,
-    CountedCall<kRuntime, "_wfopen", decltype(::_wfopen)>,
-    CountedCall<kRuntime, "_read", decltype(::_read)>,
-    CountedCall<kRuntime, "_write", decltype(::_write)>,
-    CountedCall<kRuntime, "fclose", decltype(std::fclose)>>;
+    CountedCall<kAdvapi, "RegCloseKey", decltype(::RegCloseKey)>>;
 
 std::string ToUtf8(std::wstring_view text) {
     const std::u8string utf8 = std::filesystem::path(text).u8string();

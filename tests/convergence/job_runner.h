@@ -20,7 +20,7 @@ enum class Phase {
     Download,
     Hash,
     Unpacking,
-    Flattening,  // Of a lone top folder; in a repair also the first look at what was unpacked.
+    Flattening,  // Of a lone top folder; also the first look at what was unpacked.
     CleanOut,    // Of a reinstall.
     Copying,
     Uninstaller,

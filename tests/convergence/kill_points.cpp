@@ -27,17 +27,16 @@ bool IsOneOf(std::initializer_list<std::wstring_view> names, std::wstring_view n
 
 // Whether a call of the function leaves something behind.
 bool IsChange(std::wstring_view function) {
-    return IsOneOf(
-        {L"CopyFileW", L"CreateProcessW", L"DeleteFileW", L"MoveFileExW", L"RegCreateKeyExW",
-         L"RegSetValueExW", L"RemoveDirectoryW", L"SetFileInformationByHandle", L"SetFileTime",
-         L"WriteFile", L"_wfopen", L"_wmkdir", L"_write"},
-        function);
+    return IsOneOf({L"CopyFileW", L"CreateDirectoryW", L"CreateProcessW", L"DeleteFileW",
+                    L"MoveFileExW", L"RegCreateKeyExW", L"RegSetValueExW", L"RemoveDirectoryW",
+                    L"SetFileInformationByHandle", L"SetFileTime", L"WriteFile"},
+                   function);
 }
 
 Intervention DeathFor(std::wstring_view function, unsigned choice) {
     constexpr std::array kDeaths{Intervention::DieBefore, Intervention::DieAfter,
                                  Intervention::DieHalfWay, Intervention::DieStretched};
-    const bool knowsHalf = IsOneOf({L"CopyFileW", L"WriteFile", L"_write"}, function);
+    const bool knowsHalf = IsOneOf({L"CopyFileW", L"WriteFile"}, function);
     return kDeaths[choice % (knowsHalf ? kDeaths.size() : 2)];
 }
 
