@@ -78,16 +78,19 @@ bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePath
     const bool packageIsOutside =
         std::all_of(packagePaths.begin(), packagePaths.end(),
                     [](const auto& path) { return path.empty() || IsOutsideClientFolder(path); });
-    if (!packageIsOutside || !IsSafeReinstallFolder()) {
+    const RunningTool tool = FindRunningTool();
+    if (!packageIsOutside || !IsSafeReinstallFolder() || !tool.canonicalPath) {
         reportFailure(
             L"Safety check failed. Reinstall can only run from inside the game client folder.");
         return false;
     }
     reportStage(JobStage::Finishing, L"Preparing clean reinstall...",
                 L"Removing old client files...");
-    const RunningTool tool = FindRunningTool();
+    // The tool lies directly in this folder, so its name is enough when its path cannot be resolved
+    // for a moment: newer systems let the file of a running program be deleted.
+    const std::wstring toolName = FileNamePart(tool.canonicalPath->native());
     const ListingResult listing = ListFolder(toolFolder, [&](const FolderEntry& entry) {
-        if (!IsRunningTool(entry.path, tool)) {
+        if (entry.relativePath != toolName && !IsRunningTool(entry.path, tool)) {
             // What stays is met again by the copying, which overwrites or reports it.
             static_cast<void>(RemoveEntryOrTree(entry.path));
         }

@@ -97,6 +97,24 @@ TEST_F(ReinstallCleanup, KeepsTheToolOfAnyName) {
     EXPECT_THAT(ClientListing(), ElementsAre(L"Uninstall.exe"));
 }
 
+TEST_F(ReinstallCleanup, KeepsTheToolWhenItsPathCannotBeResolvedForAMoment) {
+    // Some systems let the file of a running program be deleted.
+    const std::wstring tool = Tool();
+    for (int failingOpen = 1; failingOpen <= 2; ++failingOpen) {
+        int opens = 0;
+        {
+            const bench::OpenHook hook([&](const std::wstring& path) -> DWORD {
+                return path == tool && ++opens == failingOpen ? ERROR_SHARING_VIOLATION
+                                                              : ERROR_SUCCESS;
+            });
+            PrepareCleanReinstall();
+        }
+        EXPECT_GE(opens, failingOpen);
+        EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe")) << failingOpen;
+        resetJobProgress();
+    }
+}
+
 TEST_F(ReinstallCleanup, KeepsTheToolByItsShortName) {
     const fs::path tool = InClient(L"The repair tool of the game.exe");
     bench::WriteFile(tool, "tool");
