@@ -126,7 +126,7 @@ TEST_P(VanishingPackage, OneOnADriveWithoutResolvedPathsIsCopied) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
     bench::WriteFile(InPackage(L"data\\empty"), "");
     bench::WriteFile(InPackage(L"RepairTool.exe"), "of the package");
-    for (const DWORD error : {ERROR_INVALID_FUNCTION, ERROR_PATH_NOT_FOUND}) {
+    for (const DWORD error : {DWORD{ERROR_INVALID_FUNCTION}, DWORD{ERROR_PATH_NOT_FOUND}}) {
         const auto resolve = RealFunction<decltype(&::GetFinalPathNameByHandleW)>(
             L"kernel32.dll", "GetFinalPathNameByHandleW");
         int refusals = 0;

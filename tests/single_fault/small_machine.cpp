@@ -39,7 +39,7 @@ constexpr wchar_t kLinkName[] = L"link";
 constexpr wchar_t kFolderWithLink[] = L"settings";
 
 fs::path PutTool(const fs::path& root) {
-    const fs::path tool = root / L"games" / L"Client" / kToolName;
+    fs::path tool = root / L"games" / L"Client" / kToolName;
     bench::WriteFile(tool, kToolBytes);
     return tool;
 }
