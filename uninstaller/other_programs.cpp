@@ -48,6 +48,15 @@ bool IsInstalledIn(const std::wstring& location, const std::filesystem::path& fo
             LiesBelow(installed->native(), folder.native()));
 }
 
+// Whether the entry calls the uninstaller in `folder`: the game's own entry under an older display
+// name. To uninstall that one first would be to start this uninstaller again.
+bool CallsUninstallerIn(HKEY list, const std::wstring& key, const std::filesystem::path& folder) {
+    const std::optional<std::wstring> command = RegistryText(list, key, L"UninstallString");
+    const std::optional<std::filesystem::path> program =
+        command ? WeaklyCanonical(WithoutQuotes(*command)) : std::nullopt;
+    return program && IsSameCanonicalPath(program->native(), (folder / L"Uninstall.exe").native());
+}
+
 std::optional<OtherProgram> FindIn(HKEY list, const std::wstring& ownName,
                                    const std::filesystem::path& folder) {
     for (DWORD index = 0;; ++index) {
@@ -63,7 +72,7 @@ std::optional<OtherProgram> FindIn(HKEY list, const std::wstring& ownName,
             continue;
         }
         const std::wstring path = WithoutQuotes(*location);
-        if (IsInstalledIn(path, folder)) {
+        if (IsInstalledIn(path, folder) && !CallsUninstallerIn(list, key, folder)) {
             return OtherProgram{RegistryText(list, key, L"DisplayName").value_or(key), path};
         }
     }

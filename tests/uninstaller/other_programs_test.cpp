@@ -49,6 +49,16 @@ TEST_F(OtherPrograms, AreFoundInEachPartOfTheList) {
     EXPECT_FALSE(Find());
 }
 
+TEST_F(OtherPrograms, DoNotIncludeTheGameUnderAnOlderName) {
+    const RegisteredProgram older(HKEY_CURRENT_USER, L"Quellstone.Older name");
+    older.Store(L"InstallLocation", toolFolder);
+    EXPECT_TRUE(Find());
+    older.Store(L"UninstallString", L"\"" + (toolFolder / L"Uninstall.exe").native() + L"\"");
+    EXPECT_FALSE(Find());
+    older.Store(L"UninstallString", L"\"" + (toolFolder / L"other.exe").native() + L"\"");
+    EXPECT_TRUE(Find());
+}
+
 TEST_F(OtherPrograms, IncludeOneOfTheSameKeyOfTheMachine) {
     const RegisteredProgram other(HKEY_LOCAL_MACHINE, L"Quellstone.Bench Game");
     other.Store(L"InstallLocation", toolFolder);
