@@ -125,7 +125,7 @@ bool LacksRights(const std::filesystem::path& path) {
     const EntryKind kind = KindOf(path);
     const DWORD needed = kind == EntryKind::Folder ? DELETE | FILE_LIST_DIRECTORY : DELETE;
     const auto entry = AdoptHandle<KernelHandle>(::CreateFileW(
-        SystemPath(path).c_str(), needed, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        SystemPath(path).Text(), needed, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
         nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT,
         nullptr));
     const DWORD error = entry ? ERROR_SUCCESS : ::GetLastError();

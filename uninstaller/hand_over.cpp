@@ -45,7 +45,7 @@ std::optional<Bytes> ReadAll(HANDLE file) {
 }
 
 std::optional<Bytes> ReadProgram(const std::filesystem::path& program) {
-    const auto file = AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(program).c_str(),
+    const auto file = AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(program).Text(),
                                                               GENERIC_READ, FILE_SHARE_READ,
                                                               nullptr, OPEN_EXISTING, 0, nullptr));
     return file ? ReadAll(file.get()) : std::nullopt;
@@ -54,7 +54,7 @@ std::optional<Bytes> ReadProgram(const std::filesystem::path& program) {
 // False when something is there already or not everything can be written; then no new file is left.
 bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
     auto file = AdoptHandle<KernelHandle>(
-        ::CreateFileW(SystemPath(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+        ::CreateFileW(SystemPath(path).Text(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
     if (!file) {
         return false;
     }
@@ -66,7 +66,7 @@ bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
         return true;
     }
     file.reset();
-    ::DeleteFileW(SystemPath(path).c_str());
+    ::DeleteFileW(SystemPath(path).Text());
     return false;
 }
 
@@ -76,7 +76,7 @@ bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
 KernelHandle HoldUntilClosed(const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     return AdoptHandle<KernelHandle>(::CreateFileW(
-        SystemPath(file).c_str(), GENERIC_READ | DELETE, FILE_SHARE_READ, &inheritable,
+        SystemPath(file).Text(), GENERIC_READ | DELETE, FILE_SHARE_READ, &inheritable,
         OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
 
@@ -88,7 +88,7 @@ KernelHandle MakeHeldCopy(const std::filesystem::path& program, const std::files
     }
     KernelHandle held = HoldUntilClosed(copy);
     if (!held) {
-        ::DeleteFileW(SystemPath(copy).c_str());
+        ::DeleteFileW(SystemPath(copy).Text());
         return nullptr;
     }
     // The system starts no program that is open for writing, so the file was closed in between and

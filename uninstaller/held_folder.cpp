@@ -21,10 +21,9 @@ std::optional<std::filesystem::path> PathOf(HANDLE folder) {
 
 KernelHandle HoldFolder(const std::filesystem::path& canonicalFolder) {
     // Without FILE_SHARE_DELETE, and with an access right that takes part in sharing.
-    auto folder = AdoptHandle<KernelHandle>(
-        ::CreateFileW(SystemPath(canonicalFolder).c_str(), FILE_LIST_DIRECTORY,
-                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                      FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    auto folder = AdoptHandle<KernelHandle>(::CreateFileW(
+        SystemPath(canonicalFolder).Text(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE,
+        nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (!folder) {
         return nullptr;
     }

@@ -93,7 +93,7 @@ bool HoldsSharedFolder(const std::wstring& folder) {
 bool IsRunning(const std::filesystem::path& program) {
     // The system lets nobody open the file of a running program for writing.
     const auto file = AdoptHandle<KernelHandle>(
-        ::CreateFileW(SystemPath(program).c_str(), GENERIC_WRITE,
+        ::CreateFileW(SystemPath(program).Text(), GENERIC_WRITE,
                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                       OPEN_EXISTING, 0, nullptr));
     return !file && ::GetLastError() == ERROR_SHARING_VIOLATION;

@@ -15,7 +15,7 @@ uint64_t Join(DWORD high, DWORD low) {
 }
 
 KernelHandle OpenEntry(const std::filesystem::path& path, DWORD access) {
-    return AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(path).c_str(), access, kShareAll,
+    return AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(path).Text(), access, kShareAll,
                                                    nullptr, OPEN_EXISTING,
                                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
@@ -32,7 +32,7 @@ EntryFacts FactsFrom(const Information& information) {
 // Attributes by name are quick but describe a link itself; behind one, the opened target answers.
 DWORD ReadFacts(const std::filesystem::path& path, EntryFacts& facts) {
     WIN32_FILE_ATTRIBUTE_DATA byName{};
-    if (!::GetFileAttributesExW(SystemPath(path).c_str(), GetFileExInfoStandard, &byName)) {
+    if (!::GetFileAttributesExW(SystemPath(path).Text(), GetFileExInfoStandard, &byName)) {
         return ::GetLastError();
     }
     if ((byName.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
@@ -93,35 +93,35 @@ bool SetLastWriteTime(const std::filesystem::path& path, uint64_t time) {
 
 KernelHandle OpenForReading(const std::filesystem::path& path) {
     return AdoptHandle<KernelHandle>(
-        ::CreateFileW(SystemPath(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+        ::CreateFileW(SystemPath(path).Text(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                       nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
 KernelHandle CreateForWriting(const std::filesystem::path& path, DWORD shareMode) {
-    return AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(path).c_str(), GENERIC_WRITE,
+    return AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(path).Text(), GENERIC_WRITE,
                                                    shareMode, nullptr, CREATE_ALWAYS,
                                                    FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 DWORD DeleteSingleFile(const std::filesystem::path& path) {
-    return ::DeleteFileW(SystemPath(path).c_str()) ? ERROR_SUCCESS : ::GetLastError();
+    return ::DeleteFileW(SystemPath(path).Text()) ? ERROR_SUCCESS : ::GetLastError();
 }
 
 DWORD CopyFileOver(const std::filesystem::path& source, const std::filesystem::path& target) {
-    return ::CopyFileW(SystemPath(source).c_str(), SystemPath(target).c_str(), FALSE)
+    return ::CopyFileW(SystemPath(source).Text(), SystemPath(target).Text(), FALSE)
                ? ERROR_SUCCESS
                : ::GetLastError();
 }
 
 DWORD MoveEntry(const std::filesystem::path& source, const std::filesystem::path& target) {
-    return ::MoveFileExW(SystemPath(source).c_str(), SystemPath(target).c_str(),
+    return ::MoveFileExW(SystemPath(source).Text(), SystemPath(target).Text(),
                          MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED)
                ? ERROR_SUCCESS
                : ::GetLastError();
 }
 
 DWORD CreateSingleFolder(const std::filesystem::path& path) {
-    return ::CreateDirectoryW(SystemPath(path).c_str(), nullptr) ? ERROR_SUCCESS : ::GetLastError();
+    return ::CreateDirectoryW(SystemPath(path).Text(), nullptr) ? ERROR_SUCCESS : ::GetLastError();
 }
 
 bool EnsureDirectory(const std::filesystem::path& path) {

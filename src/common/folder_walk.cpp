@@ -32,7 +32,7 @@ ListingResult ListInto(std::wstring& path, std::wstring& relativePath, const Ent
     AppendName(path, L"*");
     WIN32_FIND_DATAW found{};
     const auto listing = AdoptHandle<FindHandle>(
-        ::FindFirstFileExW(SystemPath(path).c_str(), FindExInfoBasic, &found, FindExSearchNameMatch,
+        ::FindFirstFileExW(SystemPath(path).Text(), FindExInfoBasic, &found, FindExSearchNameMatch,
                            nullptr, FIND_FIRST_EX_LARGE_FETCH));
     const DWORD openError = listing ? ERROR_SUCCESS : ::GetLastError();
     path.resize(pathLength);

@@ -79,7 +79,7 @@ bool IsNoDosNameError(DWORD error) {
 // existing entry whose final path cannot be named must not be taken for a missing one.
 Resolution ResolveFinalPath(const std::wstring& path, Naming naming, std::wstring& finalPath) {
     const auto opened = AdoptHandle<KernelHandle>(
-        ::CreateFileW(SystemPath(path).c_str(), FILE_READ_ATTRIBUTES,
+        ::CreateFileW(SystemPath(path).Text(), FILE_READ_ATTRIBUTES,
                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                       OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (!opened) {
@@ -249,7 +249,7 @@ std::optional<std::filesystem::path> ComparableCanonical(const std::filesystem::
 bool IsVolumeRoot(const std::filesystem::path& canonicalPath) {
     // The root is the path's own beginning, with a separator, and as the path has it.
     std::wstring root(canonicalPath.native().size() + kVerbatimUncPrefix.size() + 2, L'\0');
-    if (!::GetVolumePathNameW(SystemPath(canonicalPath).c_str(), root.data(),
+    if (!::GetVolumePathNameW(SystemPath(canonicalPath).Text(), root.data(),
                               static_cast<DWORD>(root.size()))) {
         return false;
     }

@@ -69,7 +69,7 @@ public:
     SystemPath(const SystemPath&) = delete;
     SystemPath& operator=(const SystemPath&) = delete;
 
-    [[nodiscard]] const wchar_t* c_str() const {
+    [[nodiscard]] const wchar_t* Text() const {
         return text_;
     }
 

@@ -18,7 +18,7 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 // A link itself, not what it leads to.
 KernelHandle OpenItself(const std::filesystem::path& path, DWORD access, DWORD shareMode) {
     return AdoptHandle<KernelHandle>(
-        ::CreateFileW(SystemPath(path).c_str(), access, shareMode, nullptr, OPEN_EXISTING,
+        ::CreateFileW(SystemPath(path).Text(), access, shareMode, nullptr, OPEN_EXISTING,
                       FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
 
@@ -46,29 +46,29 @@ DWORD RemoveAtOnce(const std::filesystem::path& path) {
 // For older systems and for file systems without POSIX delete.
 DWORD RemoveByName(const std::filesystem::path& path) {
     const SystemPath systemPath(path);
-    const DWORD attributes = ::GetFileAttributesW(systemPath.c_str());
+    const DWORD attributes = ::GetFileAttributesW(systemPath.Text());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
         return ::GetLastError();
     }
     const bool isReadOnly = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
     if (isReadOnly) {
-        ::SetFileAttributesW(systemPath.c_str(),
+        ::SetFileAttributesW(systemPath.Text(),
                              attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
     }
     const bool isFolder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    if (isFolder ? ::RemoveDirectoryW(systemPath.c_str()) : ::DeleteFileW(systemPath.c_str())) {
+    if (isFolder ? ::RemoveDirectoryW(systemPath.Text()) : ::DeleteFileW(systemPath.Text())) {
         return ERROR_SUCCESS;
     }
     const DWORD error = ::GetLastError();
     if (isReadOnly) {
-        ::SetFileAttributesW(systemPath.c_str(), attributes);
+        ::SetFileAttributesW(systemPath.Text(), attributes);
     }
     return error;
 }
 
 // A folder, and no link to one. `entry` is an open handle to what is at `path`.
 bool IsFolderItself(const std::filesystem::path& path, HANDLE entry) {
-    const DWORD attributes = ::GetFileAttributesW(SystemPath(path).c_str());
+    const DWORD attributes = ::GetFileAttributesW(SystemPath(path).Text());
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
         return false;
     }

@@ -79,7 +79,7 @@ DWORD CopyEntryOver(const std::filesystem::path& entry, const std::filesystem::p
     if (KindOf(entry) != EntryKind::Folder) {
         return CopyFileOver(entry, target);
     }
-    if (::GetFileAttributesW(SystemPath(entry).c_str()) == INVALID_FILE_ATTRIBUTES) {
+    if (::GetFileAttributesW(SystemPath(entry).Text()) == INVALID_FILE_ATTRIBUTES) {
         const DWORD error = ::GetLastError();
         if (!MeansNotThere(error)) {  // A folder that is gone shows up in the copying.
             return error;

@@ -346,7 +346,7 @@ TEST(ComparableCanonical, IsTheDosPathWhereThereIsOne) {
 }
 
 std::wstring SystemText(const path& plain) {
-    return SystemPath(plain).c_str();
+    return SystemPath(plain).Text();
 }
 
 TEST(SystemPath, LeavesShortAndExtendedPathsAlone) {
