@@ -1,7 +1,6 @@
 #include "extract/folder_flattening.h"
 
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,31 +22,25 @@ struct Entry {
 // A virus scanner or a network can disturb a listing for a moment.
 constexpr int kListingAttempts = 2;
 
-// None when the folder cannot be listed to its end. What a listing does not show must not be taken
-// for missing: a lone folder would not be found, or be removed with files still in it. The listing
-// is over before anything in the folder moves.
-std::optional<std::vector<Entry>> EntriesOf(const std::filesystem::path& folder) {
+// The folder's entries. A Win32 error code when it cannot be listed to its end: what a listing does
+// not show must not be taken for missing, or a lone folder would not be found, or would be removed
+// with files still in it. The listing is over before anything in the folder moves.
+DWORD ListEntries(const std::filesystem::path& folder, std::vector<Entry>& entries) {
+    DWORD error = ERROR_SUCCESS;
     for (int attempt = 0; attempt < kListingAttempts; ++attempt) {
-        std::vector<Entry> entries;
+        entries.clear();
         const ListingResult listing = ListFolder(folder, [&](const FolderEntry& entry) {
             const bool isFolder =
                 entry.IsReparsePoint() ? KindOf(entry.path) == EntryKind::Folder : entry.IsFolder();
             entries.push_back({entry.path, isFolder});
             return true;
         });
-        if (listing.openError == ERROR_SUCCESS && listing.advanceError == ERROR_SUCCESS) {
-            return entries;
+        error = listing.openError != ERROR_SUCCESS ? listing.openError : listing.advanceError;
+        if (error == ERROR_SUCCESS) {
+            break;
         }
     }
-    return std::nullopt;
-}
-
-// Empty unless the folder holds exactly one entry and that entry is, links followed, a folder.
-std::filesystem::path FindLoneFolder(const std::filesystem::path& stagingFolder) {
-    // A staging folder that cannot be listed is left as it is; the stage that reads it reports it.
-    const std::optional<std::vector<Entry>> entries = EntriesOf(stagingFolder);
-    const bool hasLoneFolder = entries && entries->size() == 1 && entries->front().isFolder;
-    return hasLoneFolder ? entries->front().path : std::filesystem::path();
+    return error;
 }
 
 DWORD EnsureTargetFolder(const std::filesystem::path& target) {
@@ -91,17 +84,25 @@ DWORD CopyEntryOver(const std::filesystem::path& entry, const std::filesystem::p
 }  // namespace
 
 bool FlattenSingleTopFolder(const std::filesystem::path& stagingFolder) {
-    const std::filesystem::path lonePath = FindLoneFolder(stagingFolder);
-    if (lonePath.empty()) {
+    std::vector<Entry> entries;
+    DWORD error = ListEntries(stagingFolder, entries);
+    if (MeansNotThere(error)) {
+        return true;  // The stage that reads the package reports it.
+    }
+    if (error != ERROR_SUCCESS) {
+        reportFailure(L"Could not read the unpacked client files.");
+        return false;
+    }
+    if (entries.size() != 1 || !entries.front().isFolder) {
         return true;
     }
+    const std::filesystem::path lonePath = entries.front().path;
     reportStage(JobStage::Extracting, kExtractingStatus, L"Moving client files into place...");
-    const std::optional<std::vector<Entry>> entries = EntriesOf(lonePath);
-    DWORD error = ERROR_SUCCESS;
+    error = ListEntries(lonePath, entries);
     const auto move = [&](const Entry& entry) {
         return MoveEntryInto(entry.path, stagingFolder, error);
     };
-    if (!entries || !std::all_of(entries->begin(), entries->end(), move)) {
+    if (error != ERROR_SUCCESS || !std::all_of(entries.begin(), entries.end(), move)) {
         reportFailure(L"Could not move extracted client files into place.");
         return false;
     }

@@ -11,9 +11,9 @@
 // When `stagingFolder` holds one folder and nothing else, moves that folder's content up beside it
 // and removes it; in any other case leaves everything as it is. Only one level: a folder inside the
 // lone one is moved as it stands. True when there was nothing to do or everything worked, also when
-// `stagingFolder` cannot be listed; false after a failure report, with what was already moved in
-// its new place. A lone folder that cannot be listed to its end is such a failure: removing it
-// would remove what the listing did not show.
+// `stagingFolder` is not there; false after a failure report, with what was already moved in its
+// new place. A folder that cannot be listed to its end is such a failure: a lone folder would be
+// overlooked, or removed with what the listing did not show.
 //
 // A lone folder that holds an entry of its own name cannot be lifted: making room for that entry
 // removes the folder itself, and the move fails.

@@ -67,15 +67,18 @@ TEST_F(FlattenSingleTopFolderTest, TakesAnEmptyStagingFolder) {
     EXPECT_THAT(FolderListing(Staging()), IsEmpty());
 }
 
-TEST_F(FlattenSingleTopFolderTest, TakesAStagingFolderThatCannotBeListed) {
+TEST_F(FlattenSingleTopFolderTest, TakesAStagingFolderThatIsNotThere) {
     EXPECT_TRUE(FlattenSingleTopFolder(Beside(L"missing")));
     WriteFile(Beside(L"file"), "no folder");
     EXPECT_TRUE(FlattenSingleTopFolder(Beside(L"file")));
+}
+
+TEST_F(FlattenSingleTopFolderTest, ReportsAStagingFolderThatCannotBeListed) {
     WriteFile(Staging() / L"Client" / L"a.dat", "a");
     {
         const bench::UnreadableFolder unreadable(Staging());
         ASSERT_TRUE(unreadable.Made());
-        EXPECT_EQ(MessageOfFlattening(), L"");
+        EXPECT_EQ(MessageOfFlattening(), L"Could not read the unpacked client files.");
     }
     EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"Client/", L"Client/a.dat"));
 }

@@ -55,7 +55,7 @@ bool Strikes(const char* function, const wchar_t* path) {
 std::map<HANDLE, std::wstring> openedPaths;
 
 template <typename First, typename... Others>
-const wchar_t* PathAmong(First first, Others...) {
+const wchar_t* PathAmong([[maybe_unused]] First first, Others...) {
     if constexpr (std::is_same_v<First, LPCWSTR>) {
         return first;
     } else if constexpr (std::is_same_v<First, HANDLE>) {
@@ -67,7 +67,7 @@ const wchar_t* PathAmong(First first, Others...) {
 }
 
 template <FunctionName kName, typename Result>
-Result FailureValue(DWORD error) {
+Result FailureValue([[maybe_unused]] DWORD error) {
     if constexpr (std::is_same_v<Result, HANDLE>) {
         return INVALID_HANDLE_VALUE;
     } else if constexpr (std::is_same_v<Result, LSTATUS>) {
@@ -139,6 +139,7 @@ using AllCalls = std::tuple<
     FailingCall<kKernel, "GetFinalPathNameByHandleW", decltype(::GetFinalPathNameByHandleW)>,
     FailingCall<kKernel, "GetFullPathNameW", decltype(::GetFullPathNameW)>,
     FailingCall<kKernel, "GetTempPathW", decltype(::GetTempPathW)>,
+    FailingCall<kKernel, "GetVolumePathNameW", decltype(::GetVolumePathNameW)>,
     FailingCall<kKernel, "MoveFileExW", decltype(::MoveFileExW)>,
     FailingCall<kKernel, "ReadFile", decltype(::ReadFile)>,
     FailingCall<kKernel, "RemoveDirectoryW", decltype(::RemoveDirectoryW)>,
@@ -187,11 +188,6 @@ FailingCalls::FailingCalls() {
 
 FailingCalls::~FailingCalls() {
     allCalls.reset();
-}
-
-bool FailingCalls::Covers(std::string_view function) {
-    return std::apply([&](const auto&... calls) { return ((function == calls.Name()) || ...); },
-                      *allCalls);
 }
 
 std::vector<SystemCall> FailingCalls::NoteDuring(const std::function<void()>& work) {

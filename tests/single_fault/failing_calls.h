@@ -41,8 +41,6 @@ public:
     [[nodiscard]] const std::vector<std::string>& Missing() const {
         return missing_;
     }
-    // Whether the function is among them.
-    static bool Covers(std::string_view function);
 
     // Does the work on this thread and tells which calls the thread has made meanwhile.
     static std::vector<SystemCall> NoteDuring(const std::function<void()>& work);

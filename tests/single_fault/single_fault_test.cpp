@@ -37,17 +37,17 @@ struct Exception {
 };
 constexpr char kUnlistableFolder[] =
     "a folder in the package that cannot be listed both times is skipped";
-constexpr char kUnlistableStaging[] =
-    "a staging folder that cannot be listed is left as it is, for the next stage to report";
+constexpr char kMissingStaging[] =
+    "a staging folder that is said to be missing is left to the next stage to report";
 constexpr Exception kExceptions[] = {
     {"Re", "FindFirstFileExW", FaultMode::SamePath, L"\\data\\*", kUnlistableFolder},
     {"Re", "FindFirstFileExW", FaultMode::SamePath, L"\\data\\deep\\*", kUnlistableFolder},
     {"Re", "FindNextFileW", FaultMode::SamePath, L"\\data\\*", kUnlistableFolder},
     {"Re", "FindNextFileW", FaultMode::SamePath, L"\\data\\deep\\*", kUnlistableFolder},
-    {"Flattening", "FindFirstFileExW", FaultMode::SamePath, L"\\staging\\*", kUnlistableStaging},
-    {"Flattening", "FindFirstFileExW", FaultMode::FromThenOn, L"\\staging\\*", kUnlistableStaging},
-    {"Flattening", "FindNextFileW", FaultMode::SamePath, L"\\staging\\*", kUnlistableStaging},
-    {"Flattening", "FindNextFileW", FaultMode::FromThenOn, L"\\staging\\*", kUnlistableStaging},
+    {"Flattening", "FindFirstFileExW", FaultMode::SamePath, L"\\staging\\*", kMissingStaging},
+    {"Flattening", "FindFirstFileExW", FaultMode::FromThenOn, L"\\staging\\*", kMissingStaging},
+    {"Flattening", "FindNextFileW", FaultMode::SamePath, L"\\staging\\*", kMissingStaging},
+    {"Flattening", "FindNextFileW", FaultMode::FromThenOn, L"\\staging\\*", kMissingStaging},
 };
 
 struct Scene {
