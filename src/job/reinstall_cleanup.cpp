@@ -30,9 +30,12 @@ bool IsRoot(std::wstring_view canonicalPath) {
     return canonicalPath.find_first_not_of(L"\\/", volumeRoot) == std::wstring_view::npos;
 }
 
-// Both canonical: backslashes only, none at the end of `folder`.
+// Both canonical: backslashes only, none at the end of `folder`. Without regard to letter case:
+// some servers give a path back as it was asked for.
 bool IsAtOrBelow(std::wstring_view path, std::wstring_view folder) {
-    return path.starts_with(folder) &&
+    const int length = static_cast<int>(folder.size());
+    return path.size() >= folder.size() &&
+           ::CompareStringOrdinal(path.data(), length, folder.data(), length, TRUE) == CSTR_EQUAL &&
            (path.size() == folder.size() || path[folder.size()] == L'\\');
 }
 
