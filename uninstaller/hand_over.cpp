@@ -17,6 +17,8 @@ namespace {
 constexpr wchar_t kHandOverSwitch[] = L"/remove";
 constexpr size_t kArgumentCount = 4;
 constexpr DWORD kLongestWaitMs = 30'000;
+constexpr int kHoldAttempts = 20;
+constexpr DWORD kHoldIntervalMs = 100;
 
 // More than any uninstaller has; one that is larger is not started.
 constexpr LONGLONG kMostBytes = 0x10000000;
@@ -75,9 +77,15 @@ bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
 // written, renamed or removed. Should a link have taken its place, the link itself is opened.
 KernelHandle HoldUntilClosed(const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
-    return AdoptHandle<KernelHandle>(::CreateFileW(
-        SystemPath(file).Text(), GENERIC_READ | DELETE, FILE_SHARE_READ, &inheritable,
-        OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    for (int attempt = 1;; ++attempt) {
+        auto held = AdoptHandle<KernelHandle>(::CreateFileW(
+            SystemPath(file).Text(), GENERIC_READ | DELETE, FILE_SHARE_READ, &inheritable,
+            OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+        if (held || ::GetLastError() != ERROR_SHARING_VIOLATION || attempt == kHoldAttempts) {
+            return held;
+        }
+        ::Sleep(kHoldIntervalMs);  // Virus scanners look into a new program for a moment.
+    }
 }
 
 // A held copy of `program`; null when it cannot be made, then nothing is left of it.

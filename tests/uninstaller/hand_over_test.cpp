@@ -176,7 +176,7 @@ TEST_F(StartCopyTest, LeavesNoCopyThatWouldNotGoByItself) {
     int refused = 0;
     const auto hook = WhenHeld([&](LPCWSTR, auto) {
         ++refused;
-        ::SetLastError(ERROR_SHARING_VIOLATION);
+        ::SetLastError(ERROR_ACCESS_DENIED);
         return INVALID_HANDLE_VALUE;
     });
     EXPECT_FALSE(StartCopy(Original()));
@@ -184,6 +184,28 @@ TEST_F(StartCopyTest, LeavesNoCopyThatWouldNotGoByItself) {
     EXPECT_TRUE(Copies(L".exe").empty());
     EXPECT_TRUE(Copies(L".txt").empty());
     EXPECT_TRUE(fs::exists(Original()));
+}
+
+TEST_F(StartCopyTest, WaitsForAVirusScannerThatHoldsTheCopy) {
+    int refused = 0;
+    const auto held = WhenHeld([&](LPCWSTR, auto open) {
+        if (refused == 2) {
+            return open();
+        }
+        ++refused;
+        ::SetLastError(ERROR_SHARING_VIOLATION);
+        return INVALID_HANDLE_VALUE;
+    });
+    bool isStarted = false;
+    const auto start = HookCall<decltype(&::CreateProcessW)>(L"kernel32.dll", "CreateProcessW",
+                                                             [&](auto...) -> BOOL {
+                                                                 isStarted = true;
+                                                                 return FALSE;
+                                                             });
+    EXPECT_FALSE(StartCopy(Original()));
+    EXPECT_EQ(refused, 2);
+    EXPECT_TRUE(isStarted);
+    EXPECT_TRUE(Copies(L".exe").empty());
 }
 
 bool CanBeOpened(const fs::path& file, DWORD access, DWORD share) {
