@@ -42,6 +42,9 @@ bool IsInstalledIn(const std::wstring& location, const std::filesystem::path& fo
     if (rootName == 0 || RootPathLength(location) == rootName) {
         return false;  // Relative to a folder that is not known.
     }
+    if (location.starts_with(L"\\\\") && !folder.native().starts_with(L"\\\\")) {
+        return false;  // On a server, which may be long in answering; the folder is not.
+    }
     const std::optional<std::filesystem::path> installed = WeaklyCanonical(location);
     return installed && KindOf(*installed) != EntryKind::Missing &&
            (IsSameCanonicalPath(installed->native(), folder.native()) ||
@@ -54,7 +57,8 @@ bool CallsUninstallerIn(HKEY list, const std::wstring& key, const std::filesyste
     const std::optional<std::wstring> command = RegistryText(list, key, L"UninstallString");
     const std::optional<std::filesystem::path> program =
         command ? WeaklyCanonical(WithoutQuotes(*command)) : std::nullopt;
-    return program && IsSameCanonicalPath(program->native(), (folder / L"Uninstall.exe").native());
+    const std::optional<std::filesystem::path> own = WeaklyCanonical(folder / L"Uninstall.exe");
+    return program && own && IsSameCanonicalPath(program->native(), own->native());
 }
 
 std::optional<OtherProgram> FindIn(HKEY list, const std::wstring& ownName,
