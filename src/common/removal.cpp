@@ -27,8 +27,9 @@ bool MeansNotOffered(DWORD error) {
            error == ERROR_NOT_SUPPORTED || error == ERROR_CALL_NOT_IMPLEMENTED;
 }
 
-// POSIX delete (Windows 10 and later): the name disappears at once, even while other handles are
-// open, and the read-only attribute, which other hard links share, is left alone.
+// POSIX delete (Windows 10 1809 and later, with these flags): the name disappears at once, even
+// while other handles are open, and the read-only attribute, which other hard links share, is left
+// alone.
 DWORD RemoveAtOnce(const std::filesystem::path& path) {
     const KernelHandle entry = OpenItself(path, DELETE, kShareAll);
     if (!entry) {

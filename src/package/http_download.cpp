@@ -143,7 +143,7 @@ std::optional<Transfer> BeginTransfer(const PackageAddress& address,
     return transfer;
 }
 
-// A full disk takes a part and reports success.
+// On a full disk WriteFile can succeed with a short count.
 bool WriteWhole(const KernelHandle& file, const std::byte* data, DWORD bytes) {
     DWORD written = 0;
     return ::WriteFile(file.get(), data, bytes, &written, nullptr) != FALSE && written == bytes;
