@@ -313,6 +313,15 @@ TEST(OutsideClientFolder, TakesARelativePathFromTheCurrentFolder) {
     EXPECT_TRUE(IsOutsideClientFolder(L"package.zip"));
 }
 
+TEST(OutsideClientFolder, IgnoresTheLetterCaseThatAServerGivesBack) {
+    SKIP_ON_WINDOWS("asking the network for a missing server takes too long");
+    const bench::ToolLocation location(L"\\\\server\\share\\Game",
+                                       L"\\\\server\\share\\Game\\tool.exe");
+    EXPECT_FALSE(IsOutsideClientFolder(L"\\\\server\\SHARE\\game\\temp\\package.zip"));
+    EXPECT_FALSE(IsOutsideClientFolder(L"\\\\server\\share\\GAME"));
+    EXPECT_TRUE(IsOutsideClientFolder(L"\\\\server\\share\\Game 2\\package.zip"));
+}
+
 TEST(OutsideClientFolder, FollowsLinks) {
     const bench::ClientFolders folders;
     const fs::path into = folders.Scratch() / L"into the client";
