@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -235,14 +237,23 @@ ScratchFolder::ScratchFolder() {
 }
 
 ScratchFolder::~ScratchFolder() {
-    if (WasChangedFromOutside(path_)) {
-        RunOnHost(L"chmod -R u+rwX -- \\\"$1\\\"; rm -rf -- \\\"$1\\\"", path_, path_);
-    } else {
-        RemoveWithoutFollowing(Verbatim(path_), FILE_ATTRIBUTE_DIRECTORY);
+    // A process that has just ended holds its file and its current folder for a moment longer.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    for (;;) {
+        if (WasChangedFromOutside(path_)) {
+            RunOnHost(L"chmod -R u+rwX -- \\\"$1\\\"; rm -rf -- \\\"$1\\\"", path_, path_);
+        } else {
+            RemoveWithoutFollowing(Verbatim(path_), FILE_ATTRIBUTE_DIRECTORY);
+        }
+        if (::GetFileAttributesW(path_.c_str()) == INVALID_FILE_ATTRIBUTES) {
+            return;
+        }
+        if (std::chrono::steady_clock::now() > deadline) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    if (::GetFileAttributesW(path_.c_str()) != INVALID_FILE_ATTRIBUTES) {
-        ADD_FAILURE() << "something in " << path_ << " cannot be removed; is it still open?";
-    }
+    ADD_FAILURE() << "something in " << path_ << " cannot be removed; is it still open?";
 }
 
 OpenElsewhere::OpenElsewhere(const fs::path& path, DWORD shareMode, DWORD access)
