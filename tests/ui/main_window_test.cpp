@@ -199,6 +199,8 @@ TEST_F(MainWindow, HasTheToolsIconsOrElseTheSystems) {
 // Not the large icon shrunk: that is blurred.
 TEST_F(MainWindow, HasASmallIconOfItsOwnSize) {
     const OpenWindow window;
+    // The system gives the handle as a number.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     const auto icon = reinterpret_cast<HICON>(::GetClassLongPtrW(window.Handle(), GCLP_HICONSM));
     ICONINFO parts{};
     ASSERT_TRUE(::GetIconInfo(icon, &parts));
