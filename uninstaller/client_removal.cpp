@@ -76,7 +76,7 @@ void AddEntriesExcept(const Paths& kept, const std::filesystem::path& folder, Pa
 }
 
 // Removes a file or an empty folder by its canonical path, unless a link has taken the place of a
-// folder above it. Whether it is gone.
+// folder above it. Whether it was removed.
 bool RemoveHeldEntry(const std::filesystem::path& path) {
     const KernelHandle held = HoldFolder(ParentFolder(path.native()));
     return held ? RemoveEntry(path) == ERROR_SUCCESS : KindOf(path) == EntryKind::Missing;
@@ -91,7 +91,7 @@ Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
             static_cast<void>(RemoveHeldEntry(parent));  // If this fails, removing `folder` fails.
         }
     }
-    // By its name alone: at worst another empty folder or a link goes.
+    // By its name alone: at worst this removes another empty folder or a link.
     if (RemoveEntry(folder) == ERROR_SUCCESS) {
         return {};
     }
@@ -100,8 +100,8 @@ Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
     return left.empty() ? Paths{folder} : left;
 }
 
-// The client folder with its content; empty when everything is gone. What is needed for a second
-// attempt goes last.
+// The client folder with its content; empty when everything was removed. What is needed for a
+// second attempt goes last.
 Paths RemoveClientFolder(const ApprovedClient& client) {
     const Paths kept{client.uninstaller, client.startupProgram};
     RemoveAllExcept(kept, client.folder);

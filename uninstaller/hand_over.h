@@ -22,7 +22,7 @@ std::wstring HandOverCommandLine(const std::filesystem::path& copy, const HandOv
 std::optional<HandOver> ParseHandOver(std::span<const wchar_t* const> arguments);
 
 // Starts a copy of `uninstaller`, this very program, and returns at once. What is started has the
-// original's bytes: nobody can change the copy's file any more when they are checked. The copy
+// original's bytes: the copy's file can no longer be changed when they are checked. The copy
 // inherits a handle of its file and one of this process, nothing else. Its file is deleted when it
 // ends. False when it cannot be made or started; then no file of it is left.
 bool StartCopy(const std::filesystem::path& uninstaller);

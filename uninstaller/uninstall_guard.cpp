@@ -18,8 +18,7 @@
 
 namespace {
 
-// Folders that nobody means when a game is to be removed, though a tool started from the wrong
-// place may once have registered one of them.
+// Never a client folder, even if a misplaced tool registered it.
 constexpr std::array kSharedFolders{
     &FOLDERID_Windows,
     &FOLDERID_System,
@@ -61,9 +60,8 @@ std::wstring UpperCase(std::wstring text) {
     return text;
 }
 
-// A folder of the system in the form in which they are compared here. One that cannot be resolved
-// goes by the name that the system gives it, for it is still there. Empty for one that this system
-// does not have.
+// A system folder in the form used for comparing. Falls back to the reported path if it cannot be
+// resolved. Empty for one that this system does not have.
 std::wstring ComparableForm(const std::filesystem::path& folder) {
     std::filesystem::path form = WeaklyCanonical(folder).value_or(folder).make_preferred();
     if (!form.has_filename()) {

@@ -34,7 +34,7 @@ __imp_\function:
         .asciz "\name"
     .endm
 
-// Resolves the entry in rax, then goes on to the function with the arguments as they came.
+// Resolves the entry in rax, then jumps to the function with its arguments unchanged.
     .text
     .balign 16
     .seh_proc ResolveAndCall

@@ -18,7 +18,7 @@
 // skipped silently, and so is an entry behind a reparse point that cannot be resolved.
 //
 // `archivePath` is the file that the package was unpacked from, empty if there is none: a reinstall
-// is refused when it or `sourceRoot` lies where the clean-out would delete it.
+// is refused when the clean-out would delete it or `sourceRoot`.
 //
 // True when every file was processed. False when the package cannot be read, the reinstall is
 // refused or a file cannot be copied, each reported; what was copied before stays. False without a

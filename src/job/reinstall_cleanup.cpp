@@ -89,7 +89,7 @@ bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePath
     }
     reportStage(JobStage::Finishing, L"Preparing clean reinstall...",
                 L"Removing old client files...");
-    // The tool lies directly in this folder, so its name is enough when its path cannot be resolved
+    // The tool is directly in this folder, so its name is enough when its path cannot be resolved
     // for a moment: newer systems let the file of a running program be deleted.
     const std::wstring toolName = FileNamePart(tool.canonicalPath->native());
     const ListingResult listing = ListFolder(toolFolder, [&](const FolderEntry& entry) {

@@ -26,5 +26,5 @@ bool IsOutsideClientFolder(const std::filesystem::path& path);
 // ones aside) is not outside of it, as with a temporary folder below the game: the failure is
 // reported, nothing is touched. Publishes stage and texts once, does not look at the cancel flag;
 // blocks until done. Throws std::filesystem::filesystem_error when the folder's listing breaks off
-// half-way; what was listed before is then gone.
+// half-way; what was listed before has then been removed.
 bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePaths = {});

@@ -40,7 +40,7 @@ bool IsSuccessStatus(uint32_t status);
 // "The server returned HTTP 404."
 std::wstring HttpStatusMessage(uint32_t status);
 
-// The body goes to disk in blocks: what arrives in a quarter of a second, but at most 1 MiB. So a
+// The body is written in blocks: what arrives in a quarter of a second, but at most 1 MiB. So a
 // slow line shows its progress, and a fast one costs few writes.
 inline constexpr uint32_t kBlockBytes = 0x100000;
 

@@ -26,7 +26,7 @@ void InitialiseControls() {
     ::InitCommonControlsEx(&controls);
 }
 
-// Until the window is gone; gives the exit code.
+// Runs until the window is destroyed; returns the exit code.
 int RunMessageLoop() {
     MSG message{};
     while (::GetMessageW(&message, nullptr, 0, 0) > 0) {

@@ -122,7 +122,7 @@ void* RealAddress(std::wstring_view dllName, std::string_view functionName) {
     const std::wstring name(dllName);
     HMODULE dll = ::GetModuleHandleW(name.c_str());
     if (dll == nullptr) {
-        // Stays loaded: whoever asks goes on to call the function.
+        // Stays loaded, because the caller will call the function.
         dll = ::LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     }
     return dll == nullptr

@@ -14,7 +14,7 @@ using namespace Gdiplus::DllExports;
 
 namespace {
 
-// Whether an address lies in the DLL of this name in the system's folder.
+// Whether an address is in the DLL of this name from the system folder.
 bool IsInSystemDll(void* address, const std::string& dllName) {
     HMODULE module = nullptr;
     ::GetModuleHandleExA(

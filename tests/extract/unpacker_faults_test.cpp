@@ -48,7 +48,7 @@ TEST(UnpackerFaults, ProgramBelowTheCurrentFolderUnpacks) {
                 testing::StartsWith(L"\"WinRAR\\UnRAR.exe\" x -o+ "));
 }
 
-// The program asks for the password on a console that nobody sees.
+// The program asks for the password on an invisible console.
 TEST(UnpackerFaults, PasswordIsWaitedForUntilTheToolIsClosed) {
     const UnpackerMachine machine;
     machine.PutTar();

@@ -101,7 +101,7 @@ private:
     void* view_ = nullptr;
 };
 
-// Lets everybody read and delete a file or folder, but not write to it, until the object goes.
+// Lets everybody read and delete a file or folder, but not write to it, while the object lives.
 class WriteProtected {
 public:
     explicit WriteProtected(fs::path path) : path_(std::move(path)) {

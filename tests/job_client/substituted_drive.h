@@ -6,7 +6,7 @@
 
 namespace bench {
 
-// A drive letter that stands for a folder as long as the object lives, as `subst` makes it.
+// A drive letter substituted for a folder (as by `subst`) while the object lives.
 class SubstitutedDrive {
 public:
     // `drive` with its colon. Under Wine nothing on such a drive can be opened.

@@ -13,7 +13,7 @@
 
 enum class FaultMode {
     Once,        // That one call.
-    FromThenOn,  // That call and all after it, as when a drive is gone.
+    FromThenOn,  // That call and all later ones, as when a drive is unplugged.
     SamePath,    // That function from then on for that path, as with a locked folder.
 };
 

@@ -10,7 +10,7 @@
 // A machine as small as can be, for it is made anew some thousand times: a client with something of
 // everything that can be wrong with it, its package, and things beside it that no job may touch.
 // The program under test is told the place of the tool. The tool's file is open, as that of a
-// running program is: nobody can write or delete it.
+// running program is: it can be neither written nor deleted.
 class SmallMachine {
 public:
     SmallMachine();

@@ -62,7 +62,7 @@ TEST_F(Commands, RepairTakesTheChosenServer) {
     }
 }
 
-// Counts how often a window is erased, until the object goes.
+// Counts how often a window is erased while the object lives.
 class EraseCounter {
 public:
     explicit EraseCounter(HWND window) : window_(window) {

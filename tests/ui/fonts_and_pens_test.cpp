@@ -1,4 +1,4 @@
-// The letter of the design: which font each text has and where it lies, how wide each pen is.
+// The design in literal numbers: each text's font and place, each pen's width.
 
 #include <gmock/gmock.h>
 

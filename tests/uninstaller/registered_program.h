@@ -7,7 +7,7 @@
 
 #include "common/handles.h"
 
-// An entry of another program in the list of installed programs. It goes with the object.
+// An entry of another program in the list of installed programs. Removed with the object.
 class RegisteredProgram {
 public:
     // `view`: KEY_WOW64_64KEY or KEY_WOW64_32KEY.

@@ -17,7 +17,7 @@ protected:
     void LetItSucceed();
     void LetItFail();
 
-    // The scratch folder of the job that stands still, for a test to put a package's content there.
+    // The scratch folder of the suspended job, for a test to put a package's content there.
     [[nodiscard]] std::filesystem::path StagingFolder() const;
     // The question that appears then.
     HWND AskToClose();

@@ -1,4 +1,4 @@
-// A DLL that leaves a mark beside itself when somebody loads it: its own path with ".loaded"
+// A DLL that leaves a mark beside itself when it is loaded: its own path with ".loaded"
 // behind. It is loaded at moments when little of a program works, so it uses nothing but kernel32.
 
 #include "common/windows_api.h"

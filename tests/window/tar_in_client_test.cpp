@@ -1,4 +1,4 @@
-// Windows looks for a bare program name beside the running exe first, and the tool lies in the
+// Windows looks for a bare program name beside the running exe first, and the tool is in the
 // client folder: a tar.exe of the game comes before the system's.
 
 #include <gmock/gmock.h>
