@@ -37,13 +37,18 @@ bool IsSameKeyName(std::wstring_view left, std::wstring_view right) {
                                   static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }
 
+bool IsOnServer(const std::wstring& path) {
+    return path.starts_with(L"\\\\") &&
+           (!path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\?\\UNC\\"));
+}
+
 bool IsInstalledIn(const std::wstring& location, const std::filesystem::path& folder) {
     const size_t rootName = RootNameLength(location);
     if (rootName == 0 || RootPathLength(location) == rootName) {
         return false;  // Relative to a folder that is not known.
     }
-    if (location.starts_with(L"\\\\") && !folder.native().starts_with(L"\\\\")) {
-        return false;  // On a server, which may be long in answering; the folder is not.
+    if (IsOnServer(location) && !IsOnServer(folder.native())) {
+        return false;  // Not asked: a server that does not answer takes long.
     }
     const std::optional<std::filesystem::path> installed = WeaklyCanonical(location);
     return installed && KindOf(*installed) != EntryKind::Missing &&

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "bench_parts/call_hook.h"
 #include "installed_game_test.h"
 #include "registered_program.h"
 
@@ -75,9 +76,23 @@ TEST_F(OtherPrograms, AreFoundByAnyNameOfTheFolder) {
     ASSERT_TRUE(bench::MakeFolderLink(link, toolFolder / L"data"));
     for (const std::wstring& location :
          {folder, otherCase, slashes, folder + L"\\", L"\"" + folder + L"\"",
-          L"\"" + folder + L"\\data\\\"", folder + L"\\data", folder + L"\\bin\\start.exe", link}) {
+          L"\"" + folder + L"\\data\\\"", L"\\\\?\\" + folder, folder + L"\\data",
+          folder + L"\\bin\\start.exe", link}) {
         EXPECT_TRUE(IsFoundAt(location)) << location;
     }
+}
+
+TEST_F(OtherPrograms, AreNotLookedForOnServers) {
+    bool isAsked = false;
+    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto hook = HookCall<decltype(&::CreateFileW)>(
+        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
+            isAsked = isAsked || std::wstring_view(path).find(L"server") != std::wstring::npos;
+            return real(path, more...);
+        });
+    EXPECT_FALSE(IsFoundAt(L"\\\\server\\share\\game"));
+    EXPECT_FALSE(IsFoundAt(L"\\\\?\\UNC\\server\\share\\game"));
+    EXPECT_FALSE(isAsked);
 }
 
 TEST_F(OtherPrograms, AreFoundByAVariableInThePath) {
