@@ -93,26 +93,6 @@ KernelHandle HoldFolder(const std::filesystem::path& path) {
     return folder && IsFolderItself(path, folder.get()) ? std::move(folder) : nullptr;
 }
 
-DWORD RemoveContentAndEntry(const std::filesystem::path& path) {
-    DWORD firstError = ERROR_SUCCESS;
-    const auto remember = [&](DWORD error) {
-        if (firstError == ERROR_SUCCESS) {
-            firstError = error;
-        }
-    };
-    // Asked again although the listing told: a link may have taken the folder's place since then.
-    if (const KernelHandle held = HoldFolder(path)) {
-        // A listing that fails or breaks off makes the folder's own removal fail.
-        ListFolder(path, [&](const FolderEntry& entry) {
-            const bool hasContent = entry.IsFolder() && !entry.isLink;
-            remember(hasContent ? RemoveContentAndEntry(entry.path) : RemoveEntry(entry.path));
-            return true;
-        });
-    }
-    remember(RemoveEntry(path));
-    return firstError;
-}
-
 }  // namespace
 
 DWORD RemoveEntry(const std::filesystem::path& path) {
@@ -124,7 +104,23 @@ DWORD RemoveEntry(const std::filesystem::path& path) {
 }
 
 DWORD RemoveTree(const std::filesystem::path& path) {
-    return RemoveContentAndEntry(path);
+    DWORD firstError = ERROR_SUCCESS;
+    const auto remember = [&](DWORD error) {
+        if (firstError == ERROR_SUCCESS) {
+            firstError = error;
+        }
+    };
+    // Asked again although the listing told: a link may have taken the folder's place since then.
+    if (const KernelHandle held = HoldFolder(path)) {
+        // A listing that fails or breaks off makes the folder's own removal fail.
+        ListFolder(path, [&](const FolderEntry& entry) {
+            const bool hasContent = entry.IsFolder() && !entry.isLink;
+            remember(hasContent ? RemoveTree(entry.path) : RemoveEntry(entry.path));
+            return true;
+        });
+    }
+    remember(RemoveEntry(path));
+    return firstError;
 }
 
 DWORD RemoveEntryOrTree(const std::filesystem::path& path) {
