@@ -31,11 +31,16 @@ struct ListingResult {
     DWORD openError = ERROR_SUCCESS;     // The folder could not be listed at all.
     DWORD advanceError = ERROR_SUCCESS;  // It broke off after some entries.
     bool stoppedByVisitor = false;
+
+    // The one that occurred; ERROR_SUCCESS when every entry was shown or the visitor stopped.
+    [[nodiscard]] DWORD Error() const {
+        return openError != ERROR_SUCCESS ? openError : advanceError;
+    }
 };
 
-// The entries of one folder, not of those below it, in the file system's order. No path is no
-// folder, not the current one. The visitor may
-// remove the entry that it is shown. The listing is closed when this returns.
+// The entries of one folder, not of those below it, in the file system's order. An empty path lists
+// nothing, not the current folder. The visitor may remove the entry that it is shown. The listing
+// is closed when this returns.
 ListingResult ListFolder(const std::filesystem::path& folder, const EntryVisitor& visit);
 
 // Everything below `root`, a folder before its content. What cannot be listed is skipped and the

@@ -35,7 +35,7 @@ DWORD ListEntries(const std::filesystem::path& folder, std::vector<Entry>& entri
             entries.push_back({entry.path, isFolder});
             return true;
         });
-        error = listing.openError != ERROR_SUCCESS ? listing.openError : listing.advanceError;
+        error = listing.Error();
         if (error == ERROR_SUCCESS) {
             break;
         }
@@ -63,7 +63,7 @@ DWORD CopyTreeOver(const std::filesystem::path& source, const std::filesystem::p
         return error == ERROR_SUCCESS;
     });
     if (error == ERROR_SUCCESS) {
-        error = listing.openError != ERROR_SUCCESS ? listing.openError : listing.advanceError;
+        error = listing.Error();
     }
     return error;
 }

@@ -49,11 +49,6 @@ EntryKind KindOfEntry(const FolderEntry& entry) {
     return entry.IsFolder() ? EntryKind::Folder : EntryKind::RegularFile;
 }
 
-// Whether the package's top folder could be listed from its first entry to its last.
-bool IsWholeListing(const ListingResult& listing) {
-    return listing.openError == ERROR_SUCCESS && listing.advanceError == ERROR_SUCCESS;
-}
-
 // None when the source root itself cannot be listed.
 std::optional<uint64_t> CountFiles(const std::filesystem::path& sourceRoot) {
     uint64_t count = 0;
@@ -61,7 +56,7 @@ std::optional<uint64_t> CountFiles(const std::filesystem::path& sourceRoot) {
         count += KindOfEntry(entry) == EntryKind::RegularFile ? 1 : 0;
         return true;
     });
-    return IsWholeListing(listing) ? std::optional(count) : std::nullopt;
+    return listing.Error() == ERROR_SUCCESS ? std::optional(count) : std::nullopt;
 }
 
 // Whether the way from the source root to the entry, itself included, leads through a reparse
@@ -248,7 +243,7 @@ bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinsta
     if (listing.stoppedByVisitor) {
         return false;
     }
-    if (!IsWholeListing(listing) || pass.filesMet < *filesTotal) {
+    if (listing.Error() != ERROR_SUCCESS || pass.filesMet < *filesTotal) {
         reportFailure(kUnreadablePackage);
         return false;
     }
