@@ -15,7 +15,7 @@
 #include "common/removal.h"
 #include "common/tool_instance.h"
 #include "common/windows_api.h"
-#include "job/client_repair.h"
+#include "job/client/client_repair.h"
 
 namespace fs = std::filesystem;
 

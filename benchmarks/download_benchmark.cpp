@@ -11,9 +11,9 @@
 #include "bench_parts/scratch_folder.h"
 #include "benchmarks/measure.h"
 #include "common/handles.h"
-#include "common/winhttp_api.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 #include "package/http_download.h"
+#include "package/winhttp_api.h"
 
 namespace {
 

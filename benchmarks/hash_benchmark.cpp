@@ -6,8 +6,8 @@
 
 #include "bench_parts/scratch_folder.h"
 #include "benchmarks/measure.h"
-#include "common/bcrypt_api.h"
 #include "common/handles.h"
+#include "package/bcrypt_api.h"
 #include "package/package_hash.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include "common/paths.h"
 #include "common/shell_api.h"
 #include "common/tool_instance.h"
-#include "job/reinstall_cleanup.h"
+#include "job/client/reinstall_cleanup.h"
 #include "system/installed_programs_values.h"
 #include "system/known_folder.h"
 #include "system/startup_program.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "job/speed_text.h"
+#include "common/byte_count_text.h"
 #include "system/installed_programs_values.h"
 
 namespace {

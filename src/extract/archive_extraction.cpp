@@ -9,7 +9,7 @@
 #include "extract/extraction_texts.h"
 #include "extract/folder_flattening.h"
 #include "extract/process_runner.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "common/removal.h"
 #include "common/win32_error.h"
 #include "extract/extraction_texts.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 

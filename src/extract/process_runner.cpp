@@ -5,7 +5,7 @@
 
 #include "common/handles.h"
 #include "extract/extraction_texts.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 

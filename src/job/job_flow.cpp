@@ -7,7 +7,7 @@
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
 #include "extract/archive_extraction.h"
-#include "job/client_repair.h"
+#include "job/client/client_repair.h"
 #include "job/job_thread.h"
 #include "package/http_download.h"
 #include "package/package_hash.h"

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "common/windows_api.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 // The job from end to end: package, digest, unpacking, client folder, uninstaller, registration.
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "common/windows_api.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "common/files.h"
-#include "common/winhttp_api.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
+#include "package/winhttp_api.h"
 
 namespace {
 

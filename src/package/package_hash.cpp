@@ -8,11 +8,11 @@
 #include <type_traits>
 #include <vector>
 
-#include "common/bcrypt_api.h"
 #include "common/files.h"
 #include "common/text.h"
 #include "config/tool_config.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
+#include "package/bcrypt_api.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "config/tool_config.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 #include "package/package_source.h"
 #include "ui/button_painter.h"
 #include "ui/button_table.h"

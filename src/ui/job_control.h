@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "common/windows_api.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 // The window's side of a job, from its start to its collection. Window thread; `window` is the
 // tool's main window.

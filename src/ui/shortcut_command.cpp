@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 #include "system/desktop_shortcut.h"
 #include "ui/buttons.h"
 #include "ui/questions.h"

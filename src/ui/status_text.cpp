@@ -1,6 +1,6 @@
 #include "ui/status_text.h"
 
-#include "job/speed_text.h"
+#include "common/byte_count_text.h"
 
 namespace {
 

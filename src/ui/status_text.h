@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 // The line below the progress bar: the job's headline, with the speed while the package comes in
 // and the count of files while the client is worked on. Never empty.

@@ -3,7 +3,7 @@
 #include "ui/drawing.h"
 #include "ui/layout.h"
 #include "ui/palette.h"
-#include "ui/progress.h"
+#include "ui/progress_bar.h"
 #include "ui/status_text.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 #include "ui/gdiplus_objects.h"
 
 // All that the window shows apart from its buttons. Values only, so that a picture can be painted

@@ -5,7 +5,7 @@
 #include "ui/palette.h"
 
 // What the window keeps between messages. Window thread only. The job's own record is in
-// job/job_progress.h.
+// job/progress/job_progress.h.
 struct WindowState {
     Argb accentColor = kDefaultAccent;
     OwnedBitmap logoImage;        // None when the brand shows no logo, or it cannot be read.

@@ -8,7 +8,7 @@
 
 #include "common/text.h"
 #include "common/tool_instance.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace fs = std::filesystem;
 

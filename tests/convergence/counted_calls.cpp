@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "common/handles.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "convergence/job_runner.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 // Running job_runner from a test.
 

@@ -11,13 +11,13 @@
 #include <string>
 #include <tuple>
 
-#include "common/bcrypt_api.h"
 #include "common/tool_instance.h"
-#include "common/winhttp_api.h"
 #include "config/tool_config.h"
 #include "convergence/counted_calls.h"
 #include "job/job_flow.h"
 #include "job/job_thread.h"
+#include "package/bcrypt_api.h"
+#include "package/winhttp_api.h"
 
 namespace {
 

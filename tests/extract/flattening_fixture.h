@@ -7,7 +7,7 @@
 
 #include "bench_parts/scratch_folder.h"
 #include "extract/folder_flattening.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 // A fresh record, and a folder for a staging folder and things beside it.
 class Flattening : public testing::Test {

@@ -8,7 +8,7 @@
 #include "bench_parts/import_hook.h"
 #include "bench_parts/scratch_folder.h"
 #include "extract/flattening_fixture.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "bench_parts/call_hook.h"
 #include "bench_parts/unpacker_machine.h"
 #include "extract/process_runner.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 

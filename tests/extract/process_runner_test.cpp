@@ -9,7 +9,7 @@
 
 #include "bench_parts/import_hook.h"
 #include "bench_parts/unpacker_machine.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 

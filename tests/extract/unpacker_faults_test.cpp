@@ -11,7 +11,7 @@
 #include "bench_parts/unpacker_machine.h"
 #include "bench_parts/waiting.h"
 #include "extract/archive_extraction.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
 #include "common/windows_api.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 

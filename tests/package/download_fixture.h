@@ -12,9 +12,9 @@
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/scratch_folder.h"
 #include "common/files.h"
-#include "common/winhttp_api.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 #include "package/http_download.h"
+#include "package/winhttp_api.h"
 
 inline constexpr wchar_t kWinHttp[] = L"winhttp.dll";
 inline constexpr wchar_t kKernel32[] = L"kernel32.dll";

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "package/download_fixture.h"
-#include "ui/progress.h"
+#include "ui/progress_bar.h"
 
 namespace {
 

@@ -12,9 +12,9 @@
 #include "bench_parts/call_hook.h"
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/scratch_folder.h"
-#include "common/bcrypt_api.h"
 #include "config/tool_config.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
+#include "package/bcrypt_api.h"
 
 namespace {
 

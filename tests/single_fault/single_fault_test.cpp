@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "common/windows_api.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 #include "single_fault/failing_calls.h"
 #include "single_fault/small_machine.h"
 #include "single_fault/works.h"

@@ -9,7 +9,7 @@
 #include "common/folder_walk.h"
 #include "common/tool_instance.h"
 #include "common/windows_api.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 
 namespace fs = std::filesystem;
 

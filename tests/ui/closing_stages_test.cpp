@@ -8,9 +8,9 @@
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/waiting.h"
-#include "common/bcrypt_api.h"
+#include "job/game_machine.h"
 #include "job/job_thread.h"
-#include "job_flow/game_machine.h"
+#include "package/bcrypt_api.h"
 #include "package/package_hash.h"
 #include "resource_ids.h"
 #include "system/registry_entry.h"

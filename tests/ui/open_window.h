@@ -12,7 +12,7 @@
 #include "common/com_apartment.h"
 #include "common/shell_api.h"
 #include "config/tool_config.h"
-#include "job/job_progress.h"
+#include "job/progress/job_progress.h"
 #include "ui/gdiplus_objects.h"
 #include "ui/player.h"
 

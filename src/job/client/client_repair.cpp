@@ -1,0 +1,256 @@
+#include "job/client/client_repair.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "common/files.h"
+#include "common/folder_walk.h"
+#include "common/paths.h"
+#include "common/tool_instance.h"
+#include "job/client/content_comparison.h"
+#include "job/client/reinstall_cleanup.h"
+#include "job/client/running_tool.h"
+#include "job/progress/job_progress.h"
+
+namespace {
+
+// 3 seconds in 100 ns steps. File systems round time stamps, some to 2 seconds.
+constexpr uint64_t kTimeDifferenceThreshold = 30'000'000;
+
+// The earliest time that the standard library's file clock has. The system refuses negative times,
+// so that the one which the copying brought along stays.
+constexpr uint64_t kMinimumTime = uint64_t{1} << 63;
+
+constexpr wchar_t kUnreadablePackage[] = L"Could not read the unpacked client files.";
+
+// One pass over the package: what holds for all files of it, and how far it has come.
+struct RepairPass {
+    std::filesystem::path clientRoot;
+    std::optional<std::filesystem::path> canonicalSourceRoot;  // None when it cannot be resolved.
+    RunningTool tool;
+    ComparisonBuffers buffers;
+    bool reinstall = false;
+    uint64_t filesMet = 0;  // As many as were counted before, or some have vanished since.
+    uint64_t filesChecked = 0;
+    uint64_t filesFixed = 0;
+    // The folder whose content the walk is in and which is a reparse point, but no link; else
+    // empty. Relative to the source root.
+    std::wstring reparseFolder;
+};
+
+EntryKind KindOfEntry(const FolderEntry& entry) {
+    if (entry.IsReparsePoint()) {
+        return KindOf(entry.path);
+    }
+    return entry.IsFolder() ? EntryKind::Folder : EntryKind::RegularFile;
+}
+
+// None when the source root itself cannot be listed.
+std::optional<uint64_t> CountFiles(const std::filesystem::path& sourceRoot) {
+    uint64_t count = 0;
+    const ListingResult listing = WalkTree(sourceRoot, [&](const FolderEntry& entry) {
+        count += KindOfEntry(entry) == EntryKind::RegularFile ? 1 : 0;
+        return true;
+    });
+    return listing.Error() == ERROR_SUCCESS ? std::optional(count) : std::nullopt;
+}
+
+// Whether the way from the source root to the entry, itself included, leads through a reparse
+// point. To be asked for each entry in the order of the walk.
+bool IsReachedByReparsePoint(const FolderEntry& entry, std::wstring& reparseFolder) {
+    const std::wstring_view relativePath = entry.relativePath;
+    if (!reparseFolder.empty() && relativePath.size() > reparseFolder.size() &&
+        relativePath.starts_with(reparseFolder) && relativePath[reparseFolder.size()] == L'\\') {
+        return true;
+    }
+    reparseFolder.clear();
+    if (!entry.IsReparsePoint()) {
+        return false;
+    }
+    if (entry.IsFolder() && !entry.isLink) {
+        reparseFolder = relativePath;
+    }
+    return true;
+}
+
+// The way from one canonical path to another; empty when they have different roots.
+std::wstring RelativeTo(std::wstring_view path, std::wstring_view base) {
+    const size_t pathRoot = RootPathLength(path);
+    const size_t baseRoot = RootPathLength(base);
+    if (!IsSameCanonicalPath(path.substr(0, pathRoot), base.substr(0, baseRoot))) {
+        return {};
+    }
+    return std::filesystem::path(path.substr(pathRoot))
+        .lexically_relative(base.substr(baseRoot))
+        .native();
+}
+
+// Where the entry belongs below the client root; empty when that cannot be told.
+std::wstring RelativePathOf(const FolderEntry& entry, RepairPass& pass) {
+    // Without a reparse point on its way an entry is where it is listed, even on a drive where no
+    // path can be resolved (RAM disks). An entry that vanishes or is refused afterwards is not
+    // skipped but fails with its message.
+    if (!IsReachedByReparsePoint(entry, pass.reparseFolder)) {
+        return entry.relativePath;
+    }
+    if (!pass.canonicalSourceRoot) {
+        return {};
+    }
+    const std::optional<std::filesystem::path> canonicalPath = WeaklyCanonical(entry.path);
+    return canonicalPath ? RelativeTo(canonicalPath->native(), pass.canonicalSourceRoot->native())
+                         : std::wstring();
+}
+
+// Always with a separator between: "C:" as client root is the drive's root, not the folder that
+// happens to be current on it.
+std::filesystem::path TargetPath(const std::filesystem::path& clientRoot,
+                                 std::wstring_view relativePath) {
+    return AsFolder(clientRoot).native() + std::wstring(relativePath);
+}
+
+void PublishFile(const RepairPass& pass, std::wstring_view relativePath) {
+    UpdateJobState([&](JobState& state) {
+        state.filesDone = pass.filesChecked;
+        state.filesRepaired = pass.filesFixed;
+        state.detailLine = pass.reinstall ? L"Installing " : L"Checking ";
+        state.detailLine += relativePath;
+    });
+}
+
+// True when the target needs no copy. Its time stamp alone never makes it need one.
+bool IsGoodTarget(const std::filesystem::path& source, const std::filesystem::path& target,
+                  const EntryFacts& targetFacts, ComparisonBuffers& buffers) {
+    const EntryFacts sourceFacts = FactsOf(source);
+    if (!CanHaveSameContent(sourceFacts, targetFacts) ||
+        !HaveSameBytes(source, target, sourceFacts.size, buffers)) {
+        return false;
+    }
+    const auto [earlier, later] = std::minmax(sourceFacts.lastWriteTime, targetFacts.lastWriteTime);
+    if (later - earlier >= kTimeDifferenceThreshold) {
+        // A client whose times cannot be changed is as playable as before.
+        static_cast<void>(SetLastWriteTime(target, sourceFacts.lastWriteTime));
+    }
+    return true;
+}
+
+bool CopyClientFile(const std::filesystem::path& source, const std::filesystem::path& target,
+                    std::wstring_view relativePath) {
+    // A folder that cannot be created makes the copy fail.
+    static_cast<void>(EnsureDirectory(ParentFolder(target.native())));
+    if (CopyFileOver(source, target) != ERROR_SUCCESS) {
+        reportFailure(L"Could not repair this file: " + std::wstring(relativePath));
+        return false;
+    }
+    // The copy brings the time along as far as the file system can hold it.
+    const uint64_t sourceTime = LastWriteTime(source).value_or(kMinimumTime);
+    if (LastWriteTime(target) != sourceTime) {
+        static_cast<void>(SetLastWriteTime(target, sourceTime));
+    }
+    return true;
+}
+
+// False when the pass must end: the file could not be copied.
+bool ProcessFile(const std::filesystem::path& source, const std::filesystem::path& target,
+                 std::wstring_view relativePath, RepairPass& pass) {
+    ++pass.filesChecked;
+    PublishFile(pass, relativePath);
+    const EntryFacts targetFacts = FactsOf(target);
+    if (CanBeRunningTool(targetFacts, pass.tool) && IsRunningTool(target, pass.tool)) {
+        return true;
+    }
+    if (!pass.reinstall && IsGoodTarget(source, target, targetFacts, pass.buffers)) {
+        return true;
+    }
+    if (!CopyClientFile(source, target, relativePath)) {
+        return false;
+    }
+    ++pass.filesFixed;
+    return true;
+}
+
+// False when the pass must end.
+bool ProcessEntry(const FolderEntry& entry, RepairPass& pass) {
+    if (jobProgress.cancelRequested) {
+        return false;
+    }
+    const EntryKind kind = KindOfEntry(entry);
+    pass.filesMet += kind == EntryKind::RegularFile ? 1 : 0;
+    const std::wstring relativePath = RelativePathOf(entry, pass);
+    if (relativePath.empty()) {
+        return true;
+    }
+    const std::filesystem::path target = TargetPath(pass.clientRoot, relativePath);
+    switch (kind) {
+        case EntryKind::Folder:
+            // Where it cannot be created, the copying of its files fails.
+            static_cast<void>(EnsureDirectory(target));
+            return true;
+        case EntryKind::RegularFile:
+            return ProcessFile(entry.path, target, relativePath, pass);
+        case EntryKind::Missing:
+        case EntryKind::Unreadable:
+            break;
+    }
+    return true;
+}
+
+void PublishBeginning(bool reinstall, uint64_t filesTotal) {
+    UpdateJobState([&](JobState& state) {
+        state.stage = JobStage::Finishing;
+        state.filesTotal = filesTotal;
+        state.filesDone = 0;
+        state.filesRepaired = 0;
+        state.statusLine = reinstall ? L"Reinstalling client..." : L"Verifying client files...";
+        state.detailLine.clear();
+    });
+}
+
+const wchar_t* ResultText(const RepairPass& pass) {
+    if (pass.reinstall) {
+        return L"Reinstall complete.";
+    }
+    return pass.filesFixed != 0 ? L"Fixed or updated missing/mismatched files."
+                                : L"All files are already clean.";
+}
+
+}  // namespace
+
+bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall,
+                           const std::filesystem::path& archivePath) {
+    // Counted before anything is done, so that the window can show a share of the whole, and so
+    // that a package that has become unreadable does not cost the client.
+    const std::optional<uint64_t> filesTotal = CountFiles(sourceRoot);
+    if (!filesTotal) {
+        reportFailure(kUnreadablePackage);
+        return false;
+    }
+    if (reinstall && !PrepareCleanReinstall({sourceRoot, archivePath})) {
+        return false;
+    }
+    PublishBeginning(reinstall, *filesTotal);
+
+    RepairPass pass;
+    pass.clientRoot = toolFolder;
+    pass.canonicalSourceRoot = WeaklyCanonical(sourceRoot);
+    pass.tool = FindRunningTool();
+    pass.reinstall = reinstall;
+    const ListingResult listing =
+        WalkTree(sourceRoot, [&](const FolderEntry& entry) { return ProcessEntry(entry, pass); });
+    if (listing.stoppedByVisitor) {
+        return false;
+    }
+    if (listing.Error() != ERROR_SUCCESS || pass.filesMet < *filesTotal) {
+        reportFailure(kUnreadablePackage);
+        return false;
+    }
+    UpdateJobState([&](JobState& state) {
+        state.filesDone = *filesTotal;
+        state.filesRepaired = pass.filesFixed;
+        state.detailLine = ResultText(pass);
+    });
+    return true;
+}

@@ -1,0 +1,38 @@
+#include "job/client/running_tool.h"
+
+#include "common/paths.h"
+#include "common/tool_instance.h"
+
+RunningTool FindRunningTool() {
+    return {ComparableCanonical(toolExePath), FileSize(toolExePath)};
+}
+
+bool IsRunningTool(const std::filesystem::path& path) {
+    return IsRunningTool(path, FindRunningTool());
+}
+
+bool IsRunningTool(const std::filesystem::path& path, const RunningTool& tool) {
+    if (!tool.canonicalPath) {
+        return false;
+    }
+    const std::optional<std::filesystem::path> canonicalPath = ComparableCanonical(path);
+    return canonicalPath &&
+           IsSameCanonicalPath(canonicalPath->native(), tool.canonicalPath->native());
+}
+
+bool CanBeRunningTool(const EntryFacts& facts, const RunningTool& tool) {
+    // A running program's file can be renamed away; its path is then compared as text.
+    if (!tool.size) {
+        return true;
+    }
+    switch (facts.kind) {
+        case EntryKind::RegularFile:
+            return facts.size == *tool.size;
+        case EntryKind::Unreadable:
+            return true;
+        case EntryKind::Missing:
+        case EntryKind::Folder:
+            break;
+    }
+    return false;
+}

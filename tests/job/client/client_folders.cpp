@@ -1,0 +1,49 @@
+#include "job/client/client_folders.h"
+
+#include "common/tool_instance.h"
+#include "common/windows_api.h"
+#include "job/progress/job_progress.h"
+
+namespace fs = std::filesystem;
+
+namespace bench {
+
+ClientFolders::ClientFolders() {
+    resetJobProgress();
+    fs::create_directories(Package());
+    WriteFile(Tool(), kToolBytes);
+    toolFolder = Client();
+    toolExePath = Tool();
+}
+
+ClientFolders::~ClientFolders() {
+    resetJobProgress();
+    toolFolder.clear();
+    toolExePath.clear();
+}
+
+void ClientFolders::WriteToBoth(const std::wstring& relativePath, std::string_view bytes) const {
+    WriteFile(Package() / relativePath, bytes);
+    WriteFile(Client() / relativePath, bytes);
+    SetWriteTime(Client() / relativePath, GetWriteTime(Package() / relativePath));
+}
+
+ToolLocation::ToolLocation(const fs::path& folder, const fs::path& exePath)
+    : formerFolder_(toolFolder), formerExePath_(toolExePath) {
+    toolFolder = folder;
+    toolExePath = exePath;
+}
+
+ToolLocation::~ToolLocation() {
+    toolFolder = formerFolder_;
+    toolExePath = formerExePath_;
+}
+
+fs::path WithShortName(const fs::path& path) {
+    std::wstring text(MAX_PATH, L'\0');
+    text.resize(::GetShortPathNameW(path.c_str(), text.data(), MAX_PATH));
+    const fs::path shortName = fs::path(text).filename();
+    return shortName == path.filename() ? fs::path() : path.parent_path() / shortName;
+}
+
+}  // namespace bench

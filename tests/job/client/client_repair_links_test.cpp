@@ -1,0 +1,212 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "bench_parts/skipping.h"
+#include "job/client/client_folders.h"
+#include "job/client/client_repair.h"
+#include "job/client/file_hooks.h"
+#include "job/client/substituted_drive.h"
+#include "job/progress/job_progress.h"
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+
+// Packages and clients with links and other reparse points in them.
+
+namespace {
+
+// Reparse tags of a folder and a file that a cloud service keeps: special, but no links.
+constexpr DWORD kCloudTag = IO_REPARSE_TAG_CLOUD;
+
+class ClientRepairLinks : public testing::Test, protected bench::ClientFolders {
+protected:
+    bool Repair() const {
+        return VerifyAndRepairClient(Package(), false);
+    }
+};
+
+// Lists every entry whose name begins with "cloud" as one that a cloud service keeps.
+DWORD MarkCloudEntries(WIN32_FIND_DATAW& entry) {
+    if (std::wstring_view(entry.cFileName).starts_with(L"cloud")) {
+        entry.dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+        entry.dwReserved0 = kCloudTag;
+    }
+    return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+TEST_F(ClientRepairLinks, ALinkToAFolderBecomesTheFolderThatItLeadsTo) {
+    const fs::path elsewhere = Scratch() / L"elsewhere";
+    bench::WriteFile(elsewhere / L"a.dat", "a");
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"link"), elsewhere),
+                            "links for this user");
+    EXPECT_TRUE(Repair());
+    // Seen from the package it lies at "..\elsewhere", and so does the folder created.
+    EXPECT_THAT(bench::FolderListing(Scratch() / L"games"),
+                ElementsAre(L"Client/", L"Client/RepairTool.exe", L"elsewhere/"));
+    EXPECT_EQ(snapshot().filesTotal, 0u);
+}
+
+TEST_F(ClientRepairLinks, ALinkWithinThePackageIsNotEntered) {
+    bench::WriteFile(InPackage(L"data\\a.dat"), "a");
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"data\\round"), Package()) &&
+                                bench::MakeFolderLink(InPackage(L"link"), InPackage(L"data")),
+                            "links for this user");
+    EXPECT_TRUE(Repair());
+    EXPECT_THAT(bench::FolderListing(Client()),
+                ElementsAre(L"RepairTool.exe", L"data/", L"data/a.dat"));
+    EXPECT_EQ(snapshot().filesTotal, 1u);
+}
+
+TEST_F(ClientRepairLinks, ALinkToNothingIsSkipped) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"link"), Scratch() / L"missing"),
+                            "links for this user");
+    EXPECT_TRUE(Repair());
+    EXPECT_THAT(bench::FolderListing(Scratch() / L"games"),
+                ElementsAre(L"Client/", L"Client/RepairTool.exe", L"Client/a.dat"));
+    EXPECT_EQ(snapshot().filesTotal, 1u);
+}
+
+TEST_F(ClientRepairLinks, ALinkToAnotherDriveIsSkipped) {
+    SKIP_ON_WINDOWS("a second drive is an exception here");
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    ASSERT_TRUE(bench::MakeFolderLink(InPackage(L"link"), L"Z:\\usr"));
+    EXPECT_TRUE(Repair());
+    EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"a.dat"));
+}
+
+TEST_F(ClientRepairLinks, ALinkToAFileIsAFile) {
+    const fs::path elsewhere = Scratch() / L"elsewhere.dat";
+    bench::WriteFile(elsewhere, "content");
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFileLink(InPackage(L"link.dat"), elsewhere),
+                            "links for this user");
+    EXPECT_TRUE(Repair());
+    // Under Wine a file link is not to be told from a file and keeps its name.
+    const fs::path target =
+        bench::IsWine() ? InClient(L"link.dat") : Scratch() / L"games" / L"elsewhere.dat";
+    EXPECT_EQ(bench::ReadFile(target), "content");
+    EXPECT_EQ(snapshot().filesTotal, 1u);
+    EXPECT_EQ(snapshot().filesRepaired, 1u);
+}
+
+TEST_F(ClientRepairLinks, APackageReachedThroughALinkIsLikeAnyOther) {
+    bench::WriteFile(InPackage(L"data\\a.dat"), "a");
+    const fs::path link = Scratch() / L"link";
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, Package()), "links for this user");
+    EXPECT_TRUE(VerifyAndRepairClient(link, false));
+    EXPECT_THAT(bench::FolderListing(Client()),
+                ElementsAre(L"RepairTool.exe", L"data/", L"data/a.dat"));
+}
+
+TEST_F(ClientRepairLinks, ALinkInsideAPackageReachedThroughALinkIsStillMeasuredFromTheRealRoot) {
+    fs::create_directory(Package() / L"real");
+    const fs::path link = Scratch() / L"deep" / L"er" / L"link";
+    fs::create_directories(link.parent_path());
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, Package()) &&
+                                bench::MakeFolderLink(InPackage(L"alias"), InPackage(L"real")),
+                            "links for this user");
+    EXPECT_TRUE(VerifyAndRepairClient(link, false));
+    EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"real/"));
+}
+
+TEST_F(ClientRepairLinks, TheToolIsNotOverwrittenThroughALinkInTheClient) {
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InClient(L"sub"), Client()),
+                            "links for this user");
+    bench::WriteFile(InPackage(L"sub\\RepairTool.exe"), "package");
+    bench::WriteFile(InPackage(L"sub\\a.dat"), "a");
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::ReadFile(Tool()), bench::kToolBytes);
+    EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");
+    EXPECT_EQ(snapshot().filesRepaired, 1u);
+}
+
+TEST_F(ClientRepairLinks, CloudFilesAndFoldersAreLikeOthers) {
+    bench::WriteFile(InPackage(L"cloud folder\\a.dat"), "a");
+    bench::WriteFile(InPackage(L"cloud folder\\inner\\cloud b.dat"), "b");
+    bench::WriteFile(InPackage(L"cloud folder x\\c.dat"), "c");
+    bench::WriteFile(InPackage(L"cloud.dat"), "d");
+    {
+        const bench::ListingHook hook(&MarkCloudEntries);
+        EXPECT_TRUE(Repair());
+    }
+    EXPECT_EQ(
+        bench::FolderListing(Client()),
+        (std::vector<std::wstring>{L"RepairTool.exe", L"cloud folder x/", L"cloud folder x/c.dat",
+                                   L"cloud folder/", L"cloud folder/a.dat", L"cloud folder/inner/",
+                                   L"cloud folder/inner/cloud b.dat", L"cloud.dat"}));
+    EXPECT_EQ(snapshot().filesRepaired, 4u);
+}
+
+TEST_F(ClientRepairLinks, WhatLiesBelowAReparsePointIsPlacedByItsFinalPath) {
+    const fs::path elsewhere = Scratch() / L"elsewhere";
+    bench::WriteFile(elsewhere / L"inner" / L"a.dat", "a");
+    bench::WriteFile(InPackage(L"cloud2\\b.dat"), "b");
+    bench::WriteFile(InPackage(L"zzz.dat"), "z");
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"cloud"), elsewhere),
+                            "links for this user");
+    {
+        const bench::ListingHook hook(&MarkCloudEntries);
+        EXPECT_TRUE(Repair());
+    }
+    EXPECT_THAT(bench::FolderListing(Scratch() / L"games"),
+                ElementsAre(L"Client/", L"Client/RepairTool.exe", L"Client/cloud2/",
+                            L"Client/cloud2/b.dat", L"Client/zzz.dat", L"elsewhere/",
+                            L"elsewhere/inner/", L"elsewhere/inner/a.dat"));
+}
+
+TEST_F(ClientRepairLinks, AReparsePointThatCannotBeResolvedIsSkipped) {
+    bench::WriteFile(InPackage(L"cloud.dat"), "a");
+    bench::WriteFile(InPackage(L"b.dat"), "b");
+    const std::wstring unresolvable = InPackage(L"cloud.dat");
+    const bench::ListingHook listingHook(&MarkCloudEntries);
+    const bench::OpenHook openHook([&](const std::wstring& path) -> DWORD {
+        return path == unresolvable ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    });
+    for (const bool reinstall : {false, true}) {
+        EXPECT_TRUE(VerifyAndRepairClient(Package(), reinstall));
+        EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"b.dat"));
+        EXPECT_EQ(snapshot().filesTotal, 2u);
+        EXPECT_EQ(snapshot().filesDone, 2u);
+        EXPECT_EQ(snapshot().filesRepaired, 1u);
+        fs::remove(InClient(L"b.dat"));
+    }
+}
+
+TEST_F(ClientRepairLinks, AReparsePointInAPackageFolderThatCannotBeResolvedIsSkipped) {
+    bench::WriteFile(InPackage(L"cloud.dat"), "a");
+    bench::WriteFile(InPackage(L"b.dat"), "b");
+    const bench::FolderOnAnotherDrive drive(Package());
+    const std::wstring package = drive.Path();
+    const bench::ListingHook listingHook(&MarkCloudEntries);
+    const bench::OpenHook openHook([&](const std::wstring& path) -> DWORD {
+        return path == package ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    });
+    for (const bool reinstall : {false, true}) {
+        EXPECT_TRUE(VerifyAndRepairClient(package, reinstall));
+        EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"b.dat"));
+        EXPECT_EQ(snapshot().filesRepaired, 1u);
+        fs::remove(InClient(L"b.dat"));
+    }
+}
+
+TEST_F(ClientRepairLinks, AReparsePointThatLeadsToNothingOrToTheUnreadableIsSkipped) {
+    bench::WriteFile(InPackage(L"cloud 1.dat"), "a");
+    bench::WriteFile(InPackage(L"cloud 2.dat"), "a");
+    bench::WriteFile(InPackage(L"b.dat"), "b");
+    const std::wstring dangling = InPackage(L"cloud 1.dat");
+    const std::wstring unreadable = InPackage(L"cloud 2.dat");
+    const bench::ListingHook listingHook(&MarkCloudEntries);
+    const bench::LookHook lookHook([&](const std::wstring& path) -> DWORD {
+        return path == dangling     ? ERROR_FILE_NOT_FOUND
+               : path == unreadable ? ERROR_CANT_ACCESS_FILE
+                                    : ERROR_SUCCESS;
+    });
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::FolderListing(Client()),
+              (std::vector<std::wstring>{L"RepairTool.exe", L"b.dat"}));
+    EXPECT_EQ(snapshot().filesTotal, 1u);
+    EXPECT_EQ(snapshot().filesRepaired, 1u);
+}

@@ -1,0 +1,413 @@
+#include "job/client/client_repair.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bench_parts/skipping.h"
+#include "job/client/client_folders.h"
+#include "job/client/file_hooks.h"
+#include "job/progress/job_progress.h"
+
+namespace fs = std::filesystem;
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Pair;
+using testing::UnorderedElementsAre;
+
+namespace {
+
+constexpr int64_t kOneSecond = 10'000'000;  // In steps of 100 ns.
+constexpr int64_t kThreeSeconds = 30'000'000;
+
+class ClientRepair : public testing::Test, protected bench::ClientFolders {
+protected:
+    bool Repair() const {
+        return VerifyAndRepairClient(Package(), false);
+    }
+    bool Reinstall() const {
+        return VerifyAndRepairClient(Package(), true);
+    }
+};
+
+// A time difference of target to source, and whether the repair ends it.
+struct TimeCase {
+    int64_t difference;
+    bool isAligned;
+};
+
+void PrintTo(const TimeCase& timeCase, std::ostream* out) {
+    *out << timeCase.difference << " steps";
+}
+
+class ClientRepairOfTimes : public ClientRepair, public testing::WithParamInterface<TimeCase> {};
+
+INSTANTIATE_TEST_SUITE_P(Differences, ClientRepairOfTimes,
+                         testing::Values(TimeCase{0, false}, TimeCase{2 * kOneSecond, false},
+                                         TimeCase{kThreeSeconds - 1, false},
+                                         TimeCase{kThreeSeconds, true},
+                                         TimeCase{kThreeSeconds + 1, true},
+                                         TimeCase{1000 * kThreeSeconds, true}));
+
+void ExpectCounters(uint64_t total, uint64_t done, uint64_t repaired) {
+    const JobState state = snapshot();
+    EXPECT_EQ(state.filesTotal, total);
+    EXPECT_EQ(state.filesDone, done);
+    EXPECT_EQ(state.filesRepaired, repaired);
+}
+
+}  // namespace
+
+TEST_F(ClientRepair, AnEmptyPackageLeavesAllClean) {
+    EXPECT_TRUE(Repair());
+    ExpectCounters(0, 0, 0);
+    EXPECT_EQ(snapshot().stage, JobStage::Finishing);
+    EXPECT_EQ(snapshot().statusLine, L"Verifying client files...");
+    EXPECT_EQ(snapshot().detailLine, L"All files are already clean.");
+}
+
+TEST_F(ClientRepair, AnEmptyPackageIsReinstalledToo) {
+    EXPECT_TRUE(Reinstall());
+    ExpectCounters(0, 0, 0);
+    EXPECT_EQ(snapshot().stage, JobStage::Finishing);
+    EXPECT_EQ(snapshot().statusLine, L"Reinstalling client...");
+    EXPECT_EQ(snapshot().detailLine, L"Reinstall complete.");
+}
+
+TEST_F(ClientRepair, CopiesMissingFilesWithTheirTimes) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    bench::WriteFile(InPackage(L"data\\maps\\b.map"), "b");
+    bench::SetWriteTime(InPackage(L"a.dat"), 0x01D0'0000'0000'0001);
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");
+    EXPECT_EQ(bench::ReadFile(InClient(L"data\\maps\\b.map")), "b");
+    EXPECT_EQ(bench::GetWriteTime(InClient(L"a.dat")), 0x01D0'0000'0000'0001u);
+    EXPECT_EQ(bench::GetWriteTime(InClient(L"data\\maps\\b.map")),
+              bench::GetWriteTime(InPackage(L"data\\maps\\b.map")));
+    ExpectCounters(2, 2, 2);
+    EXPECT_EQ(snapshot().detailLine, L"Fixed or updated missing/mismatched files.");
+}
+
+TEST_F(ClientRepair, LeavesIdenticalFilesUntouched) {
+    WriteToBoth(L"a.dat", "same");
+    WriteToBoth(L"data\\b.dat", "same too");
+    const bench::OpenElsewhere reader(InClient(L"a.dat"), FILE_SHARE_READ);
+    EXPECT_TRUE(Repair());
+    ExpectCounters(2, 2, 0);
+    EXPECT_EQ(snapshot().detailLine, L"All files are already clean.");
+}
+
+TEST_F(ClientRepair, CopiesFilesThatDifferInSizeOrInOneByte) {
+    WriteToBoth(L"shorter.dat", "content");
+    WriteToBoth(L"changed.dat", "content");
+    WriteToBoth(L"emptied.dat", "content");
+    WriteToBoth(L"same.dat", "content");
+    bench::WriteFile(InClient(L"shorter.dat"), "conten");
+    bench::WriteFile(InClient(L"changed.dat"), "contenT");
+    bench::WriteFile(InClient(L"emptied.dat"), "");
+    EXPECT_TRUE(Repair());
+    for (const auto* name : {L"shorter.dat", L"changed.dat", L"emptied.dat", L"same.dat"}) {
+        EXPECT_EQ(bench::ReadFile(InClient(name)), "content");
+        EXPECT_EQ(bench::GetWriteTime(InClient(name)), bench::GetWriteTime(InPackage(name)));
+    }
+    ExpectCounters(4, 4, 3);
+}
+
+TEST_F(ClientRepair, CopiesADifferingFileOfTheSameTimeAndSize) {
+    WriteToBoth(L"a.dat", "old");
+    const uint64_t time = bench::GetWriteTime(InPackage(L"a.dat"));
+    bench::WriteFile(InPackage(L"a.dat"), "new");
+    bench::SetWriteTime(InPackage(L"a.dat"), time);
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "new");
+}
+
+TEST_F(ClientRepair, NeverTouchesFilesThatThePackageDoesNotHave) {
+    bench::WriteFile(InPackage(L"data\\a.dat"), "a");
+    bench::WriteFile(InClient(L"settings.ini"), "mine");
+    bench::WriteFile(InClient(L"data\\save.dat"), "mine too");
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::ReadFile(InClient(L"settings.ini")), "mine");
+    EXPECT_EQ(bench::ReadFile(InClient(L"data\\save.dat")), "mine too");
+}
+
+TEST_F(ClientRepair, CreatesEmptyFolders) {
+    fs::create_directories(InPackage(L"empty"));
+    fs::create_directories(InPackage(L"outer\\inner"));
+    EXPECT_TRUE(Repair());
+    EXPECT_THAT(bench::FolderListing(Client()),
+                ElementsAre(L"RepairTool.exe", L"empty/", L"outer/", L"outer/inner/"));
+    ExpectCounters(0, 0, 0);
+    EXPECT_EQ(snapshot().detailLine, L"All files are already clean.");
+}
+
+TEST_F(ClientRepair, CreatesTheClientFolderItself) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    const fs::path client = Scratch() / L"new" / L"client";
+    const bench::ToolLocation location(client, client / L"tool.exe");
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::ReadFile(client / L"a.dat"), "a");
+}
+
+TEST_F(ClientRepair, FillsADrivesRootWhateverIsCurrentOnTheDrive) {
+    bench::WriteFile(InPackage(L"repair root test\\a.dat"), "a");
+    const fs::path current = fs::current_path();
+    fs::current_path(L"C:\\windows");
+    // The part of "C:\tool.exe" before its last separator.
+    const bench::ToolLocation location(L"C:", L"C:\\tool.exe");
+    EXPECT_TRUE(Repair());
+    fs::current_path(current);
+    EXPECT_EQ(bench::ReadFile(L"C:\\repair root test\\a.dat"), "a");
+    fs::remove(L"C:\\repair root test\\a.dat");
+    fs::remove(L"C:\\repair root test");
+}
+
+TEST_F(ClientRepair, AcceptsAClientFolderWithATrailingSeparator) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    const bench::ToolLocation location(Client().native() + L"\\", Tool());
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");
+}
+
+TEST_F(ClientRepair, HandlesNamesWithBlanksAndUnicode) {
+    const std::vector<std::wstring> names = {L" leading blank.dat",
+                                             L"two  blanks.dat",
+                                             L"\u00E4\u00F6\u00DF.dat",
+                                             L"\u6F22\u5B57\\\u30C7.dat",
+                                             L"\u0438\u0433\u0440\u0430.dat",
+                                             L"\U0001F3AE\\\U0001F3AE.dat",
+                                             L"a%20b;c,d'e(f)[g].dat",
+                                             L".hidden",
+                                             L"no extension"};
+    for (const std::wstring& name : names) {
+        bench::WriteFile(InPackage(name), "content");
+    }
+    EXPECT_TRUE(Repair());
+    for (const std::wstring& name : names) {
+        EXPECT_EQ(bench::ReadFile(InClient(name)), "content");
+    }
+    ExpectCounters(names.size(), names.size(), names.size());
+}
+
+TEST_F(ClientRepair, FindsTheClientsFilesInAnotherLetterCase) {
+    bench::WriteFile(InPackage(L"Data\\Maps.dat"), "new");
+    bench::WriteFile(InClient(L"DATA\\maps.DAT"), "old");
+    EXPECT_TRUE(Repair());
+    EXPECT_THAT(bench::FolderListing(Client()),
+                ElementsAre(L"DATA/", L"DATA/maps.DAT", L"RepairTool.exe"));
+    EXPECT_EQ(bench::ReadFile(InClient(L"DATA\\maps.DAT")), "new");
+}
+
+TEST_P(ClientRepairOfTimes, AlignsTimesFromThreeSecondsOnInBothDirections) {
+    const uint64_t sourceTime = 0x01D0'0000'0000'0000;
+    const auto difference = static_cast<uint64_t>(GetParam().difference);
+    WriteToBoth(L"older.dat", "same");
+    WriteToBoth(L"newer.dat", "same");
+    bench::SetWriteTime(InPackage(L"older.dat"), sourceTime);
+    bench::SetWriteTime(InPackage(L"newer.dat"), sourceTime);
+    bench::SetWriteTime(InClient(L"older.dat"), sourceTime - difference);
+    bench::SetWriteTime(InClient(L"newer.dat"), sourceTime + difference);
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::GetWriteTime(InClient(L"older.dat")),
+              GetParam().isAligned ? sourceTime : sourceTime - difference);
+    EXPECT_EQ(bench::GetWriteTime(InClient(L"newer.dat")),
+              GetParam().isAligned ? sourceTime : sourceTime + difference);
+    ExpectCounters(2, 2, 0);
+    EXPECT_EQ(snapshot().detailLine, L"All files are already clean.");
+}
+
+bool CanOpenForAttributes(const fs::path& path) {
+    return AdoptHandle<KernelHandle>(::CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES,
+                                                   FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
+                                                   nullptr)) != nullptr;
+}
+
+TEST_F(ClientRepair, AlignsTheTimeOfAReadOnlyFile) {
+    WriteToBoth(L"a.dat", "same");
+    bench::SetWriteTime(InPackage(L"a.dat"), 0x01D0'0000'0000'0000);
+    bench::SetReadOnly(InClient(L"a.dat"), true);
+    SKIP_ON_WINE_WITHOUT(CanOpenForAttributes(InClient(L"a.dat")),
+                         "open a read-only file for its attributes");
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::GetWriteTime(InClient(L"a.dat")), 0x01D0'0000'0000'0000u);
+}
+
+TEST_F(ClientRepair, PublishesEachFileBeforeTheWorkOnIt) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    bench::WriteFile(InPackage(L"data\\b.dat"), "b");
+    WriteToBoth(L"same.dat", "same");
+    std::vector<std::wstring> published;
+    uint64_t copies = 0;
+    const bench::CopyHook hook([&](const std::wstring& source, const std::wstring&) -> DWORD {
+        const JobState state = snapshot();  // Would wait for ever if the lock were held.
+        EXPECT_EQ(state.filesTotal, 3u);
+        EXPECT_GT(state.filesDone, copies);
+        EXPECT_EQ(state.filesRepaired, copies);
+        EXPECT_EQ(state.stage, JobStage::Finishing);
+        EXPECT_EQ(state.statusLine, L"Verifying client files...");
+        EXPECT_TRUE(source.ends_with(state.detailLine.substr(std::size(L"Checking"))));
+        published.push_back(state.detailLine);
+        ++copies;
+        return ERROR_SUCCESS;
+    });
+    EXPECT_TRUE(Repair());
+    EXPECT_THAT(published, UnorderedElementsAre(L"Checking a.dat", L"Checking data\\b.dat"));
+    ExpectCounters(3, 3, 2);
+}
+
+TEST_F(ClientRepair, PublishesAFileThatNeedsNoCopyBeforeItIsCompared) {
+    WriteToBoth(L"same.dat", "same");
+    std::vector<std::wstring> published;
+    const bench::OpenHook hook([&](const std::wstring& opened) -> DWORD {
+        if (opened.ends_with(L"same.dat")) {
+            published.push_back(snapshot().detailLine);
+        }
+        return ERROR_SUCCESS;
+    });
+    EXPECT_TRUE(Repair());
+    ASSERT_FALSE(published.empty());
+    EXPECT_EQ(published.front(), L"Checking same.dat");
+}
+
+TEST_F(ClientRepair, PublishesTheToolsOwnFileThoughItIsLeftAlone) {
+    bench::WriteFile(InPackage(L"RepairTool.exe"), bench::kToolBytes);
+    std::vector<std::pair<std::wstring, uint64_t>> published;
+    const bench::LookHook hook([&](const std::wstring& looked) -> DWORD {
+        if (looked == InClient(L"RepairTool.exe")) {
+            const JobState state = snapshot();
+            published.emplace_back(state.detailLine, state.filesDone);
+        }
+        return ERROR_SUCCESS;
+    });
+    EXPECT_TRUE(Repair());
+    EXPECT_THAT(published, Contains(Pair(L"Checking RepairTool.exe", 1u)));
+}
+
+TEST_F(ClientRepair, CountersOfAnEarlierJobAreClearedAtTheStart) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    UpdateJobState(
+        [](JobState& state) { state.filesTotal = state.filesDone = state.filesRepaired = 99; });
+    const bench::CopyHook hook([](const std::wstring&, const std::wstring&) -> DWORD {
+        ExpectCounters(1, 1, 0);
+        return ERROR_SUCCESS;
+    });
+    EXPECT_TRUE(Repair());
+    ExpectCounters(1, 1, 1);
+}
+
+TEST_F(ClientRepair, ReinstallCopiesEveryFileAfterTheCleanOut) {
+    WriteToBoth(L"same.dat", "same");
+    WriteToBoth(L"data\\changed.dat", "new");
+    bench::WriteFile(InClient(L"data\\changed.dat"), "old");
+    bench::WriteFile(InClient(L"settings.ini"), "mine");
+    bench::WriteFile(InClient(L"Uninstall.exe"), "old");
+    std::vector<std::wstring> published;
+    const bench::CopyHook hook([&](const std::wstring&, const std::wstring&) -> DWORD {
+        EXPECT_EQ(snapshot().statusLine, L"Reinstalling client...");
+        EXPECT_FALSE(fs::exists(InClient(L"settings.ini")));
+        published.push_back(snapshot().detailLine);
+        return ERROR_SUCCESS;
+    });
+    EXPECT_TRUE(Reinstall());
+    EXPECT_THAT(published,
+                UnorderedElementsAre(L"Installing same.dat", L"Installing data\\changed.dat"));
+    EXPECT_THAT(bench::FolderListing(Client()),
+                ElementsAre(L"RepairTool.exe", L"data/", L"data/changed.dat", L"same.dat"));
+    EXPECT_EQ(bench::ReadFile(InClient(L"data\\changed.dat")), "new");
+    ExpectCounters(2, 2, 2);
+    EXPECT_EQ(snapshot().detailLine, L"Reinstall complete.");
+}
+
+TEST_F(ClientRepair, ReinstallCopiesIdenticalFilesThatTheCleanOutCouldNotRemove) {
+    WriteToBoth(L"same.dat", "same");
+    // Whoever holds it lets it be overwritten, but not removed.
+    const bench::OpenElsewhere opened(InClient(L"same.dat"), FILE_SHARE_READ | FILE_SHARE_WRITE);
+    EXPECT_TRUE(Reinstall());
+    ExpectCounters(1, 1, 1);
+}
+
+TEST_F(ClientRepair, ARefusedReinstallCopiesAndDeletesNothing) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    bench::WriteFile(InClient(L"settings.ini"), "mine");
+    const bench::ToolLocation location(Client(), Scratch() / L"tool.exe");
+    EXPECT_FALSE(Reinstall());
+    EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"settings.ini"));
+    EXPECT_EQ(snapshot().errorMessage,
+              L"Safety check failed. Reinstall can only run from inside the game client folder.");
+    ExpectCounters(0, 0, 0);
+}
+
+TEST_F(ClientRepair, NeitherJobOverwritesTheTool) {
+    bench::WriteFile(InPackage(L"REPAIRTOOL.exe"), "another file of the package");
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    for (const bool reinstall : {false, true}) {
+        EXPECT_TRUE(VerifyAndRepairClient(Package(), reinstall));
+        EXPECT_EQ(bench::ReadFile(Tool()), bench::kToolBytes);
+        EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"a.dat"));
+        ExpectCounters(2, 2, 1);
+        fs::remove(InClient(L"a.dat"));
+    }
+}
+
+TEST_F(ClientRepair, DoesNotAlignTheToolsTime) {
+    bench::WriteFile(InPackage(L"RepairTool.exe"), bench::kToolBytes);
+    bench::SetWriteTime(InPackage(L"RepairTool.exe"), 0x01D0'0000'0000'0000);
+    const uint64_t time = bench::GetWriteTime(Tool());
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::GetWriteTime(Tool()), time);
+    ExpectCounters(1, 1, 0);
+}
+
+TEST_F(ClientRepair, DoesNotOverwriteTheToolByItsShortName) {
+    const fs::path tool = InClient(L"The repair tool of the game.exe");
+    bench::WriteFile(tool, "tool");
+    const fs::path shortPath = bench::WithShortName(tool);
+    SKIP_ON_WINDOWS_WITHOUT(!shortPath.empty(), "short names on this volume");
+    const bench::ToolLocation location(Client(), tool);
+    bench::WriteFile(InPackage(shortPath.filename()), "not the tool");
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::ReadFile(tool), "tool");
+    ExpectCounters(1, 1, 0);
+}
+
+TEST_F(ClientRepair, CopiesFilesOfTheToolsSize) {
+    const std::string bytes(bench::kToolBytes.size(), 'x');
+    bench::WriteFile(InPackage(L"a.dat"), bytes);
+    bench::WriteFile(InClient(L"a.dat"), bench::kToolBytes);
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), bytes);
+}
+
+TEST_F(ClientRepair, DoesNotWriteAToolThatWasRenamedAway) {
+    fs::rename(Tool(), InClient(L"renamed.exe"));
+    bench::WriteFile(InPackage(L"RepairTool.exe"), "package");
+    EXPECT_TRUE(Repair());
+    EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"renamed.exe"));
+    ExpectCounters(1, 1, 0);
+}
+
+TEST_F(ClientRepair, FillsAndVerifiesAClientOfManyFiles) {
+    constexpr uint64_t kFolderCount = 100;
+    constexpr uint64_t kFilesToAFolder = 200;
+    for (uint64_t folder = 0; folder < kFolderCount; ++folder) {
+        for (uint64_t file = 0; file < kFilesToAFolder; ++file) {
+            const auto name = std::to_wstring(folder) + L"\\" + std::to_wstring(file);
+            bench::WriteFile(InPackage(name), std::to_string(folder * file));
+        }
+    }
+    constexpr uint64_t kTotal = kFolderCount * kFilesToAFolder;
+    EXPECT_TRUE(Repair());
+    ExpectCounters(kTotal, kTotal, kTotal);
+    bench::WriteFile(InClient(L"3\\77"), "changed");
+    bench::WriteFile(InClient(L"11\\199"), "changed");
+    fs::remove(InClient(L"0\\0"));
+    EXPECT_TRUE(Repair());
+    ExpectCounters(kTotal, kTotal, 3);
+    EXPECT_TRUE(Repair());
+    ExpectCounters(kTotal, kTotal, 0);
+}

@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+
+#include "bench_parts/call_hook.h"
+#include "job/client/client_folders.h"
+#include "job/client/client_repair.h"
+#include "job/progress/job_progress.h"
+
+namespace fs = std::filesystem;
+
+// Times that some disks cannot hold, FAT none before 1980. A file's time never makes it count as
+// broken, so the second of two repairs finds everything clean.
+
+namespace {
+
+constexpr wchar_t kKernel32[] = L"kernel32.dll";
+
+// In 100 ns steps since 1601.
+constexpr uint64_t kDay = 864'000'000'000;
+constexpr uint64_t kYear1902 = 110'000 * kDay;
+constexpr uint64_t kYear1970 = 134'774 * kDay;
+constexpr uint64_t kYear1980 = 138'426 * kDay;
+constexpr uint64_t kYear2010 = 149'384 * kDay;
+
+uint64_t Steps(const FILETIME& time) {
+    return (uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+}
+
+struct OldTime {
+    const char* name;
+    uint64_t time;
+};
+
+void PrintTo(const OldTime& oldTime, std::ostream* out) {
+    *out << oldTime.name;
+}
+
+std::string NameOf(const testing::TestParamInfo<OldTime>& oldTime) {
+    return oldTime.param.name;
+}
+
+class OldTimes : public testing::TestWithParam<OldTime>, protected bench::ClientFolders {
+protected:
+    void ExpectRepair(uint64_t filesRepaired) const {
+        EXPECT_TRUE(VerifyAndRepairClient(Package(), false));
+        EXPECT_EQ(snapshot().filesRepaired, filesRepaired);
+        EXPECT_EQ(snapshot().detailLine, filesRepaired == 0
+                                             ? L"All files are already clean."
+                                             : L"Fixed or updated missing/mismatched files.");
+    }
+};
+
+// The file system of the bench begins in 1901; what it makes of an earlier time is as good.
+INSTANTIATE_TEST_SUITE_P(Each, OldTimes,
+                         testing::Values(OldTime{"OneStepAfter1601", 1},
+                                         OldTime{"In1902", kYear1902},
+                                         OldTime{"OneStepBefore1970", kYear1970 - 1},
+                                         OldTime{"OneDayBefore1980", kYear1980 - kDay}),
+                         NameOf);
+
+TEST_P(OldTimes, ComeAlongOnceAndAreCleanAfterwards) {
+    bench::WriteFile(InPackage(L"missing.dat"), "a");
+    WriteToBoth(L"good.dat", "b");
+    bench::SetWriteTime(InPackage(L"missing.dat"), GetParam().time);
+    bench::SetWriteTime(InPackage(L"good.dat"), GetParam().time);
+    bench::SetWriteTime(InClient(L"good.dat"), kYear2010);
+    ExpectRepair(1);
+    for (const wchar_t* name : {L"missing.dat", L"good.dat"}) {
+        EXPECT_EQ(bench::GetWriteTime(InClient(name)), bench::GetWriteTime(InPackage(name)));
+    }
+    ExpectRepair(0);
+}
+
+TEST_P(OldTimes, AreNoEndlessMismatchOnADiskThatBeginsIn1980) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    bench::SetWriteTime(InPackage(L"a.dat"), GetParam().time);
+    unsigned copies = 0;
+    const auto copy = HookCall<decltype(&::CopyFileW)>(
+        kKernel32, "CopyFileW", [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) -> BOOL {
+            ++copies;
+            const BOOL copied = RealFunction<decltype(&::CopyFileW)>(kKernel32, "CopyFileW")(
+                source, target, failIfExists);
+            bench::SetWriteTime(target, kYear1980);
+            return copied;
+        });
+    const auto setTime = HookCall<decltype(&::SetFileTime)>(
+        kKernel32, "SetFileTime",
+        [](HANDLE file, const FILETIME* created, const FILETIME* used,
+           const FILETIME* written) -> BOOL {
+            if (Steps(*written) < kYear1980) {
+                ::SetLastError(ERROR_INVALID_PARAMETER);
+                return FALSE;
+            }
+            return RealFunction<decltype(&::SetFileTime)>(kKernel32, "SetFileTime")(file, created,
+                                                                                    used, written);
+        });
+    ExpectRepair(1);
+    EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");
+    ExpectRepair(0);
+    EXPECT_EQ(copies, 1U);
+}
+
+}  // namespace

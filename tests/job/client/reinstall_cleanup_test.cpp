@@ -1,0 +1,246 @@
+#include "job/client/reinstall_cleanup.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "bench_parts/skipping.h"
+#include "job/client/client_folders.h"
+#include "job/client/file_hooks.h"
+#include "job/progress/job_progress.h"
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
+
+namespace {
+
+class ReinstallCleanup : public testing::Test, protected bench::ClientFolders {
+protected:
+    std::vector<std::wstring> ClientListing() const {
+        return bench::FolderListing(Client());
+    }
+
+    static void ExpectRefusal() {
+        const JobState state = snapshot();
+        EXPECT_EQ(state.stage, JobStage::Failed);
+        EXPECT_EQ(
+            state.errorMessage,
+            L"Safety check failed. Reinstall can only run from inside the game client folder.");
+        EXPECT_EQ(state.statusLine, L"Repair failed.");
+        EXPECT_EQ(state.detailLine, state.errorMessage);
+        EXPECT_TRUE(jobProgress.failed);
+        EXPECT_TRUE(jobProgress.finished);
+        EXPECT_FALSE(jobProgress.running);
+    }
+};
+
+}  // namespace
+
+TEST_F(ReinstallCleanup, RemovesEverythingButTheTool) {
+    bench::WriteFile(InClient(L"Uninstall.exe"), "old");
+    bench::WriteFile(InClient(L"settings.ini"), "mine");
+    bench::WriteFile(InClient(L"name with blanks \u00E4\u6F22\U0001F3AE.dat"), "x");
+    fs::create_directory(InClient(L"empty"));
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+    EXPECT_EQ(bench::ReadFile(Tool()), bench::kToolBytes);
+}
+
+TEST_F(ReinstallCleanup, RemovesFoldersWithAllTheirContent) {
+    bench::WriteFile(InClient(L"data\\maps\\a.map"), "a");
+    bench::WriteFile(InClient(L"data\\b.dat"), "b");
+    fs::create_directories(InClient(L"data\\empty\\deeper"));
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+}
+
+TEST_F(ReinstallCleanup, RemovesManyEntries) {
+    std::vector<std::wstring> names;
+    for (int i = 0; i < 200; ++i) {
+        bench::WriteFile(InClient(std::to_wstring(i)), "x");
+    }
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+}
+
+TEST_F(ReinstallCleanup, RemovesReadOnlyEntries) {
+    bench::WriteFile(InClient(L"data\\a.dat"), "a");
+    bench::WriteFile(InClient(L"b.dat"), "b");
+    bench::SetReadOnly(InClient(L"data\\a.dat"), true);
+    bench::SetReadOnly(InClient(L"b.dat"), true);
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+}
+
+TEST_F(ReinstallCleanup, RemovesFilesThatOnlyLookLikeTheTool) {
+    bench::WriteFile(InClient(L"data\\RepairTool.exe"), bench::kToolBytes);
+    bench::WriteFile(InClient(L"RepairTool.exe.bak"), bench::kToolBytes);
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+}
+
+TEST_F(ReinstallCleanup, KeepsTheToolHoweverItsPathIsWritten) {
+    bench::WriteFile(InClient(L"a.dat"), "a");
+    const bench::ToolLocation location(Scratch() / L"GAMES/client",
+                                       Scratch() / L"Games/./CLIENT/REPAIRTOOL.EXE");
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+}
+
+TEST_F(ReinstallCleanup, KeepsTheToolOfAnyName) {
+    bench::WriteFile(InClient(L"Uninstall.exe"), "renamed tool");
+    const bench::ToolLocation location(Client(), InClient(L"Uninstall.exe"));
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), ElementsAre(L"Uninstall.exe"));
+}
+
+TEST_F(ReinstallCleanup, KeepsTheToolWhenItsPathCannotBeResolvedForAMoment) {
+    // Some systems let the file of a running program be deleted.
+    const std::wstring tool = Tool();
+    for (int failingOpen = 1; failingOpen <= 2; ++failingOpen) {
+        int opens = 0;
+        {
+            const bench::OpenHook hook([&](const std::wstring& path) -> DWORD {
+                return path == tool && ++opens == failingOpen ? ERROR_SHARING_VIOLATION
+                                                              : ERROR_SUCCESS;
+            });
+            PrepareCleanReinstall();
+        }
+        EXPECT_GE(opens, failingOpen);
+        EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe")) << failingOpen;
+        resetJobProgress();
+    }
+}
+
+TEST_F(ReinstallCleanup, KeepsTheToolByItsShortName) {
+    const fs::path tool = InClient(L"The repair tool of the game.exe");
+    bench::WriteFile(tool, "tool");
+    const fs::path shortPath = bench::WithShortName(tool);
+    SKIP_ON_WINDOWS_WITHOUT(!shortPath.empty(), "short names on this volume");
+    const bench::ToolLocation location(Client(), shortPath);
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), ElementsAre(L"The repair tool of the game.exe"));
+}
+
+TEST_F(ReinstallCleanup, EmptiesTheFolderThatALinkLeadsTo) {
+    const fs::path link = Scratch() / L"link";
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, Client()), "links for this user");
+    bench::WriteFile(InClient(L"a.dat"), "a");
+    const bench::ToolLocation location(link, link / L"RepairTool.exe");
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+}
+
+TEST_F(ReinstallCleanup, LeavesWhatALinkLeadsTo) {
+    const fs::path elsewhere = Scratch() / L"elsewhere";
+    bench::WriteFile(elsewhere / L"photos" / L"precious.jpg", "precious");
+    fs::create_directory(InClient(L"sub"));
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InClient(L"link"), elsewhere) &&
+                                bench::MakeFolderLink(InClient(L"sub\\link"), elsewhere),
+                            "links for this user");
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(bench::FolderListing(elsewhere), ElementsAre(L"photos/", L"photos/precious.jpg"));
+}
+
+TEST_F(ReinstallCleanup, LeavesWhatIsInUseWithoutAMessage) {
+    bench::WriteFile(InClient(L"a.dat"), "a");
+    bench::WriteFile(InClient(L"inUse.dat"), "b");
+    bench::WriteFile(InClient(L"z.dat"), "z");
+    const bench::OpenElsewhere opened(InClient(L"inUse.dat"), FILE_SHARE_READ);
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), UnorderedElementsAre(L"RepairTool.exe", L"inUse.dat"));
+    EXPECT_EQ(snapshot().errorMessage, L"");
+    EXPECT_FALSE(jobProgress.failed);
+}
+
+TEST_F(ReinstallCleanup, RemovesWhatItCanOfAFolderInUse) {
+    bench::WriteFile(InClient(L"data\\a.dat"), "a");
+    bench::WriteFile(InClient(L"data\\inUse.dat"), "b");
+    bench::WriteFile(InClient(L"data\\z\\z.dat"), "z");
+    const bench::OpenElsewhere opened(InClient(L"data\\inUse.dat"), FILE_SHARE_READ);
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(),
+                UnorderedElementsAre(L"RepairTool.exe", L"data/", L"data/inUse.dat"));
+}
+
+TEST_F(ReinstallCleanup, PublishesStageAndTexts) {
+    EXPECT_TRUE(PrepareCleanReinstall());
+    const JobState state = snapshot();
+    EXPECT_EQ(state.stage, JobStage::Finishing);
+    EXPECT_EQ(state.statusLine, L"Preparing clean reinstall...");
+    EXPECT_EQ(state.detailLine, L"Removing old client files...");
+}
+
+TEST_F(ReinstallCleanup, GoesOnAfterACancel) {
+    bench::WriteFile(InClient(L"a.dat"), "a");
+    jobProgress.cancelRequested = true;
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+}
+
+TEST_F(ReinstallCleanup, WithoutAListingThereIsNothingToRemove) {
+    const fs::path missing = Scratch() / L"missing";
+    const bench::ToolLocation location(missing, missing / L"tool.exe");
+    EXPECT_TRUE(PrepareCleanReinstall());
+    EXPECT_EQ(snapshot().stage, JobStage::Finishing);
+}
+
+TEST_F(ReinstallCleanup, AListingThatBreaksOffIsAnException) {
+    std::vector<std::wstring> listed;
+    bench::WriteFile(InClient(L"a.dat"), "a");
+    bench::WriteFile(InClient(L"b.dat"), "b");
+    bench::WriteFile(InClient(L"c.dat"), "c");
+    const bench::ListingHook hook([&](WIN32_FIND_DATAW& entry) -> DWORD {
+        // Two dot entries, then two more.
+        if (listed.size() == 4) {
+            return ERROR_NETNAME_DELETED;
+        }
+        listed.emplace_back(entry.cFileName);
+        return ERROR_SUCCESS;
+    });
+    try {
+        PrepareCleanReinstall();
+        FAIL() << "no exception";
+    } catch (const fs::filesystem_error& error) {
+        EXPECT_EQ(error.code(), std::error_code(ERROR_NETNAME_DELETED, std::system_category()));
+        EXPECT_EQ(error.path1(), Client());
+    }
+    // Listed and removed, unless it was the tool.
+    for (const std::wstring name : {L"a.dat", L"b.dat", L"c.dat"}) {
+        const bool wasListed = std::find(listed.begin(), listed.end(), name) != listed.end();
+        EXPECT_EQ(fs::exists(InClient(name)), !wasListed) << fs::path(name);
+    }
+}
+
+TEST_F(ReinstallCleanup, RefusesAndTouchesNothingWhenTheFolderIsNotSafe) {
+    bench::WriteFile(InClient(L"a.dat"), "a");
+    jobProgress.running = true;
+    const bench::ToolLocation location(Scratch(), Tool());
+    EXPECT_FALSE(PrepareCleanReinstall());
+    EXPECT_THAT(bench::FolderListing(Scratch()),
+                ElementsAre(L"games/", L"games/Client/", L"games/Client/RepairTool.exe",
+                            L"games/Client/a.dat", L"package/"));
+    ExpectRefusal();
+}
+
+TEST_F(ReinstallCleanup, RefusesToDeleteThePackageThatItIsFor) {
+    const fs::path staging = InClient(L"temp\\staging");
+    const fs::path archive = InClient(L"temp\\package.zip");
+    bench::WriteFile(staging / L"a.dat", "a");
+    bench::WriteFile(archive, "zip");
+    const std::vector<std::wstring> before = ClientListing();
+    for (const std::vector<fs::path>& packagePaths :
+         {std::vector{staging, archive}, std::vector{staging, Scratch() / L"package.zip"},
+          std::vector{Package(), archive}}) {
+        resetJobProgress();
+        jobProgress.running = true;
+        EXPECT_FALSE(PrepareCleanReinstall(packagePaths));
+        EXPECT_EQ(ClientListing(), before);
+        ExpectRefusal();
+    }
+    EXPECT_TRUE(PrepareCleanReinstall({Package(), Scratch() / L"package.zip"}));
+    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+}

@@ -1,0 +1,157 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+#include "bench_parts/call_hook.h"
+#include "job/client/client_folders.h"
+#include "job/client/client_repair.h"
+#include "job/client/file_hooks.h"
+#include "job/client/substituted_drive.h"
+#include "job/progress/job_progress.h"
+
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+
+// Unpacked packages that cannot be read, or not to their end, and drives that have no resolved
+// paths. Nothing of it may end in a success without the package's files.
+
+namespace {
+
+constexpr wchar_t kUnreadablePackage[] = L"Could not read the unpacked client files.";
+
+// The parameter: whether it is a reinstall.
+class VanishingPackage : public testing::TestWithParam<bool>, protected bench::ClientFolders {
+protected:
+    VanishingPackage() {
+        jobProgress.running = true;
+        bench::WriteFile(InClient(L"old.dat"), "old");
+    }
+
+    bool Run(const fs::path& package) const {
+        return VerifyAndRepairClient(package, GetParam());
+    }
+
+    void ExpectUntouchedClient() const {
+        EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"old.dat"));
+        EXPECT_EQ(snapshot().stage, JobStage::Failed);
+        EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Repair, VanishingPackage, testing::Values(false));
+INSTANTIATE_TEST_SUITE_P(Reinstall, VanishingPackage, testing::Values(true));
+
+}  // namespace
+
+TEST_P(VanishingPackage, OneThatIsGoneFailsBeforeAnythingIsTouched) {
+    EXPECT_FALSE(Run(Scratch() / L"missing"));
+    ExpectUntouchedClient();
+}
+
+TEST_P(VanishingPackage, OneThatCannotBeListedFailsBeforeAnythingIsTouched) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    const bench::UnreadableFolder locked(Package());
+    ASSERT_TRUE(locked.Made());
+    EXPECT_FALSE(Run(Package()));
+    ExpectUntouchedClient();
+}
+
+TEST_P(VanishingPackage, OneWhoseTopFolderCannotBeListedToItsEndFailsBeforeAnythingIsTouched) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    bench::WriteFile(InPackage(L"b.dat"), "b");
+    const bench::ListingHook hook([](WIN32_FIND_DATAW& entry) -> DWORD {
+        return std::wstring_view(entry.cFileName) == L"b.dat" ? ERROR_CRC : ERROR_SUCCESS;
+    });
+    EXPECT_FALSE(Run(Package()));
+    ExpectUntouchedClient();
+}
+
+TEST_P(VanishingPackage, OneThatLosesAFileWhileItIsCopiedFails) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    bench::WriteFile(InPackage(L"z\\b.dat"), "b");
+    const bench::CopyHook hook([&](const std::wstring&, const std::wstring&) -> DWORD {
+        fs::remove(InPackage(L"z\\b.dat"));
+        return ERROR_SUCCESS;
+    });
+    EXPECT_FALSE(Run(Package()));
+    EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
+    EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");
+}
+
+TEST_P(VanishingPackage, OneWhoseFolderCannotBeListedAgainFails) {
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    bench::WriteFile(InPackage(L"z\\b.dat"), "b");
+    std::unique_ptr<bench::UnreadableFolder> locked;
+    const bench::CopyHook hook([&](const std::wstring&, const std::wstring&) -> DWORD {
+        locked = std::make_unique<bench::UnreadableFolder>(InPackage(L"z"));
+        return ERROR_SUCCESS;
+    });
+    EXPECT_FALSE(Run(Package()));
+    ASSERT_TRUE(locked && locked->Made());
+    EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
+}
+
+TEST_P(VanishingPackage, OneWhoseTopFolderIsGoneInTheMiddleFails) {
+    // Nothing was counted in it, so only the listing tells.
+    fs::create_directory(InPackage(L"empty"));
+    const auto open =
+        RealFunction<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW");
+    const std::wstring pattern = Package() / L"*";
+    int listings = 0;
+    const auto hook = HookCall<decltype(&::FindFirstFileExW)>(
+        L"kernel32.dll", "FindFirstFileExW", [&](LPCWSTR path, auto... others) -> HANDLE {
+            if (path == pattern && ++listings == 2) {
+                ::SetLastError(ERROR_NOT_READY);
+                return INVALID_HANDLE_VALUE;
+            }
+            return open(path, others...);
+        });
+    EXPECT_FALSE(Run(Package()));
+    EXPECT_EQ(listings, 2);
+    EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
+}
+
+TEST_P(VanishingPackage, AnEmptyOneIsASuccess) {
+    EXPECT_TRUE(Run(Package()));
+    EXPECT_EQ(snapshot().errorMessage, L"");
+}
+
+// As on a RAM disk: its driver does not know the mount manager, so no path on it has a name that a
+// drive letter begins.
+TEST_P(VanishingPackage, OneOnADriveWithoutResolvedPathsIsCopied) {
+    const bench::FolderOnAnotherDrive drive(Package());
+    bench::WriteFile(InPackage(L"a.dat"), "a");
+    bench::WriteFile(InPackage(L"data\\empty"), "");
+    bench::WriteFile(InPackage(L"RepairTool.exe"), "of the package");
+    for (const DWORD error : {DWORD{ERROR_INVALID_FUNCTION}, DWORD{ERROR_PATH_NOT_FOUND}}) {
+        const auto resolve = RealFunction<decltype(&::GetFinalPathNameByHandleW)>(
+            L"kernel32.dll", "GetFinalPathNameByHandleW");
+        int refusals = 0;
+        {
+            const auto hook = HookCall<decltype(&::GetFinalPathNameByHandleW)>(
+                L"kernel32.dll", "GetFinalPathNameByHandleW",
+                [&](HANDLE file, LPWSTR path, DWORD size, DWORD flags) -> DWORD {
+                    std::wstring name(MAX_PATH, L'\0');
+                    name.resize(resolve(file, name.data(), MAX_PATH, FILE_NAME_NORMALIZED));
+                    if ((flags & VOLUME_NAME_NT) != 0 ||
+                        name.find(L"\\package") == std::wstring::npos) {
+                        return resolve(file, path, size, flags);
+                    }
+                    ++refusals;
+                    ::SetLastError(error);
+                    return 0;
+                });
+            EXPECT_TRUE(Run(drive.Path()));
+        }
+        EXPECT_GT(refusals, 0);
+        EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");
+        EXPECT_EQ(bench::ReadFile(InClient(L"data\\empty")), "");
+        EXPECT_EQ(bench::ReadFile(Tool()), bench::kToolBytes);
+        EXPECT_EQ(snapshot().filesRepaired, 2u);
+        fs::remove(InClient(L"a.dat"));
+        fs::remove(InClient(L"data\\empty"));
+    }
+}

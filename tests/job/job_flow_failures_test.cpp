@@ -1,0 +1,287 @@
+#include "job/job_flow.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "bench_parts/call_hook.h"
+#include "common/tool_instance.h"
+#include "config/tool_config.h"
+#include "job/game_machine.h"
+#include "system/registry_entry.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr wchar_t kNoUrl[] = L"No valid CDN package URL is configured.";
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class JobFailureTest : public GameMachine {};
+
+constexpr wchar_t kKernel32[] = L"kernel32.dll";
+
+template <class Function>
+Function Real(const char* name) {
+    return RealFunction<Function>(kKernel32, name);
+}
+
+TEST_F(JobFailureTest, UrlWithoutAnAcceptedSchemeIsRefused) {
+    for (const std::wstring& url :
+         {std::wstring(), std::wstring(L" \t"), std::wstring(L"ftp://h/a"),
+          L"HTTP" + PackageUrl(kZip).substr(4)}) {
+        toolConfig.archiveUrl = url;
+        RunJob(JobKind::Repair);
+        ExpectFailure(kNoUrl);
+        EXPECT_THAT(TempFolder(), IsEmpty());
+        resetForRetry();
+    }
+    EXPECT_THAT(server_.RequestLog(), IsEmpty());
+    EXPECT_THAT(ClientContents(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, SchemeAlonePassesTheTestAndFailsInTheDownload) {
+    toolConfig.archiveUrl = L"http://";
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"The package URL is not valid.");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, FailedDownloadLeavesNothingBehind) {
+    toolConfig.archiveUrl = server_.Url(L"status/404");
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"The server returned HTTP 404.");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+    EXPECT_THAT(ClientContents(), IsEmpty());
+    EXPECT_FALSE(ReadKey(kEntryKey));
+}
+
+TEST_F(JobFailureTest, PackageOfAFailedHashCheckIsDeleted) {
+    toolConfig.archiveSha256 = std::wstring(64, L'0');
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"The downloaded package hash does not match the configured SHA-256.");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+    EXPECT_THAT(ClientContents(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, FailedUnpackingLeavesNothingBehind) {
+    toolConfig.archiveUrl = PackageUrl(L"rar5_damaged.rar");
+    machine_.PutSevenZip(Client() / L"7z.exe");
+    RunJob(JobKind::Repair);
+    ExpectFailure(
+        L"RAR extraction failed with 7z.exe exit code 2.\nCheck that the CDN file is a complete, "
+        L"non-password-protected .rar archive. If it still fails, install 7-Zip or place 7z.exe "
+        L"beside this tool.");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, PageInsteadOfAPackageIsNoArchive) {
+    toolConfig.archiveUrl = server_.Url(L"body/1000");
+    RunJob(JobKind::Repair);
+    ExpectFailure(
+        L"The downloaded package is not a valid ZIP or RAR archive.\nCheck that the CDN URL points "
+        L"directly to the client .zip/.rar file, not an installer EXE or website page.");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, FileThatCannotBeRepairedEndsTheJobAndCleansUp) {
+    bench::WriteFile(Client() / L"data" / L"maps" / L"a.map", "broken");
+    bench::SetReadOnly(Client() / L"data" / L"maps" / L"a.map", true);
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not repair this file: data\\maps\\a.map");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+    EXPECT_EQ(::GetFileAttributesW((Client() / L"Uninstall.exe").c_str()), INVALID_FILE_ATTRIBUTES);
+    EXPECT_FALSE(ReadKey(kEntryKey));
+}
+
+TEST_F(JobFailureTest, UninstallerThatCannotBeWrittenFailsWithTheClientInPlace) {
+    bench::WriteFile(Client() / L"Uninstall.exe", "old");
+    const bench::OpenElsewhere open(Client() / L"Uninstall.exe", FILE_SHARE_READ);
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not write Uninstall.exe to the client folder.");
+    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+    EXPECT_FALSE(ReadKey(kEntryKey));
+}
+
+TEST_F(JobFailureTest, FailedRegistrationCountsAsFailureWithTheUninstallerWritten) {
+    toolConfig.programsDisplayName = std::wstring(300, L'n');  // Longer than a key name may be.
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not register the game in Programs and Features.");
+    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
+    EXPECT_EQ(bench::ReadFile(Client() / L"Uninstall.exe"), "the uninstaller's bytes");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, FailedReinstallShowsTheHeadlineOfARepair) {
+    toolConfig.archiveUrl = server_.Url(L"status/404");
+    RunJob(JobKind::Reinstall);
+    ExpectFailure(L"The server returned HTTP 404.");
+    EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, ReinstallOutsideAClientFolderIsRefusedAndDeletesNothing) {
+    bench::WriteFile(Client() / L"mine", "mine");
+    toolExePath = machine_.Root() / L"repair.exe";
+    RunJob(JobKind::Reinstall);
+    toolExePath = Tool();
+    ExpectFailure(
+        L"Safety check failed. Reinstall can only run from inside the game client folder.");
+    EXPECT_EQ(bench::FirstDifference({{L"mine", "mine"}}, ClientContents()), "");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+    EXPECT_FALSE(ReadKey(kEntryKey));
+}
+
+TEST_F(JobFailureTest, ReinstallWithTheTemporaryFolderInTheClientFolderIsRefused) {
+    const fs::path temp = Client() / L"temp";
+    fs::create_directory(temp);
+    bench::WriteFile(Client() / L"mine", "mine");
+    const bench::EnvironmentVariable tmp(L"TMP", temp);
+    RunJob(JobKind::Reinstall);
+    ExpectFailure(
+        L"Safety check failed. Reinstall can only run from inside the game client folder.");
+    EXPECT_EQ(bench::FirstDifference({{L"mine", "mine"}, {L"temp/", ""}}, ClientContents()), "");
+    resetForRetry();
+    RunJob(JobKind::Repair);
+    ExpectSuccess(kRepairSuccess);
+}
+
+TEST_F(JobFailureTest, PackageThatWouldBeDeletedAloneIsReasonEnoughForTheRefusal) {
+    // The two names are asked for one after the other.
+    const fs::path temp = Client() / L"temp";
+    fs::create_directory(temp);
+    int asked = 0;
+    const auto hook = HookCall<decltype(&::GetTempPathW)>(
+        kKernel32, "GetTempPathW", [&](DWORD size, LPWSTR path) -> DWORD {
+            const bench::EnvironmentVariable tmp(
+                L"TMP", ++asked == 1 ? temp.native() : machine_.Root().native());
+            return Real<decltype(&::GetTempPathW)>("GetTempPathW")(size, path);
+        });
+    bench::WriteFile(Client() / L"mine", "mine");
+    RunJob(JobKind::Reinstall);
+    ExpectFailure(
+        L"Safety check failed. Reinstall can only run from inside the game client folder.");
+    EXPECT_EQ(bench::ReadFile(Client() / L"mine"), "mine");
+    EXPECT_EQ(asked, 2);
+}
+
+TEST_F(JobFailureTest, CopyThatFailsInAReinstallNamesTheFile) {
+    bench::WriteFile(Client() / L"client.exe", "old");
+    const bench::OpenElsewhere open(Client() / L"client.exe", FILE_SHARE_READ);
+    RunJob(JobKind::Reinstall);
+    ExpectFailure(L"Could not repair this file: client.exe");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, ReadOnlyUninstallerFailsTheJob) {
+    bench::WriteFile(Client() / L"Uninstall.exe", "old");
+    bench::SetReadOnly(Client() / L"Uninstall.exe", true);
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not write Uninstall.exe to the client folder.");
+    EXPECT_EQ(bench::ReadFile(Client() / L"Uninstall.exe"), "old");
+}
+
+TEST_F(JobFailureTest, ToolWithoutAnUninstallerEndsInTheRegistrationsOwnMessage) {
+    const auto hook = HookCall<decltype(&::FindResourceW)>(
+        kKernel32, "FindResourceW", [](auto...) -> HRSRC { return nullptr; });
+    RunJob(JobKind::Repair);
+    ExpectFailure(
+        L"Could not register Programs and Features because Uninstall.exe was not written.");
+    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
+    EXPECT_FALSE(ReadKey(kEntryKey));
+}
+
+TEST_F(JobFailureTest, EntryThatCannotBeFinishedFailsTheJob) {
+    const auto hook = HookCall<decltype(&::RegSetValueExW)>(
+        L"advapi32.dll", "RegSetValueExW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not finish writing the Programs and Features registry entry.");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+TEST_F(JobFailureTest, CleanOutThatBreaksOffFailsTheJobAndStillCleansUp) {
+    bench::WriteFile(Client() / L"a", "x");
+    bench::WriteFile(Client() / L"b", "x");
+    const auto hook = HookCall<decltype(&::FindNextFileW)>(
+        kKernel32, "FindNextFileW", [](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
+            // The clean-out is the only one that lists with this text on the screen.
+            if (snapshot().statusLine == L"Preparing clean reinstall...") {
+                ::SetLastError(ERROR_READ_FAULT);
+                return FALSE;
+            }
+            return Real<decltype(&::FindNextFileW)>("FindNextFileW")(listing, found);
+        });
+    RunJob(JobKind::Reinstall);
+    ExpectFailure(L"Could not read the client folder while removing the old client files.");
+    EXPECT_FALSE(ClientContents().contains(L"client.exe"));
+    EXPECT_FALSE(ReadKey(kEntryKey));
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+// The clean-up.
+
+TEST_F(JobFailureTest, PackageStaysWhenCleaningItUpIsOff) {
+    toolConfig.cleanupArchive = false;
+    const auto expectNothingButThePackage = [&] {
+        ASSERT_THAT(TempFolder(), SizeIs(1));
+        EXPECT_TRUE(TempFolder().front().starts_with(L"KrvBrennickInstaller.exe_"));
+        EXPECT_TRUE(TempFolder().front().ends_with(L".zip"));
+        fs::remove(fs::temp_directory_path() / TempFolder().front());
+    };
+    RunJob(JobKind::Repair);
+    ExpectSuccess(kRepairSuccess);
+    expectNothingButThePackage();
+    resetForRetry();
+
+    toolConfig.archiveSha256 = std::wstring(64, L'0');
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"The downloaded package hash does not match the configured SHA-256.");
+    expectNothingButThePackage();
+    resetForRetry();
+
+    // With the scratch folder filled.
+    toolConfig.archiveSha256.clear();
+    bench::WriteFile(Client() / L"data" / L"maps" / L"a.map", "broken");
+    bench::SetReadOnly(Client() / L"data" / L"maps" / L"a.map", true);
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not repair this file: data\\maps\\a.map");
+    expectNothingButThePackage();
+}
+
+TEST_F(JobFailureTest, ArchiveIsRemovedAsASingleFileNeverAsATree) {
+    // Something else has taken the very name.
+    const auto ticks = HookCall<decltype(&::GetTickCount64)>(kKernel32, "GetTickCount64",
+                                                             []() -> ULONGLONG { return 42; });
+    const fs::path archive =
+        fs::temp_directory_path() /
+        (L"KrvBrennickInstaller.exe_" + std::to_wstring(::GetCurrentProcessId()) + L"_42.zip");
+    bench::WriteFile(archive / L"file", "kept");
+    RunJob(JobKind::Repair);
+    ExpectFailure(L"Could not create the temporary download file.");
+    EXPECT_EQ(bench::ReadFile(archive / L"file"), "kept");
+}
+
+TEST_F(JobFailureTest, ScratchFolderThatCannotGoDoesNotDisturbTheSuccess) {
+    // Something of it stays open, as a virus scanner would keep it.
+    std::unique_ptr<bench::OpenElsewhere> scanner;
+    const auto hook = HookCall<decltype(&::CopyFileW)>(
+        kKernel32, "CopyFileW", [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) -> BOOL {
+            if (!scanner) {
+                scanner = std::make_unique<bench::OpenElsewhere>(source, FILE_SHARE_READ);
+            }
+            return Real<decltype(&::CopyFileW)>("CopyFileW")(source, target, failIfExists);
+        });
+    RunJob(JobKind::Repair);
+    scanner.reset();
+    ExpectSuccess(kRepairSuccess);
+    ASSERT_THAT(TempFolder(), SizeIs(1));
+    EXPECT_TRUE(TempFolder().front().starts_with(L"KrvBrennickRepair_"));
+}
+
+}  // namespace

@@ -1,0 +1,285 @@
+#include "job/job_flow.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "bench_parts/call_hook.h"
+#include "common/tool_instance.h"
+#include "config/tool_config.h"
+#include "job/game_machine.h"
+#include "job/job_thread.h"
+#include "package/package_source.h"
+
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class JobRecordTest : public GameMachine {};
+
+constexpr wchar_t kKernel32[] = L"kernel32.dll";
+
+template <class Function>
+Function Real(const char* name) {
+    return RealFunction<Function>(kKernel32, name);
+}
+
+// The record on the way.
+
+// Looks again until the condition holds; false when it takes too long.
+bool Awaits(const std::function<bool()>& condition) {
+    const ULONGLONG deadline = ::GetTickCount64() + 60'000;
+    while (!condition()) {
+        if (::GetTickCount64() > deadline) {
+            return false;
+        }
+        ::SwitchToThread();
+    }
+    return true;
+}
+
+struct SeenState {
+    JobStage stage;
+    std::wstring status;
+    std::wstring detail;
+
+    bool operator==(const SeenState&) const = default;
+};
+
+// What the record says whenever a stage begins with its call into the system: what a player sees
+// while the stage works.
+std::vector<SeenState> StatesSeenDuring(const std::function<void()>& job) {
+    std::vector<SeenState> states;
+    const auto note = [&] {
+        const JobState state = snapshot();
+        const SeenState seen{state.stage, state.statusLine, state.detailLine};
+        if (states.empty() || states.back() != seen) {
+            states.push_back(seen);
+        }
+    };
+    const auto temp = HookCall<decltype(&::GetTempPathW)>(
+        kKernel32, "GetTempPathW", [&](DWORD size, LPWSTR buffer) -> DWORD {
+            note();
+            return Real<decltype(&::GetTempPathW)>("GetTempPathW")(size, buffer);
+        });
+    const auto resource = HookCall<decltype(&::FindResourceW)>(
+        kKernel32, "FindResourceW", [&](HMODULE module, LPCWSTR name, LPCWSTR type) -> HRSRC {
+            note();
+            return Real<decltype(&::FindResourceW)>("FindResourceW")(module, name, type);
+        });
+    const auto key = HookCall<decltype(&::RegCreateKeyExW)>(
+        L"advapi32.dll", "RegCreateKeyExW", [&](auto... arguments) -> LSTATUS {
+            note();
+            return RealFunction<decltype(&::RegCreateKeyExW)>(L"advapi32.dll",
+                                                              "RegCreateKeyExW")(arguments...);
+        });
+    job();
+    return states;
+}
+
+TEST_F(JobRecordTest, ShowsWhatItBeginsWith) {
+    const auto repair = StatesSeenDuring([&] { RunJob(JobKind::Repair); });
+    ASSERT_FALSE(repair.empty());
+    EXPECT_EQ(repair.front(), (SeenState{JobStage::Downloading, L"Starting repair...",
+                                         L"Preparing CDN package..."}));
+    resetForRetry();
+    const auto reinstall = StatesSeenDuring([&] { RunJob(JobKind::Reinstall); });
+    ASSERT_FALSE(reinstall.empty());
+    EXPECT_EQ(reinstall.front(), (SeenState{JobStage::Downloading, L"Starting reinstall...",
+                                            L"Preparing CDN package..."}));
+}
+
+TEST_F(JobRecordTest, JobsBodyPutsItsKindOnAFreshRecordItself) {
+    toolConfig.archiveUrl.clear();
+    ASSERT_EQ(snapshot().kind, JobKind::None);
+    const auto seen = StatesSeenDuring([] { runJob(JobKind::Reinstall); });
+    ASSERT_FALSE(seen.empty());
+    EXPECT_EQ(seen.front(), (SeenState{JobStage::Downloading, L"Starting reinstall...",
+                                       L"Preparing CDN package..."}));
+    EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+    ExpectFailure(L"No valid CDN package URL is configured.");
+}
+
+TEST_F(JobRecordTest, ShowsTheTwoStepsOfFinishing) {
+    const auto seen = StatesSeenDuring([&] { RunJob(JobKind::Repair); });
+    ASSERT_GE(seen.size(), 2u);
+    EXPECT_EQ(seen[seen.size() - 2],
+              (SeenState{JobStage::Finishing, L"Finishing...", L"Writing Uninstall.exe..."}));
+    EXPECT_EQ(seen.back(), (SeenState{JobStage::Finishing, L"Finishing...",
+                                      L"Registering Programs and Features entry..."}));
+}
+
+// The end.
+
+struct PostedMessage {
+    HWND window;
+    UINT message;
+    WPARAM wParam;
+    LPARAM lParam;
+    JobStage stage;  // What the record said at that moment.
+};
+
+std::vector<PostedMessage> MessagesPostedDuring(const std::function<void()>& job) {
+    std::vector<PostedMessage> messages;
+    const auto hook = HookCall<decltype(&::PostMessageW)>(
+        L"user32.dll", "PostMessageW",
+        [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> BOOL {
+            messages.push_back({window, message, wParam, lParam, snapshot().stage});
+            return TRUE;
+        });
+    job();
+    return messages;
+}
+
+TEST_F(JobRecordTest, SuccessPostsOneMessageToTheWindowAfterTheRecordSaysDone) {
+    mainWindow = ::GetDesktopWindow();  // Nothing arrives there: the posting is hooked.
+    const auto messages = MessagesPostedDuring([&] { RunJob(JobKind::Repair); });
+    mainWindow = nullptr;
+    ASSERT_THAT(messages, SizeIs(1));
+    EXPECT_EQ(messages[0].window, ::GetDesktopWindow());
+    EXPECT_EQ(messages[0].message, 0x8001u);
+    EXPECT_EQ(messages[0].wParam, 0u);
+    EXPECT_EQ(messages[0].lParam, 0);
+    EXPECT_EQ(messages[0].stage, JobStage::Done);
+}
+
+TEST_F(JobRecordTest, FailurePostsNothing) {
+    toolConfig.archiveUrl = server_.Url(L"status/404");
+    EXPECT_THAT(MessagesPostedDuring([&] { RunJob(JobKind::Repair); }), IsEmpty());
+}
+
+TEST_F(JobRecordTest, SuccessIsPublishedAfterTheCleanUp) {
+    int removals = 0;
+    const auto hook = HookCall<decltype(&::SetFileInformationByHandle)>(
+        kKernel32, "SetFileInformationByHandle", [&](auto...) -> BOOL {
+            ++removals;
+            EXPECT_TRUE(jobProgress.running);
+            EXPECT_NE(snapshot().stage, JobStage::Done);
+            ::SetLastError(ERROR_NOT_SUPPORTED);
+            return FALSE;
+        });
+    RunJob(JobKind::Repair);
+    ExpectSuccess(kRepairSuccess);
+    EXPECT_GT(removals, 2);
+    EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+// Starting and resetting.
+
+TEST_F(JobRecordTest, StartIsRefusedWithoutAnyEffectBeforeTheLastJobIsCollected) {
+    ASSERT_TRUE(beginJob(JobKind::Repair, server_.Url(L"status/404"), [] {}));
+    const std::wstring firstUrl = selectedPackageUrl;
+    EXPECT_FALSE(beginJob(JobKind::Reinstall, PackageUrl(kZip), [] { ADD_FAILURE(); }));
+    EXPECT_EQ(selectedPackageUrl, firstUrl);
+    EXPECT_TRUE(Awaits([] { return !jobProgress.running; }));
+    EXPECT_FALSE(beginJob(JobKind::Reinstall, PackageUrl(kZip), [] { ADD_FAILURE(); }));
+    EXPECT_EQ(snapshot().kind, JobKind::Repair);
+    JoinJobThread();
+    ExpectFailure(L"The server returned HTTP 404.");
+}
+
+TEST_F(JobRecordTest, WindowsShareIsDoneOnTheClearedRecordBeforeTheThreadExists) {
+    reportFailure(L"an older failure");
+    int calls = 0;
+    ASSERT_TRUE(beginJob(JobKind::Reinstall, L" http://127.0.0.1:1/ ", [&] {
+        ++calls;
+        EXPECT_FALSE(JobThreadExists());
+        EXPECT_TRUE(jobProgress.running);
+        EXPECT_FALSE(jobProgress.failed);
+        EXPECT_EQ(snapshot().stage, JobStage::Idle);
+        EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+        EXPECT_EQ(snapshot().detailLine, L"");
+        EXPECT_EQ(selectedPackageUrl, L"http://127.0.0.1:1/");
+    }));
+    JoinJobThread();
+    EXPECT_EQ(calls, 1);
+}
+
+TEST_F(JobRecordTest, RetryBringsBackTheReadyRecordAndForgetsTheUrl) {
+    toolConfig.archiveUrl = server_.Url(L"status/404");
+    ASSERT_TRUE(beginJob(JobKind::Repair, L"", [] {}));
+    resetForRetry();
+    EXPECT_FALSE(JobThreadExists());
+    EXPECT_EQ(selectedPackageUrl, L"");
+    EXPECT_EQ(snapshot().statusLine, L"Ready.");
+    EXPECT_EQ(snapshot().stage, JobStage::Idle);
+    EXPECT_FALSE(jobProgress.failed);
+    EXPECT_FALSE(jobProgress.finished);
+}
+
+TEST_F(JobRecordTest, KindThatIsNeitherBehavesAsARepair) {
+    bench::WriteFile(Client() / L"mine", "mine");
+    RunJob(static_cast<JobKind>(7));
+    ExpectSuccess(kRepairSuccess);
+    EXPECT_EQ(bench::ReadFile(Client() / L"mine"), "mine");
+}
+
+TEST_F(JobRecordTest, StopDuringTheDownloadEndsSilentlyAndCleansUp) {
+    toolConfig.archiveUrl = server_.Url(L"stall/5000000/2200000");
+    ASSERT_TRUE(beginJob(JobKind::Repair, L"", [] {}));
+    EXPECT_TRUE(Awaits([] { return snapshot().bytesTotal != 0; }));
+    requestCancel();
+    server_.ReleaseWaits();
+    JoinJobThread();
+    EXPECT_EQ(snapshot().errorMessage, L"");
+    EXPECT_FALSE(jobProgress.failed);
+    EXPECT_TRUE(jobProgress.running);  // The window clears it when it closes.
+    EXPECT_THAT(TempFolder(), IsEmpty());
+    EXPECT_THAT(ClientContents(), IsEmpty());
+}
+
+TEST_F(JobRecordTest, StopDuringTheVerificationEndsSilentlyAndCleansUp) {
+    // The window asks for it while the first file is copied.
+    const auto hook = HookCall<decltype(&::CopyFileW)>(
+        kKernel32, "CopyFileW", [](LPCWSTR source, LPCWSTR target, BOOL failIfExists) -> BOOL {
+            requestCancel();
+            return Real<decltype(&::CopyFileW)>("CopyFileW")(source, target, failIfExists);
+        });
+    RunJob(JobKind::Repair);
+    EXPECT_EQ(snapshot().errorMessage, L"");
+    EXPECT_FALSE(jobProgress.failed);
+    EXPECT_THAT(TempFolder(), IsEmpty());
+    EXPECT_FALSE(bench::FirstDifference(LoneFolderPackage(), ClientContents()).empty());
+}
+
+TEST_F(JobRecordTest, EndIsNeverSeenHalfWay) {
+    for (const bool succeeds : {true, false}) {
+        for (int round = 0; round < 300; ++round) {
+            ClearForJobStart(JobKind::Repair);
+            StartJobThread([succeeds] {
+                if (succeeds) {
+                    ReportSuccess(kRepairSuccess);
+                } else {
+                    reportFailure(L"broken");
+                }
+            });
+            ASSERT_TRUE(Awaits([] { return jobProgress.finished.load(); }));
+            // Whoever sees the end under the lock sees all of it.
+            const JobState state = snapshot();
+            EXPECT_EQ(state.stage, succeeds ? JobStage::Done : JobStage::Failed);
+            EXPECT_FALSE(jobProgress.running);
+            EXPECT_EQ(jobProgress.failed, !succeeds);
+            JoinJobThread();
+        }
+    }
+}
+
+TEST_F(JobRecordTest, StopDuringTheUnpackingFailsAndCleansUp) {
+    machine_.PutRecorder(machine_.CurrentFolder() / L"tar.exe", "hold");
+    machine_.PutRecorder(machine_.CurrentFolder() / L"powershell.exe", "exit 1");
+    ASSERT_TRUE(beginJob(JobKind::Repair, L"", [] {}));
+    machine_.AwaitRuns(1);
+    requestCancel();
+    JoinJobThread();
+    ExpectFailure(
+        L"ZIP extraction failed.\nCheck that the downloaded package is a complete .zip archive and "
+        L"that you have permission to write to the install folder.");
+    EXPECT_THAT(TempFolder(), IsEmpty());
+    EXPECT_THAT(ClientContents(), IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,98 @@
+// Whole jobs in client folders with a difficult path: signs that mean something to a command line,
+// a shell or a URL, other alphabets, and a path not far below the system's limit.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <ostream>
+#include <string>
+
+#include "common/tool_instance.h"
+#include "config/tool_config.h"
+#include "job/game_machine.h"
+#include "job/job_flow.h"
+#include "system/registry_entry.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr wchar_t kRar[] = L"rar5_plain.rar";
+
+struct OddFolder {
+    const char* name;
+    const wchar_t* relativePath;
+    size_t length;  // To which the full path is filled up; 0 leaves it as it is.
+};
+
+void PrintTo(const OddFolder& folder, std::ostream* out) {
+    *out << folder.name;
+}
+
+std::string NameOf(const testing::TestParamInfo<OddFolder>& folder) {
+    return folder.param.name;
+}
+
+class OddClientFolder : public GameMachine, public testing::WithParamInterface<OddFolder> {
+protected:
+    void SetUp() override {
+        folder_ = machine_.Root() / GetParam().relativePath;
+        const size_t length = folder_.native().size();
+        folder_ += std::wstring(std::max(length, GetParam().length) - length, L'l');
+        bench::WriteFile(folder_ / L"repair.exe", kToolBytes);
+        bench::WriteFile(folder_ / L"client.exe", "old");
+        bench::WriteFile(folder_ / L"settings.ini", "mine");
+        toolFolder = folder_;
+        toolExePath = folder_ / L"repair.exe";
+    }
+
+    // The folder without what the job and the tool itself bring along.
+    [[nodiscard]] bench::Contents Contents() const {
+        bench::Contents contents = bench::FolderContents(folder_);
+        EXPECT_EQ(contents[L"repair.exe"], kToolBytes);
+        for (const wchar_t* const name : {L"repair.exe", L"Uninstall.exe", L"7z.exe", L"7z.dll"}) {
+            contents.erase(name);
+        }
+        return contents;
+    }
+
+    void ExpectRegistered() const {
+        const auto entry = ReadKey(kEntryKey);
+        ASSERT_TRUE(entry);
+        EXPECT_EQ(entry->at(L"InstallLocation"), StoredText(folder_.native()));
+        EXPECT_EQ(entry->at(L"UninstallString"),
+                  StoredText(L"\"" + folder_.native() + L"\\Uninstall.exe\""));
+        EXPECT_EQ(entry->at(L"DisplayIcon"), StoredText(folder_.native() + L"\\client.exe,0"));
+    }
+
+    fs::path folder_;
+};
+
+constexpr OddFolder kFolders[] = {
+    {"Signs", L"%TEMP% O'Brien's 'Spiele' & 100% [a] (b) {c}, d;e=f+g!h #$^~@`", 0},
+    {"Alphabets", L"\u00dcb\u00e4r \u00df\\\u6f22\u5b57 \u30b2\u30fc\u30e0 \U0001f3ae", 0},
+    {"Long", L"l", 215},  // The package's longest name fits in below 260.
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, OddClientFolder, testing::ValuesIn(kFolders), NameOf);
+
+TEST_P(OddClientFolder, IsRepairedWithAProgramBesideTheToolAndReinstalled) {
+    machine_.PutSevenZip(folder_ / L"7z.exe");
+    toolConfig.archiveUrl = PackageUrl(kRar);
+    RunJob(JobKind::Repair);
+    ExpectSuccess(kRepairSuccess);
+    bench::Contents expected = bench::PackageContents(kRar);
+    expected[L"settings.ini"] = "mine";
+    EXPECT_EQ(bench::FirstDifference(expected, Contents()), "");
+    ExpectRegistered();
+
+    resetForRetry();
+    toolConfig.archiveUrl = PackageUrl(kZip);
+    RunJob(JobKind::Reinstall);
+    ExpectSuccess(L"Reinstall complete.");
+    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), Contents()), "");
+    ExpectRegistered();
+}
+
+}  // namespace

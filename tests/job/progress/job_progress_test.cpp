@@ -1,0 +1,405 @@
+#include "job/progress/job_progress.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <thread>
+#include <type_traits>
+#include <utility>
+
+#include "bench_parts/call_hook.h"
+#include "bench_parts/import_hook.h"
+#include "common/handles.h"
+#include "common/tool_instance.h"
+
+namespace {
+
+// Every test starts and ends with the one record in its initial state.
+class JobProgressTest : public testing::Test {
+protected:
+    void SetUp() override {
+        resetJobProgress();
+    }
+    void TearDown() override {
+        resetJobProgress();
+    }
+};
+
+void ExpectInitialState() {
+    EXPECT_FALSE(jobProgress.cancelRequested);
+    EXPECT_FALSE(jobProgress.running);
+    EXPECT_FALSE(jobProgress.finished);
+    EXPECT_FALSE(jobProgress.failed);
+    const JobState state = snapshot();
+    EXPECT_EQ(state.stage, JobStage::Idle);
+    EXPECT_EQ(state.kind, JobKind::None);
+    EXPECT_EQ(state.bytesTotal, 0u);
+    EXPECT_EQ(state.bytesReceived, 0u);
+    EXPECT_EQ(state.bytesPerSecond, 0.0);
+    EXPECT_EQ(state.filesTotal, 0u);
+    EXPECT_EQ(state.filesDone, 0u);
+    EXPECT_EQ(state.filesRepaired, 0u);
+    EXPECT_EQ(state.statusLine, L"Ready.");
+    EXPECT_EQ(state.detailLine, L"");
+    EXPECT_EQ(state.errorMessage, L"");
+    EXPECT_EQ(jobProgress.childProcess, nullptr);
+}
+
+// Leaves no field at its initial value.
+void FillEverything() {
+    jobProgress.cancelRequested = true;
+    jobProgress.running = true;
+    jobProgress.finished = true;
+    jobProgress.failed = true;
+    jobProgress.childProcess = ::GetCurrentProcess();
+    UpdateJobState([](JobState& state) {
+        state = {JobStage::Finishing, JobKind::Reinstall, 1, 2, 3.0, 4, 5, 6, L"s", L"d", L"e"};
+    });
+}
+
+TEST(JobProgress, StartsReadyBeforeAnythingRuns) {
+    // No reset first: what static initialisation left is what the window meets.
+    ExpectInitialState();
+}
+
+TEST(JobProgress, StagesAndKindsHaveTheirFixedNumbers) {
+    EXPECT_EQ(static_cast<uint32_t>(JobStage::Idle), 0u);
+    EXPECT_EQ(static_cast<uint32_t>(JobStage::Downloading), 1u);
+    EXPECT_EQ(static_cast<uint32_t>(JobStage::VerifyingPackage), 2u);
+    EXPECT_EQ(static_cast<uint32_t>(JobStage::Extracting), 3u);
+    EXPECT_EQ(static_cast<uint32_t>(JobStage::Finishing), 4u);
+    EXPECT_EQ(static_cast<uint32_t>(JobStage::Done), 5u);
+    EXPECT_EQ(static_cast<uint32_t>(JobStage::Failed), 6u);
+    EXPECT_EQ(static_cast<uint32_t>(JobKind::None), 0u);
+    EXPECT_EQ(static_cast<uint32_t>(JobKind::Repair), 1u);
+    EXPECT_EQ(static_cast<uint32_t>(JobKind::Reinstall), 2u);
+    EXPECT_TRUE((std::is_same_v<std::underlying_type_t<JobStage>, uint32_t>));
+    EXPECT_TRUE((std::is_same_v<std::underlying_type_t<JobKind>, uint32_t>));
+    EXPECT_EQ(sizeof jobProgress.running, 1u);
+    EXPECT_TRUE(decltype(jobProgress.running)::is_always_lock_free);
+}
+
+TEST_F(JobProgressTest, ResetBringsEveryFieldBack) {
+    FillEverything();
+    resetJobProgress();
+    ExpectInitialState();
+}
+
+TEST_F(JobProgressTest, ReportStageChangesStageAndTextsAndNothingElse) {
+    FillEverything();
+    reportStage(JobStage::Extracting, L"status", L"detail");
+    const JobState state = snapshot();
+    EXPECT_EQ(state.stage, JobStage::Extracting);
+    EXPECT_EQ(state.statusLine, L"status");
+    EXPECT_EQ(state.detailLine, L"detail");
+    EXPECT_EQ(state.kind, JobKind::Reinstall);
+    EXPECT_EQ(state.filesDone, 5u);
+    EXPECT_EQ(state.errorMessage, L"e");
+    EXPECT_TRUE(jobProgress.failed);
+}
+
+TEST_F(JobProgressTest, JobStartSetsTheFlagsAndClearsTheRecord) {
+    FillEverything();
+    ClearForJobStart(JobKind::Repair);
+    EXPECT_FALSE(jobProgress.cancelRequested);
+    EXPECT_TRUE(jobProgress.running);
+    EXPECT_FALSE(jobProgress.finished);
+    EXPECT_FALSE(jobProgress.failed);
+    EXPECT_EQ(jobProgress.childProcess, nullptr);
+    const JobState state = snapshot();
+    EXPECT_EQ(state.stage, JobStage::Idle);
+    EXPECT_EQ(state.kind, JobKind::Repair);
+    EXPECT_EQ(state.bytesTotal + state.bytesReceived, 0u);
+    EXPECT_EQ(state.bytesPerSecond, 0.0);
+    EXPECT_EQ(state.filesTotal + state.filesDone + state.filesRepaired, 0u);
+    EXPECT_EQ(state.statusLine + state.detailLine + state.errorMessage, L"");
+}
+
+TEST_F(JobProgressTest, FailureSetsStageFlagsAndTexts) {
+    ClearForJobStart(JobKind::Repair);
+    reportFailure(L"Something broke.");
+    EXPECT_TRUE(jobProgress.failed);
+    EXPECT_TRUE(jobProgress.finished);
+    EXPECT_FALSE(jobProgress.running);
+    const JobState state = snapshot();
+    EXPECT_EQ(state.stage, JobStage::Failed);
+    EXPECT_EQ(state.statusLine, L"Repair failed.");
+    EXPECT_EQ(state.detailLine, L"Something broke.");
+    EXPECT_EQ(state.errorMessage, L"Something broke.");
+}
+
+TEST_F(JobProgressTest, FailedReinstallShowsTheSameHeadline) {
+    ClearForJobStart(JobKind::Reinstall);
+    reportFailure(L"x");
+    EXPECT_EQ(snapshot().statusLine, L"Repair failed.");
+    EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+}
+
+TEST_F(JobProgressTest, FailureTakesTheRecordsOwnTextsAsMessage) {
+    reportStage(JobStage::Finishing, L"status", L"already the message");
+    reportFailure(jobProgress.state.detailLine);
+    EXPECT_EQ(snapshot().detailLine, L"already the message");
+    EXPECT_EQ(snapshot().errorMessage, L"already the message");
+    EXPECT_EQ(snapshot().statusLine, L"Repair failed.");
+
+    reportFailure(jobProgress.state.errorMessage);
+    EXPECT_EQ(snapshot().detailLine, L"already the message");
+    EXPECT_EQ(snapshot().errorMessage, L"already the message");
+}
+
+TEST_F(JobProgressTest, FailureKeepsTheCounters) {
+    UpdateJobState([](JobState& state) { state.filesDone = 7; });
+    reportFailure(L"x");
+    EXPECT_EQ(snapshot().filesDone, 7u);
+}
+
+TEST_F(JobProgressTest, SuccessSetsStageAndFlagsAndKeepsTheLastDetail) {
+    ClearForJobStart(JobKind::Repair);
+    reportStage(JobStage::Finishing, L"Finishing...", L"the last detail");
+    ReportSuccess(L"Repair complete.");
+    EXPECT_FALSE(jobProgress.running);
+    EXPECT_TRUE(jobProgress.finished);
+    EXPECT_FALSE(jobProgress.failed);
+    const JobState state = snapshot();
+    EXPECT_EQ(state.stage, JobStage::Done);
+    EXPECT_EQ(state.statusLine, L"Repair complete.");
+    EXPECT_EQ(state.detailLine, L"the last detail");
+}
+
+TEST_F(JobProgressTest, SuccessSaysReadyOnlyWhereTheDetailIsEmpty) {
+    ClearForJobStart(JobKind::Repair);
+    ReportSuccess(L"Repair complete.");
+    EXPECT_EQ(snapshot().detailLine, L"Client is ready.");
+}
+
+TEST_F(JobProgressTest, CancelRequestSetsTheFlagWithoutAChild) {
+    requestCancel();
+    EXPECT_TRUE(jobProgress.cancelRequested);
+    EXPECT_FALSE(jobProgress.running);
+}
+
+// A process of its own that would run for a minute; ended by the test or by the destructor.
+class WaitingChild {
+public:
+    WaitingChild() {
+        std::wstring command = BENCH_CHILD_PROGRAM L" sleep 60000";
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION started{};
+        if (::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW,
+                             nullptr, nullptr, &startup, &started)) {
+            process_.reset(started.hProcess);
+            ::CloseHandle(started.hThread);
+        }
+    }
+    ~WaitingChild() {
+        if (process_) {
+            ::TerminateProcess(process_.get(), 99);
+        }
+    }
+    WaitingChild(const WaitingChild&) = delete;
+    WaitingChild& operator=(const WaitingChild&) = delete;
+
+    HANDLE Process() const {
+        return process_.get();
+    }
+
+private:
+    KernelHandle process_;
+};
+
+TEST_F(JobProgressTest, CancelRequestEndsTheUnpackingProgramWithCodeOne) {
+    const WaitingChild child;
+    ASSERT_NE(child.Process(), nullptr);
+    {
+        const std::lock_guard guard(jobProgress.lock);
+        jobProgress.childProcess = child.Process();
+    }
+    requestCancel();
+    ASSERT_EQ(::WaitForSingleObject(child.Process(), 10'000), WAIT_OBJECT_0);
+    DWORD exitCode = 0;
+    ASSERT_TRUE(::GetExitCodeProcess(child.Process(), &exitCode));
+    EXPECT_EQ(exitCode, 1u);
+    EXPECT_TRUE(jobProgress.cancelRequested);
+    EXPECT_EQ(jobProgress.childProcess, child.Process());
+}
+
+TEST_F(JobProgressTest, CancelRequestIsThereBeforeTheUnpackingProgramEnds) {
+    // Otherwise the job would take the program's end for a failure of the package.
+    bool wasRequested = false;
+    const auto hook = HookCall<decltype(&::TerminateProcess)>(
+        L"kernel32.dll", "TerminateProcess", [&](HANDLE, UINT) -> BOOL {
+            wasRequested = jobProgress.cancelRequested;
+            return TRUE;
+        });
+    jobProgress.childProcess = ::GetCurrentProcess();
+    requestCancel();
+    EXPECT_TRUE(wasRequested);
+}
+
+BOOL WINAPI TerminateUnderTheLock(HANDLE, UINT) {
+    std::thread([] { EXPECT_FALSE(jobProgress.lock.try_lock()); }).join();
+    return TRUE;
+}
+
+TEST_F(JobProgressTest, CancelRequestHoldsTheChildsHandleFastWhileEndingIt) {
+    const bench::ImportHook hook(L"kernel32.dll", "TerminateProcess",
+                                 reinterpret_cast<void*>(&TerminateUnderTheLock));
+    ASSERT_TRUE(hook.Installed());
+    jobProgress.childProcess = ::GetCurrentProcess();
+    requestCancel();
+}
+
+TEST_F(JobProgressTest, NothingIsPostedByAStageOrAFailure) {
+    MSG message{};
+    ::PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);  // Gives this thread a queue.
+    mainWindow = nullptr;                                  // A post to it would arrive here.
+    reportStage(JobStage::Finishing, L"", L"");
+    reportFailure(L"x");
+    ReportSuccess(L"x");
+    EXPECT_FALSE(::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+}
+
+// What one update writes: stage, counters and texts all derived from one number.
+void WriteConsistently(JobState& state, uint64_t number) {
+    state.stage = static_cast<JobStage>(number % 7);
+    state.bytesTotal = number;
+    state.bytesReceived = number + 1;
+    state.bytesPerSecond = static_cast<double>(number);
+    state.filesTotal = number + 2;
+    state.filesDone = number + 3;
+    state.filesRepaired = number + 4;
+    // Longer and shorter than the short-string buffer in turns, so that tearing would also crash.
+    state.statusLine = std::wstring(number % 40, L's') + std::to_wstring(number);
+    state.detailLine = std::to_wstring(number) + std::wstring(number % 40, L'd');
+}
+
+bool IsConsistent(const JobState& state) {
+    JobState expected;
+    WriteConsistently(expected, state.bytesTotal);
+    return state.stage == expected.stage && state.bytesReceived == expected.bytesReceived &&
+           state.bytesPerSecond == expected.bytesPerSecond &&
+           state.filesTotal == expected.filesTotal && state.filesDone == expected.filesDone &&
+           state.filesRepaired == expected.filesRepaired &&
+           state.statusLine == expected.statusLine && state.detailLine == expected.detailLine;
+}
+
+TEST_F(JobProgressTest, SnapshotNeverTearsWhileTheJobWrites) {
+    constexpr uint64_t kUpdates = 200'000;
+    UpdateJobState([](JobState& state) { WriteConsistently(state, 0); });
+    std::atomic<bool> isWriting = true;
+    std::thread job([&] {
+        for (uint64_t number = 1; number <= kUpdates; ++number) {
+            UpdateJobState([&](JobState& state) { WriteConsistently(state, number); });
+        }
+        isWriting = false;
+    });
+    uint64_t torn = 0;
+    uint64_t distinct = 0;
+    uint64_t last = 0;
+    while (isWriting) {
+        const JobState state = snapshot();
+        torn += IsConsistent(state) ? 0 : 1;
+        distinct += state.bytesTotal != last ? 1 : 0;
+        last = state.bytesTotal;
+    }
+    job.join();
+    EXPECT_EQ(torn, 0u);
+    EXPECT_GT(distinct, 1u);
+    EXPECT_EQ(snapshot().bytesTotal, kUpdates);
+}
+
+// Executes code instruction by instruction and looks at the flags after each, as another thread
+// might. That thread itself would hardly ever come in time.
+constexpr DWORD kBeginStepping = 0xE0000001;
+constexpr DWORD kTrapFlag = 0x100;
+bool isStepping = false;
+unsigned steps = 0;
+unsigned endsSeen = 0;
+unsigned halfEndsSeen = 0;
+
+LONG CALLBACK LookAtTheFlags(EXCEPTION_POINTERS* exception) {
+    const DWORD code = exception->ExceptionRecord->ExceptionCode;
+    if (code != kBeginStepping && code != static_cast<DWORD>(EXCEPTION_SINGLE_STEP)) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    if (isStepping) {
+        ++steps;
+        if (!jobProgress.running) {
+            ++endsSeen;
+            halfEndsSeen += jobProgress.finished && jobProgress.failed ? 0 : 1;
+        }
+        exception->ContextRecord->EFlags |= kTrapFlag;
+    }
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+TEST_F(JobProgressTest, AFailureIsNeverSeenHalfWay) {
+    ClearForJobStart(JobKind::Repair);
+    void* const handler = ::AddVectoredExceptionHandler(1, &LookAtTheFlags);
+    steps = endsSeen = halfEndsSeen = 0;
+    isStepping = true;
+    ::RaiseException(kBeginStepping, 0, 0, nullptr);
+    reportFailure(L"broken");
+    isStepping = false;
+    ::RemoveVectoredExceptionHandler(handler);
+    EXPECT_GT(steps, endsSeen);
+    EXPECT_GT(endsSeen, 0u);
+    EXPECT_EQ(halfEndsSeen, 0u);
+}
+
+TEST_F(JobProgressTest, WhoSeesRunningFalseSeesFinishedAndTheFailureText) {
+    for (int round = 0; round < 2'000; ++round) {
+        ClearForJobStart(JobKind::Repair);
+        std::thread job([] { reportFailure(L"broken"); });
+        while (jobProgress.running) {
+            std::this_thread::yield();
+        }
+        EXPECT_TRUE(jobProgress.finished);
+        EXPECT_TRUE(jobProgress.failed);
+        const JobState state = snapshot();
+        EXPECT_EQ(state.stage, JobStage::Failed);
+        EXPECT_EQ(state.detailLine, L"broken");
+        job.join();
+    }
+}
+
+// The mutex of another system cannot be broken from here; that no exception gets out of the
+// record's operations is what the window relies on.
+static_assert(noexcept(resetJobProgress()));
+static_assert(noexcept(reportStage(JobStage::Idle, std::wstring_view(), std::wstring_view())));
+static_assert(noexcept(reportFailure(std::declval<std::wstring>())));
+static_assert(noexcept(ReportSuccess(std::wstring_view())));
+static_assert(noexcept(ClearForJobStart(JobKind::None)));
+static_assert(noexcept(snapshot()));
+static_assert(noexcept(requestCancel()));
+static_assert(noexcept(UpdateJobState(std::declval<void (*)(JobState&)>())));
+
+#ifdef __MINGW32__
+// A healthy mutex does not fail. This one checks who locks it, and is locked twice by one thread.
+TEST_F(JobProgressTest, FailingMutexEndsTheProgram) {
+    EXPECT_EXIT(
+        {
+            std::set_terminate([] {
+                try {
+                    std::rethrow_exception(std::current_exception());
+                } catch (const std::system_error& error) {
+                    std::_Exit(error.code() == std::errc::resource_deadlock_would_occur ? 77 : 78);
+                }
+            });
+            *jobProgress.lock.native_handle() = PTHREAD_ERRORCHECK_MUTEX_INITIALIZER;
+            // As in the program, nobody catches.
+            std::thread([] {
+                const std::lock_guard guard(jobProgress.lock);
+                reportStage(JobStage::Finishing, L"", L"");
+            }).join();
+        },
+        testing::ExitedWithCode(77), "");
+}
+#endif
+
+}  // namespace
