@@ -10,11 +10,13 @@
 
 // ImportHook for callables with captures:
 //
-//   const auto hook = HookCall<decltype(&::WinHttpOpen)>(
+//   const auto hook = bench::HookCall<decltype(&::WinHttpOpen)>(
 //       L"winhttp.dll", "WinHttpOpen", [&](auto&&...) -> HINTERNET { return nullptr; });
 //
 // A lambda has a type of its own, so each hook in the source has its own slot; the same line must
 // not be in use twice at a time.
+
+namespace bench {
 
 template <class Function, class Callable>
 class CallHook;
@@ -38,7 +40,7 @@ private:
     static inline Callable* active = nullptr;
 
     Callable callable_;
-    bench::ImportHook hook_;
+    ImportHook hook_;
 };
 
 template <class Function, class Callable>
@@ -51,5 +53,7 @@ template <class Function, class Callable>
 // The function itself, whatever hooks there are.
 template <class Function>
 Function RealFunction(const wchar_t* dllName, const char* functionName) {
-    return reinterpret_cast<Function>(bench::RealAddress(dllName, functionName));
+    return reinterpret_cast<Function>(RealAddress(dllName, functionName));
 }
+
+}  // namespace bench

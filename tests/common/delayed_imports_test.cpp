@@ -45,10 +45,10 @@ TEST(DelayedImports, LeadToTheFunctionAfterTheFirstCall) {
 // The second argument travels in another kind of register than whole numbers do.
 TEST(DelayedImports, PassFractionsOnInTheFirstCall) {
     // Leaves something else in that register.
-    const auto load = HookCall<decltype(&::LoadLibraryExA)>(
+    const auto load = bench::HookCall<decltype(&::LoadLibraryExA)>(
         L"kernel32.dll", "LoadLibraryExA",
-        [real = RealFunction<decltype(&::LoadLibraryExA)>(L"kernel32.dll", "LoadLibraryExA")](
-            LPCSTR name, HANDLE file, DWORD flags) {
+        [real = bench::RealFunction<decltype(&::LoadLibraryExA)>(
+             L"kernel32.dll", "LoadLibraryExA")](LPCSTR name, HANDLE file, DWORD flags) {
             volatile double value = 77.0;
             value = std::pow(value, 1.5);
             return real(name, file, flags);
@@ -63,11 +63,11 @@ TEST(DelayedImports, PassFractionsOnInTheFirstCall) {
 // Instead of calling nothing at all. The exception stands for the program's end.
 TEST(DelayedImports, EndTheProgramWhereWindowsLacksAFunction) {
     std::string message;
-    const auto end = HookCall<decltype(&::FatalAppExitA)>(L"kernel32.dll", "FatalAppExitA",
-                                                          [&](UINT, LPCSTR text) {
-                                                              message = text;
-                                                              throw std::runtime_error("ended");
-                                                          });
+    const auto end = bench::HookCall<decltype(&::FatalAppExitA)>(
+        L"kernel32.dll", "FatalAppExitA", [&](UINT, LPCSTR text) {
+            message = text;
+            throw std::runtime_error("ended");
+        });
     EXPECT_THROW(FindImport({nullptr, "winhttp.dll", "NoSuchFunction"}), std::runtime_error);
     EXPECT_EQ(message, "Windows does not provide NoSuchFunction in winhttp.dll.");
     EXPECT_THROW(FindImport({nullptr, "no_such.dll", "WinHttpOpen"}), std::runtime_error);

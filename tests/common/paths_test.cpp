@@ -298,7 +298,7 @@ DWORD dosNameError = ERROR_SUCCESS;
 
 DWORD WINAPI GiveNoDosName(HANDLE entry, LPWSTR text, DWORD size, DWORD flags) {
     if ((flags & VOLUME_NAME_NT) != 0) {
-        return RealFunction<decltype(&::GetFinalPathNameByHandleW)>(
+        return bench::RealFunction<decltype(&::GetFinalPathNameByHandleW)>(
             L"kernel32.dll", "GetFinalPathNameByHandleW")(entry, text, size, flags);
     }
     ::SetLastError(dosNameError);

@@ -175,9 +175,9 @@ TEST(RemoveTree, DoesNotFollowALinkThatReplacesAListedFolder) {
     WriteFile(scratch.Path() / L"elsewhere" / L"file", "kept");
     WriteFile(scratch.Path() / L"tree" / L"sub" / L"own", "x");
     bool isSwapped = false;
-    const auto swap = HookCall<decltype(&::FindNextFileW)>(
+    const auto swap = bench::HookCall<decltype(&::FindNextFileW)>(
         L"kernel32.dll", "FindNextFileW", [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
-            const BOOL result = RealFunction<decltype(&::FindNextFileW)>(
+            const BOOL result = bench::RealFunction<decltype(&::FindNextFileW)>(
                 L"kernel32.dll", "FindNextFileW")(listing, found);
             if (!isSwapped && result && std::wstring_view(found->cFileName) == L"sub") {
                 isSwapped = true;
@@ -197,12 +197,12 @@ TEST(RemoveTree, KeepsAFolderInItsPlaceWhileItIsEmptied) {
     const path tree = scratch.Path() / L"tree";
     WriteFile(tree / L"file", "x");
     bool isAsked = false;
-    const auto rename = HookCall<decltype(&::FindNextFileW)>(
+    const auto rename = bench::HookCall<decltype(&::FindNextFileW)>(
         L"kernel32.dll", "FindNextFileW", [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
             isAsked = true;
             EXPECT_FALSE(::MoveFileW(tree.c_str(), (scratch.Path() / L"moved").c_str()));
-            return RealFunction<decltype(&::FindNextFileW)>(L"kernel32.dll", "FindNextFileW")(
-                listing, found);
+            return bench::RealFunction<decltype(&::FindNextFileW)>(L"kernel32.dll",
+                                                                   "FindNextFileW")(listing, found);
         });
     EXPECT_EQ(RemoveTree(tree), ERROR_SUCCESS);
     EXPECT_TRUE(isAsked);

@@ -20,7 +20,7 @@ TEST(IsVolumeRoot, IsTrueForAVolumeMountedInAFolder) {
     const std::wstring longPart(300, L'n');
     for (const std::wstring& folder : {std::wstring(L"C:\\Mounts\\Games"), L"C:\\" + longPart}) {
         std::wstring answer;
-        const auto hook = HookCall<decltype(&::GetVolumePathNameW)>(
+        const auto hook = bench::HookCall<decltype(&::GetVolumePathNameW)>(
             L"kernel32.dll", "GetVolumePathNameW", [&](LPCWSTR, LPWSTR root, DWORD size) -> BOOL {
                 if (answer.size() >= size) {
                     ::SetLastError(ERROR_FILENAME_EXCED_RANGE);
@@ -42,7 +42,7 @@ TEST(IsVolumeRoot, IsTrueForAVolumeMountedInAFolder) {
 }
 
 TEST(IsVolumeRoot, IsFalseWhenTheSystemDoesNotTell) {
-    const auto hook = HookCall<decltype(&::GetVolumePathNameW)>(
+    const auto hook = bench::HookCall<decltype(&::GetVolumePathNameW)>(
         L"kernel32.dll", "GetVolumePathNameW", [](auto...) -> BOOL { return FALSE; });
     EXPECT_FALSE(IsVolumeRoot(L"C:\\Games"));
 }

@@ -22,7 +22,7 @@ constexpr wchar_t kCannotMove[] = L"Could not move extracted client files into p
 
 template <class Function>
 Function RealKernelFunction(const char* name) {
-    return RealFunction<Function>(L"kernel32.dll", name);
+    return bench::RealFunction<Function>(L"kernel32.dll", name);
 }
 
 BOOL Refuse() {
@@ -46,12 +46,12 @@ protected:
     size_t TriedMoves(size_t possibleMoves) const {
         const auto move = RealKernelFunction<decltype(&::MoveFileExW)>("MoveFileExW");
         size_t tried = 0;
-        const auto moveHook = HookCall<decltype(&::MoveFileExW)>(
+        const auto moveHook = bench::HookCall<decltype(&::MoveFileExW)>(
             L"kernel32.dll", "MoveFileExW", [&](auto... values) -> BOOL {
                 ++tried;
                 return tried <= possibleMoves ? move(values...) : Refuse();
             });
-        const auto copyHook = HookCall<decltype(&::CopyFileW)>(
+        const auto copyHook = bench::HookCall<decltype(&::CopyFileW)>(
             L"kernel32.dll", "CopyFileW", [](auto&&...) -> BOOL { return Refuse(); });
         EXPECT_EQ(MessageOfFlattening(), kCannotMove);
         return tried;
@@ -78,7 +78,7 @@ TEST_F(FlatteningOfThreeFiles, MovesNothingWhileAFolderIsListed) {
     int openListings = 0;
     std::vector<int> openListingsAtMoves;
     {
-        const auto openHook = HookCall<decltype(&::FindFirstFileExW)>(
+        const auto openHook = bench::HookCall<decltype(&::FindFirstFileExW)>(
             L"kernel32.dll", "FindFirstFileExW", [&](auto... values) -> HANDLE {
                 const HANDLE listing = open(values...);
                 const int opened = listing == INVALID_HANDLE_VALUE ? 0 : 1;
@@ -86,12 +86,12 @@ TEST_F(FlatteningOfThreeFiles, MovesNothingWhileAFolderIsListed) {
                 openListings += opened;
                 return listing;
             });
-        const auto closeHook = HookCall<decltype(&::FindClose)>(L"kernel32.dll", "FindClose",
-                                                                [&](HANDLE listing) -> BOOL {
-                                                                    --openListings;
-                                                                    return close(listing);
-                                                                });
-        const auto moveHook = HookCall<decltype(&::MoveFileExW)>(
+        const auto closeHook = bench::HookCall<decltype(&::FindClose)>(L"kernel32.dll", "FindClose",
+                                                                       [&](HANDLE listing) -> BOOL {
+                                                                           --openListings;
+                                                                           return close(listing);
+                                                                       });
+        const auto moveHook = bench::HookCall<decltype(&::MoveFileExW)>(
             L"kernel32.dll", "MoveFileExW", [&](auto... values) -> BOOL {
                 openListingsAtMoves.push_back(openListings);
                 return move(values...);
@@ -107,11 +107,11 @@ TEST_F(FlatteningOfThreeFiles, TellsWhatItDoesBeforeItMovesAnything) {
     const auto move = RealKernelFunction<decltype(&::MoveFileExW)>("MoveFileExW");
     std::vector<JobState> states;
     {
-        const auto hook = HookCall<decltype(&::MoveFileExW)>(L"kernel32.dll", "MoveFileExW",
-                                                             [&](auto... values) -> BOOL {
-                                                                 states.push_back(snapshot());
-                                                                 return move(values...);
-                                                             });
+        const auto hook = bench::HookCall<decltype(&::MoveFileExW)>(
+            L"kernel32.dll", "MoveFileExW", [&](auto... values) -> BOOL {
+                states.push_back(snapshot());
+                return move(values...);
+            });
         EXPECT_EQ(MessageOfFlattening(), L"");
     }
     ASSERT_THAT(states, SizeIs(3));
@@ -129,7 +129,7 @@ protected:
     // Breaks off as many listings.
     std::wstring MessageOfBrokenFlattening(int count) const {
         const auto advance = RealKernelFunction<decltype(&::FindNextFileW)>("FindNextFileW");
-        const auto hook = HookCall<decltype(&::FindNextFileW)>(
+        const auto hook = bench::HookCall<decltype(&::FindNextFileW)>(
             L"kernel32.dll", "FindNextFileW",
             [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
                 const BOOL succeeded = advance(listing, found);
@@ -171,15 +171,15 @@ TEST_F(Flattening, FindsTheLoneFolderWhenTheFirstLookFails) {
     WriteFile(Staging() / L"Client" / L"a.dat", "a");
     const auto open = RealKernelFunction<decltype(&::FindFirstFileExW)>("FindFirstFileExW");
     bool hasFailed = false;
-    const auto hook = HookCall<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW",
-                                                              [&](auto... values) -> HANDLE {
-                                                                  if (!hasFailed) {
-                                                                      hasFailed = true;
-                                                                      Refuse();
-                                                                      return INVALID_HANDLE_VALUE;
-                                                                  }
-                                                                  return open(values...);
-                                                              });
+    const auto hook = bench::HookCall<decltype(&::FindFirstFileExW)>(
+        L"kernel32.dll", "FindFirstFileExW", [&](auto... values) -> HANDLE {
+            if (!hasFailed) {
+                hasFailed = true;
+                Refuse();
+                return INVALID_HANDLE_VALUE;
+            }
+            return open(values...);
+        });
     EXPECT_EQ(MessageOfFlattening(), L"");
     EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"a.dat"));
 }
@@ -190,7 +190,7 @@ protected:
     std::wstring MessageWithOddEntry() const {
         const auto look =
             RealKernelFunction<decltype(&::GetFileAttributesExW)>("GetFileAttributesExW");
-        const auto hook = HookCall<decltype(&::GetFileAttributesExW)>(
+        const auto hook = bench::HookCall<decltype(&::GetFileAttributesExW)>(
             L"kernel32.dll", "GetFileAttributesExW",
             [&](LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID facts) -> BOOL {
                 if (!std::wstring_view(path).ends_with(L"\\odd")) {
@@ -200,7 +200,7 @@ protected:
                 return FALSE;
             });
         const auto advance = RealKernelFunction<decltype(&::FindNextFileW)>("FindNextFileW");
-        const auto listingHook = HookCall<decltype(&::FindNextFileW)>(
+        const auto listingHook = bench::HookCall<decltype(&::FindNextFileW)>(
             L"kernel32.dll", "FindNextFileW",
             [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
                 const BOOL succeeded = advance(listing, found);

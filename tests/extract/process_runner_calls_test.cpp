@@ -39,7 +39,7 @@ struct StartArguments {
 
 template <class Function>
 Function RealKernelFunction(const char* name) {
-    return RealFunction<Function>(L"kernel32.dll", name);
+    return bench::RealFunction<Function>(L"kernel32.dll", name);
 }
 
 // The command line of a recorder with that plan.
@@ -72,7 +72,7 @@ TEST(RunHiddenAndWait, AsksForAHiddenStartWithoutAConsoleAndNothingElse) {
     const std::wstring commandLine = Recorder(machine, "exit 0");
     const auto start = RealKernelFunction<decltype(&::CreateProcessW)>("CreateProcessW");
     size_t starts = 0;
-    const auto hook = HookCall<decltype(&::CreateProcessW)>(
+    const auto hook = bench::HookCall<decltype(&::CreateProcessW)>(
         L"kernel32.dll", "CreateProcessW", [&](auto... values) -> BOOL {
             const StartArguments arguments{values...};
             ++starts;
@@ -95,7 +95,7 @@ TEST(RunHiddenAndWait, PollsEvery250Milliseconds) {
     const UnpackerMachine machine;
     const auto wait = RealKernelFunction<decltype(&::WaitForSingleObject)>("WaitForSingleObject");
     std::vector<DWORD> intervals;
-    const auto hook = HookCall<decltype(&::WaitForSingleObject)>(
+    const auto hook = bench::HookCall<decltype(&::WaitForSingleObject)>(
         L"kernel32.dll", "WaitForSingleObject", [&](HANDLE handle, DWORD milliseconds) -> DWORD {
             if (::GetProcessId(handle) == 0) {
                 return wait(handle, milliseconds);
@@ -114,7 +114,7 @@ protected:
     bool Run(const std::wstring& commandLine) {
         const auto start = RealKernelFunction<decltype(&::CreateProcessW)>("CreateProcessW");
         const auto close = RealKernelFunction<decltype(&::CloseHandle)>("CloseHandle");
-        const auto startHook = HookCall<decltype(&::CreateProcessW)>(
+        const auto startHook = bench::HookCall<decltype(&::CreateProcessW)>(
             L"kernel32.dll", "CreateProcessW", [&](auto... values) -> BOOL {
                 const BOOL succeeded = start(values...);
                 if (succeeded) {
@@ -123,11 +123,11 @@ protected:
                 }
                 return succeeded;
             });
-        const auto closeHook = HookCall<decltype(&::CloseHandle)>(L"kernel32.dll", "CloseHandle",
-                                                                  [&](HANDLE handle) -> BOOL {
-                                                                      closed_.push_back(handle);
-                                                                      return close(handle);
-                                                                  });
+        const auto closeHook = bench::HookCall<decltype(&::CloseHandle)>(
+            L"kernel32.dll", "CloseHandle", [&](HANDLE handle) -> BOOL {
+                closed_.push_back(handle);
+                return close(handle);
+            });
         return RunHiddenAndWait(commandLine);
     }
 

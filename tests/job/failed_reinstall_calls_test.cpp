@@ -46,33 +46,34 @@ TEST_F(FailedReinstallTest, DeletesNothingForAnAddressThatIsNone) {
 }
 
 TEST_F(FailedReinstallTest, DeletesNothingWithoutASession) {
-    const auto hook = HookCall<decltype(&::WinHttpOpen)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpOpen)>(
         kWinHttp, "WinHttpOpen", [](auto...) -> HINTERNET { return nullptr; });
     ExpectNothingLost(L"Could not start the Windows HTTP downloader.");
 }
 
 TEST_F(FailedReinstallTest, DeletesNothingWithoutAConnection) {
-    const auto hook = HookCall<decltype(&::WinHttpConnect)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpConnect)>(
         kWinHttp, "WinHttpConnect", [](auto...) -> HINTERNET { return nullptr; });
     ExpectNothingLost(L"Could not connect to the download host.");
 }
 
 TEST_F(FailedReinstallTest, DeletesNothingWithoutARequest) {
-    const auto hook = HookCall<decltype(&::WinHttpOpenRequest)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpOpenRequest)>(
         kWinHttp, "WinHttpOpenRequest", [](auto...) -> HINTERNET { return nullptr; });
     ExpectNothingLost(L"Could not create the download request.");
 }
 
 TEST_F(FailedReinstallTest, DeletesNothingWhenTheDownloadCannotBeSaved) {
-    const auto hook = HookCall<decltype(&::WriteFile)>(kKernel32, "WriteFile", [](auto...) -> BOOL {
-        ::SetLastError(ERROR_DISK_FULL);
-        return FALSE;
-    });
+    const auto hook =
+        bench::HookCall<decltype(&::WriteFile)>(kKernel32, "WriteFile", [](auto...) -> BOOL {
+            ::SetLastError(ERROR_DISK_FULL);
+            return FALSE;
+        });
     ExpectNothingLost(L"Could not write the downloaded data to disk.");
 }
 
 TEST_F(FailedReinstallTest, DeletesNothingWhenTheDownloadCannotBeCreated) {
-    const auto hook = HookCall<decltype(&::CreateFileW)>(
+    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         kKernel32, "CreateFileW",
         [](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
            DWORD disposition, DWORD flags, HANDLE like) -> HANDLE {
@@ -80,7 +81,7 @@ TEST_F(FailedReinstallTest, DeletesNothingWhenTheDownloadCannotBeCreated) {
                 ::SetLastError(ERROR_ACCESS_DENIED);
                 return INVALID_HANDLE_VALUE;
             }
-            return RealFunction<decltype(&::CreateFileW)>(kKernel32, "CreateFileW")(
+            return bench::RealFunction<decltype(&::CreateFileW)>(kKernel32, "CreateFileW")(
                 path, access, share, security, disposition, flags, like);
         });
     ExpectNothingLost(L"Could not create the temporary download file.");
@@ -88,7 +89,7 @@ TEST_F(FailedReinstallTest, DeletesNothingWhenTheDownloadCannotBeCreated) {
 
 TEST_F(FailedReinstallTest, DeletesNothingWhenTheDigestCannotBeComputed) {
     toolConfig.archiveSha256 = L"00";
-    const auto hook = HookCall<decltype(&::BCryptOpenAlgorithmProvider)>(
+    const auto hook = bench::HookCall<decltype(&::BCryptOpenAlgorithmProvider)>(
         L"bcrypt.dll", "BCryptOpenAlgorithmProvider", [](auto...) -> NTSTATUS { return -1; });
     ExpectNothingLost(L"Could not verify the downloaded package.");
 }
@@ -98,18 +99,19 @@ TEST_F(FailedReinstallTest, DeletesNothingWhenTheLoneFolderCannotGo) {
     const auto isHeld = [](const fs::path& path) {
         return path.filename() == L"Client" && snapshot().stage == JobStage::Extracting;
     };
-    const auto atOnce = HookCall<decltype(&::SetFileInformationByHandle)>(
+    const auto atOnce = bench::HookCall<decltype(&::SetFileInformationByHandle)>(
         kKernel32, "SetFileInformationByHandle", [](auto...) -> BOOL {
             ::SetLastError(ERROR_NOT_SUPPORTED);
             return FALSE;
         });
-    const auto byName = HookCall<decltype(&::RemoveDirectoryW)>(
+    const auto byName = bench::HookCall<decltype(&::RemoveDirectoryW)>(
         kKernel32, "RemoveDirectoryW", [&](LPCWSTR path) -> BOOL {
             if (isHeld(path)) {
                 ::SetLastError(ERROR_SHARING_VIOLATION);
                 return FALSE;
             }
-            return RealFunction<decltype(&::RemoveDirectoryW)>(kKernel32, "RemoveDirectoryW")(path);
+            return bench::RealFunction<decltype(&::RemoveDirectoryW)>(kKernel32,
+                                                                      "RemoveDirectoryW")(path);
         });
     ExpectNothingLost(L"Could not remove the extra extracted client folder.");
 }

@@ -25,14 +25,14 @@ protected:
     // file is copied.
     void RunRepairWithTheScanner() {
         std::unique_ptr<bench::OpenElsewhere> scanner;
-        const auto hook = HookCall<decltype(&::CopyFileW)>(
+        const auto hook = bench::HookCall<decltype(&::CopyFileW)>(
             kKernel32, "CopyFileW", [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) -> BOOL {
                 if (!scanner) {
                     scanner = std::make_unique<bench::OpenElsewhere>(
                         fs::temp_directory_path() / PackageName(), FILE_SHARE_READ);
                 }
-                return RealFunction<decltype(&::CopyFileW)>(kKernel32, "CopyFileW")(source, target,
-                                                                                    failIfExists);
+                return bench::RealFunction<decltype(&::CopyFileW)>(kKernel32, "CopyFileW")(
+                    source, target, failIfExists);
             });
         RunJob(JobKind::Repair);
         EXPECT_TRUE(scanner);

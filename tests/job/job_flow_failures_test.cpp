@@ -28,7 +28,7 @@ constexpr wchar_t kKernel32[] = L"kernel32.dll";
 
 template <class Function>
 Function Real(const char* name) {
-    return RealFunction<Function>(kKernel32, name);
+    return bench::RealFunction<Function>(kKernel32, name);
 }
 
 TEST_F(JobFailureTest, UrlWithoutAnAcceptedSchemeIsRefused) {
@@ -157,7 +157,7 @@ TEST_F(JobFailureTest, PackageThatWouldBeDeletedAloneIsReasonEnoughForTheRefusal
     const fs::path temp = Client() / L"temp";
     fs::create_directory(temp);
     int asked = 0;
-    const auto hook = HookCall<decltype(&::GetTempPathW)>(
+    const auto hook = bench::HookCall<decltype(&::GetTempPathW)>(
         kKernel32, "GetTempPathW", [&](DWORD size, LPWSTR path) -> DWORD {
             const bench::EnvironmentVariable tmp(
                 L"TMP", ++asked == 1 ? temp.native() : machine_.Root().native());
@@ -188,7 +188,7 @@ TEST_F(JobFailureTest, ReadOnlyUninstallerFailsTheJob) {
 }
 
 TEST_F(JobFailureTest, ToolWithoutAnUninstallerEndsInTheRegistrationsOwnMessage) {
-    const auto hook = HookCall<decltype(&::FindResourceW)>(
+    const auto hook = bench::HookCall<decltype(&::FindResourceW)>(
         kKernel32, "FindResourceW", [](auto...) -> HRSRC { return nullptr; });
     RunJob(JobKind::Repair);
     ExpectFailure(
@@ -198,7 +198,7 @@ TEST_F(JobFailureTest, ToolWithoutAnUninstallerEndsInTheRegistrationsOwnMessage)
 }
 
 TEST_F(JobFailureTest, EntryThatCannotBeFinishedFailsTheJob) {
-    const auto hook = HookCall<decltype(&::RegSetValueExW)>(
+    const auto hook = bench::HookCall<decltype(&::RegSetValueExW)>(
         L"advapi32.dll", "RegSetValueExW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
     RunJob(JobKind::Repair);
     ExpectFailure(L"Could not finish writing the Programs and Features registry entry.");
@@ -208,7 +208,7 @@ TEST_F(JobFailureTest, EntryThatCannotBeFinishedFailsTheJob) {
 TEST_F(JobFailureTest, CleanOutThatBreaksOffFailsTheJobAndStillCleansUp) {
     bench::WriteFile(Client() / L"a", "x");
     bench::WriteFile(Client() / L"b", "x");
-    const auto hook = HookCall<decltype(&::FindNextFileW)>(
+    const auto hook = bench::HookCall<decltype(&::FindNextFileW)>(
         kKernel32, "FindNextFileW", [](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
             // The clean-out is the only one that lists with this text on the screen.
             if (snapshot().statusLine == L"Preparing clean reinstall...") {
@@ -256,8 +256,8 @@ TEST_F(JobFailureTest, PackageStaysWhenCleaningItUpIsOff) {
 
 TEST_F(JobFailureTest, ArchiveIsRemovedAsASingleFileNeverAsATree) {
     // Something else has taken the very name.
-    const auto ticks = HookCall<decltype(&::GetTickCount64)>(kKernel32, "GetTickCount64",
-                                                             []() -> ULONGLONG { return 42; });
+    const auto ticks = bench::HookCall<decltype(&::GetTickCount64)>(
+        kKernel32, "GetTickCount64", []() -> ULONGLONG { return 42; });
     const fs::path archive =
         fs::temp_directory_path() /
         (L"KrvBrennickInstaller.exe_" + std::to_wstring(::GetCurrentProcessId()) + L"_42.zip");
@@ -270,7 +270,7 @@ TEST_F(JobFailureTest, ArchiveIsRemovedAsASingleFileNeverAsATree) {
 TEST_F(JobFailureTest, ScratchFolderThatCannotGoDoesNotDisturbTheSuccess) {
     // Something of it stays open, as a virus scanner would keep it.
     std::unique_ptr<bench::OpenElsewhere> scanner;
-    const auto hook = HookCall<decltype(&::CopyFileW)>(
+    const auto hook = bench::HookCall<decltype(&::CopyFileW)>(
         kKernel32, "CopyFileW", [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) -> BOOL {
             if (!scanner) {
                 scanner = std::make_unique<bench::OpenElsewhere>(source, FILE_SHARE_READ);

@@ -25,7 +25,7 @@ constexpr wchar_t kKernel32[] = L"kernel32.dll";
 
 template <class Function>
 Function Real(const char* name) {
-    return RealFunction<Function>(kKernel32, name);
+    return bench::RealFunction<Function>(kKernel32, name);
 }
 
 // The record on the way.
@@ -61,21 +61,21 @@ std::vector<SeenState> StatesSeenDuring(const std::function<void()>& job) {
             states.push_back(seen);
         }
     };
-    const auto temp = HookCall<decltype(&::GetTempPathW)>(
+    const auto temp = bench::HookCall<decltype(&::GetTempPathW)>(
         kKernel32, "GetTempPathW", [&](DWORD size, LPWSTR buffer) -> DWORD {
             note();
             return Real<decltype(&::GetTempPathW)>("GetTempPathW")(size, buffer);
         });
-    const auto resource = HookCall<decltype(&::FindResourceW)>(
+    const auto resource = bench::HookCall<decltype(&::FindResourceW)>(
         kKernel32, "FindResourceW", [&](HMODULE module, LPCWSTR name, LPCWSTR type) -> HRSRC {
             note();
             return Real<decltype(&::FindResourceW)>("FindResourceW")(module, name, type);
         });
-    const auto key = HookCall<decltype(&::RegCreateKeyExW)>(
+    const auto key = bench::HookCall<decltype(&::RegCreateKeyExW)>(
         L"advapi32.dll", "RegCreateKeyExW", [&](auto... arguments) -> LSTATUS {
             note();
-            return RealFunction<decltype(&::RegCreateKeyExW)>(L"advapi32.dll",
-                                                              "RegCreateKeyExW")(arguments...);
+            return bench::RealFunction<decltype(&::RegCreateKeyExW)>(
+                L"advapi32.dll", "RegCreateKeyExW")(arguments...);
         });
     job();
     return states;
@@ -125,7 +125,7 @@ struct PostedMessage {
 
 std::vector<PostedMessage> MessagesPostedDuring(const std::function<void()>& job) {
     std::vector<PostedMessage> messages;
-    const auto hook = HookCall<decltype(&::PostMessageW)>(
+    const auto hook = bench::HookCall<decltype(&::PostMessageW)>(
         L"user32.dll", "PostMessageW",
         [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> BOOL {
             messages.push_back({window, message, wParam, lParam, snapshot().stage});
@@ -154,7 +154,7 @@ TEST_F(JobRecordTest, FailurePostsNothing) {
 
 TEST_F(JobRecordTest, SuccessIsPublishedAfterTheCleanUp) {
     int removals = 0;
-    const auto hook = HookCall<decltype(&::SetFileInformationByHandle)>(
+    const auto hook = bench::HookCall<decltype(&::SetFileInformationByHandle)>(
         kKernel32, "SetFileInformationByHandle", [&](auto...) -> BOOL {
             ++removals;
             EXPECT_TRUE(jobProgress.running);
@@ -234,7 +234,7 @@ TEST_F(JobRecordTest, StopDuringTheDownloadEndsSilentlyAndCleansUp) {
 
 TEST_F(JobRecordTest, StopDuringTheVerificationEndsSilentlyAndCleansUp) {
     // The window asks for it while the first file is copied.
-    const auto hook = HookCall<decltype(&::CopyFileW)>(
+    const auto hook = bench::HookCall<decltype(&::CopyFileW)>(
         kKernel32, "CopyFileW", [](LPCWSTR source, LPCWSTR target, BOOL failIfExists) -> BOOL {
             requestCancel();
             return Real<decltype(&::CopyFileW)>("CopyFileW")(source, target, failIfExists);

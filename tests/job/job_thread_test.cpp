@@ -90,7 +90,7 @@ TEST_F(JobThreadTest, BodyRunsOnAnotherThread) {
 
 TEST_F(JobThreadTest, KeepsTheSystemAwakeFromTheBodysStartToItsEnd) {
     std::vector<std::pair<DWORD, EXECUTION_STATE>> asked;  // By which thread.
-    const auto hook = HookCall<decltype(&::SetThreadExecutionState)>(
+    const auto hook = bench::HookCall<decltype(&::SetThreadExecutionState)>(
         L"kernel32.dll", "SetThreadExecutionState", [&](EXECUTION_STATE state) -> EXECUTION_STATE {
             asked.emplace_back(::GetCurrentThreadId(), state);
             return ES_CONTINUOUS;

@@ -22,7 +22,7 @@ inline constexpr size_t kMebibyte = 0x100000;
 
 inline BOOL ReadRealData(HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
     static const auto real =
-        RealFunction<decltype(&::WinHttpReadData)>(kWinHttp, "WinHttpReadData");
+        bench::RealFunction<decltype(&::WinHttpReadData)>(kWinHttp, "WinHttpReadData");
     return real(request, buffer, size, bytesRead);
 }
 

@@ -26,7 +26,7 @@ TEST_F(FullDiskDownload, KeepsWhatFitsOnASmallDisk) {
 TEST_F(FullDiskDownload, FreesTheSmallDiskWhenStopped) {
     const std::filesystem::path disk = bench::EmptySmallDisk();
     const std::filesystem::path package = disk / L"pkg.zip";
-    const auto hook = HookCall<decltype(&::WinHttpReadData)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpReadData)>(
         kWinHttp, "WinHttpReadData",
         [](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
             requestCancel();

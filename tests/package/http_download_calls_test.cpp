@@ -30,7 +30,7 @@ protected:
         LONGLONG clock = 1000000;
         LARGE_INTEGER frequency{};
         ::QueryPerformanceFrequency(&frequency);
-        const auto clockHook = HookCall<decltype(&::QueryPerformanceCounter)>(
+        const auto clockHook = bench::HookCall<decltype(&::QueryPerformanceCounter)>(
             kKernel32, "QueryPerformanceCounter", [&](LARGE_INTEGER* now) {
                 now->QuadPart = clock;
                 return TRUE;
@@ -38,12 +38,12 @@ protected:
         const auto bytesOfNextPiece = [&] {
             return states.size() == pieces.size() ? 0 : pieces[states.size()].bytes;
         };
-        const auto availableHook = HookCall<decltype(&::WinHttpQueryDataAvailable)>(
+        const auto availableHook = bench::HookCall<decltype(&::WinHttpQueryDataAvailable)>(
             kWinHttp, "WinHttpQueryDataAvailable", [&](HINTERNET, LPDWORD bytesAvailable) {
                 *bytesAvailable = bytesOfNextPiece();
                 return TRUE;
             });
-        const auto readHook = HookCall<decltype(&::WinHttpReadData)>(
+        const auto readHook = bench::HookCall<decltype(&::WinHttpReadData)>(
             kWinHttp, "WinHttpReadData", [&](HINTERNET, LPVOID, DWORD, LPDWORD bytesRead) {
                 *bytesRead = bytesOfNextPiece();
                 if (*bytesRead != 0) {
@@ -60,7 +60,7 @@ protected:
 
     // Downloads ten bytes that are announced with this text.
     bool DownloadWithLength(const std::wstring& length) {
-        const auto hook = HookCall<decltype(&::WinHttpQueryHeaders)>(
+        const auto hook = bench::HookCall<decltype(&::WinHttpQueryHeaders)>(
             kWinHttp, "WinHttpQueryHeaders",
             [&](HINTERNET request, DWORD what, LPCWSTR name, LPVOID buffer, LPDWORD bytes,
                 LPDWORD index) {
@@ -70,7 +70,7 @@ protected:
                     return TRUE;
                 }
                 EXPECT_EQ(what, 0x20000013u);
-                return RealFunction<decltype(&::WinHttpQueryHeaders)>(
+                return bench::RealFunction<decltype(&::WinHttpQueryHeaders)>(
                     kWinHttp, "WinHttpQueryHeaders")(request, what, name, buffer, bytes, index);
             });
         return Download(L"body/10");
@@ -79,11 +79,12 @@ protected:
     // The sizes of the writes of a download of such pieces.
     std::vector<DWORD> WritesDuring(const std::vector<Piece>& pieces) {
         std::vector<DWORD> sizes;
-        const auto hook = HookCall<decltype(&::WriteFile)>(
+        const auto hook = bench::HookCall<decltype(&::WriteFile)>(
             kKernel32, "WriteFile",
             [&](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
                 sizes.push_back(size);
-                const auto real = RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile");
+                const auto real =
+                    bench::RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile");
                 return real(file, data, size, written, overlapped);
             });
         StatesDuring(pieces);
@@ -93,7 +94,7 @@ protected:
 
 TEST_F(HttpDownloadCalls, OpenASynchronousSessionWithAutomaticProxyAndLimits) {
     HINTERNET session = nullptr;
-    const auto openHook = HookCall<decltype(&::WinHttpOpen)>(
+    const auto openHook = bench::HookCall<decltype(&::WinHttpOpen)>(
         kWinHttp, "WinHttpOpen",
         [&](LPCWSTR agent, DWORD access, LPCWSTR proxy, LPCWSTR bypass, DWORD flags) {
             EXPECT_STREQ(agent, L"KrvBrennickRepair/1.0");
@@ -101,12 +102,12 @@ TEST_F(HttpDownloadCalls, OpenASynchronousSessionWithAutomaticProxyAndLimits) {
             EXPECT_EQ(proxy, nullptr);
             EXPECT_EQ(bypass, nullptr);
             EXPECT_EQ(flags, 0u);
-            session = RealFunction<decltype(&::WinHttpOpen)>(kWinHttp, "WinHttpOpen")(
+            session = bench::RealFunction<decltype(&::WinHttpOpen)>(kWinHttp, "WinHttpOpen")(
                 agent, access, proxy, bypass, flags);
             return session;
         });
     int limits = 0;
-    const auto timeoutHook = HookCall<decltype(&::WinHttpSetTimeouts)>(
+    const auto timeoutHook = bench::HookCall<decltype(&::WinHttpSetTimeouts)>(
         kWinHttp, "WinHttpSetTimeouts",
         [&](HINTERNET handle, int resolve, int connect, int send, int receive) {
             ++limits;
@@ -118,7 +119,7 @@ TEST_F(HttpDownloadCalls, OpenASynchronousSessionWithAutomaticProxyAndLimits) {
             return TRUE;
         });
     int options = 0;
-    const auto optionHook = HookCall<decltype(&::WinHttpSetOption)>(
+    const auto optionHook = bench::HookCall<decltype(&::WinHttpSetOption)>(
         kWinHttp, "WinHttpSetOption",
         [&](HINTERNET handle, DWORD option, LPVOID value, DWORD bytes) {
             ++options;
@@ -136,14 +137,14 @@ TEST_F(HttpDownloadCalls, OpenASynchronousSessionWithAutomaticProxyAndLimits) {
 TEST_F(HttpDownloadCalls, AskForHttpsOnlyWhereTheUrlDoes) {
     std::vector<DWORD> flagsSeen;
     std::vector<INTERNET_PORT> ports;
-    const auto connectHook = HookCall<decltype(&::WinHttpConnect)>(
+    const auto connectHook = bench::HookCall<decltype(&::WinHttpConnect)>(
         kWinHttp, "WinHttpConnect",
         [&](HINTERNET session, LPCWSTR host, INTERNET_PORT port, DWORD reserved) {
             ports.push_back(port);
-            return RealFunction<decltype(&::WinHttpConnect)>(kWinHttp, "WinHttpConnect")(
+            return bench::RealFunction<decltype(&::WinHttpConnect)>(kWinHttp, "WinHttpConnect")(
                 session, host, port, reserved);
         });
-    const auto requestHook = HookCall<decltype(&::WinHttpOpenRequest)>(
+    const auto requestHook = bench::HookCall<decltype(&::WinHttpOpenRequest)>(
         kWinHttp, "WinHttpOpenRequest",
         [&](HINTERNET, LPCWSTR verb, LPCWSTR objectName, LPCWSTR version, LPCWSTR referrer,
             LPCWSTR* acceptTypes, DWORD flags) -> HINTERNET {
@@ -165,12 +166,12 @@ TEST_F(HttpDownloadCalls, AskForHttpsOnlyWhereTheUrlDoes) {
 
 TEST_F(HttpDownloadCalls, SplitTheUrlWithoutChangingIt) {
     int splits = 0;
-    const auto hook = HookCall<decltype(&::WinHttpCrackUrl)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpCrackUrl)>(
         kWinHttp, "WinHttpCrackUrl",
         [&](LPCWSTR url, DWORD length, DWORD flags, LPURL_COMPONENTS parts) {
             ++splits;
             EXPECT_EQ(flags, 0u);
-            return RealFunction<decltype(&::WinHttpCrackUrl)>(kWinHttp, "WinHttpCrackUrl")(
+            return bench::RealFunction<decltype(&::WinHttpCrackUrl)>(kWinHttp, "WinHttpCrackUrl")(
                 url, length, flags, parts);
         });
     EXPECT_TRUE(Download(L"body/10"));
@@ -218,7 +219,7 @@ TEST_F(HttpDownloadCalls, TakeOddLengthsWithoutAnAbsurdPercentage) {
 
 TEST_F(HttpDownloadCalls, CreateTheFileForThemselvesAlone) {
     int creations = 0;
-    const auto hook = HookCall<decltype(&::CreateFileW)>(
+    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         kKernel32, "CreateFileW",
         [&](LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
             DWORD disposition, DWORD attributes, HANDLE model) {
@@ -229,7 +230,7 @@ TEST_F(HttpDownloadCalls, CreateTheFileForThemselvesAlone) {
             EXPECT_EQ(security, nullptr);
             EXPECT_EQ(disposition, static_cast<DWORD>(CREATE_ALWAYS));
             EXPECT_EQ(attributes, static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL));
-            return RealFunction<decltype(&::CreateFileW)>(kKernel32, "CreateFileW")(
+            return bench::RealFunction<decltype(&::CreateFileW)>(kKernel32, "CreateFileW")(
                 name, access, share, security, disposition, attributes, model);
         });
     EXPECT_TRUE(Download(L"body/10"));
@@ -238,9 +239,9 @@ TEST_F(HttpDownloadCalls, CreateTheFileForThemselvesAlone) {
 
 TEST_F(HttpDownloadCalls, ReadWhatHasArrivedIntoOneZeroedBufferOfOneMebibyte) {
     DWORD bytesAvailable = 0;
-    const auto availableHook = HookCall<decltype(&::WinHttpQueryDataAvailable)>(
+    const auto availableHook = bench::HookCall<decltype(&::WinHttpQueryDataAvailable)>(
         kWinHttp, "WinHttpQueryDataAvailable", [&](HINTERNET request, LPDWORD bytes) {
-            const auto real = RealFunction<decltype(&::WinHttpQueryDataAvailable)>(
+            const auto real = bench::RealFunction<decltype(&::WinHttpQueryDataAvailable)>(
                 kWinHttp, "WinHttpQueryDataAvailable");
             const BOOL success = real(request, bytes);
             bytesAvailable = *bytes;
@@ -248,7 +249,7 @@ TEST_F(HttpDownloadCalls, ReadWhatHasArrivedIntoOneZeroedBufferOfOneMebibyte) {
         });
     const char* start = nullptr;
     bool isZeroed = false;
-    const auto readHook = HookCall<decltype(&::WinHttpReadData)>(
+    const auto readHook = bench::HookCall<decltype(&::WinHttpReadData)>(
         kWinHttp, "WinHttpReadData",
         [&](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
             const char* const place = static_cast<const char*>(buffer);

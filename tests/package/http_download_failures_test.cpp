@@ -51,7 +51,7 @@ TEST_F(HttpDownloadFailure, NamesAnUnusableUrl) {
 }
 
 TEST_F(HttpDownloadFailure, NamesASessionThatCannotBeOpened) {
-    const auto hook = HookCall<decltype(&::WinHttpOpen)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpOpen)>(
         kWinHttp, "WinHttpOpen",
         [](LPCWSTR, DWORD, LPCWSTR, LPCWSTR, DWORD) -> HINTERNET { return nullptr; });
     EXPECT_FALSE(Download(L"body/10"));
@@ -59,7 +59,7 @@ TEST_F(HttpDownloadFailure, NamesASessionThatCannotBeOpened) {
 }
 
 TEST_F(HttpDownloadFailure, NamesAConnectionThatCannotBeOpened) {
-    const auto hook = HookCall<decltype(&::WinHttpConnect)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpConnect)>(
         kWinHttp, "WinHttpConnect",
         [](HINTERNET, LPCWSTR, INTERNET_PORT, DWORD) -> HINTERNET { return nullptr; });
     EXPECT_FALSE(Download(L"body/10"));
@@ -67,7 +67,7 @@ TEST_F(HttpDownloadFailure, NamesAConnectionThatCannotBeOpened) {
 }
 
 TEST_F(HttpDownloadFailure, NamesARequestThatCannotBeOpened) {
-    const auto hook = HookCall<decltype(&::WinHttpOpenRequest)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpOpenRequest)>(
         kWinHttp, "WinHttpOpenRequest",
         [](HINTERNET, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR*, DWORD) -> HINTERNET {
             return nullptr;
@@ -119,7 +119,7 @@ TEST_F(HttpDownloadFailure, TakesNothingFromAnAnswerThatEndsInItsHead) {
 
 TEST_F(HttpDownloadFailure, NamesATimeoutOfSendOrReceive) {
     {
-        const auto hook = HookCall<decltype(&::WinHttpSendRequest)>(
+        const auto hook = bench::HookCall<decltype(&::WinHttpSendRequest)>(
             kWinHttp, "WinHttpSendRequest",
             [](HINTERNET, LPCWSTR, DWORD, LPVOID, DWORD, DWORD, DWORD_PTR) {
                 ::SetLastError(ERROR_WINHTTP_TIMEOUT);
@@ -129,7 +129,7 @@ TEST_F(HttpDownloadFailure, NamesATimeoutOfSendOrReceive) {
         ExpectFailureWithoutFile(kNoResponse);
     }
     ClearForJobStart(JobKind::Repair);
-    const auto hook = HookCall<decltype(&::WinHttpReceiveResponse)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpReceiveResponse)>(
         kWinHttp, "WinHttpReceiveResponse", [](HINTERNET, LPVOID) {
             ::SetLastError(ERROR_WINHTTP_TIMEOUT);
             return FALSE;
@@ -185,7 +185,7 @@ TEST_F(HttpDownloadFailure, FailsOnARedirectToNowhere) {
 
 TEST_F(HttpDownloadFailure, NamesAStatusBelow200) {
     DWORD status = 0;
-    const auto hook = HookCall<decltype(&::WinHttpQueryHeaders)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpQueryHeaders)>(
         kWinHttp, "WinHttpQueryHeaders",
         [&](HINTERNET, DWORD, LPCWSTR, LPVOID value, LPDWORD, LPDWORD) {
             *static_cast<DWORD*>(value) = status;
@@ -212,7 +212,7 @@ TEST_F(HttpDownloadFailure, FailsOnAnAnswerThatIsOnlyPreliminary) {
 }
 
 TEST_F(HttpDownloadFailure, NamesStatusZeroWhenItCannotBeRead) {
-    const auto hook = HookCall<decltype(&::WinHttpQueryHeaders)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpQueryHeaders)>(
         kWinHttp, "WinHttpQueryHeaders",
         [](HINTERNET, DWORD, LPCWSTR, LPVOID, LPDWORD, LPDWORD) { return FALSE; });
     EXPECT_FALSE(Download(L"body/10"));
@@ -284,13 +284,13 @@ TEST_F(HttpDownloadFailure, KeepsWhatCameBeforeAReadFailed) {
             ::SetLastError(row.error);
             return isWait == row.failsWhileWaiting && allRead > 2 * kMebibyte;
         };
-        const auto availableHook = HookCall<decltype(&::WinHttpQueryDataAvailable)>(
+        const auto availableHook = bench::HookCall<decltype(&::WinHttpQueryDataAvailable)>(
             kWinHttp, "WinHttpQueryDataAvailable", [&](HINTERNET request, LPDWORD bytes) -> BOOL {
-                const auto real = RealFunction<decltype(&::WinHttpQueryDataAvailable)>(
+                const auto real = bench::RealFunction<decltype(&::WinHttpQueryDataAvailable)>(
                     kWinHttp, "WinHttpQueryDataAvailable");
                 return !fails(true) && real(request, bytes);
             });
-        const auto readHook = HookCall<decltype(&::WinHttpReadData)>(
+        const auto readHook = bench::HookCall<decltype(&::WinHttpReadData)>(
             kWinHttp, "WinHttpReadData",
             [&](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) -> BOOL {
                 if (fails(false)) {
@@ -311,10 +311,10 @@ TEST_F(HttpDownloadFailure, KeepsWhatCameBeforeAReadFailed) {
 
 TEST_F(HttpDownloadFailure, KeepsWhatFittedOnAFullDisk) {
     // A disk takes what still fits and reports success; only the next write fails.
-    const auto hook = HookCall<decltype(&::WriteFile)>(
+    const auto hook = bench::HookCall<decltype(&::WriteFile)>(
         kKernel32, "WriteFile",
         [](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
-            const auto real = RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile");
+            const auto real = bench::RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile");
             return real(file, data, size < 1000 ? size : 1000, written, overlapped);
         });
     EXPECT_FALSE(Download(L"body/3000000"));
@@ -327,7 +327,7 @@ TEST_F(HttpDownloadFailure, KeepsWhatFittedOnAFullDisk) {
 TEST_F(HttpDownloadFailure, NamesAWriteThatFails) {
     // How much the first of several writes takes depends on the machine's speed.
     DWORD firstWrite = 0;
-    const auto hook = HookCall<decltype(&::WriteFile)>(
+    const auto hook = bench::HookCall<decltype(&::WriteFile)>(
         kKernel32, "WriteFile",
         [&](HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
             if (firstWrite != 0) {
@@ -335,7 +335,7 @@ TEST_F(HttpDownloadFailure, NamesAWriteThatFails) {
                 return FALSE;
             }
             firstWrite = size;
-            const auto real = RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile");
+            const auto real = bench::RealFunction<decltype(&::WriteFile)>(kKernel32, "WriteFile");
             return real(file, data, size, written, overlapped);
         });
     EXPECT_FALSE(Download(L"body/3000000"));

@@ -72,7 +72,7 @@ template <const wchar_t* kDll, FunctionName kName, class Result, class... Argume
 class RecordedFunction<kDll, kName, Result (*)(Arguments...)> {
     struct Forward {
         Result operator()(Arguments... arguments) const {
-            const auto real = RealFunction<Result (*)(Arguments...)>(kDll, kName.text);
+            const auto real = bench::RealFunction<Result (*)(Arguments...)>(kDll, kName.text);
             const std::string call = CallName(kName.text, arguments...);
             if (call.empty()) {
                 return real(arguments...);
@@ -98,7 +98,7 @@ class RecordedFunction<kDll, kName, Result (*)(Arguments...)> {
         }
     };
 
-    CallHook<Result (*)(Arguments...), Forward> hook_{kDll, kName.text, Forward{}};
+    bench::CallHook<Result (*)(Arguments...), Forward> hook_{kDll, kName.text, Forward{}};
 };
 
 using RecordedFunctions = std::tuple<
@@ -135,7 +135,7 @@ protected:
         record_.calls.clear();
         record_.openHandles.clear();
         record_.failingCall = failingCall;
-        const auto clockHook = HookCall<decltype(&::QueryPerformanceCounter)>(
+        const auto clockHook = bench::HookCall<decltype(&::QueryPerformanceCounter)>(
             kKernel32, "QueryPerformanceCounter", [](LARGE_INTEGER* now) {
                 now->QuadPart = 1000000;
                 return TRUE;

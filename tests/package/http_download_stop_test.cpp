@@ -24,7 +24,7 @@ protected:
 TEST_F(HttpDownloadStop, ReadsNothingWhenStoppedBeforehand) {
     jobProgress.cancelRequested = true;
     int reads = 0;
-    const auto hook = HookCall<decltype(&::WinHttpReadData)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpReadData)>(
         kWinHttp, "WinHttpReadData",
         [&](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
             ++reads;
@@ -38,7 +38,7 @@ TEST_F(HttpDownloadStop, ReadsNothingWhenStoppedBeforehand) {
 
 TEST_F(HttpDownloadStop, EndsAfterTheReadDuringWhichItIsAskedFor) {
     DWORD allRead = 0;
-    const auto hook = HookCall<decltype(&::WinHttpReadData)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpReadData)>(
         kWinHttp, "WinHttpReadData",
         [&](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
             requestCancel();
@@ -76,7 +76,7 @@ TEST_F(HttpDownloadStop, IsSeenBetweenTheBytesOfADrip) {
 }
 
 TEST_F(HttpDownloadStop, CountsAlsoAfterTheLastByte) {
-    const auto hook = HookCall<decltype(&::WinHttpReadData)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpReadData)>(
         kWinHttp, "WinHttpReadData",
         [](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
             const BOOL success = ReadRealData(request, buffer, size, bytesRead);
@@ -90,7 +90,7 @@ TEST_F(HttpDownloadStop, CountsAlsoAfterTheLastByte) {
 }
 
 TEST_F(HttpDownloadStop, DeletesAlsoAnEmptyPackage) {
-    const auto hook = HookCall<decltype(&::WinHttpReadData)>(
+    const auto hook = bench::HookCall<decltype(&::WinHttpReadData)>(
         kWinHttp, "WinHttpReadData",
         [](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
             requestCancel();
@@ -101,11 +101,11 @@ TEST_F(HttpDownloadStop, DeletesAlsoAnEmptyPackage) {
 }
 
 TEST_F(HttpDownloadStop, DeletesTheFileAlsoAfterAReportedFailure) {
-    const auto hook = HookCall<decltype(&::WinHttpReadData)>(kWinHttp, "WinHttpReadData",
-                                                             [](HINTERNET, LPVOID, DWORD, LPDWORD) {
-                                                                 requestCancel();
-                                                                 return FALSE;
-                                                             });
+    const auto hook = bench::HookCall<decltype(&::WinHttpReadData)>(
+        kWinHttp, "WinHttpReadData", [](HINTERNET, LPVOID, DWORD, LPDWORD) {
+            requestCancel();
+            return FALSE;
+        });
     EXPECT_FALSE(Download(L"body/1000"));
     EXPECT_FALSE(IsSaved());
     ExpectFailure(L"The download stopped unexpectedly.");

@@ -119,7 +119,7 @@ TEST_F(PackageHash, ReadsInPiecesOfOneMebibyteIntoOneZeroedBuffer) {
     std::vector<DWORD> sizes;
     std::vector<LPVOID> buffers;
     bool isZeroed = false;
-    const auto hook = HookCall<decltype(&::ReadFile)>(
+    const auto hook = bench::HookCall<decltype(&::ReadFile)>(
         kKernel32, "ReadFile",
         [&](HANDLE file, LPVOID buffer, DWORD size, LPDWORD bytesRead, LPOVERLAPPED overlapped) {
             if (buffers.empty()) {
@@ -128,7 +128,7 @@ TEST_F(PackageHash, ReadsInPiecesOfOneMebibyteIntoOneZeroedBuffer) {
             }
             sizes.push_back(size);
             buffers.push_back(buffer);
-            return RealFunction<decltype(&::ReadFile)>(kKernel32, "ReadFile")(
+            return bench::RealFunction<decltype(&::ReadFile)>(kKernel32, "ReadFile")(
                 file, buffer, size, bytesRead, overlapped);
         });
     DigestOf(archive_);
@@ -182,11 +182,11 @@ TEST_F(PackageHash, AcceptsTheRightDigestAndLeavesTheStagesTexts) {
 
 TEST_F(PackageHash, PublishesTheStageBeforeItReads) {
     JobState seen;
-    const auto hook = HookCall<decltype(&::BCryptCreateHash)>(kBcrypt, "BCryptCreateHash",
-                                                              [&](auto...) -> NTSTATUS {
-                                                                  seen = snapshot();
-                                                                  return kStatusUnsuccessful;
-                                                              });
+    const auto hook = bench::HookCall<decltype(&::BCryptCreateHash)>(kBcrypt, "BCryptCreateHash",
+                                                                     [&](auto...) -> NTSTATUS {
+                                                                         seen = snapshot();
+                                                                         return kStatusUnsuccessful;
+                                                                     });
     EXPECT_FALSE(Verify("abc", kDigestOfAbc));
     EXPECT_EQ(seen.stage, JobStage::VerifyingPackage);
     EXPECT_EQ(seen.statusLine, L"Verifying package...");
@@ -251,7 +251,7 @@ TEST_F(PackageHash, FailsWithoutAFile) {
 
 TEST_F(PackageHash, BeginsNoHashWithoutAFile) {
     int calls = 0;
-    const auto hook = HookCall<decltype(&::BCryptOpenAlgorithmProvider)>(
+    const auto hook = bench::HookCall<decltype(&::BCryptOpenAlgorithmProvider)>(
         kBcrypt, "BCryptOpenAlgorithmProvider", [&](auto...) {
             ++calls;
             return kStatusUnsuccessful;
@@ -274,14 +274,14 @@ TEST_F(PackageHash, FailsForAFileThatNobodyElseMayOpen) {
 TEST_F(PackageHash, FailsWhenAReadFailsInTheMiddle) {
     bench::WriteFile(archive_, bench::PatternBytes(2 * kMebibyte));
     int calls = 0;
-    const auto hook = HookCall<decltype(&::ReadFile)>(
+    const auto hook = bench::HookCall<decltype(&::ReadFile)>(
         kKernel32, "ReadFile",
         [&](HANDLE file, LPVOID buffer, DWORD size, LPDWORD bytesRead, LPOVERLAPPED overlapped) {
             if (++calls % 2 == 0) {
                 ::SetLastError(ERROR_CRC);
                 return FALSE;
             }
-            return RealFunction<decltype(&::ReadFile)>(kKernel32, "ReadFile")(
+            return bench::RealFunction<decltype(&::ReadFile)>(kKernel32, "ReadFile")(
                 file, buffer, size, bytesRead, overlapped);
         });
     ExpectCannotBeComputed();
@@ -298,7 +298,8 @@ private:
         int* counter;
         NTSTATUS operator()(BCRYPT_HASH_HANDLE hash) const {
             ++*counter;
-            return RealFunction<decltype(&::BCryptDestroyHash)>(kBcrypt, "BCryptDestroyHash")(hash);
+            return bench::RealFunction<decltype(&::BCryptDestroyHash)>(kBcrypt,
+                                                                       "BCryptDestroyHash")(hash);
         }
     };
     struct OnClose {
@@ -306,14 +307,14 @@ private:
         NTSTATUS operator()(BCRYPT_ALG_HANDLE provider, ULONG flags) const {
             EXPECT_EQ(flags, 0u);
             ++*counter;
-            return RealFunction<decltype(&::BCryptCloseAlgorithmProvider)>(
+            return bench::RealFunction<decltype(&::BCryptCloseAlgorithmProvider)>(
                 kBcrypt, "BCryptCloseAlgorithmProvider")(provider, flags);
         }
     };
 
-    CallHook<decltype(&::BCryptDestroyHash), OnDestroy> destroy_{kBcrypt, "BCryptDestroyHash",
-                                                                 OnDestroy{&destroyedHashes}};
-    CallHook<decltype(&::BCryptCloseAlgorithmProvider), OnClose> close_{
+    bench::CallHook<decltype(&::BCryptDestroyHash), OnDestroy> destroy_{
+        kBcrypt, "BCryptDestroyHash", OnDestroy{&destroyedHashes}};
+    bench::CallHook<decltype(&::BCryptCloseAlgorithmProvider), OnClose> close_{
         kBcrypt, "BCryptCloseAlgorithmProvider", OnClose{&closedProviders}};
 };
 
@@ -328,7 +329,7 @@ TEST_F(PackageHash, GivesHashAndProviderBackAfterSuccess) {
 
 TEST_F(PackageHash, FailsWhenTheProviderCannotBeOpened) {
     bench::WriteFile(archive_, "abc");
-    const auto hook = HookCall<decltype(&::BCryptOpenAlgorithmProvider)>(
+    const auto hook = bench::HookCall<decltype(&::BCryptOpenAlgorithmProvider)>(
         kBcrypt, "BCryptOpenAlgorithmProvider",
         [](BCRYPT_ALG_HANDLE*, LPCWSTR algorithm, LPCWSTR implementation, ULONG flags) {
             EXPECT_STREQ(algorithm, L"SHA256");
@@ -342,7 +343,7 @@ TEST_F(PackageHash, FailsWhenTheProviderCannotBeOpened) {
 TEST_F(PackageHash, FailsWhenTheObjectLengthIsUnknown) {
     bench::WriteFile(archive_, "abc");
     const HashHandleCount count;
-    const auto hook = HookCall<decltype(&::BCryptGetProperty)>(
+    const auto hook = bench::HookCall<decltype(&::BCryptGetProperty)>(
         kBcrypt, "BCryptGetProperty",
         [](BCRYPT_HANDLE, LPCWSTR property, PUCHAR, ULONG bytes, ULONG*, ULONG flags) {
             EXPECT_STREQ(property, L"ObjectLength");
@@ -358,7 +359,7 @@ TEST_F(PackageHash, FailsWhenTheObjectLengthIsUnknown) {
 TEST_F(PackageHash, FailsWhenTheHashCannotBeCreated) {
     bench::WriteFile(archive_, "abc");
     const HashHandleCount count;
-    const auto hook = HookCall<decltype(&::BCryptCreateHash)>(
+    const auto hook = bench::HookCall<decltype(&::BCryptCreateHash)>(
         kBcrypt, "BCryptCreateHash",
         [](BCRYPT_ALG_HANDLE provider, BCRYPT_HASH_HANDLE*, PUCHAR, ULONG objectBytes,
            PUCHAR secret, ULONG secretBytes, ULONG flags) {
@@ -381,7 +382,7 @@ TEST_F(PackageHash, FailsWhenTheHashCannotBeCreated) {
 TEST_F(PackageHash, FailsWhenHashingFails) {
     bench::WriteFile(archive_, "abc");
     const HashHandleCount count;
-    const auto hook = HookCall<decltype(&::BCryptHashData)>(
+    const auto hook = bench::HookCall<decltype(&::BCryptHashData)>(
         kBcrypt, "BCryptHashData", [](BCRYPT_HASH_HANDLE, PUCHAR, ULONG bytes, ULONG flags) {
             EXPECT_EQ(bytes, 3u);
             EXPECT_EQ(flags, 0u);
@@ -396,7 +397,7 @@ TEST_F(PackageHash, FailsWhenHashingFails) {
 TEST_F(PackageHash, FailsWhenTheHashCannotBeFinished) {
     bench::WriteFile(archive_, "abc");
     const HashHandleCount count;
-    const auto hook = HookCall<decltype(&::BCryptFinishHash)>(
+    const auto hook = bench::HookCall<decltype(&::BCryptFinishHash)>(
         kBcrypt, "BCryptFinishHash", [](BCRYPT_HASH_HANDLE, PUCHAR, ULONG bytes, ULONG flags) {
             EXPECT_EQ(bytes, 32u);
             EXPECT_EQ(flags, 0u);

@@ -252,8 +252,8 @@ TEST_F(PackageSource, PutsProcessIdAndTimeIntoBothPaths) {
 
 TEST_F(PackageSource, TakesTheTimeOfASystemThatHasRunForMoreThanSevenWeeks) {
     constexpr ULONGLONG kMilliseconds = 0x1'0000'0005;
-    const auto hook = HookCall<decltype(&::GetTickCount64)>(kKernel32, "GetTickCount64",
-                                                            [] { return kMilliseconds; });
+    const auto hook = bench::HookCall<decltype(&::GetTickCount64)>(kKernel32, "GetTickCount64",
+                                                                   [] { return kMilliseconds; });
     EXPECT_TRUE(MakeArchiveDownloadPath().native().ends_with(L"_4294967301.zip"));
     EXPECT_TRUE(MakeJobTempFolder().native().ends_with(L"_4294967301"));
 }
@@ -305,8 +305,8 @@ TEST_F(PackageSource, FollowsTheSystemsOrderOfVariables) {
 }
 
 TEST_F(PackageSource, GivesRelativePathsWhenThereIsNoTemporaryFolder) {
-    const auto hook = HookCall<decltype(&::GetTempPathW)>(kKernel32, "GetTempPathW",
-                                                          [](DWORD, LPWSTR) -> DWORD { return 0; });
+    const auto hook = bench::HookCall<decltype(&::GetTempPathW)>(
+        kKernel32, "GetTempPathW", [](DWORD, LPWSTR) -> DWORD { return 0; });
     EXPECT_EQ(MakeArchiveDownloadPath().parent_path(), L"");
     EXPECT_TRUE(MakeArchiveDownloadPath().native().starts_with(L"KrvBrennickInstaller.exe_"));
     EXPECT_TRUE(MakeJobTempFolder().native().starts_with(L"KrvBrennickRepair_"));
@@ -315,7 +315,7 @@ TEST_F(PackageSource, GivesRelativePathsWhenThereIsNoTemporaryFolder) {
 TEST_F(PackageSource, TakesATemporaryFolderOfUpTo259Characters) {
     const std::wstring longest = L"C:\\" + std::wstring(255, L'x') + L"\\";
     DWORD needed = 0;
-    const auto hook = HookCall<decltype(&::GetTempPathW)>(
+    const auto hook = bench::HookCall<decltype(&::GetTempPathW)>(
         kKernel32, "GetTempPathW", [&](DWORD size, LPWSTR buffer) -> DWORD {
             EXPECT_EQ(size, 260u);
             if (needed >= size) {

@@ -144,7 +144,7 @@ BOOL WINAPI UnpackAtOnce(LPCWSTR program, LPWSTR commandLine, LPSECURITY_ATTRIBU
     const Uncounted uncounted;
     const fs::path folder = UnpackingFolder(commandLine);
     if (folder.empty()) {  // The bench's own.
-        return RealFunction<decltype(&::CreateProcessW)>(kKernel, "CreateProcessW")(
+        return bench::RealFunction<decltype(&::CreateProcessW)>(kKernel, "CreateProcessW")(
             program, commandLine, security, threadSecurity, inherit, flags, environment,
             currentFolder, startup, started);
     }
@@ -157,8 +157,8 @@ BOOL WINAPI UnpackAtOnce(LPCWSTR program, LPWSTR commandLine, LPSECURITY_ATTRIBU
 
 BOOL WINAPI ExitCodeOfEnded(HANDLE process, LPDWORD code) {
     if (process != endedProcess) {
-        return RealFunction<decltype(&::GetExitCodeProcess)>(kKernel, "GetExitCodeProcess")(process,
-                                                                                            code);
+        return bench::RealFunction<decltype(&::GetExitCodeProcess)>(kKernel, "GetExitCodeProcess")(
+            process, code);
     }
     *code = 0;
     return TRUE;

@@ -38,10 +38,10 @@ TEST_F(WriteUninstallerOnAFullDisk, Fails) {
     const fs::path disk = bench::EmptySmallDisk();
     // An uninstaller of a real one's size, lent for these calls.
     std::string program(100'000, 'u');
-    const auto size = HookCall<decltype(&::SizeofResource)>(
+    const auto size = bench::HookCall<decltype(&::SizeofResource)>(
         L"kernel32.dll", "SizeofResource",
         [&](auto&&...) -> DWORD { return static_cast<DWORD>(program.size()); });
-    const auto bytes = HookCall<decltype(&::LockResource)>(
+    const auto bytes = bench::HookCall<decltype(&::LockResource)>(
         L"kernel32.dll", "LockResource", [&](auto&&...) -> LPVOID { return program.data(); });
     toolFolder = disk / L"client";
     fs::create_directory(toolFolder);

@@ -64,25 +64,25 @@ protected:
 // Tells `note` of each call, then makes it.
 template <class Function, class Note>
 auto HookBefore(const wchar_t* dllName, const char* functionName, Note note) {
-    return HookCall<Function>(
+    return bench::HookCall<Function>(
         dllName, functionName,
-        [note, real = RealFunction<Function>(dllName, functionName)](auto... arguments) {
+        [note, real = bench::RealFunction<Function>(dllName, functionName)](auto... arguments) {
             note(arguments...);
             return real(arguments...);
         });
 }
 
 int Application::Run() {
-    const auto dlls = HookCall<decltype(&::SetDefaultDllDirectories)>(
+    const auto dlls = bench::HookCall<decltype(&::SetDefaultDllDirectories)>(
         kKernel32, "SetDefaultDllDirectories", [this](DWORD flags) {
             steps_.emplace_back("dlls");
             dllDirectories_ = flags;
             return TRUE;
         });
     using Find = decltype(&::GetProcAddress);
-    const auto find = RealFunction<Find>(kKernel32, "GetProcAddress");
-    const auto dpi =
-        HookCall<Find>(kKernel32, "GetProcAddress", [&](HMODULE module, LPCSTR name) -> FARPROC {
+    const auto find = bench::RealFunction<Find>(kKernel32, "GetProcAddress");
+    const auto dpi = bench::HookCall<Find>(
+        kKernel32, "GetProcAddress", [&](HMODULE module, LPCSTR name) -> FARPROC {
             return std::string_view(name) == "SetProcessDpiAwarenessContext" ? setDpiAwareness_
                                                                              : find(module, name);
         });
@@ -139,26 +139,26 @@ TEST_F(Application, GoesOnWhereWindowsKnowsNoDpiAwarenessContexts) {
 }
 
 TEST_F(Application, ReturnsTheExitCodeThatTheLoopEndedWith) {
-    const auto messages =
-        HookCall<decltype(&::GetMessageW)>(kUser32, "GetMessageW", [](MSG* message, auto...) {
-            ::DestroyWindow(mainWindow);
-            message->wParam = 7;
-            return FALSE;
-        });
+    const auto messages = bench::HookCall<decltype(&::GetMessageW)>(kUser32, "GetMessageW",
+                                                                    [](MSG* message, auto...) {
+                                                                        ::DestroyWindow(mainWindow);
+                                                                        message->wParam = 7;
+                                                                        return FALSE;
+                                                                    });
     EXPECT_EQ(RunApplication(::GetModuleHandleW(nullptr), SW_HIDE), 7);
 }
 
 // No message would ever come.
 TEST_F(Application, EndsAtOnceWithoutAWindow) {
-    const auto window = HookCall<decltype(&::CreateWindowExW)>(
+    const auto window = bench::HookCall<decltype(&::CreateWindowExW)>(
         kUser32, "CreateWindowExW", [](auto...) -> HWND { return nullptr; });
     bool waited = false;
-    const auto messages =
-        HookCall<decltype(&::GetMessageW)>(kUser32, "GetMessageW", [&](MSG* message, auto...) {
-            waited = true;
-            message->wParam = 7;
-            return FALSE;
-        });
+    const auto messages = bench::HookCall<decltype(&::GetMessageW)>(kUser32, "GetMessageW",
+                                                                    [&](MSG* message, auto...) {
+                                                                        waited = true;
+                                                                        message->wParam = 7;
+                                                                        return FALSE;
+                                                                    });
     EXPECT_EQ(RunApplication(::GetModuleHandleW(nullptr), SW_SHOW), 0);
     EXPECT_FALSE(waited);
 }

@@ -75,10 +75,11 @@ TEST_F(ClosingStages, HashingIsFinishedAndNothingInstalled) {
     ASSERT_TRUE(ComputeFileSha256(bench::PackagePath(kZip), config.archiveSha256));
     const OpenWindow window({.config = config});
     using Function = decltype(&::BCryptHashData);
-    const auto hook = HookCall<Function>(L"bcrypt.dll", "BCryptHashData", [&](auto... arguments) {
-        AwaitRequest();
-        return RealFunction<Function>(L"bcrypt.dll", "BCryptHashData")(arguments...);
-    });
+    const auto hook =
+        bench::HookCall<Function>(L"bcrypt.dll", "BCryptHashData", [&](auto... arguments) {
+            AwaitRequest();
+            return bench::RealFunction<Function>(L"bcrypt.dll", "BCryptHashData")(arguments...);
+        });
     CloseInStage(window);
     EXPECT_TRUE(ClientContents().empty());
     EXPECT_EQ(ReadKey(kEntryKey), std::nullopt);
@@ -88,12 +89,13 @@ TEST_F(ClosingStages, HashingIsFinishedAndNothingInstalled) {
 TEST_F(ClosingStages, TheUninstallerIsWrittenAndTheGameRegistered) {
     const OpenWindow window({.config = Config(PackageUrl(kZip))});
     using Function = decltype(&::FindResourceW);
-    const auto hook = HookCall<Function>(
+    const auto hook = bench::HookCall<Function>(
         L"kernel32.dll", "FindResourceW", [&](HMODULE module, LPCWSTR name, LPCWSTR type) {
             if (name == MAKEINTRESOURCEW(ID_UNINSTALLER)) {
                 AwaitRequest();
             }
-            return RealFunction<Function>(L"kernel32.dll", "FindResourceW")(module, name, type);
+            return bench::RealFunction<Function>(L"kernel32.dll", "FindResourceW")(module, name,
+                                                                                   type);
         });
     CloseInStage(window);
     EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
@@ -105,9 +107,9 @@ TEST_F(ClosingStages, RegisteringIsFinished) {
     const OpenWindow window({.config = Config(PackageUrl(kZip))});
     using Function = decltype(&::RegCreateKeyExW);
     const auto hook =
-        HookCall<Function>(L"advapi32.dll", "RegCreateKeyExW", [&](auto... arguments) {
+        bench::HookCall<Function>(L"advapi32.dll", "RegCreateKeyExW", [&](auto... arguments) {
             AwaitRequest();
-            return RealFunction<Function>(L"advapi32.dll", "RegCreateKeyExW")(arguments...);
+            return bench::RealFunction<Function>(L"advapi32.dll", "RegCreateKeyExW")(arguments...);
         });
     CloseInStage(window);
     EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");

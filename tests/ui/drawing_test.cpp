@@ -147,7 +147,7 @@ TEST_F(Drawing, SaysWhetherThereWasAPictureToDraw) {
 TEST_F(Drawing, SaysThatADamagedPictureWasNotDrawn) {
     const Canvas picture(10, 10, kInk);
     const Canvas target(60, 40, kBehind);
-    const auto hook = HookCall<decltype(&GdipDrawImageRect)>(
+    const auto hook = bench::HookCall<decltype(&GdipDrawImageRect)>(
         L"gdiplus.dll", "GdipDrawImageRect", [](auto...) { return Gdiplus::GenericError; });
     EXPECT_FALSE(DrawImageCovering(target.Graphics(), picture.Bitmap(), {0, 0, 60, 40}));
     EXPECT_FALSE(DrawImageFitting(target.Graphics(), picture.Bitmap(), {0, 0, 60, 40}));
@@ -170,7 +170,7 @@ Gdiplus::InterpolationMode InterpolationOf(Gdiplus::GpGraphics* graphics) {
 // Wine knows the mode and draws as without it, so the pixels cannot tell.
 TEST_F(Drawing, LooksAtAllPixelsOfAPictureThatItFitsAndOfNoOther) {
     std::vector<Gdiplus::InterpolationMode> modes;
-    const auto hook = HookCall<decltype(&GdipDrawImageRect)>(
+    const auto hook = bench::HookCall<decltype(&GdipDrawImageRect)>(
         L"gdiplus.dll", "GdipDrawImageRect", [&](Gdiplus::GpGraphics* graphics, auto...) {
             modes.push_back(InterpolationOf(graphics));
             return Gdiplus::Ok;

@@ -123,17 +123,17 @@ constexpr wchar_t kKernel32[] = L"kernel32.dll";
 TEST_F(GdiplusObjects, MakeNoPictureWhenMemoryRunsOut) {
     const Bytes png = Encode(SamplePicture(), kPngEncoder);
     {
-        const auto hook = HookCall<decltype(&::GlobalAlloc)>(
+        const auto hook = bench::HookCall<decltype(&::GlobalAlloc)>(
             kKernel32, "GlobalAlloc", [](auto...) -> HGLOBAL { return nullptr; });
         EXPECT_FALSE(MakeBitmapFromFile(png));
     }
     {
-        const auto hook = HookCall<decltype(&::GlobalLock)>(
+        const auto hook = bench::HookCall<decltype(&::GlobalLock)>(
             kKernel32, "GlobalLock", [](auto...) -> LPVOID { return nullptr; });
         EXPECT_FALSE(MakeBitmapFromFile(png));
     }
     {
-        const auto hook = HookCall<decltype(&::CreateStreamOnHGlobal)>(
+        const auto hook = bench::HookCall<decltype(&::CreateStreamOnHGlobal)>(
             L"ole32.dll", "CreateStreamOnHGlobal",
             [](auto...) -> HRESULT { return E_OUTOFMEMORY; });
         EXPECT_FALSE(MakeBitmapFromFile(png));
@@ -168,7 +168,7 @@ TEST_F(GdiplusObjects, GiveFontsTheirSizeInPixelsAndTheirWeight) {
 
 TEST_F(GdiplusObjects, AskForSegoeUI) {
     std::wstring asked;
-    const auto hook = HookCall<decltype(&GdipCreateFontFamilyFromName)>(
+    const auto hook = bench::HookCall<decltype(&GdipCreateFontFamilyFromName)>(
         L"gdiplus.dll", "GdipCreateFontFamilyFromName", [&](const WCHAR* name, auto...) {
             asked = name;
             return Gdiplus::FontFamilyNotFound;
@@ -179,12 +179,12 @@ TEST_F(GdiplusObjects, AskForSegoeUI) {
 
 TEST_F(GdiplusObjects, TakeTheUsualSansSerifFontWhereSegoeUIIsMissing) {
     using Find = decltype(&GdipCreateFontFamilyFromName);
-    const auto find = RealFunction<Find>(L"gdiplus.dll", "GdipCreateFontFamilyFromName");
-    const auto named = HookCall<Find>(L"gdiplus.dll", "GdipCreateFontFamilyFromName",
-                                      [](auto...) { return Gdiplus::FontFamilyNotFound; });
+    const auto find = bench::RealFunction<Find>(L"gdiplus.dll", "GdipCreateFontFamilyFromName");
+    const auto named = bench::HookCall<Find>(L"gdiplus.dll", "GdipCreateFontFamilyFromName",
+                                             [](auto...) { return Gdiplus::FontFamilyNotFound; });
     // Any family will do; the bench has none that GDI+ calls generic.
     int generic = 0;
-    const auto usual = HookCall<decltype(&GdipGetGenericFontFamilySansSerif)>(
+    const auto usual = bench::HookCall<decltype(&GdipGetGenericFontFamilySansSerif)>(
         L"gdiplus.dll", "GdipGetGenericFontFamilySansSerif", [&](Gdiplus::GpFontFamily** family) {
             ++generic;
             return find(L"Segoe UI", nullptr, family);
@@ -235,12 +235,12 @@ TEST_F(GdiplusObjects, AreNoneWithoutATarget) {
 TEST(GdiplusSession, LeavesAllHarmlessWhenItDoesNotStart) {
     int shutdowns = 0;
     {
-        const auto start = HookCall<decltype(&Gdiplus::GdiplusStartup)>(
+        const auto start = bench::HookCall<decltype(&Gdiplus::GdiplusStartup)>(
             L"gdiplus.dll", "GdiplusStartup", [](ULONG_PTR* token, auto...) {
                 *token = 77;  // What a failed start leaves behind is of no meaning.
                 return Gdiplus::GenericError;
             });
-        const auto stop = HookCall<decltype(&Gdiplus::GdiplusShutdown)>(
+        const auto stop = bench::HookCall<decltype(&Gdiplus::GdiplusShutdown)>(
             L"gdiplus.dll", "GdiplusShutdown", [&](ULONG_PTR) { ++shutdowns; });
         const GdiplusSession session;
         const HDC device = ::CreateCompatibleDC(nullptr);
@@ -263,7 +263,7 @@ TEST(GdiplusSession, AsksForVersionOneWithNothingSuppressed) {
     int started = 0;
     ULONG_PTR shutDown = 0;
     {
-        const auto start = HookCall<decltype(&Gdiplus::GdiplusStartup)>(
+        const auto start = bench::HookCall<decltype(&Gdiplus::GdiplusStartup)>(
             L"gdiplus.dll", "GdiplusStartup",
             [&](ULONG_PTR* token, const Gdiplus::GdiplusStartupInput* input, auto...) {
                 ++started;
@@ -274,7 +274,7 @@ TEST(GdiplusSession, AsksForVersionOneWithNothingSuppressed) {
                 EXPECT_FALSE(input->SuppressExternalCodecs);
                 return Gdiplus::Ok;
             });
-        const auto stop = HookCall<decltype(&Gdiplus::GdiplusShutdown)>(
+        const auto stop = bench::HookCall<decltype(&Gdiplus::GdiplusShutdown)>(
             L"gdiplus.dll", "GdiplusShutdown", [&](ULONG_PTR token) { shutDown = token; });
         const GdiplusSession session;
     }

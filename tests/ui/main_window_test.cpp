@@ -51,8 +51,8 @@ struct Creation {
 std::vector<Creation> CreationsOf(const Opening& opening) {
     std::vector<Creation> creations;
     using Create = decltype(&::CreateWindowExW);
-    const auto create = RealFunction<Create>(L"user32.dll", "CreateWindowExW");
-    const auto hook = HookCall<Create>(
+    const auto create = bench::RealFunction<Create>(L"user32.dll", "CreateWindowExW");
+    const auto hook = bench::HookCall<Create>(
         L"user32.dll", "CreateWindowExW",
         [&](DWORD extendedStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x, int y,
             int width, int height, HWND parent, HMENU menu, HINSTANCE instance, LPVOID extra) {
@@ -79,7 +79,7 @@ TEST_F(MainWindow, IsABorderlessPopupInTheMiddleOfTheScreen) {
 }
 
 TEST_F(MainWindow, IsCentredOnASmallerScreenAsWell) {
-    const auto metrics = HookCall<decltype(&::GetSystemMetrics)>(
+    const auto metrics = bench::HookCall<decltype(&::GetSystemMetrics)>(
         L"user32.dll", "GetSystemMetrics",
         [](int index) { return index == SM_CXSCREEN ? 801 : 500; });
     const Creation window = CreationsOf({.config = FullConfig()}).at(0);
@@ -105,7 +105,7 @@ TEST_F(MainWindow, MakesItsButtonsAsOwnerDrawnChildren) {
 }
 
 TEST_F(MainWindow, ReportsThatTheSystemRefusesAWindow) {
-    const auto hook = HookCall<decltype(&::CreateWindowExW)>(
+    const auto hook = bench::HookCall<decltype(&::CreateWindowExW)>(
         L"user32.dll", "CreateWindowExW", [](auto...) -> HWND { return nullptr; });
     EXPECT_EQ(CreateMainWindow(::GetModuleHandleW(nullptr), SW_SHOW), nullptr);
     EXPECT_EQ(mainWindow, nullptr);
@@ -121,7 +121,7 @@ TEST_F(MainWindow, IsTheWindowThatTheRecordsName) {
 
 TEST_F(MainWindow, TicksFourTimesASecond) {
     std::vector<std::pair<UINT_PTR, UINT>> timers;
-    const auto hook = HookCall<decltype(&::SetTimer)>(
+    const auto hook = bench::HookCall<decltype(&::SetTimer)>(
         L"user32.dll", "SetTimer", [&](HWND, UINT_PTR id, UINT periodMs, TIMERPROC) {
             timers.emplace_back(id, periodMs);
             return id;
@@ -158,25 +158,25 @@ TEST_F(MainWindow, HasTheClassThatItsUsersKnow) {
 std::pair<HICON, HICON> IconsWhen(std::pair<HICON, HICON> loaded) {
     std::pair<HICON, HICON> icons;
     using Load = decltype(&::LoadIconW);
-    const auto load = RealFunction<Load>(L"user32.dll", "LoadIconW");
+    const auto load = bench::RealFunction<Load>(L"user32.dll", "LoadIconW");
     const auto largeIcon =
-        HookCall<Load>(L"user32.dll", "LoadIconW", [&](HINSTANCE instance, LPCWSTR name) {
+        bench::HookCall<Load>(L"user32.dll", "LoadIconW", [&](HINSTANCE instance, LPCWSTR name) {
             return instance != nullptr && name == MAKEINTRESOURCEW(101) ? loaded.first
                                                                         : load(instance, name);
         });
-    const auto smallIcon =
-        HookCall<decltype(&::LoadImageW)>(L"user32.dll", "LoadImageW",
-                                          [&](HINSTANCE instance, LPCWSTR name, UINT type,
-                                              int width, int height, UINT flags) -> HANDLE {
-                                              EXPECT_EQ(instance, ::GetModuleHandleW(nullptr));
-                                              EXPECT_EQ(name, MAKEINTRESOURCEW(101));
-                                              EXPECT_EQ(type, static_cast<UINT>(IMAGE_ICON));
-                                              EXPECT_EQ(width, ::GetSystemMetrics(SM_CXSMICON));
-                                              EXPECT_EQ(height, ::GetSystemMetrics(SM_CYSMICON));
-                                              EXPECT_EQ(flags & LR_SHARED, 0U);
-                                              return loaded.second;
-                                          });
-    const auto registration = HookCall<decltype(&::RegisterClassExW)>(
+    const auto smallIcon = bench::HookCall<decltype(&::LoadImageW)>(
+        L"user32.dll", "LoadImageW",
+        [&](HINSTANCE instance, LPCWSTR name, UINT type, int width, int height,
+            UINT flags) -> HANDLE {
+            EXPECT_EQ(instance, ::GetModuleHandleW(nullptr));
+            EXPECT_EQ(name, MAKEINTRESOURCEW(101));
+            EXPECT_EQ(type, static_cast<UINT>(IMAGE_ICON));
+            EXPECT_EQ(width, ::GetSystemMetrics(SM_CXSMICON));
+            EXPECT_EQ(height, ::GetSystemMetrics(SM_CYSMICON));
+            EXPECT_EQ(flags & LR_SHARED, 0U);
+            return loaded.second;
+        });
+    const auto registration = bench::HookCall<decltype(&::RegisterClassExW)>(
         L"user32.dll", "RegisterClassExW", [&](const WNDCLASSEXW* windowClass) -> ATOM {
             icons = {windowClass->hIcon, windowClass->hIconSm};
             return 0;
@@ -233,7 +233,7 @@ TEST_F(MainWindow, HasRoundCorners) {
 }
 
 TEST_F(MainWindow, StaysRectangularWithoutARegion) {
-    const auto hook = HookCall<decltype(&::CreateRoundRectRgn)>(
+    const auto hook = bench::HookCall<decltype(&::CreateRoundRectRgn)>(
         L"gdi32.dll", "CreateRoundRectRgn", [](auto...) -> HRGN { return nullptr; });
     const OpenWindow window;
     const HRGN region = ::CreateRectRgn(0, 0, 0, 0);

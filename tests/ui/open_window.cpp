@@ -35,8 +35,8 @@ std::vector<int> ButtonsWhere(const OpenWindow& window, bool (*holds)(HWND)) {
 
 HWND Create(const Opening& opening) {
     using FindResourceFunction = decltype(&::FindResourceW);
-    const auto find = RealFunction<FindResourceFunction>(L"kernel32.dll", "FindResourceW");
-    const auto hook = HookCall<FindResourceFunction>(
+    const auto find = bench::RealFunction<FindResourceFunction>(L"kernel32.dll", "FindResourceW");
+    const auto hook = bench::HookCall<FindResourceFunction>(
         L"kernel32.dll", "FindResourceW", [&](HMODULE module, LPCWSTR name, LPCWSTR type) -> HRSRC {
             const bool isConfig = name == MAKEINTRESOURCEW(ID_CONFIG_TEXT);
             if ((isConfig && opening.config) || (!isConfig && !opening.hasPictures)) {

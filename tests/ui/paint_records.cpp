@@ -90,29 +90,29 @@ std::vector<std::string> RecordTexts(const std::function<void()>& paint) {
     MadeOf families;
     MadeOf fonts;
     std::vector<std::string> texts;
-    const auto createFamily = HookCall<CreateFamilyFunction>(
+    const auto createFamily = bench::HookCall<CreateFamilyFunction>(
         kGdiplus, "GdipCreateFontFamilyFromName", [&](auto* name, auto* collection, auto** family) {
-            const auto status = RealFunction<CreateFamilyFunction>(
+            const auto status = bench::RealFunction<CreateFamilyFunction>(
                 kGdiplus, "GdipCreateFontFamilyFromName")(name, collection, family);
             families[*family] = Narrow(name);
             return status;
         });
-    const auto createFont = HookCall<CreateFontFunction>(
+    const auto createFont = bench::HookCall<CreateFontFunction>(
         kGdiplus, "GdipCreateFont",
         [&](auto* family, Gdiplus::REAL size, INT style, Gdiplus::Unit unit, auto** font) {
-            const auto status = RealFunction<CreateFontFunction>(kGdiplus, "GdipCreateFont")(
+            const auto status = bench::RealFunction<CreateFontFunction>(kGdiplus, "GdipCreateFont")(
                 family, size, style, unit, font);
             fonts[*font] = families[family] + " " + SizeText(size, unit) + StyleText(style);
             return status;
         });
-    const auto drawString = HookCall<DrawStringFunction>(
+    const auto drawString = bench::HookCall<DrawStringFunction>(
         kGdiplus, "GdipDrawString",
         [&](auto* graphics, auto* text, INT length, auto* font, auto* area, auto* format,
             auto* brush) {
             texts.push_back(Narrow({text, static_cast<size_t>(length)}) + " | " + fonts[font] +
                             " | " + PlaceText(area->X, area->Y, area->Width, area->Height) +
                             FormatText(format));
-            return RealFunction<DrawStringFunction>(kGdiplus, "GdipDrawString")(
+            return bench::RealFunction<DrawStringFunction>(kGdiplus, "GdipDrawString")(
                 graphics, text, length, font, area, format, brush);
         });
     paint();
@@ -122,35 +122,35 @@ std::vector<std::string> RecordTexts(const std::function<void()>& paint) {
 std::vector<std::string> RecordOutlines(const std::function<void()>& paint) {
     MadeOf pens;
     std::vector<std::string> outlines;
-    const auto createPen = HookCall<CreatePenFunction>(
+    const auto createPen = bench::HookCall<CreatePenFunction>(
         kGdiplus, "GdipCreatePen1",
         [&](Gdiplus::ARGB colour, Gdiplus::REAL width, Gdiplus::GpUnit unit, auto** pen) {
-            const auto status = RealFunction<CreatePenFunction>(kGdiplus, "GdipCreatePen1")(
+            const auto status = bench::RealFunction<CreatePenFunction>(kGdiplus, "GdipCreatePen1")(
                 colour, width, unit, pen);
             pens[*pen] = ", " + SizeText(width, unit);
             return status;
         });
-    const auto drawRectangle = HookCall<DrawRectangleFunction>(
+    const auto drawRectangle = bench::HookCall<DrawRectangleFunction>(
         kGdiplus, "GdipDrawRectangleI",
         [&](auto* graphics, auto* pen, INT x, INT y, INT width, INT height) {
             outlines.push_back("rectangle " + PlaceText(x, y, width, height) + pens[pen]);
-            return RealFunction<DrawRectangleFunction>(kGdiplus, "GdipDrawRectangleI")(
+            return bench::RealFunction<DrawRectangleFunction>(kGdiplus, "GdipDrawRectangleI")(
                 graphics, pen, x, y, width, height);
         });
-    const auto drawEllipse = HookCall<DrawEllipseFunction>(
+    const auto drawEllipse = bench::HookCall<DrawEllipseFunction>(
         kGdiplus, "GdipDrawEllipseI",
         [&](auto* graphics, auto* pen, INT x, INT y, INT width, INT height) {
             outlines.push_back("ellipse " + PlaceText(x, y, width, height) + pens[pen]);
-            return RealFunction<DrawEllipseFunction>(kGdiplus, "GdipDrawEllipseI")(
+            return bench::RealFunction<DrawEllipseFunction>(kGdiplus, "GdipDrawEllipseI")(
                 graphics, pen, x, y, width, height);
         });
-    const auto drawLines = HookCall<DrawLinesFunction>(
+    const auto drawLines = bench::HookCall<DrawLinesFunction>(
         kGdiplus, "GdipDrawLinesI", [&](auto* graphics, auto* pen, auto* points, INT count) {
             std::ostringstream start;
             start << "lines from " << points->X << ',' << points->Y;
             outlines.push_back(start.str() + pens[pen]);
-            return RealFunction<DrawLinesFunction>(kGdiplus, "GdipDrawLinesI")(graphics, pen,
-                                                                               points, count);
+            return bench::RealFunction<DrawLinesFunction>(kGdiplus, "GdipDrawLinesI")(
+                graphics, pen, points, count);
         });
     paint();
     return outlines;

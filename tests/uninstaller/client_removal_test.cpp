@@ -93,8 +93,8 @@ TEST_F(RemoveGameTest, RemovesFileLinksAndLeavesWhatTheyLeadTo) {
 TEST_F(RemoveGameTest, LeavesAndNamesWhatAppearsAtTheEnd) {
     // Somebody puts a file there at the moment when the uninstaller itself goes.
     const fs::path newcomer = toolFolder / L"bin" / L"new";
-    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
-    const auto hook = HookCall<decltype(&::CreateFileW)>(
+    const auto real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
             if (access == DELETE && fs::path(path).filename() == L"Uninstall.exe") {
                 bench::WriteFile(newcomer, "somebody's");
@@ -161,8 +161,9 @@ protected:
     [[nodiscard]] RemovalResult RemoveWhileDenied(const fs::path& denied,
                                                   DWORD deniedAccess) const {
         const bench::OpenElsewhere open(file_, 0);
-        const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
-        const auto hook = HookCall<decltype(&::CreateFileW)>(
+        const auto real =
+            bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+        const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
             L"kernel32.dll", "CreateFileW",
             [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
                 if (denied == path && (access & deniedAccess) != 0) {
@@ -190,15 +191,15 @@ TEST_F(DeniedEntry, MayBeAFolderThatCannotBeListed) {
 
 TEST_F(DeniedEntry, MayBeOneWhoseRemovalIsPending) {
     using Look = decltype(&::GetFileAttributesExW);
-    const auto real = RealFunction<Look>(L"kernel32.dll", "GetFileAttributesExW");
-    const auto hook = HookCall<Look>(L"kernel32.dll", "GetFileAttributesExW",
-                                     [&](LPCWSTR path, auto... more) -> BOOL {
-                                         if (file_ == path) {
-                                             ::SetLastError(ERROR_ACCESS_DENIED);
-                                             return FALSE;
-                                         }
-                                         return real(path, more...);
-                                     });
+    const auto real = bench::RealFunction<Look>(L"kernel32.dll", "GetFileAttributesExW");
+    const auto hook = bench::HookCall<Look>(L"kernel32.dll", "GetFileAttributesExW",
+                                            [&](LPCWSTR path, auto... more) -> BOOL {
+                                                if (file_ == path) {
+                                                    ::SetLastError(ERROR_ACCESS_DENIED);
+                                                    return FALSE;
+                                                }
+                                                return real(path, more...);
+                                            });
     EXPECT_FALSE(RemoveWhileDenied(file_, DELETE).rightsAreMissing);
 }
 

@@ -118,9 +118,10 @@ protected:
     // Calls `seen` right after (or before) the copy's file is opened to be held.
     template <class Callable>
     [[nodiscard]] static auto WhenHeld(Callable seen) {
-        return HookCall<decltype(&::CreateFileW)>(
+        return bench::HookCall<decltype(&::CreateFileW)>(
             L"kernel32.dll", "CreateFileW",
-            [seen, real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW")](
+            [seen,
+             real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW")](
                 LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
                 DWORD creation, DWORD flags, HANDLE model) -> HANDLE {
                 const auto open = [&] {
@@ -155,8 +156,8 @@ TEST_F(StartCopyTest, FailsWithoutAFileToCopy) {
 }
 
 TEST_F(StartCopyTest, LeavesNoCopyThatIsIncomplete) {
-    const auto real = RealFunction<decltype(&::WriteFile)>(L"kernel32.dll", "WriteFile");
-    const auto hook = HookCall<decltype(&::WriteFile)>(
+    const auto real = bench::RealFunction<decltype(&::WriteFile)>(L"kernel32.dll", "WriteFile");
+    const auto hook = bench::HookCall<decltype(&::WriteFile)>(
         L"kernel32.dll", "WriteFile",
         [&](HANDLE file, LPCVOID bytes, DWORD count, auto... more) -> BOOL {
             return real(file, bytes, count / 2, more...);  // As on a full disk.
@@ -197,11 +198,11 @@ TEST_F(StartCopyTest, WaitsForAVirusScannerThatHoldsTheCopy) {
         return INVALID_HANDLE_VALUE;
     });
     bool isStarted = false;
-    const auto start = HookCall<decltype(&::CreateProcessW)>(L"kernel32.dll", "CreateProcessW",
-                                                             [&](auto...) -> BOOL {
-                                                                 isStarted = true;
-                                                                 return FALSE;
-                                                             });
+    const auto start = bench::HookCall<decltype(&::CreateProcessW)>(
+        L"kernel32.dll", "CreateProcessW", [&](auto...) -> BOOL {
+            isStarted = true;
+            return FALSE;
+        });
     EXPECT_FALSE(StartCopy(Original()));
     EXPECT_EQ(refused, 2);
     EXPECT_TRUE(isStarted);
@@ -220,8 +221,9 @@ TEST_F(StartCopyTest, LetsNobodyChangeTheHeldCopy) {
         copy = path;
         return open();
     });
-    const auto real = RealFunction<decltype(&::CreateProcessW)>(L"kernel32.dll", "CreateProcessW");
-    const auto hook = HookCall<decltype(&::CreateProcessW)>(
+    const auto real =
+        bench::RealFunction<decltype(&::CreateProcessW)>(L"kernel32.dll", "CreateProcessW");
+    const auto hook = bench::HookCall<decltype(&::CreateProcessW)>(
         L"kernel32.dll", "CreateProcessW", [&](auto... arguments) -> BOOL {
             EXPECT_FALSE(CanBeOpened(copy, GENERIC_WRITE, kShareAll));
             EXPECT_FALSE(CanBeOpened(copy, DELETE, kShareAll));
@@ -274,7 +276,7 @@ TEST_F(StartCopyTest, GivesItTheHandlesThatItNeedsAndNoOthers) {
 
 TEST_F(StartCopyTest, LetsTheCopyComeToTheFront) {
     std::vector<std::wstring> allowed;
-    const auto hook = HookCall<decltype(&::AllowSetForegroundWindow)>(
+    const auto hook = bench::HookCall<decltype(&::AllowSetForegroundWindow)>(
         L"user32.dll", "AllowSetForegroundWindow", [&](DWORD process) -> BOOL {
             allowed.push_back(std::to_wstring(process));
             return TRUE;
@@ -296,12 +298,12 @@ TEST(AwaitOriginal, WaitsUntilTheProcessHasEnded) {
                                L"sleep 600000");
     ASSERT_TRUE(original.Process());
     const HANDLE duplicate = DuplicateOf(original.Process());
-    const auto wait =
-        RealFunction<decltype(&::WaitForSingleObject)>(L"kernel32.dll", "WaitForSingleObject");
+    const auto wait = bench::RealFunction<decltype(&::WaitForSingleObject)>(L"kernel32.dll",
+                                                                            "WaitForSingleObject");
     DWORD waited = WAIT_FAILED;
     {
         // The process only ends because it is waited for.
-        const auto hook = HookCall<decltype(&::WaitForSingleObject)>(
+        const auto hook = bench::HookCall<decltype(&::WaitForSingleObject)>(
             L"kernel32.dll", "WaitForSingleObject", [&](HANDLE handle, DWORD limitMs) -> DWORD {
                 if (handle != duplicate) {
                     return wait(handle, limitMs);

@@ -84,8 +84,8 @@ TEST_F(OtherPrograms, AreFoundByAnyNameOfTheFolder) {
 
 TEST_F(OtherPrograms, AreNotLookedForOnServers) {
     bool isAsked = false;
-    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
-    const auto hook = HookCall<decltype(&::CreateFileW)>(
+    const auto real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
             isAsked = isAsked || std::wstring_view(path).find(L"server") != std::wstring::npos;
             return real(path, more...);

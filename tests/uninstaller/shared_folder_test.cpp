@@ -86,8 +86,8 @@ TEST_F(SharedFolder, RefusesASharedFolderThatCannotBeResolved) {
     ASSERT_TRUE(place.Installed());
     placedFolder = FOLDERID_Documents;
     placedAt = toolFolder / L"DATA";
-    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
-    const auto closed = HookCall<decltype(&::CreateFileW)>(
+    const auto real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto closed = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
             if (placedAt.native() == path) {
                 ::SetLastError(ERROR_ACCESS_DENIED);
@@ -106,7 +106,7 @@ TEST_F(SharedFolder, RefusesASharedFolderThatCannotBeResolved) {
 
 TEST_F(SharedFolder, RefusesTheTemporaryFolderAndWhatIsAboveIt) {
     fs::path temporary;
-    const auto hook = HookCall<decltype(&::GetTempPathW)>(
+    const auto hook = bench::HookCall<decltype(&::GetTempPathW)>(
         L"kernel32.dll", "GetTempPathW", [&](DWORD, LPWSTR text) -> DWORD {
             const std::wstring path = temporary.native() + L"\\";
             text[path.copy(text, MAX_PATH)] = L'\0';

@@ -35,7 +35,7 @@ protected:
 
     // Swaps `folder` once the entries of the client folder have been listed for the `count`th time.
     [[nodiscard]] auto SwapAfterListing(const fs::path& folder, int count) {
-        return HookCall<decltype(&::FindFirstFileExW)>(
+        return bench::HookCall<decltype(&::FindFirstFileExW)>(
             L"kernel32.dll", "FindFirstFileExW",
             [this, folder, count, seen = 0](LPCWSTR pattern, auto... more) mutable -> HANDLE {
                 const HANDLE listing = listReal_(pattern, more...);
@@ -50,7 +50,7 @@ private:
     fs::path elsewhere_ = Outside() / L"elsewhere";
     std::vector<std::wstring> before_;
     decltype(&::FindFirstFileExW) listReal_ =
-        RealFunction<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW");
+        bench::RealFunction<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW");
 };
 
 TEST_F(SwappedFolder, IsNotEnteredForRemoval) {
@@ -90,8 +90,8 @@ TEST_F(SwappedFolder, AboveTheClientIsNotEntered) {
 
 TEST_F(SwappedFolder, KeepsItsStartupProgram) {
     // The link takes its place while the uninstaller, the last file but one, is being removed.
-    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
-    const auto hook = HookCall<decltype(&::CreateFileW)>(
+    const auto real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
             if (access == DELETE && fs::path(path).filename() == L"Uninstall.exe") {
                 Swap(toolFolder / L"bin");
@@ -109,8 +109,8 @@ TEST_F(SwappedFolder, KeepsItsEmptyFolders) {
     const fs::path emptied = toolFolder / L"deep" / L"empty";
     bench::WriteFile(emptied / L"start.exe", "MZ");
     bool isSwapped = false;
-    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
-    const auto hook = HookCall<decltype(&::CreateFileW)>(
+    const auto real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
             if (!isSwapped && (emptied == path || emptied.parent_path() == path) &&
                 !fs::exists(emptied / L"start.exe")) {

@@ -106,15 +106,15 @@ TEST_F(JudgeClientTest, NamesTheFolderThatCannotBeResolved) {
     RegisterFolder(registered);
     EXPECT_EQ(JudgeClient().namedFolder, registered);
     fs::path unresolved = toolFolder;
-    const auto real = RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
-    const auto hook = HookCall<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW",
-                                                         [&](LPCWSTR path, auto... more) -> HANDLE {
-                                                             if (unresolved.native() == path) {
-                                                                 ::SetLastError(ERROR_NOT_READY);
-                                                                 return INVALID_HANDLE_VALUE;
-                                                             }
-                                                             return real(path, more...);
-                                                         });
+    const auto real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
+        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
+            if (unresolved.native() == path) {
+                ::SetLastError(ERROR_NOT_READY);
+                return INVALID_HANDLE_VALUE;
+            }
+            return real(path, more...);
+        });
     for (const fs::path& folder : {toolFolder, registered}) {
         unresolved = folder;
         const Verdict verdict = JudgeClient();

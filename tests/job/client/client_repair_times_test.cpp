@@ -77,15 +77,15 @@ TEST_P(OldTimes, AreNoEndlessMismatchOnADiskThatBeginsIn1980) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
     bench::SetWriteTime(InPackage(L"a.dat"), GetParam().time);
     unsigned copies = 0;
-    const auto copy = HookCall<decltype(&::CopyFileW)>(
+    const auto copy = bench::HookCall<decltype(&::CopyFileW)>(
         kKernel32, "CopyFileW", [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) -> BOOL {
             ++copies;
-            const BOOL copied = RealFunction<decltype(&::CopyFileW)>(kKernel32, "CopyFileW")(
+            const BOOL copied = bench::RealFunction<decltype(&::CopyFileW)>(kKernel32, "CopyFileW")(
                 source, target, failIfExists);
             bench::SetWriteTime(target, kYear1980);
             return copied;
         });
-    const auto setTime = HookCall<decltype(&::SetFileTime)>(
+    const auto setTime = bench::HookCall<decltype(&::SetFileTime)>(
         kKernel32, "SetFileTime",
         [](HANDLE file, const FILETIME* created, const FILETIME* used,
            const FILETIME* written) -> BOOL {
@@ -93,8 +93,8 @@ TEST_P(OldTimes, AreNoEndlessMismatchOnADiskThatBeginsIn1980) {
                 ::SetLastError(ERROR_INVALID_PARAMETER);
                 return FALSE;
             }
-            return RealFunction<decltype(&::SetFileTime)>(kKernel32, "SetFileTime")(file, created,
-                                                                                    used, written);
+            return bench::RealFunction<decltype(&::SetFileTime)>(kKernel32, "SetFileTime")(
+                file, created, used, written);
         });
     ExpectRepair(1);
     EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");

@@ -127,7 +127,7 @@ TEST(ReinstallSafety, RefusesASubstitutedDriveThatStandsForARoot) {
 TEST(ReinstallSafety, RefusesTheRootOfAVolumeMountedInAFolder) {
     const bench::ClientFolders folders;
     fs::path mounted = folders.Client();
-    const auto hook = HookCall<decltype(&::GetVolumePathNameW)>(
+    const auto hook = bench::HookCall<decltype(&::GetVolumePathNameW)>(
         L"kernel32.dll", "GetVolumePathNameW", [&](LPCWSTR, LPWSTR root, DWORD size) -> BOOL {
             root[(mounted.native() + L"\\").copy(root, size - 1)] = L'\0';
             return TRUE;

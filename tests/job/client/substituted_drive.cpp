@@ -10,7 +10,8 @@ namespace {
 using UnixFileName = char*(CDECL*)(const wchar_t* path);
 
 std::filesystem::path OnWinesRootDrive(const std::filesystem::path& folder) {
-    const auto nameOf = RealFunction<UnixFileName>(L"kernel32.dll", "wine_get_unix_file_name");
+    const auto nameOf =
+        bench::RealFunction<UnixFileName>(L"kernel32.dll", "wine_get_unix_file_name");
     char* const name = nameOf(folder.c_str());
     std::filesystem::path path = L"Z:";
     path += name;

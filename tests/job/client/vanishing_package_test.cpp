@@ -98,10 +98,10 @@ TEST_P(VanishingPackage, OneWhoseTopFolderIsGoneInTheMiddleFails) {
     // Nothing was counted in it, so only the listing tells.
     fs::create_directory(InPackage(L"empty"));
     const auto open =
-        RealFunction<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW");
+        bench::RealFunction<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW");
     const std::wstring pattern = Package() / L"*";
     int listings = 0;
-    const auto hook = HookCall<decltype(&::FindFirstFileExW)>(
+    const auto hook = bench::HookCall<decltype(&::FindFirstFileExW)>(
         L"kernel32.dll", "FindFirstFileExW", [&](LPCWSTR path, auto... others) -> HANDLE {
             if (path == pattern && ++listings == 2) {
                 ::SetLastError(ERROR_NOT_READY);
@@ -127,11 +127,11 @@ TEST_P(VanishingPackage, OneOnADriveWithoutResolvedPathsIsCopied) {
     bench::WriteFile(InPackage(L"data\\empty"), "");
     bench::WriteFile(InPackage(L"RepairTool.exe"), "of the package");
     for (const DWORD error : {DWORD{ERROR_INVALID_FUNCTION}, DWORD{ERROR_PATH_NOT_FOUND}}) {
-        const auto resolve = RealFunction<decltype(&::GetFinalPathNameByHandleW)>(
+        const auto resolve = bench::RealFunction<decltype(&::GetFinalPathNameByHandleW)>(
             L"kernel32.dll", "GetFinalPathNameByHandleW");
         int refusals = 0;
         {
-            const auto hook = HookCall<decltype(&::GetFinalPathNameByHandleW)>(
+            const auto hook = bench::HookCall<decltype(&::GetFinalPathNameByHandleW)>(
                 L"kernel32.dll", "GetFinalPathNameByHandleW",
                 [&](HANDLE file, LPWSTR path, DWORD size, DWORD flags) -> DWORD {
                     std::wstring name(MAX_PATH, L'\0');

@@ -231,7 +231,7 @@ TEST_F(JobProgressTest, CancelRequestEndsTheUnpackingProgramWithCodeOne) {
 TEST_F(JobProgressTest, CancelRequestIsThereBeforeTheUnpackingProgramEnds) {
     // Otherwise the job would take the program's end for a failure of the package.
     bool wasRequested = false;
-    const auto hook = HookCall<decltype(&::TerminateProcess)>(
+    const auto hook = bench::HookCall<decltype(&::TerminateProcess)>(
         L"kernel32.dll", "TerminateProcess", [&](HANDLE, UINT) -> BOOL {
             wasRequested = jobProgress.cancelRequested;
             return TRUE;
