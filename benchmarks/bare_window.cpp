@@ -1,4 +1,4 @@
-// The least program with a window of the tool's size: it fills the window with one colour. It waits
+// The least program with a window of the tool's size: it fills the window with one color. It waits
 // to be ended from outside.
 
 #include "common/windows_api.h"

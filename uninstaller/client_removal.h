@@ -32,5 +32,5 @@ struct RemovalResult {
 // Links go, what they lead to stays. The uninstaller and the startup program go last, and only
 // after everything else: as long as something stays, they stay too, with shortcut and entry, for a
 // second attempt. What appears in the folder after that stays and is named. Blocks until done. The
-// thread has COM initialised.
+// thread has COM initialized.
 RemovalResult RemoveGame(const ApprovedClient& client);

@@ -5,9 +5,9 @@
 // COM on this thread, single-threaded as the shell's objects want it, as long as the object lives.
 class ComApartment {
 public:
-    ComApartment() : initialised_(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}
+    ComApartment() : initialized_(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}
     ~ComApartment() {
-        if (initialised_) {
+        if (initialized_) {
             ::CoUninitialize();
         }
     }
@@ -15,5 +15,5 @@ public:
     ComApartment& operator=(const ComApartment&) = delete;
 
 private:
-    bool initialised_ = false;
+    bool initialized_ = false;
 };

@@ -58,7 +58,7 @@ bool IsSameCanonicalPath(std::wstring_view left, std::wstring_view right);
 // A path as the system's file functions take it. Without the system's switch for long paths, which
 // is off by default, they refuse 260 characters (folders: 248) unless a path has the extended form
 // "\\?\C:\..." or "\\?\UNC\server\...". That form is taken literally, so the path is made absolute
-// and normalised first. Shorter paths stay as they are.
+// and normalized first. Shorter paths stay as they are.
 //
 // Borrows the text of a shorter path: for the call that it is made for only.
 class SystemPath {

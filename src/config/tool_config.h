@@ -20,11 +20,11 @@ inline constexpr std::wstring_view kDefaultRepairToolName = L"KrvBrennickInstall
 
 // Everything that differs from one game to the next. The key set is shared with the downloader,
 // the installer and the uninstaller of the same game: this tool reads every key into the record
-// and acts on some of them. The member initialisers are the compiled-in defaults; the embedded
+// and acts on some of them. The member initializers are the compiled-in defaults; the embedded
 // configuration text (config_text.h) replaces the fields whose keys it names.
 //
 // The keys stand in the order in which the parser fills them; config_keys.cpp lists them in the
-// same order. A plain value: copies share nothing. No field is a number: colours, versions and
+// same order. A plain value: copies share nothing. No field is a number: colors, versions and
 // language codes are text.
 struct ToolConfig {
     std::wstring downloaderName = L"Karvoth Downloader";

@@ -15,5 +15,5 @@ std::wstring FileNameExtension(std::wstring_view path);
 std::wstring ShortcutFileName();
 
 // Creates the shortcut, or replaces the one of the same name. `message` is the text for the user,
-// in success as in failure. Window thread, which has COM initialised.
+// in success as in failure. Window thread, which has COM initialized.
 bool CreateDesktopShortcut(std::wstring& message);

@@ -32,9 +32,9 @@ Argb ParseAccentColor(std::wstring_view accentHex) {
     if (text.size() != kDigits) {
         return kDefaultAccent;
     }
-    Argb colour = 0;
+    Argb color = 0;
     for (const wchar_t digit : text) {
-        colour = colour << 4 | DigitValue(digit);
+        color = color << 4 | DigitValue(digit);
     }
-    return kOpaque | colour;
+    return kOpaque | color;
 }

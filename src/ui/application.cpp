@@ -21,7 +21,7 @@ void UsePhysicalPixels() {
     }
 }
 
-void InitialiseControls() {
+void InitializeControls() {
     const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_STANDARD_CLASSES | ICC_PROGRESS_CLASS};
     ::InitCommonControlsEx(&controls);
 }
@@ -41,7 +41,7 @@ int RunMessageLoop() {
 int RunApplication(HINSTANCE instance, int showCommand) {
     LoadDllsFromSystemFolderOnly();
     UsePhysicalPixels();
-    InitialiseControls();
+    InitializeControls();
     const ComApartment com;
     const GdiplusSession gdiplus;
     // Without a window no message would ever end the loop.

@@ -6,13 +6,13 @@
 
 namespace {
 
-struct ButtonColours {
+struct ButtonColors {
     Argb fill = 0;
     Argb text = 0;
     Argb border = 0;
 };
 
-ButtonColours ColoursAtRest(ButtonLook look, Argb accent) {
+ButtonColors ColorsAtRest(ButtonLook look, Argb accent) {
     switch (look) {
         case ButtonLook::Primary:
             return {accent, kPrimaryButtonText, kButtonBorder};
@@ -25,21 +25,21 @@ ButtonColours ColoursAtRest(ButtonLook look, Argb accent) {
     }
 }
 
-ButtonColours ColoursFor(ButtonLook look, const ButtonPicture& button) {
-    ButtonColours colours = ColoursAtRest(look, button.accentColor);
+ButtonColors ColorsFor(ButtonLook look, const ButtonPicture& button) {
+    ButtonColors colors = ColorsAtRest(look, button.accentColor);
     if (look == ButtonLook::Choice) {
-        colours.border = button.selected ? button.accentColor : kButtonBorder;
-        colours.text = button.disabled ? kDisabledText : kButtonText;
+        colors.border = button.selected ? button.accentColor : kButtonBorder;
+        colors.text = button.disabled ? kDisabledText : kButtonText;
     } else if (button.disabled) {
-        colours.text = kDisabledText;
-        colours.border = kDisabledBorder;
+        colors.text = kDisabledText;
+        colors.border = kDisabledBorder;
         if (look == ButtonLook::Primary) {
-            colours.fill = kPrimaryButtonDisabledFill;
+            colors.fill = kPrimaryButtonDisabledFill;
         }
     } else if (button.pressed) {
-        colours.fill = look == ButtonLook::Quiet ? kQuietButtonPressedFill : kPressedFill;
+        colors.fill = look == ButtonLook::Quiet ? kQuietButtonPressedFill : kPressedFill;
     }
-    return colours;
+    return colors;
 }
 
 // The outline lies one pixel inside the right and bottom edges.
@@ -55,7 +55,7 @@ Box PaintCheckSquare(Gdiplus::GpGraphics* graphics, const Box& box, const Button
     FillBox(graphics, square, button.selected ? button.accentColor : kCheckSquareFill);
     OutlineBox(graphics, square, border, kButtonPenPx);
     if (button.selected) {
-        DrawLines(graphics, {square.x, square.y}, kCheckMark, kCheckMarkColour, kCheckMarkPenPx);
+        DrawLines(graphics, {square.x, square.y}, kCheckMark, kCheckMarkColor, kCheckMarkPenPx);
     }
     return {box.x + kChoiceTextX, box.y, box.width - kChoiceTextX - kChoiceTextRightMargin,
             box.height};
@@ -66,11 +66,11 @@ Box PaintCheckSquare(Gdiplus::GpGraphics* graphics, const Box& box, const Button
 void PaintButton(Gdiplus::GpGraphics* graphics, const Box& box, const ButtonPicture& button) {
     const ButtonSpec* spec = FindButton(static_cast<int>(button.id));
     const ButtonLook look = spec == nullptr ? ButtonLook::Plain : spec->look;
-    const ButtonColours colours = ColoursFor(look, button);
-    FillBox(graphics, box, colours.fill);
-    OutlineBox(graphics, OutlineOf(box), colours.border, kButtonPenPx);
+    const ButtonColors colors = ColorsFor(look, button);
+    FillBox(graphics, box, colors.fill);
+    OutlineBox(graphics, OutlineOf(box), colors.border, kButtonPenPx);
     const Box textBox =
-        look == ButtonLook::Choice ? PaintCheckSquare(graphics, box, button, colours.border) : box;
+        look == ButtonLook::Choice ? PaintCheckSquare(graphics, box, button, colors.border) : box;
     const FontSpec& font = button.id == ButtonId::CloseMark ? kCloseMarkFont : kButtonFont;
-    DrawTextInBox(graphics, button.text, {font, colours.text}, textBox, TextPlacement::Middle);
+    DrawTextInBox(graphics, button.text, {font, colors.text}, textBox, TextPlacement::Middle);
 }

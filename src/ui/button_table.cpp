@@ -48,7 +48,7 @@ constexpr Box kRetryBox{244, 396, 176, 44};
 constexpr Box kCloseBox{440, 396, 176, 44};
 constexpr Box kWebsiteBox{24, 516, 110, 30};
 constexpr Box kCommunityBox{142, 516, 110, 30};
-constexpr Box kMinimiseBox{792, 10, 28, 28};
+constexpr Box kMinimizeBox{792, 10, 28, 28};
 constexpr Box kCloseMarkBox{822, 10, 28, 28};
 
 constexpr ButtonSpec kButtons[] = {
@@ -70,7 +70,7 @@ constexpr ButtonSpec kButtons[] = {
      WithCommunity},
     {ButtonId::Retry, L"Retry", ButtonLook::Accented, false, kRetryBox, kRetryBox, OnFailure},
     {ButtonId::Close, L"Close", ButtonLook::Accented, false, kCloseBox, kCloseBox, OnFailure},
-    {ButtonId::Minimise, L"-", ButtonLook::Quiet, false, kMinimiseBox, kMinimiseBox, Always},
+    {ButtonId::Minimize, L"-", ButtonLook::Quiet, false, kMinimizeBox, kMinimizeBox, Always},
     {ButtonId::CloseMark, L"x", ButtonLook::Quiet, false, kCloseMarkBox, kCloseMarkBox, Always},
 };
 

@@ -16,7 +16,7 @@ enum class ButtonId : int {
     RunPatcher = 4004,
     Website = 4005,
     Community = 4006,
-    Minimise = 4007,
+    Minimize = 4007,
     CloseMark = 4008,
     Retry = 4009,
     Close = 4010,

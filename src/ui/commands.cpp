@@ -66,7 +66,7 @@ void RunCommand(HWND window, int controlId) {
         case ButtonId::CloseMark:
             ::SendMessageW(window, WM_CLOSE, 0, 0);
             return;
-        case ButtonId::Minimise:
+        case ButtonId::Minimize:
             ::ShowWindow(window, SW_MINIMIZE);
             return;
     }

@@ -26,8 +26,8 @@ bool HasPixels(const ImageSize& size) {
     return size.width > 0 && size.height > 0;
 }
 
-bool DrawImageCentred(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const ImageSize& size,
-                      float factor, const Box& box) {
+bool DrawImageCentered(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image,
+                       const ImageSize& size, float factor, const Box& box) {
     const float width = size.width * factor;
     const float height = size.height * factor;
     const float left = static_cast<float>(box.x) + (static_cast<float>(box.width) - width) / 2;
@@ -38,36 +38,36 @@ bool DrawImageCentred(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, co
 void DrawStyledText(Gdiplus::GpGraphics* graphics, std::wstring_view text, const TextStyle& style,
                     const Gdiplus::RectF& area, const Gdiplus::GpStringFormat* format) {
     const OwnedFont font = MakeFont(style.font);
-    const OwnedBrush brush = MakeSolidBrush(style.colour);
+    const OwnedBrush brush = MakeSolidBrush(style.color);
     GdipDrawString(graphics, text.data(), static_cast<INT>(text.size()), font.get(), &area, format,
                    brush.get());
 }
 
 }  // namespace
 
-void FillBox(Gdiplus::GpGraphics* graphics, const Box& box, Argb colour) {
-    const OwnedBrush brush = MakeSolidBrush(colour);
+void FillBox(Gdiplus::GpGraphics* graphics, const Box& box, Argb color) {
+    const OwnedBrush brush = MakeSolidBrush(color);
     GdipFillRectangleI(graphics, brush.get(), box.x, box.y, box.width, box.height);
 }
 
-void OutlineBox(Gdiplus::GpGraphics* graphics, const Box& box, Argb colour, float penPx) {
-    const OwnedPen pen = MakePen(colour, penPx);
+void OutlineBox(Gdiplus::GpGraphics* graphics, const Box& box, Argb color, float penPx) {
+    const OwnedPen pen = MakePen(color, penPx);
     GdipDrawRectangleI(graphics, pen.get(), box.x, box.y, box.width, box.height);
 }
 
-void FillDisc(Gdiplus::GpGraphics* graphics, const Box& box, Argb colour) {
-    const OwnedBrush brush = MakeSolidBrush(colour);
+void FillDisc(Gdiplus::GpGraphics* graphics, const Box& box, Argb color) {
+    const OwnedBrush brush = MakeSolidBrush(color);
     GdipFillEllipseI(graphics, brush.get(), box.x, box.y, box.width, box.height);
 }
 
-void OutlineDisc(Gdiplus::GpGraphics* graphics, const Box& box, Argb colour, float penPx) {
-    const OwnedPen pen = MakePen(colour, penPx);
+void OutlineDisc(Gdiplus::GpGraphics* graphics, const Box& box, Argb color, float penPx) {
+    const OwnedPen pen = MakePen(color, penPx);
     GdipDrawEllipseI(graphics, pen.get(), box.x, box.y, box.width, box.height);
 }
 
 void DrawLines(Gdiplus::GpGraphics* graphics, const Point& origin, std::span<const Point> points,
-               Argb colour, float penPx) {
-    const OwnedPen pen = MakePen(colour, penPx);
+               Argb color, float penPx) {
+    const OwnedPen pen = MakePen(color, penPx);
     std::vector<Gdiplus::GpPoint> corners;
     for (const Point& point : points) {
         corners.emplace_back(origin.x + point.x, origin.y + point.y);
@@ -97,7 +97,7 @@ bool DrawImageCovering(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, c
     }
     const float factor = std::max(static_cast<float>(box.height) / size.height,
                                   static_cast<float>(box.width) / size.width);
-    return DrawImageCentred(graphics, image, size, factor, box);
+    return DrawImageCentered(graphics, image, size, factor, box);
 }
 
 bool DrawImageFitting(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box) {
@@ -110,7 +110,7 @@ bool DrawImageFitting(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, co
     // The usual mode leaves out whole pixels of a picture that is more than halved. This one looks
     // at all of them; it costs too much for a picture that covers the window, under a veil.
     GdipSetInterpolationMode(graphics, Gdiplus::InterpolationModeHighQualityBicubic);
-    const bool drawn = DrawImageCentred(graphics, image, size, factor, box);
+    const bool drawn = DrawImageCentered(graphics, image, size, factor, box);
     GdipSetInterpolationMode(graphics, Gdiplus::InterpolationModeDefault);
     return drawn;
 }

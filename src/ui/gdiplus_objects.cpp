@@ -73,15 +73,15 @@ GdiplusSession::~GdiplusSession() {
     }
 }
 
-OwnedBrush MakeSolidBrush(Argb colour) {
+OwnedBrush MakeSolidBrush(Argb color) {
     Gdiplus::GpSolidFill* brush = nullptr;
-    GdipCreateSolidFill(colour, &brush);
+    GdipCreateSolidFill(color, &brush);
     return OwnedBrush(brush);
 }
 
-OwnedPen MakePen(Argb colour, float widthPx) {
+OwnedPen MakePen(Argb color, float widthPx) {
     Gdiplus::GpPen* pen = nullptr;
-    GdipCreatePen1(colour, widthPx, Gdiplus::UnitPixel, &pen);
+    GdipCreatePen1(color, widthPx, Gdiplus::UnitPixel, &pen);
     return OwnedPen(pen);
 }
 

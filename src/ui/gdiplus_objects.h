@@ -58,15 +58,16 @@ private:
     ULONG_PTR token_ = 0;  // 0 when GDI+ did not start; nothing is then painted.
 };
 
-OwnedBrush MakeSolidBrush(Argb colour);
-OwnedPen MakePen(Argb colour, float widthPx);
+OwnedBrush MakeSolidBrush(Argb color);
+OwnedPen MakePen(Argb color, float widthPx);
 // Segoe UI, or the system's usual sans-serif font where that is missing.
 OwnedFont MakeFont(const FontSpec& spec);
 
-// How a text lies in its box: centred from side to side, an ellipsis after the last word that fits.
+// How a text lies in its box: centered from side to side, an ellipsis after the last word that
+// fits.
 enum class TextPlacement {
     TopLine,  // From the box's top, whole lines only.
-    Middle,   // A single line, centred from top to bottom as well.
+    Middle,   // A single line, centered from top to bottom as well.
 };
 OwnedFormat MakeTextFormat(TextPlacement placement);
 

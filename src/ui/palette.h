@@ -2,13 +2,13 @@
 
 #include <cstdint>
 
-// Every colour of the window by its role, as 0xAARRGGBB. The accent is the brand's own: see
+// Every color of the window by its role, as 0xAARRGGBB. The accent is the brand's own: see
 // accent_color.h.
 using Argb = uint32_t;
 
-// The same colour as GDI has it, 0x00BBGGRR.
-constexpr uint32_t ToColorRef(Argb colour) {
-    return (colour & 0xFF) << 16 | (colour & 0xFF00) | (colour >> 16 & 0xFF);
+// The same color as GDI has it, 0x00BBGGRR.
+constexpr uint32_t ToColorRef(Argb color) {
+    return (color & 0xFF) << 16 | (color & 0xFF00) | (color >> 16 & 0xFF);
 }
 
 inline constexpr Argb kDefaultAccent = 0xFFFFA640;
@@ -33,9 +33,9 @@ inline constexpr Argb kPrimaryButtonDisabledFill = 0xFF504637;
 inline constexpr Argb kQuietButtonFill = 0xFF111215;
 inline constexpr Argb kQuietButtonBorder = 0xFF2D2B32;
 inline constexpr Argb kQuietButtonPressedFill = 0xFF1F2025;
-// One colour for all brands, not derived from the accent.
+// One color for all brands, not derived from the accent.
 inline constexpr Argb kPressedFill = 0xFFD28228;
 inline constexpr Argb kDisabledText = 0xFF66636E;
 inline constexpr Argb kDisabledBorder = 0xFF323037;
 inline constexpr Argb kCheckSquareFill = 0xFF0B0C0F;
-inline constexpr Argb kCheckMarkColour = 0xFF0A0A0C;
+inline constexpr Argb kCheckMarkColor = 0xFF0A0A0C;

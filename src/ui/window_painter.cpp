@@ -44,10 +44,10 @@ void PaintProgressBar(Gdiplus::GpGraphics* graphics, const WindowPicture& pictur
 
 void PaintTexts(Gdiplus::GpGraphics* graphics, const WindowPicture& picture) {
     const JobState& job = picture.job;
-    const Argb detailColour = job.stage == JobStage::Failed ? picture.accentColor : kDetailText;
+    const Argb detailColor = job.stage == JobStage::Failed ? picture.accentColor : kDetailText;
     DrawTextInBox(graphics, StatusText(job), {kStatusFont, kStatusText}, kStatus,
                   TextPlacement::TopLine);
-    DrawTextInBox(graphics, job.detailLine, {kDetailFont, detailColour}, kDetail,
+    DrawTextInBox(graphics, job.detailLine, {kDetailFont, detailColor}, kDetail,
                   TextPlacement::TopLine);
 }
 

@@ -30,7 +30,7 @@ ULONGLONG WINAPI FakeTickCount() {
     return kFakeTick;
 }
 
-// A function of its own: an optimised one loads an import's address once, however often it calls.
+// A function of its own: an optimized one loads an import's address once, however often it calls.
 // Through a pointer that the compiler cannot see through, for else it would be inlined.
 ULONGLONG CallTickCount() {
     return ::GetTickCount64();
@@ -120,11 +120,11 @@ TEST(ImportHook, NestsInReverseOrder) {
 }
 
 // Whether the system accepts the request for its common controls.
-bool InitialisesControls() {
+bool InitializesControls() {
     const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_STANDARD_CLASSES};
     return ::InitCommonControlsEx(&controls) != FALSE;
 }
-bool (*volatile initialisesControls)() = &InitialisesControls;
+bool (*volatile initializesControls)() = &InitializesControls;
 
 BOOL WINAPI RefuseControls(const INITCOMMONCONTROLSEX*) {
     return FALSE;
@@ -136,13 +136,13 @@ TEST(ImportHook, ReplacesAFunctionThatIsResolvedAtItsFirstCall) {
         const ImportHook hook(L"comctl32.dll", "InitCommonControlsEx",
                               reinterpret_cast<void*>(&RefuseControls));
         ASSERT_TRUE(hook.Installed());
-        EXPECT_FALSE(initialisesControls());
-        EXPECT_FALSE(initialisesControls());
+        EXPECT_FALSE(initializesControls());
+        EXPECT_FALSE(initializesControls());
         const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_STANDARD_CLASSES};
         EXPECT_TRUE(hook.Original<decltype(&::InitCommonControlsEx)>()(&controls));
-        EXPECT_FALSE(initialisesControls());
+        EXPECT_FALSE(initializesControls());
     }
-    EXPECT_TRUE(initialisesControls());
+    EXPECT_TRUE(initializesControls());
 }
 
 TEST(ImportHook, SaysWhenThereIsNothingToReplace) {

@@ -171,23 +171,23 @@ FaultServer::FaultServer() : prefix_(UniquePrefix()) {
     Fetch(httpPort_, "/control/ping");
 }
 
-std::wstring FaultServer::Url(std::wstring_view behaviour) const {
+std::wstring FaultServer::Url(std::wstring_view behavior) const {
     return L"http://127.0.0.1:" + std::to_wstring(httpPort_) + Widen(ObjectName("")) +
-           std::wstring(behaviour);
+           std::wstring(behavior);
 }
 
-std::wstring FaultServer::SecureUrl(std::wstring_view behaviour) const {
+std::wstring FaultServer::SecureUrl(std::wstring_view behavior) const {
     return L"https://localhost:" + std::to_wstring(httpsPort_) + Widen(ObjectName("")) +
-           std::wstring(behaviour);
+           std::wstring(behavior);
 }
 
-std::wstring FaultServer::StrangersUrl(std::wstring_view behaviour) const {
+std::wstring FaultServer::StrangersUrl(std::wstring_view behavior) const {
     return L"https://localhost:" + std::to_wstring(strangersPort_) + Widen(ObjectName("")) +
-           std::wstring(behaviour);
+           std::wstring(behavior);
 }
 
-std::string FaultServer::ObjectName(std::string_view behaviour) const {
-    return "/" + prefix_ + "/" + std::string(behaviour);
+std::string FaultServer::ObjectName(std::string_view behavior) const {
+    return "/" + prefix_ + "/" + std::string(behavior);
 }
 
 std::vector<LoggedRequest> FaultServer::RequestLog() const {

@@ -29,14 +29,14 @@ class FaultServer {
 public:
     FaultServer();
 
-    // "http://127.0.0.1:PORT/PREFIX/behaviour"; the behaviours are listed in fault_server.py.
-    [[nodiscard]] std::wstring Url(std::wstring_view behaviour) const;
-    // "https://localhost:PORT/PREFIX/behaviour", good for whoever trusts the TestAuthority.
-    [[nodiscard]] std::wstring SecureUrl(std::wstring_view behaviour) const;
+    // "http://127.0.0.1:PORT/PREFIX/behavior"; the behaviors are listed in fault_server.py.
+    [[nodiscard]] std::wstring Url(std::wstring_view behavior) const;
+    // "https://localhost:PORT/PREFIX/behavior", good for whoever trusts the TestAuthority.
+    [[nodiscard]] std::wstring SecureUrl(std::wstring_view behavior) const;
     // The same from a server whose certificate nobody should trust.
-    [[nodiscard]] std::wstring StrangersUrl(std::wstring_view behaviour) const;
-    // "/PREFIX/behaviour", as it appears in a request line.
-    [[nodiscard]] std::string ObjectName(std::string_view behaviour) const;
+    [[nodiscard]] std::wstring StrangersUrl(std::wstring_view behavior) const;
+    // "/PREFIX/behavior", as it appears in a request line.
+    [[nodiscard]] std::string ObjectName(std::string_view behavior) const;
 
     [[nodiscard]] std::uint16_t HttpPort() const {
         return httpPort_;

@@ -12,7 +12,7 @@
 //
 // The replacement has the exact signature of the original, calling convention included. Hooks on
 // the same function nest when they end in reverse order. No thread may be inside such a call when a
-// hook begins or ends. An optimised function may load the address once, when it begins: one that
+// hook begins or ends. An optimized function may load the address once, when it begins: one that
 // calls the import before, during and after a hook sees the same function all the time.
 
 #include <string_view>

@@ -1,4 +1,4 @@
-// Feeds the parser generated texts. Built with undefined-behaviour traps and library assertions:
+// Feeds the parser generated texts. Built with undefined-behavior traps and library assertions:
 // an error in the parser ends this program at once.
 
 #include <gtest/gtest.h>

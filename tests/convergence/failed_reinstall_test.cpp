@@ -56,7 +56,7 @@ protected:
 
 struct Failure {
     const char* name;
-    const wchar_t* behaviour;  // Of the server.
+    const wchar_t* behavior;  // Of the server.
     const wchar_t* digest;
     const char* message;
 };
@@ -94,7 +94,7 @@ class PackageFailure : public FailedReinstall, public testing::WithParamInterfac
 
 TEST_P(PackageFailure, DeletesNothing) {
     machine_.PutSevenZip(machine_.SearchFolder() / L"7z.exe");
-    const JobOutcome outcome = Reinstall(server_.Url(GetParam().behaviour), GetParam().digest);
+    const JobOutcome outcome = Reinstall(server_.Url(GetParam().behavior), GetParam().digest);
     ExpectUntouched(outcome, GetParam().message);
 }
 

@@ -164,7 +164,7 @@ TEST_F(MoveByCopyTest, CopiesWhatALinkLeadsTo) {
 TEST_F(MoveByCopyTest, CopiesOverFilesThatCouldNotBeRemoved) {
     WriteFile(From() / L"Data" / L"a.dat", "new");
     WriteFile(Into() / L"Data" / L"kept" / L"b.dat", "b");
-    // Whoever has this open keeps it and the folders above it, but not its neighbours.
+    // Whoever has this open keeps it and the folders above it, but not its neighbors.
     const OpenElsewhere lock(Into() / L"Data" / L"kept" / L"b.dat", FILE_SHARE_READ);
     WriteFile(Into() / L"Data" / L"a.dat", "old");
     EXPECT_EQ(Move(L"Data"), DWORD{ERROR_SUCCESS});

@@ -36,8 +36,8 @@ protected:
         resetJobProgress();
     }
 
-    bool Download(std::wstring_view behaviour) {
-        return DownloadPackage(server_.Url(behaviour), archive_);
+    bool Download(std::wstring_view behavior) {
+        return DownloadPackage(server_.Url(behavior), archive_);
     }
 
     std::string SavedBytes() const {

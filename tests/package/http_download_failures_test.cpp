@@ -21,8 +21,8 @@ protected:
     }
 
     // Ends the server's wait once the request is there.
-    bool DownloadWithRelease(const std::wstring& behaviour) {
-        auto download = std::async(std::launch::async, [&] { return Download(behaviour); });
+    bool DownloadWithRelease(const std::wstring& behavior) {
+        auto download = std::async(std::launch::async, [&] { return Download(behavior); });
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         while (server_.RequestLog().empty() && std::chrono::steady_clock::now() < deadline) {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -92,10 +92,10 @@ TEST_F(HttpDownloadFailure, NamesAHostThatIsUnknown) {
 }
 
 TEST_F(HttpDownloadFailure, NamesAServerWithoutAUsableAnswer) {
-    for (const wchar_t* const behaviour : {L"close", L"garbage", L"loop"}) {
-        SCOPED_TRACE(testing::PrintToString(behaviour));
+    for (const wchar_t* const behavior : {L"close", L"garbage", L"loop"}) {
+        SCOPED_TRACE(testing::PrintToString(behavior));
         ClearForJobStart(JobKind::Repair);
-        EXPECT_FALSE(Download(behaviour));
+        EXPECT_FALSE(Download(behavior));
         ExpectFailureWithoutFile(kNoResponse);
     }
 }

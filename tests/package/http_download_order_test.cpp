@@ -130,7 +130,7 @@ protected:
 
     // The calls of a download in which `failingCall` fails, of a body that arrives as one piece and
     // in no time, or how often it is read would depend on the machine's speed.
-    std::vector<std::string> CallsOf(std::wstring_view behaviour,
+    std::vector<std::string> CallsOf(std::wstring_view behavior,
                                      const std::string& failingCall = "") {
         record_.calls.clear();
         record_.openHandles.clear();
@@ -141,7 +141,7 @@ protected:
                 return TRUE;
             });
         const RecordedFunctions functions;
-        Download(behaviour);
+        Download(behavior);
         return record_.calls;
     }
 

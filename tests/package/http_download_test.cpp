@@ -46,9 +46,9 @@ TEST_F(HttpDownload, SavesBodiesAroundTheSizeOfOneRead) {
 }
 
 TEST_F(HttpDownload, TakesTheTotalAsUnknownWithoutALength) {
-    for (const wchar_t* const behaviour : {L"without_length/1500000", L"chunked/1500000"}) {
-        SCOPED_TRACE(testing::PrintToString(behaviour));
-        EXPECT_TRUE(Download(behaviour));
+    for (const wchar_t* const behavior : {L"without_length/1500000", L"chunked/1500000"}) {
+        SCOPED_TRACE(testing::PrintToString(behavior));
+        EXPECT_TRUE(Download(behavior));
         EXPECT_TRUE(SavedBytes() == bench::PatternBytes(1500000));
         EXPECT_EQ(snapshot().bytesTotal, 0u);
         EXPECT_EQ(snapshot().bytesReceived, 1500000u);
@@ -56,10 +56,10 @@ TEST_F(HttpDownload, TakesTheTotalAsUnknownWithoutALength) {
 }
 
 TEST_F(HttpDownload, MakesAnEmptyFileOfAnEmptyBody) {
-    for (const wchar_t* const behaviour : {L"body/0", L"without_length/0", L"status/204"}) {
-        SCOPED_TRACE(testing::PrintToString(behaviour));
+    for (const wchar_t* const behavior : {L"body/0", L"without_length/0", L"status/204"}) {
+        SCOPED_TRACE(testing::PrintToString(behavior));
         bench::WriteFile(archive_, "older");
-        EXPECT_TRUE(Download(behaviour));
+        EXPECT_TRUE(Download(behavior));
         EXPECT_EQ(SavedBytes(), "");
         EXPECT_EQ(snapshot().bytesReceived, 0u);
     }
@@ -117,12 +117,12 @@ TEST_F(HttpDownload, SavesAnEncodedBodyAsItIsSent) {
 }
 
 TEST_F(HttpDownload, FollowsRedirectsAndTakesTheLastAnswersLength) {
-    for (const wchar_t* const behaviour :
+    for (const wchar_t* const behavior :
          {L"redirect/absolute/body/1000", L"redirect/relative/body/1000",
           L"redirect/named/body/1000", L"redirect/query/body/1000",
           L"redirect/absolute/redirect/relative/redirect/named/body/1000"}) {
-        SCOPED_TRACE(testing::PrintToString(behaviour));
-        EXPECT_TRUE(Download(behaviour));
+        SCOPED_TRACE(testing::PrintToString(behavior));
+        EXPECT_TRUE(Download(behavior));
         EXPECT_EQ(SavedBytes(), bench::PatternBytes(1000));
         EXPECT_EQ(snapshot().bytesTotal, 1000u);
     }
@@ -167,7 +167,7 @@ TEST_F(HttpDownload, DownloadsOverHttpsAndFollowsRedirectsFromAndToIt) {
 
 TEST_F(HttpDownload, RequestsPathAndQueryOfTheUrl) {
     struct Row {
-        std::wstring behaviour;
+        std::wstring behavior;
         std::string objectName;
     };
     const Row rows[] = {
@@ -181,7 +181,7 @@ TEST_F(HttpDownload, RequestsPathAndQueryOfTheUrl) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.objectName.substr(0, 50));
-        EXPECT_TRUE(Download(row.behaviour));
+        EXPECT_TRUE(Download(row.behavior));
         EXPECT_EQ(server_.RequestLog().back().requestLine,
                   "GET " + server_.ObjectName(row.objectName) + " HTTP/1.1");
     }

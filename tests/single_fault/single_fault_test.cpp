@@ -90,7 +90,7 @@ bool IsWholeJob(const Scene& scene) {
 }
 
 // Six errors for each call are too many for every day. A single failure meets two in a piece and
-// one in a whole job, which repeats the pieces; a lasting one meets another. Neighbours differ.
+// one in a whole job, which repeats the pieces; a lasting one meets another. Neighbors differ.
 std::vector<DWORD> ErrorsFor(size_t number, const Scene& scene) {
     if (scene.error != ERROR_SUCCESS) {
         return {scene.error};

@@ -77,7 +77,7 @@ SmallMachine::SmallMachine()
     toolFolder = Client();
     toolExePath = Client() / kToolName;
     bench::WriteFile(root_.Path() / L"elsewhere" / L"picture.png", kOthersBytes);
-    bench::WriteFile(root_.Path() / L"games" / L"neighbour.txt", kOthersBytes);
+    bench::WriteFile(root_.Path() / L"games" / L"neighbor.txt", kOthersBytes);
     bench::WriteFile(Archive(), "PK");
     fs::create_directory(TempFolder());
     fs::create_directory(Client() / kFolderWithLink);
@@ -138,7 +138,7 @@ std::string SmallMachine::FirstMissing(const fs::path& folder) {
 std::string SmallMachine::Damage() const {
     for (const auto& [file, bytes] :
          {std::pair{root_.Path() / L"elsewhere" / L"picture.png", kOthersBytes},
-          std::pair{root_.Path() / L"games" / L"neighbour.txt", kOthersBytes},
+          std::pair{root_.Path() / L"games" / L"neighbor.txt", kOthersBytes},
           std::pair{Client() / kToolName, kToolBytes}}) {
         if (!Holds(file, bytes)) {
             return Printable(file);

@@ -8,18 +8,18 @@ constexpr Argb kOrange = 0xFFFFA640;
 
 struct Row {
     const wchar_t* accentHex;
-    Argb colour;
+    Argb color;
 };
 
-void ExpectColours(std::initializer_list<Row> rows) {
-    for (const auto& [accentHex, colour] : rows) {
-        EXPECT_EQ(ParseAccentColor(accentHex), colour)
+void ExpectColors(std::initializer_list<Row> rows) {
+    for (const auto& [accentHex, color] : rows) {
+        EXPECT_EQ(ParseAccentColor(accentHex), color)
             << testing::PrintToString(std::wstring(accentHex));
     }
 }
 
 TEST(ParseAccentColor, ReadsRedThenGreenThenBlueAsOpaque) {
-    ExpectColours({
+    ExpectColors({
         {L"010203", 0xFF010203},
         {L"000000", 0xFF000000},
         {L"FFFFFF", 0xFFFFFFFF},
@@ -28,7 +28,7 @@ TEST(ParseAccentColor, ReadsRedThenGreenThenBlueAsOpaque) {
 }
 
 TEST(ParseAccentColor, TakesEveryDigitInBothLetterCases) {
-    ExpectColours({
+    ExpectColors({
         {L"012345", 0xFF012345},
         {L"6789AB", 0xFF6789AB},
         {L"CDEFab", 0xFFCDEFAB},
@@ -37,7 +37,7 @@ TEST(ParseAccentColor, TakesEveryDigitInBothLetterCases) {
 }
 
 TEST(ParseAccentColor, TakesAHashInFrontAndBlanksAround) {
-    ExpectColours({
+    ExpectColors({
         {L"#112233", 0xFF112233},
         {L" \t\r\n112233 \t\r\n", 0xFF112233},
         {L"  #112233  ", 0xFF112233},
@@ -45,7 +45,7 @@ TEST(ParseAccentColor, TakesAHashInFrontAndBlanksAround) {
 }
 
 TEST(ParseAccentColor, ReadsACharacterThatIsNoDigitAsZero) {
-    ExpectColours({
+    ExpectColors({
         {L"GGA640", 0xFF00A640},
         {L"gg1122", 0xFF001122},
         {L"/:1122", 0xFF001122},
@@ -57,7 +57,7 @@ TEST(ParseAccentColor, ReadsACharacterThatIsNoDigitAsZero) {
 }
 
 TEST(ParseAccentColor, GivesTheDefaultForAnotherLength) {
-    ExpectColours({
+    ExpectColors({
         {L"", kOrange},
         {L"#", kOrange},
         {L"   ", kOrange},

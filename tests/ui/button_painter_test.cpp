@@ -12,7 +12,7 @@ constexpr Argb kBehind = 0xFF203040;
 constexpr Argb kGreenish = 0xFF33CC99;
 constexpr Argb kReddish = 0xFFCC2211;
 
-struct Colours {
+struct Colors {
     Argb fill = 0;
     Argb text = 0;
     Argb border = 0;
@@ -22,7 +22,7 @@ bool IsChoice(int id) {
     return id == 4011 || id == 4012;
 }
 
-Colours ExpectedAtRest(int id, Argb accent) {
+Colors ExpectedAtRest(int id, Argb accent) {
     switch (id) {
         case 4001:
             return {accent, 0xFF0A0A0C, 0xFF5C5766};
@@ -40,20 +40,20 @@ Colours ExpectedAtRest(int id, Argb accent) {
     }
 }
 
-Colours ExpectedColours(const ButtonPicture& button) {
+Colors ExpectedColors(const ButtonPicture& button) {
     const int id = static_cast<int>(button.id);
-    Colours colours = ExpectedAtRest(id, button.accentColor);
+    Colors colors = ExpectedAtRest(id, button.accentColor);
     if (IsChoice(id)) {
-        colours.border = button.selected ? button.accentColor : 0xFF5C5766;
-        colours.text = button.disabled ? 0xFF66636E : 0xFFF5F5F8;
+        colors.border = button.selected ? button.accentColor : 0xFF5C5766;
+        colors.text = button.disabled ? 0xFF66636E : 0xFFF5F5F8;
     } else if (button.disabled) {
-        colours.fill = id == 4001 ? 0xFF504637 : colours.fill;
-        colours.text = 0xFF66636E;
-        colours.border = 0xFF323037;
+        colors.fill = id == 4001 ? 0xFF504637 : colors.fill;
+        colors.text = 0xFF66636E;
+        colors.border = 0xFF323037;
     } else if (button.pressed) {
-        colours.fill = id >= 4005 && id <= 4008 ? 0xFF1F2025 : 0xFFD28228;
+        colors.fill = id >= 4005 && id <= 4008 ? 0xFF1F2025 : 0xFFD28228;
     }
-    return colours;
+    return colors;
 }
 
 constexpr Box kButtonBox{40, 30, 300, 44};
@@ -96,7 +96,7 @@ class ButtonPainter : public PaintingTest {};
 TEST_F(ButtonPainter, FillsEachButtonInEachState) {
     for (const ButtonPicture& button : AllPictures()) {
         const Pixels pixels = Paint(button);
-        const Argb fill = ExpectedColours(button).fill;
+        const Argb fill = ExpectedColors(button).fill;
         EXPECT_EQ(pixels.Value(43, 33), fill) << Describe(button);
         EXPECT_EQ(pixels.Value(336, 33), fill) << Describe(button);
         EXPECT_EQ(pixels.Value(43, 70), fill) << Describe(button);
@@ -108,7 +108,7 @@ TEST_F(ButtonPainter, FillsEachButtonInEachState) {
 TEST_F(ButtonPainter, OutlinesEachButtonInEachState) {
     for (const ButtonPicture& button : AllPictures()) {
         const Pixels pixels = Paint(button);
-        const Argb border = ExpectedColours(button).border;
+        const Argb border = ExpectedColors(button).border;
         // One pixel inside the right and bottom edges.
         EXPECT_EQ(pixels.Value(40, 52), border) << Describe(button);
         EXPECT_EQ(pixels.Value(339, 52), border) << Describe(button);
@@ -119,13 +119,13 @@ TEST_F(ButtonPainter, OutlinesEachButtonInEachState) {
     }
 }
 
-TEST_F(ButtonPainter, WritesEachTextInItsColour) {
+TEST_F(ButtonPainter, WritesEachTextInItsColor) {
     for (ButtonPicture& button : AllPictures()) {
         const Pixels without = Paint(button);
         button.text = L"IIHH||__";
-        const Argb colour = StrongestColour(without, Paint(button));
-        EXPECT_LE(ColourDistance(colour, ExpectedColours(button).text), 3)
-            << Describe(button) << ' ' << std::hex << colour;
+        const Argb color = StrongestColor(without, Paint(button));
+        EXPECT_LE(ColorDistance(color, ExpectedColors(button).text), 3)
+            << Describe(button) << ' ' << std::hex << color;
     }
 }
 
@@ -160,22 +160,22 @@ Box InkOf(ButtonPicture button, const Box& box = kButtonBox) {
     return ink.value_or(Box{});
 }
 
-TEST_F(ButtonPainter, CentresTheTextBothWays) {
+TEST_F(ButtonPainter, CentersTheTextBothWays) {
     for (const int id : {4001, 4002, 4003, 4005, 4007, 4009}) {
         const Box ink = InkOf({.id = static_cast<ButtonId>(id), .text = L"HHHHHH"});
-        EXPECT_NEAR(CentreX(ink), 190, 2) << id;
-        EXPECT_NEAR(CentreY(ink), 52, 3) << id;
+        EXPECT_NEAR(CenterX(ink), 190, 2) << id;
+        EXPECT_NEAR(CenterY(ink), 52, 3) << id;
     }
 }
 
 TEST_F(ButtonPainter, WritesTheCloseMarkLarger) {
     const Box closeMark = InkOf({.id = ButtonId::CloseMark, .text = L"xH"});
-    const Box minimise = InkOf({.id = ButtonId::Minimise, .text = L"xH"});
-    EXPECT_NEAR(static_cast<double>(closeMark.height) / minimise.height, 22.0 / 14.0, 0.2);
+    const Box minimize = InkOf({.id = ButtonId::Minimize, .text = L"xH"});
+    EXPECT_NEAR(static_cast<double>(closeMark.height) / minimize.height, 22.0 / 14.0, 0.2);
     for (int id = 4001; id <= 4012; ++id) {
         if (id != 4008) {
             EXPECT_EQ(InkOf({.id = static_cast<ButtonId>(id), .text = L"xH"}).height,
-                      minimise.height)
+                      minimize.height)
                 << id;
         }
     }
@@ -274,7 +274,7 @@ TEST_F(ButtonPainter, KeepsAServersTextAwayFromItsSquare) {
     }
 }
 
-TEST_F(ButtonPainter, CentresTheSquareFromTopToBottom) {
+TEST_F(ButtonPainter, CentersTheSquareFromTopToBottom) {
     const Pixels pixels = Paint(Server(true), {40, 30, 300, 60});
     EXPECT_EQ(pixels.Value(kSquare.x + 1, 52), kGreenish);
     EXPECT_EQ(pixels.Value(kSquare.x + 1, 68), kGreenish);

@@ -10,10 +10,10 @@ using namespace Gdiplus::DllExports;
 
 namespace {
 
-constexpr int kColourBits[] = {16, 8, 0};
+constexpr int kColorBits[] = {16, 8, 0};
 
-int Part(Argb colour, int bits) {
-    return static_cast<int>(colour >> bits & 0xFF);
+int Part(Argb color, int bits) {
+    return static_cast<int>(color >> bits & 0xFF);
 }
 
 Box WholeOf(const Pixels& pixels) {
@@ -28,22 +28,22 @@ std::string Pixels::At(int x, int y) const {
     return text;
 }
 
-int Pixels::Count(const Box& area, Argb colour) const {
+int Pixels::Count(const Box& area, Argb color) const {
     int count = 0;
     for (int y = area.y; y < area.y + area.height; ++y) {
         for (int x = area.x; x < area.x + area.width; ++x) {
-            count += Value(x, y) == colour ? 1 : 0;
+            count += Value(x, y) == color ? 1 : 0;
         }
     }
     return count;
 }
 
-Canvas::Canvas(int width, int height, Argb colour)
+Canvas::Canvas(int width, int height, Argb color)
     : width_(width),
       height_(height),
       bitmap_(MakeBitmap(width, height)),
       graphics_(MakeGraphics(bitmap_.get())) {
-    FillBox(graphics_.get(), {0, 0, width, height}, colour);
+    FillBox(graphics_.get(), {0, 0, width, height}, color);
 }
 
 Pixels Canvas::Read() const {
@@ -93,11 +93,11 @@ bool Contains(const Box& outer, const Box& inner) {
            inner.y + inner.height <= outer.y + outer.height;
 }
 
-Argb StrongestColour(const Pixels& without, const Pixels& with) {
+Argb StrongestColor(const Pixels& without, const Pixels& with) {
     Argb strongest = 0;
     int largestChange = 0;
     for (size_t index = 0; index < with.values.size(); ++index) {
-        const int change = ColourDistance(without.values[index], with.values[index]);
+        const int change = ColorDistance(without.values[index], with.values[index]);
         if (change > largestChange) {
             largestChange = change;
             strongest = with.values[index];
@@ -106,9 +106,9 @@ Argb StrongestColour(const Pixels& without, const Pixels& with) {
     return strongest;
 }
 
-int ColourDistance(Argb one, Argb other) {
+int ColorDistance(Argb one, Argb other) {
     int distance = 0;
-    for (const int bits : kColourBits) {
+    for (const int bits : kColorBits) {
         distance = std::max(distance, std::abs(Part(one, bits) - Part(other, bits)));
     }
     return distance;

@@ -28,19 +28,19 @@ struct Pixels {
     }
     // As eight hexadecimal digits, alpha first, for readable failures.
     [[nodiscard]] std::string At(int x, int y) const;
-    // How many pixels of `area` have this colour.
-    [[nodiscard]] int Count(const Box& area, Argb colour) const;
+    // How many pixels of `area` have this color.
+    [[nodiscard]] int Count(const Box& area, Argb color) const;
 
     bool operator==(const Pixels&) const = default;
 };
 
-// A bitmap to paint on, filled with a colour at first.
+// A bitmap to paint on, filled with a color at first.
 class Canvas {
 public:
-    Canvas(int width, int height, Argb colour);
+    Canvas(int width, int height, Argb color);
 
     // As large as the window.
-    explicit Canvas(Argb colour = 0xFF203040) : Canvas(kWindow.width, kWindow.height, colour) {}
+    explicit Canvas(Argb color = 0xFF203040) : Canvas(kWindow.width, kWindow.height, color) {}
 
     [[nodiscard]] Gdiplus::GpGraphics* Graphics() const {
         return graphics_.get();
@@ -64,16 +64,16 @@ std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other);
 
 bool Contains(const Box& outer, const Box& inner);
 
-constexpr int CentreX(const Box& box) {
+constexpr int CenterX(const Box& box) {
     return box.x + box.width / 2;
 }
-constexpr int CentreY(const Box& box) {
+constexpr int CenterY(const Box& box) {
     return box.y + box.height / 2;
 }
 
-// The colour of a text: among the pixels that painting the text has changed, the one that changed
+// The color of a text: among the pixels that painting the text has changed, the one that changed
 // most. Smooth glyphs mix with what lies behind them, their strokes' middles hardly.
-Argb StrongestColour(const Pixels& without, const Pixels& with);
+Argb StrongestColor(const Pixels& without, const Pixels& with);
 
-// The largest difference between two colours in any of red, green and blue.
-int ColourDistance(Argb one, Argb other);
+// The largest difference between two colors in any of red, green and blue.
+int ColorDistance(Argb one, Argb other);

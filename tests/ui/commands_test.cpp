@@ -258,7 +258,7 @@ TEST_F(Commands, BothCloseButtonsAskAndClose) {
     }
 }
 
-TEST_F(Commands, MinimiseMinimises) {
+TEST_F(Commands, MinimizeMinimizes) {
     const OpenWindow window;
     EXPECT_FALSE(::IsIconic(window.Handle()));
     window.Press(4007);

@@ -43,7 +43,7 @@ TEST_F(Drawing, MixesATransparentFillWithWhatIsThere) {
     const Pixels pixels = Draw([](Gdiplus::GpGraphics* graphics) {
         FillBox(graphics, {0, 0, 60, 40}, 0x80FFFFFF);
     });
-    EXPECT_LE(ColourDistance(pixels.Value(30, 20), 0xFF8F979F), 1) << pixels.At(30, 20);
+    EXPECT_LE(ColorDistance(pixels.Value(30, 20), 0xFF8F979F), 1) << pixels.At(30, 20);
     EXPECT_EQ(pixels.Value(30, 20) >> 24, 0xFFU);
 }
 
@@ -120,7 +120,7 @@ TEST_F(Drawing, WritesTextInABoxOrFromAPointOn) {
     EXPECT_GE(atPoint->x, 20);
     EXPECT_GE(atPoint->y, 10);
     EXPECT_LE(top->y + top->height, 20);
-    EXPECT_NEAR(CentreY(*middle), 20, 3);
+    EXPECT_NEAR(CenterY(*middle), 20, 3);
     EXPECT_EQ(top->x, middle->x);
 }
 

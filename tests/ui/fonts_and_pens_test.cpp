@@ -23,12 +23,12 @@ TEST_F(FontsAndPens, OfTheWindowsTexts) {
         RecordTexts([&] { PaintWindow(canvas.Graphics(), picture); }),
         ElementsAre(
             "Repair.exe | Segoe UI 13 px regular | 22,16 0x0",
-            "QS | Segoe UI 36 px bold | 373,88 112x112 centre, middle, word ellipsis",
-            "Repair or Reinstall the Game | Segoe UI 28 px bold | 72,214 716x40 centre, top, word "
+            "QS | Segoe UI 36 px bold | 373,88 112x112 center, middle, word ellipsis",
+            "Repair or Reinstall the Game | Segoe UI 28 px bold | 72,214 716x40 center, top, word "
             "ellipsis",
-            "D:\\Karvoth | Segoe UI 12 px regular | 84,276 692x26 centre, top, word ellipsis",
-            "Extracting... | Segoe UI 15 px bold | 114,356 632x24 centre, top, word ellipsis",
-            "Preparing files... | Segoe UI 12 px regular | 84,380 692x24 centre, top, word "
+            "D:\\Karvoth | Segoe UI 12 px regular | 84,276 692x26 center, top, word ellipsis",
+            "Extracting... | Segoe UI 15 px bold | 114,356 632x24 center, top, word ellipsis",
+            "Preparing files... | Segoe UI 12 px regular | 84,380 692x24 center, top, word "
             "ellipsis"));
 }
 
@@ -61,7 +61,7 @@ TEST_F(FontsAndPens, OfAButton) {
         const char* const place = IsServer(spec.id) ? "68,30 270x44" : "40,30 300x44";
         EXPECT_THAT(RecordTexts(PaintingOf(canvas, spec.id)),
                     ElementsAre(std::string("text | ") + font + " | " + place +
-                                " centre, middle, word ellipsis"));
+                                " center, middle, word ellipsis"));
         if (!IsServer(spec.id)) {
             EXPECT_THAT(RecordOutlines(PaintingOf(canvas, spec.id)),
                         ElementsAre("rectangle 40,30 299x43, 1.5 px"));

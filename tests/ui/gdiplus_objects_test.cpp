@@ -66,9 +66,9 @@ std::pair<UINT, UINT> SizeOf(const OwnedBitmap& bitmap) {
 }
 
 Argb PixelOf(const OwnedBitmap& bitmap, int x, int y) {
-    Gdiplus::ARGB colour = 0;
-    GdipBitmapGetPixel(bitmap.get(), x, y, &colour);
-    return static_cast<Argb>(colour);
+    Gdiplus::ARGB color = 0;
+    GdipBitmapGetPixel(bitmap.get(), x, y, &color);
+    return static_cast<Argb>(color);
 }
 
 class GdiplusObjects : public PaintingTest {};
@@ -78,9 +78,9 @@ TEST_F(GdiplusObjects, ReadAPictureOfAnyUsualFormat) {
         const OwnedBitmap bitmap = MakeBitmapFromFile(Encode(SamplePicture(), encoder));
         ASSERT_TRUE(bitmap);
         EXPECT_EQ(SizeOf(bitmap), std::pair(30U, 20U));
-        // JPEG stores colours only roughly.
-        EXPECT_LE(ColourDistance(PixelOf(bitmap, 3, 10), 0xFF33CC99), 20);
-        EXPECT_LE(ColourDistance(PixelOf(bitmap, 25, 10), 0xFFCC2211), 20);
+        // JPEG stores colors only roughly.
+        EXPECT_LE(ColorDistance(PixelOf(bitmap, 3, 10), 0xFF33CC99), 20);
+        EXPECT_LE(ColorDistance(PixelOf(bitmap, 25, 10), 0xFFCC2211), 20);
     }
 }
 

@@ -78,7 +78,7 @@ TEST_F(MainWindow, IsABorderlessPopupInTheMiddleOfTheScreen) {
     EXPECT_EQ(window.instance, ::GetModuleHandleW(nullptr));
 }
 
-TEST_F(MainWindow, IsCentredOnASmallerScreenAsWell) {
+TEST_F(MainWindow, IsCenteredOnASmallerScreenAsWell) {
     const auto metrics = bench::HookCall<decltype(&::GetSystemMetrics)>(
         L"user32.dll", "GetSystemMetrics",
         [](int index) { return index == SM_CXSCREEN ? 801 : 500; });

@@ -58,12 +58,12 @@ std::string PlaceText(Number x, Number y, Number width, Number height) {
 }
 
 std::string AlignmentText(Gdiplus::StringAlignment alignment, const char* atStart,
-                          const char* atCentre) {
+                          const char* atCenter) {
     switch (alignment) {
         case Gdiplus::StringAlignmentNear:
             return atStart;
         case Gdiplus::StringAlignmentCenter:
-            return atCentre;
+            return atCenter;
         default:
             return "far";
     }
@@ -79,7 +79,7 @@ std::string FormatText(const Gdiplus::GpStringFormat* format) {
     GdipGetStringFormatAlign(format, &across);
     GdipGetStringFormatLineAlign(format, &down);
     GdipGetStringFormatTrimming(format, &trimming);
-    return " " + AlignmentText(across, "left", "centre") + ", " +
+    return " " + AlignmentText(across, "left", "center") + ", " +
            AlignmentText(down, "top", "middle") +
            (trimming == Gdiplus::StringTrimmingEllipsisWord ? ", word ellipsis" : ", cut");
 }
@@ -124,9 +124,9 @@ std::vector<std::string> RecordOutlines(const std::function<void()>& paint) {
     std::vector<std::string> outlines;
     const auto createPen = bench::HookCall<CreatePenFunction>(
         kGdiplus, "GdipCreatePen1",
-        [&](Gdiplus::ARGB colour, Gdiplus::REAL width, Gdiplus::GpUnit unit, auto** pen) {
+        [&](Gdiplus::ARGB color, Gdiplus::REAL width, Gdiplus::GpUnit unit, auto** pen) {
             const auto status = bench::RealFunction<CreatePenFunction>(kGdiplus, "GdipCreatePen1")(
-                colour, width, unit, pen);
+                color, width, unit, pen);
             pens[*pen] = ", " + SizeText(width, unit);
             return status;
         });

@@ -8,7 +8,7 @@
 // right font on the machine another one is drawn, and smoothing hides a pen's width.
 
 // Each text, in order, with its font as it was made:
-// "Ready. | Segoe UI 15 px bold | 114,356 632x24 centre, top, word ellipsis".
+// "Ready. | Segoe UI 15 px bold | 114,356 632x24 center, top, word ellipsis".
 // A text without a format has nothing behind its area.
 std::vector<std::string> RecordTexts(const std::function<void()>& paint);
 

@@ -3,7 +3,7 @@
 #include "ui/canvas.h"
 #include "ui/window_painter.h"
 
-// An accent that is nobody's default and no other colour of the window.
+// An accent that is nobody's default and no other color of the window.
 inline constexpr Argb kTestAccent = 0xFF33CC99;
 
 // A window without pictures and without any text but the heading and the monogram, for a single
@@ -16,7 +16,7 @@ inline WindowPicture BarePicture() {
 }
 
 inline Pixels Paint(const WindowPicture& picture) {
-    // A colour that must be painted over everywhere.
+    // A color that must be painted over everywhere.
     const Canvas canvas(0xFFFF00FF);
     PaintWindow(canvas.Graphics(), picture);
     return canvas.Read();

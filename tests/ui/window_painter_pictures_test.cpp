@@ -14,7 +14,7 @@ constexpr Argb kGreen = 0xFF00FF00;
 constexpr Argb kBlue = 0xFF0000FF;
 constexpr Argb kWhite = 0xFFFFFFFF;
 constexpr Argb kBlack = 0xFF000000;
-constexpr Argb kPanelColour = 0xFF111215;
+constexpr Argb kPanelColor = 0xFF111215;
 
 class WindowPainterPictures : public PaintingTest {};
 
@@ -24,51 +24,50 @@ Pixels PaintOver(Gdiplus::GpImage* background) {
     return Paint(picture);
 }
 
-// A colour below the veil, of which 205 parts in 255 hide it.
-Argb Veiled(Argb colour) {
+// A color below the veil, of which 205 parts in 255 hide it.
+Argb Veiled(Argb color) {
     Argb veiled = 0xFF;
     for (const int bits : {16, 8, 0}) {
-        const Argb below = colour >> bits & 0xFF;
+        const Argb below = color >> bits & 0xFF;
         const Argb veil = 0xFF0A0B0C >> bits & 0xFF;
         veiled = veiled << 8 | (below * 50 + veil * 205 + 127) / 255;
     }
     return veiled;
 }
 
-void ExpectNear(const Pixels& window, Argb colour, std::initializer_list<Point> points) {
+void ExpectNear(const Pixels& window, Argb color, std::initializer_list<Point> points) {
     for (const auto& [x, y] : points) {
-        EXPECT_LE(ColourDistance(window.Value(x, y), colour), 2)
-            << x << ',' << y << ' ' << window.At(x, y) << " instead of " << std::hex << colour;
+        EXPECT_LE(ColorDistance(window.Value(x, y), color), 2)
+            << x << ',' << y << ' ' << window.At(x, y) << " instead of " << std::hex << color;
     }
 }
 
 TEST_F(WindowPainterPictures, VeilTheBackground) {
-    for (const Argb colour : {kWhite, kBlack, kRed, kGreen, kBlue, 0xFF808080U}) {
-        const Canvas background(1720, 1120, colour);
+    for (const Argb color : {kWhite, kBlack, kRed, kGreen, kBlue, 0xFF808080U}) {
+        const Canvas background(1720, 1120, color);
         const Pixels window = PaintOver(background.Bitmap());
-        ExpectNear(window, Veiled(colour),
-                   {{20, 60}, {840, 60}, {20, 540}, {840, 540}, {430, 460}});
+        ExpectNear(window, Veiled(color), {{20, 60}, {840, 60}, {20, 540}, {840, 540}, {430, 460}});
         EXPECT_EQ(window.At(430, 10), "FF0C0D0E") << "title bar";
         EXPECT_EQ(window.At(430, 265), "FF111215") << "panel";
     }
 }
 
-// Bands of colour from left to right, or from top to bottom. The length of a picture is where its
+// Bands of color from left to right, or from top to bottom. The length of a picture is where its
 // last band ends.
 struct Band {
     int end;
-    Argb colour;
+    Argb color;
 };
 
 Canvas Bands(bool fromLeftToRight, int breadth, const std::vector<Band>& bands) {
     const int length = bands.back().end;
     Canvas canvas(fromLeftToRight ? length : breadth, fromLeftToRight ? breadth : length, kBlack);
     int start = 0;
-    for (const auto& [end, colour] : bands) {
+    for (const auto& [end, color] : bands) {
         FillBox(canvas.Graphics(),
                 fromLeftToRight ? Box{start, 0, end - start, breadth}
                                 : Box{0, start, breadth, end - start},
-                colour);
+                color);
         start = end;
     }
     return canvas;
@@ -148,10 +147,10 @@ void ExpectLogoReaches(const Pixels& window, const Box& box) {
 void ExpectPanelAround(const Pixels& window, const Box& box) {
     const int middleX = box.x + box.width / 2;
     const int middleY = box.y + box.height / 2;
-    ExpectNear(window, kPanelColour,
+    ExpectNear(window, kPanelColor,
                {{box.x - 3, middleY}, {box.x + box.width + 2, middleY}, {middleX, box.y - 3}});
     if (box.y + box.height < 210) {
-        ExpectNear(window, kPanelColour, {{middleX, box.y + box.height + 2}});
+        ExpectNear(window, kPanelColor, {{middleX, box.y + box.height + 2}});
     }
 }
 
@@ -168,7 +167,7 @@ TEST_F(WindowPainterPictures, FitTheLogoIntoItsBoxInItsProportions) {
 TEST_F(WindowPainterPictures, LeaveThePanelBehindATransparentLogo) {
     const OwnedBitmap logo = MakeBitmap(126, 126);
     const Pixels window = PaintWithLogo(logo.get());
-    EXPECT_EQ(window.Count({345, 88, 170, 115}, kPanelColour), 170 * 115);
+    EXPECT_EQ(window.Count({345, 88, 170, 115}, kPanelColor), 170 * 115);
 }
 
 TEST_F(WindowPainterPictures, PutADiscInPlaceOfALogo) {
@@ -176,30 +175,30 @@ TEST_F(WindowPainterPictures, PutADiscInPlaceOfALogo) {
     ExpectNear(window, 0xFF121316, {{429, 100}, {429, 190}, {385, 144}, {473, 144}, {400, 115}});
     ExpectNear(window, kTestAccent, {{429, 88}, {373, 144}, {485, 144}, {429, 200}});
     // The corners around the disc.
-    ExpectNear(window, kPanelColour, {{378, 93}, {480, 93}, {378, 195}, {480, 195}});
-    ExpectNear(window, kPanelColour, {{370, 144}, {488, 144}, {429, 85}, {429, 203}});
+    ExpectNear(window, kPanelColor, {{378, 93}, {480, 93}, {378, 195}, {480, 195}});
+    ExpectNear(window, kPanelColor, {{370, 144}, {488, 144}, {429, 85}, {429, 203}});
 }
 
 TEST_F(WindowPainterPictures, PutTheDiscInPlaceOfALogoWithoutPixels) {
     EXPECT_EQ(PaintWithLogo(MakeBitmap(0, 0).get()), PaintWithLogo(nullptr));
 }
 
-TEST_F(WindowPainterPictures, CentreTheMonogramInTheDisc) {
+TEST_F(WindowPainterPictures, CenterTheMonogramInTheDisc) {
     WindowPicture other = BarePicture();
     other.accentColor = kWhite;
     constexpr Box kInnerDisc{389, 104, 80, 80};
     const Pixels window = Paint(BarePicture());
     const auto ink = DifferingArea(window, Paint(other), kInnerDisc);
     ASSERT_TRUE(ink.has_value());
-    EXPECT_NEAR(CentreX(*ink), 429, 4);
-    EXPECT_NEAR(CentreY(*ink), 144, 6);
+    EXPECT_NEAR(CenterX(*ink), 429, 4);
+    EXPECT_NEAR(CenterY(*ink), 144, 6);
     EXPECT_GT(ink->height, 20);
     EXPECT_GT(window.Count(kInnerDisc, kTestAccent), 100);
 }
 
 TEST_F(WindowPainterPictures, ShowNoDiscBehindALogo) {
     const Canvas logo(340, 126, kWhite);
-    ExpectNear(PaintWithLogo(logo.Bitmap()), kPanelColour, {{429, 88}, {429, 200}, {400, 100}});
+    ExpectNear(PaintWithLogo(logo.Bitmap()), kPanelColor, {{429, 88}, {429, 200}, {400, 100}});
 }
 
 }  // namespace

@@ -8,16 +8,16 @@
 namespace {
 
 constexpr char kAccent[] = "FF33CC99";
-constexpr char kWindowColour[] = "FF0A0B0C";
-constexpr char kPanelColour[] = "FF111215";
-constexpr char kOutlineColour[] = "FF302D36";
-constexpr char kTrackColour[] = "FF0B0C0F";
+constexpr char kWindowColor[] = "FF0A0B0C";
+constexpr char kPanelColor[] = "FF111215";
+constexpr char kOutlineColor[] = "FF302D36";
+constexpr char kTrackColor[] = "FF0B0C0F";
 
 class WindowPainter : public PaintingTest {};
 
-void ExpectColour(const Pixels& window, const char* colour, std::initializer_list<Point> points) {
+void ExpectColor(const Pixels& window, const char* color, std::initializer_list<Point> points) {
     for (const auto& [x, y] : points) {
-        EXPECT_EQ(window.At(x, y), colour) << x << ',' << y;
+        EXPECT_EQ(window.At(x, y), color) << x << ',' << y;
     }
 }
 
@@ -30,13 +30,13 @@ TEST_F(WindowPainter, PaintsEveryPixelOpaque) {
 }
 
 TEST_F(WindowPainter, FillsTheWindowBehindAll) {
-    ExpectColour(Paint(BarePicture()), kWindowColour,
-                 {{0, 48}, {859, 48}, {0, 559}, {859, 559}, {430, 60}, {430, 470}});
+    ExpectColor(Paint(BarePicture()), kWindowColor,
+                {{0, 48}, {859, 48}, {0, 559}, {859, 559}, {430, 60}, {430, 470}});
 }
 
 TEST_F(WindowPainter, PutsTheAccentLineIntoTheTitleBarsLastRow) {
     const Pixels window = Paint(BarePicture());
-    ExpectColour(window, "FF0C0D0E", {{0, 0}, {859, 0}, {0, 46}, {430, 46}, {859, 46}});
+    ExpectColor(window, "FF0C0D0E", {{0, 0}, {859, 0}, {0, 46}, {430, 46}, {859, 46}});
     for (int x = 0; x < 860; ++x) {
         ASSERT_EQ(window.At(x, 47), kAccent) << x;
     }
@@ -44,27 +44,26 @@ TEST_F(WindowPainter, PutsTheAccentLineIntoTheTitleBarsLastRow) {
 
 TEST_F(WindowPainter, FillsAndOutlinesThePanel) {
     const Pixels window = Paint(BarePicture());
-    ExpectColour(window, kPanelColour, {{49, 73}, {811, 73}, {49, 381}, {811, 381}, {430, 260}});
-    ExpectColour(
-        window, kOutlineColour,
+    ExpectColor(window, kPanelColor, {{49, 73}, {811, 73}, {49, 381}, {811, 381}, {430, 260}});
+    ExpectColor(
+        window, kOutlineColor,
         {{48, 72}, {812, 72}, {48, 382}, {812, 382}, {430, 72}, {430, 382}, {48, 227}, {812, 227}});
-    ExpectColour(window, kWindowColour, {{47, 227}, {813, 227}, {430, 71}, {430, 383}});
+    ExpectColor(window, kWindowColor, {{47, 227}, {813, 227}, {430, 71}, {430, 383}});
 }
 
 TEST_F(WindowPainter, OutlinesTheBarOnePixelAroundItsTrack) {
     const Pixels window = Paint(BarePicture());
-    ExpectColour(window, kOutlineColour,
-                 {{114, 328},
-                  {746, 328},
-                  {114, 354},
-                  {746, 354},
-                  {430, 328},
-                  {430, 354},
-                  {114, 340},
-                  {746, 340}});
-    ExpectColour(window, kTrackColour,
-                 {{115, 329}, {744, 329}, {115, 352}, {744, 352}, {430, 340}});
-    ExpectColour(window, kPanelColour, {{113, 340}, {747, 340}, {430, 327}, {430, 355}});
+    ExpectColor(window, kOutlineColor,
+                {{114, 328},
+                 {746, 328},
+                 {114, 354},
+                 {746, 354},
+                 {430, 328},
+                 {430, 354},
+                 {114, 340},
+                 {746, 340}});
+    ExpectColor(window, kTrackColor, {{115, 329}, {744, 329}, {115, 352}, {744, 352}, {430, 340}});
+    ExpectColor(window, kPanelColor, {{113, 340}, {747, 340}, {430, 327}, {430, 355}});
 }
 
 TEST_F(WindowPainter, PaintsTheAccentThatItIsGiven) {
@@ -72,7 +71,7 @@ TEST_F(WindowPainter, PaintsTheAccentThatItIsGiven) {
     picture.job.stage = JobStage::Done;
     picture.accentColor = 0xFFCC2211;
     const Pixels window = Paint(picture);
-    ExpectColour(window, "FFCC2211", {{0, 47}, {115, 329}, {744, 352}, {429, 88}});
+    ExpectColor(window, "FFCC2211", {{0, 47}, {115, 329}, {744, 352}, {429, 88}});
     EXPECT_EQ(window.Count(kWindow, kTestAccent), 0);
     EXPECT_EQ(window.Count(kWindow, kDefaultAccent), 0);
 }
@@ -88,9 +87,9 @@ int FilledWidth(const JobState& job) {
     EXPECT_EQ(window.Count({115, 329, width, 24}, kTestAccent), width * 24);
     EXPECT_EQ(window.Count({115 + width, 329, 630 - width, 24}, 0xFF0B0C0F), (630 - width) * 24);
     // Nothing sticks out.
-    ExpectColour(window, kOutlineColour, {{114, 340}, {746, 340}, {430, 328}, {430, 354}});
-    EXPECT_EQ(window.At(745, 340), kPanelColour);
-    EXPECT_EQ(window.At(115, 353), kPanelColour);
+    ExpectColor(window, kOutlineColor, {{114, 340}, {746, 340}, {430, 328}, {430, 354}});
+    EXPECT_EQ(window.At(745, 340), kPanelColor);
+    EXPECT_EQ(window.At(115, 353), kPanelColor);
     return width;
 }
 

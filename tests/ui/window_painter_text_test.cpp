@@ -9,13 +9,13 @@
 
 namespace {
 
-// A text's strokes reach its colour up to a little smoothing.
+// A text's strokes reach its color up to a little smoothing.
 constexpr int kSmoothing = 3;
 
 struct TextPlace {
     const char* name;
     Box box;
-    Argb colour;
+    Argb color;
     std::function<void(WindowPicture&, const std::wstring&)> write;
 };
 
@@ -64,11 +64,11 @@ TEST_F(WindowPainterText, StandsInItsBoxAndNowhereElse) {
     }
 }
 
-TEST_F(WindowPainterText, HasItsOwnColour) {
+TEST_F(WindowPainterText, HasItsOwnColor) {
     for (const TextPlace& place : kPlaces) {
-        const Argb colour = StrongestColour(Paint(BarePicture()), PaintText(place, L"IIHH||__"));
-        EXPECT_LE(ColourDistance(colour, place.colour), kSmoothing)
-            << place.name << ' ' << std::hex << colour;
+        const Argb color = StrongestColor(Paint(BarePicture()), PaintText(place, L"IIHH||__"));
+        EXPECT_LE(ColorDistance(color, place.color), kSmoothing)
+            << place.name << ' ' << std::hex << color;
     }
 }
 
@@ -78,10 +78,10 @@ TEST_F(WindowPainterText, BeginsAtTheTopOfItsBox) {
     }
 }
 
-TEST_F(WindowPainterText, IsCentredFromSideToSideBelowTheTitleBar) {
+TEST_F(WindowPainterText, IsCenteredFromSideToSideBelowTheTitleBar) {
     for (const TextPlace& place : {kClientFolderPlace, kStatusPlace, kDetailPlace}) {
-        EXPECT_NEAR(CentreX(InkOf(place, L"HoH")), 430, 2) << place.name;
-        EXPECT_NEAR(CentreX(InkOf(place, L"HHHHHHHHHHHHHHHHH")), 430, 2) << place.name;
+        EXPECT_NEAR(CenterX(InkOf(place, L"HoH")), 430, 2) << place.name;
+        EXPECT_NEAR(CenterX(InkOf(place, L"HHHHHHHHHHHHHHHHH")), 430, 2) << place.name;
     }
 }
 
@@ -170,10 +170,10 @@ TEST_F(WindowPainterText, PaintsTheDetailInTheAccentOnlyOfAFailure) {
         WindowPicture picture = AtStage(stage, L" ");
         const Pixels without = Paint(picture);
         picture.job.detailLine = L"IIHH||__";
-        const Argb colour = StrongestColour(without, Paint(picture));
+        const Argb color = StrongestColor(without, Paint(picture));
         const Argb expected = stage == JobStage::Failed ? kTestAccent : 0xFF888490;
-        EXPECT_LE(ColourDistance(colour, expected), kSmoothing)
-            << static_cast<int>(stage) << ' ' << std::hex << colour;
+        EXPECT_LE(ColorDistance(color, expected), kSmoothing)
+            << static_cast<int>(stage) << ' ' << std::hex << color;
     }
 }
 
@@ -188,12 +188,12 @@ TEST_F(WindowPainterText, PaintsTheHeadingInTheAccentIntoItsBox) {
     EXPECT_EQ(window.Count({49, 254, 763, 70}, 0xFF111215), 763 * 70);
 }
 
-TEST_F(WindowPainterText, CentresTheHeading) {
+TEST_F(WindowPainterText, CentersTheHeading) {
     WindowPicture other = BarePicture();
     other.accentColor = 0xFFFFFFFF;
     const auto ink = DifferingArea(Paint(BarePicture()), Paint(other), {72, 214, 716, 40});
     ASSERT_TRUE(ink.has_value());
-    EXPECT_NEAR(CentreX(*ink), 430, 2);
+    EXPECT_NEAR(CenterX(*ink), 430, 2);
     // Bold and 28 pixels high: by far the largest text of the window.
     EXPECT_GT(ink->width, 300);
 }

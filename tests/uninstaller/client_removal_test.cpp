@@ -36,14 +36,14 @@ TEST_F(RemoveGameTest, LeavesNothingOfAnInstalledGame) {
 }
 
 TEST_F(RemoveGameTest, TouchesNothingOutside) {
-    bench::WriteFile(Outside() / L"neighbour.txt", "x");
+    bench::WriteFile(Outside() / L"neighbor.txt", "x");
     bench::WriteFile(Outside() / (toolFolder.filename().native() + L"2") / L"file", "x");
     bench::WriteFile(Shortcut().parent_path() / L"other.txt", "x");
     const std::wstring otherKey = EntryKey() + L" 2";
     StoreValue(otherKey, L"DisplayName", StoredText(L"Bench Game 2"));
     RemoveInstalledGame();
     EXPECT_THAT(bench::FolderListing(Outside()),
-                ElementsAre(L"Spiel \u00fc2/", L"Spiel \u00fc2/file", L"neighbour.txt"));
+                ElementsAre(L"Spiel \u00fc2/", L"Spiel \u00fc2/file", L"neighbor.txt"));
     EXPECT_TRUE(fs::exists(Shortcut().parent_path() / L"other.txt"));
     EXPECT_TRUE(ReadKey(otherKey));
     RemoveKey(otherKey);

@@ -6,12 +6,12 @@
 
 namespace {
 
-constexpr uint32_t kDefaultColour = 0xFFA640;
+constexpr uint32_t kDefaultColor = 0xFFA640;
 
 struct AccentCase {
     const char* name;
     std::wstring setting;
-    uint32_t colour;
+    uint32_t color;
 };
 
 std::ostream& operator<<(std::ostream& out, const AccentCase& accent) {
@@ -21,9 +21,9 @@ std::ostream& operator<<(std::ostream& out, const AccentCase& accent) {
 class Accent : public ToolOnClient {};
 class AccentSettings : public Accent, public testing::WithParamInterface<AccentCase> {};
 
-TEST_P(AccentSettings, AreReadAsAColour) {
+TEST_P(AccentSettings, AreReadAsAColor) {
     Set("accentHex", GetParam().setting);
-    EXPECT_EQ(StartTool().Look().At(430, 47), GetParam().colour);
+    EXPECT_EQ(StartTool().Look().At(430, 47), GetParam().color);
 }
 
 INSTANTIATE_TEST_SUITE_P(Settings, AccentSettings,
@@ -34,41 +34,41 @@ INSTANTIATE_TEST_SUITE_P(Settings, AccentSettings,
                                          AccentCase{"BlanksAround", L" \t#12aB9f  ", 0x12AB9F},
                                          AccentCase{"NoDigits", L"GGA640", 0x00A640},
                                          AccentCase{"OneNoDigit", L"1G345z", 0x103450},
-                                         AccentCase{"FiveDigits", L"12AB9", kDefaultColour},
-                                         AccentCase{"SevenDigits", L"12AB9F0", kDefaultColour},
+                                         AccentCase{"FiveDigits", L"12AB9", kDefaultColor},
+                                         AccentCase{"SevenDigits", L"12AB9F0", kDefaultColor},
                                          AccentCase{"SignAndFive", L"#12AB9", 0x012AB9},
-                                         AccentCase{"SignAndSeven", L"#12AB9F0", kDefaultColour},
-                                         AccentCase{"SignAlone", L"#", kDefaultColour},
-                                         AccentCase{"Empty", L"", kDefaultColour},
-                                         AccentCase{"Blanks", L"  ", kDefaultColour}),
+                                         AccentCase{"SignAndSeven", L"#12AB9F0", kDefaultColor},
+                                         AccentCase{"SignAlone", L"#", kDefaultColor},
+                                         AccentCase{"Empty", L"", kDefaultColor},
+                                         AccentCase{"Blanks", L"  ", kDefaultColor}),
                          [](const auto& accent) { return accent.param.name; });
 
 TEST_F(Accent, IsTheDefaultWithoutASetting) {
     Unset("accentHex");
-    EXPECT_EQ(StartTool().Look().At(430, 47), kDefaultColour);
+    EXPECT_EQ(StartTool().Look().At(430, 47), kDefaultColor);
 }
 
 TEST_F(Accent, IsTheDefaultWithoutAConfiguration) {
     UseBareTool();
-    EXPECT_EQ(StartTool().Look().At(430, 47), kDefaultColour);
+    EXPECT_EQ(StartTool().Look().At(430, 47), kDefaultColor);
 }
 
-TEST_F(Accent, ColoursEverythingThatIsTheBrands) {
-    constexpr uint32_t kColour = 0x5A3CE1;
+TEST_F(Accent, ColorsEverythingThatIsTheBrands) {
+    constexpr uint32_t kColor = 0x5A3CE1;
     Set("accentHex", L"#5A3CE1");
     Set("websiteUrl", L"http://127.0.0.1/");
     Set("showLogo", L"0");
     const WindowShot shot = StartTool().Look();
-    EXPECT_EQ(shot.At(0, 47), kColour);
-    EXPECT_EQ(shot.At(859, 47), kColour);
-    EXPECT_TRUE(shot.Holds({72, 214, 716, 40}, kColour)) << "heading";
-    EXPECT_TRUE(shot.Holds({404, 124, 50, 40}, kColour)) << "monogram";
-    EXPECT_EQ(shot.At(100, 404), kColour) << "Repair Client's fill";
-    EXPECT_EQ(shot.At(298, 410), kColour) << "Reinstall Game's border";
-    EXPECT_TRUE(shot.Holds({28, 520, 102, 22}, kColour)) << "Website's text";
-    EXPECT_TRUE(shot.Holds({826, 14, 20, 20}, kColour)) << "the x";
-    EXPECT_TRUE(shot.Holds({796, 14, 20, 20}, kColour)) << "the -";
-    EXPECT_FALSE(shot.Holds({0, 0, 860, 560}, kDefaultColour)) << "what is left of the default";
+    EXPECT_EQ(shot.At(0, 47), kColor);
+    EXPECT_EQ(shot.At(859, 47), kColor);
+    EXPECT_TRUE(shot.Holds({72, 214, 716, 40}, kColor)) << "heading";
+    EXPECT_TRUE(shot.Holds({404, 124, 50, 40}, kColor)) << "monogram";
+    EXPECT_EQ(shot.At(100, 404), kColor) << "Repair Client's fill";
+    EXPECT_EQ(shot.At(298, 410), kColor) << "Reinstall Game's border";
+    EXPECT_TRUE(shot.Holds({28, 520, 102, 22}, kColor)) << "Website's text";
+    EXPECT_TRUE(shot.Holds({826, 14, 20, 20}, kColor)) << "the x";
+    EXPECT_TRUE(shot.Holds({796, 14, 20, 20}, kColor)) << "the -";
+    EXPECT_FALSE(shot.Holds({0, 0, 860, 560}, kDefaultColor)) << "what is left of the default";
 }
 
 }  // namespace

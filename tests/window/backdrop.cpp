@@ -5,15 +5,15 @@
 
 namespace {
 
-// A class has one colour.
-std::wstring ClassName(uint32_t colour) {
-    return L"bench.backdrop." + std::to_wstring(colour);
+// A class has one color.
+std::wstring ClassName(uint32_t color) {
+    return L"bench.backdrop." + std::to_wstring(color);
 }
 
-HWND ShowPlainWindow(const Box& place, uint32_t colour) {
-    const std::wstring className = ClassName(colour);
+HWND ShowPlainWindow(const Box& place, uint32_t color) {
+    const std::wstring className = ClassName(color);
     const HBRUSH brush =
-        ::CreateSolidBrush(RGB(colour >> 16 & 0xFF, colour >> 8 & 0xFF, colour & 0xFF));
+        ::CreateSolidBrush(RGB(color >> 16 & 0xFF, color >> 8 & 0xFF, color & 0xFF));
     WNDCLASSW plain{};
     plain.lpfnWndProc = ::DefWindowProcW;
     plain.hbrBackground = brush;  // Goes with the class.
@@ -28,23 +28,23 @@ HWND ShowPlainWindow(const Box& place, uint32_t colour) {
     return window;
 }
 
-void RunUntilClosed(HWND window, uint32_t colour) {
+void RunUntilClosed(HWND window, uint32_t color) {
     MSG message{};
     while (::IsWindow(window) && ::GetMessageW(&message, nullptr, 0, 0) > 0) {
         ::DispatchMessageW(&message);
     }
-    ::UnregisterClassW(ClassName(colour).c_str(), nullptr);
+    ::UnregisterClassW(ClassName(color).c_str(), nullptr);
 }
 
 }  // namespace
 
-Backdrop::Backdrop(const Box& place, uint32_t colour) {
+Backdrop::Backdrop(const Box& place, uint32_t color) {
     std::promise<HWND> shown;
     std::future<HWND> window = shown.get_future();
-    thread_ = std::thread([place, colour, &shown] {
-        const HWND own = ShowPlainWindow(place, colour);
+    thread_ = std::thread([place, color, &shown] {
+        const HWND own = ShowPlainWindow(place, color);
         shown.set_value(own);
-        RunUntilClosed(own, colour);
+        RunUntilClosed(own, color);
     });
     window_ = window.get();
 }

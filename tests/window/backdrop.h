@@ -6,12 +6,12 @@
 #include "common/windows_api.h"
 #include "ui/layout.h"
 
-// A window of one colour with a thread of its own, as another program's would be: to lie behind the
+// A window of one color with a thread of its own, as another program's would be: to lie behind the
 // tool or to cover it.
 class Backdrop {
 public:
-    // `place` in screen pixels, `colour` as 0xRRGGBB. It is on the screen when this returns.
-    Backdrop(const Box& place, uint32_t colour);
+    // `place` in screen pixels, `color` as 0xRRGGBB. It is on the screen when this returns.
+    Backdrop(const Box& place, uint32_t color);
     ~Backdrop();
     Backdrop(const Backdrop&) = delete;
     Backdrop& operator=(const Backdrop&) = delete;

@@ -12,33 +12,33 @@ namespace {
 constexpr uint32_t kAccent = 0x33CC66;
 constexpr uint32_t kDark = 0x18191E;
 constexpr uint32_t kBright = 0xF5F5F8;
-constexpr uint32_t kGreyBorder = 0x5C5766;
+constexpr uint32_t kGrayBorder = 0x5C5766;
 constexpr uint32_t kDisabledText = 0x66636E;
 constexpr uint32_t kDisabledBorder = 0x323037;
 constexpr uint32_t kPressedFill = 0xD28228;
 
-struct Colours {
+struct Colors {
     uint32_t fill;
     uint32_t text;
     uint32_t border;
 };
 
-// A kind of button: its colours at rest, disabled and pressed.
+// A kind of button: its colors at rest, disabled and pressed.
 struct Look {
-    Colours rest;
-    Colours disabled;
-    Colours pressed;
+    Colors rest;
+    Colors disabled;
+    Colors pressed;
 };
 
-constexpr Look kPrimary{{kAccent, 0x0A0A0C, kGreyBorder},
+constexpr Look kPrimary{{kAccent, 0x0A0A0C, kGrayBorder},
                         {0x504637, kDisabledText, kDisabledBorder},
-                        {kPressedFill, 0x0A0A0C, kGreyBorder}};
+                        {kPressedFill, 0x0A0A0C, kGrayBorder}};
 constexpr Look kAccented{{kDark, kBright, kAccent},
                          {kDark, kDisabledText, kDisabledBorder},
                          {kPressedFill, kBright, kAccent}};
-constexpr Look kPlain{{kDark, kBright, kGreyBorder},
+constexpr Look kPlain{{kDark, kBright, kGrayBorder},
                       {kDark, kDisabledText, kDisabledBorder},
-                      {kPressedFill, kBright, kGreyBorder}};
+                      {kPressedFill, kBright, kGrayBorder}};
 constexpr Look kQuiet{{0x111215, kAccent, 0x2D2B32},
                       {0x111215, kDisabledText, kDisabledBorder},
                       {0x1F2025, kAccent, 0x2D2B32}};
@@ -89,20 +89,20 @@ std::string BorderDifference(const WindowShot& shot, const Box& button, uint32_t
 }
 
 // What is wrong with how the button looks; empty when nothing is.
-std::string Wrong(const WindowShot& shot, const Box& button, const Colours& wanted) {
+std::string Wrong(const WindowShot& shot, const Box& button, const Colors& wanted) {
     std::string wrong = FillDifference(shot, button, wanted.fill);
     if (wrong.empty()) {
         wrong = BorderDifference(shot, button, wanted.border);
     }
     if (wrong.empty() && !shot.Holds(Shrunk(button, 4), wanted.text)) {
-        wrong = "the text has another colour";
+        wrong = "the text has another color";
     }
     return wrong;
 }
 
-class ButtonColours : public ToolOnClient {
+class ButtonColors : public ToolOnClient {
 protected:
-    ButtonColours() {
+    ButtonColors() {
         Set("accentHex", L"33CC66");
         Set("websiteUrl", L"http://127.0.0.1/");
         Set("discordUrl", L"http://127.0.0.1/");
@@ -110,7 +110,7 @@ protected:
     }
 
     // Waits until the button looks as wanted. The first that never comes to it ends the waiting.
-    void ExpectColours(ButtonId id, const Colours& wanted) {
+    void ExpectColors(ButtonId id, const Colors& wanted) {
         if (HasFailure()) {
             return;
         }
@@ -126,31 +126,31 @@ protected:
     // All three states of a button that is shown.
     void ExpectLook(ButtonId id, const Look& look) {
         const HWND button = Window().Button(id);
-        ExpectColours(id, look.rest);
+        ExpectColors(id, look.rest);
         ::EnableWindow(button, FALSE);
-        ExpectColours(id, look.disabled);
+        ExpectColors(id, look.disabled);
         ::EnableWindow(button, TRUE);
-        ExpectColours(id, look.rest);
+        ExpectColors(id, look.rest);
         ::PostMessageW(button, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 5));
-        ExpectColours(id, look.pressed);
+        ExpectColors(id, look.pressed);
         // Let go beside the button, so that it is not a click.
         ::PostMessageW(button, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-50, -50));
         ::PostMessageW(button, WM_LBUTTONUP, 0, MAKELPARAM(-50, -50));
-        ExpectColours(id, look.rest);
+        ExpectColors(id, look.rest);
     }
 };
 
-TEST_F(ButtonColours, ShowWhatThePrimaryButtonIs) {
+TEST_F(ButtonColors, ShowWhatThePrimaryButtonIs) {
     StartTool();
     ExpectLook(ButtonId::RepairClient, kPrimary);
 }
 
-TEST_F(ButtonColours, ShowWhatTheSecondButtonIs) {
+TEST_F(ButtonColors, ShowWhatTheSecondButtonIs) {
     StartTool();
     ExpectLook(ButtonId::ReinstallGame, kAccented);
 }
 
-TEST_F(ButtonColours, AreTheSameForRetryAndClose) {
+TEST_F(ButtonColors, AreTheSameForRetryAndClose) {
     Set("archiveUrl", server_.Url(L"status/404"));
     StartRepair();
     ASSERT_TRUE(bench::Await([this] { return Window().CanPress(ButtonId::Retry); }));
@@ -158,31 +158,31 @@ TEST_F(ButtonColours, AreTheSameForRetryAndClose) {
     ExpectLook(ButtonId::Close, kAccented);
 }
 
-TEST_F(ButtonColours, LeaveTheHelpersGrey) {
+TEST_F(ButtonColors, LeaveTheHelpersGray) {
     StartTool();
     ExpectLook(ButtonId::CreateShortcut, kPlain);
     ExpectLook(ButtonId::RunPatcher, kPlain);
 }
 
-TEST_F(ButtonColours, AreQuietForLinksAndMarks) {
+TEST_F(ButtonColors, AreQuietForLinksAndMarks) {
     StartTool();
     ExpectLook(ButtonId::Website, kQuiet);
     ExpectLook(ButtonId::Community, kQuiet);
-    ExpectLook(ButtonId::Minimise, kQuiet);
+    ExpectLook(ButtonId::Minimize, kQuiet);
     ExpectLook(ButtonId::CloseMark, kQuiet);
 }
 
-TEST_F(ButtonColours, ShowThatAJobIsUnderWay) {
+TEST_F(ButtonColors, ShowThatAJobIsUnderWay) {
     Set("archiveUrl", server_.Url(L"stall/2000/1000"));
     StartRepair();
-    ExpectColours(ButtonId::RepairClient, kPrimary.disabled);
-    ExpectColours(ButtonId::ReinstallGame, kAccented.disabled);
-    ExpectColours(ButtonId::RunPatcher, kPlain.rest);
+    ExpectColors(ButtonId::RepairClient, kPrimary.disabled);
+    ExpectColors(ButtonId::ReinstallGame, kAccented.disabled);
+    ExpectColors(ButtonId::RunPatcher, kPlain.rest);
     server_.ReleaseWaits();
 }
 
 // The two download servers.
-class ServerChoice : public ButtonColours {
+class ServerChoice : public ButtonColors {
 protected:
     ServerChoice() {
         OfferSeveralServers(server_.Url(L"status/404"));
@@ -194,7 +194,7 @@ protected:
     }
 
     static std::string WrongChoice(const WindowShot& shot, const Box& button, bool selected) {
-        std::string wrong = Wrong(shot, button, {kDark, kBright, selected ? kAccent : kGreyBorder});
+        std::string wrong = Wrong(shot, button, {kDark, kBright, selected ? kAccent : kGrayBorder});
         constexpr int kMostOfTheSquare = 16 * 16 / 2;
         const Box square = SquareIn(button);
         const uint32_t fill = selected ? kAccent : 0x0B0C0F;
@@ -220,11 +220,11 @@ protected:
     }
 
 private:
-    static int Count(const WindowShot& shot, const Box& box, uint32_t colour) {
+    static int Count(const WindowShot& shot, const Box& box, uint32_t color) {
         int count = 0;
         for (int y = box.y; y < box.y + box.height; ++y) {
             for (int x = box.x; x < box.x + box.width; ++x) {
-                count += shot.At(x, y) == colour ? 1 : 0;
+                count += shot.At(x, y) == color ? 1 : 0;
             }
         }
         return count;
@@ -262,12 +262,12 @@ TEST_F(ServerChoice, OutlivesAFailureAndARetry) {
     ExpectChoice(ButtonId::SecondServer, ButtonId::PrimaryServer);
 }
 
-TEST_F(ServerChoice, KeepsItsColoursWhilePressedAndWhileDisabled) {
+TEST_F(ServerChoice, KeepsItsColorsWhilePressedAndWhileDisabled) {
     StartTool();
-    constexpr Colours kSelected{kDark, kBright, kAccent};
-    constexpr Colours kSelectedDisabled{kDark, kDisabledText, kAccent};
-    constexpr Colours kOther{kDark, kBright, kGreyBorder};
-    constexpr Colours kOtherDisabled{kDark, kDisabledText, kGreyBorder};
+    constexpr Colors kSelected{kDark, kBright, kAccent};
+    constexpr Colors kSelectedDisabled{kDark, kDisabledText, kAccent};
+    constexpr Colors kOther{kDark, kBright, kGrayBorder};
+    constexpr Colors kOtherDisabled{kDark, kDisabledText, kGrayBorder};
     ExpectLook(ButtonId::PrimaryServer, {kSelected, kSelectedDisabled, kSelected});
     ExpectLook(ButtonId::SecondServer, {kOther, kOtherDisabled, kOther});
 }

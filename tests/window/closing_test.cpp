@@ -58,9 +58,9 @@ TEST_F(Closing, EndsTheIdleTool) {
     EXPECT_THAT(RequestedNames(), IsEmpty());
 }
 
-TEST_F(Closing, EndsTheMinimisedTool) {
+TEST_F(Closing, EndsTheMinimizedTool) {
     ToolWindow& window = StartTool();
-    window.Press(ButtonId::Minimise);
+    window.Press(ButtonId::Minimize);
     EXPECT_TRUE(bench::Await([&] { return ::IsIconic(window.Handle()) != FALSE; }));
     Close();
 }

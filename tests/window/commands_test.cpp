@@ -195,10 +195,10 @@ TEST_F(Command, AsksBeforeClosingWhateverNotificationComesWithIt) {
     EXPECT_TRUE(window.AwaitIdle());
 }
 
-TEST_F(Command, MinimisesTheWindow) {
+TEST_F(Command, MinimizesTheWindow) {
     ToolWindow& window = StartTool();
     const WindowShot before = window.Look();
-    window.Press(ButtonId::Minimise);
+    window.Press(ButtonId::Minimize);
     EXPECT_TRUE(bench::Await([&] { return ::IsIconic(window.Handle()) != FALSE; }));
     ::PostMessageW(window.Handle(), WM_SYSCOMMAND, SC_RESTORE, 0);
     EXPECT_TRUE(bench::Await([&] { return ::IsIconic(window.Handle()) == FALSE; }));

@@ -207,10 +207,10 @@ TEST_F(JobEnd, AllowsTheNextJob) {
     EXPECT_EQ(RequestedNames().size(), 2U);
 }
 
-TEST_F(JobEnd, IsReachedWhileTheWindowIsMinimised) {
+TEST_F(JobEnd, IsReachedWhileTheWindowIsMinimized) {
     ToolWindow& window = StartTool();
     HoldRepair();
-    window.Press(ButtonId::Minimise);
+    window.Press(ButtonId::Minimize);
     EXPECT_TRUE(bench::Await([&] { return ::IsIconic(window.Handle()) != FALSE; }));
     LetItSucceed();
     EXPECT_TRUE(bench::Await([&] { return window.See(ButtonId::RepairClient).enabled; }));

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr uint32_t kAccent = 0x33CC66;
-constexpr uint32_t kLogoColour = 0xD040E0;
+constexpr uint32_t kLogoColor = 0xD040E0;
 constexpr uint32_t kPanelFill = 0x111215;
 constexpr uint32_t kDiscFill = 0x121316;
 // Where scaling blends the picture's edge with what lies behind.
@@ -31,7 +31,7 @@ protected:
              {Point{middleX, middleY}, Point{place.x + kBlurPx, middleY},
               Point{right - kBlurPx, middleY}, Point{middleX, place.y + kBlurPx},
               Point{middleX, bottom - kBlurPx}}) {
-            EXPECT_EQ(shot.At(inside.x, inside.y), kLogoColour) << inside.x << ", " << inside.y;
+            EXPECT_EQ(shot.At(inside.x, inside.y), kLogoColor) << inside.x << ", " << inside.y;
         }
         for (const Point& outside :
              {Point{place.x - kBlurPx, middleY}, Point{right + kBlurPx, middleY},
@@ -78,9 +78,9 @@ std::ostream& operator<<(std::ostream& out, const LogoCase& logo) {
 
 class LogoSizes : public Logo, public testing::WithParamInterface<LogoCase> {};
 
-TEST_P(LogoSizes, AreFittedIntoTheBoxAndCentred) {
+TEST_P(LogoSizes, AreFittedIntoTheBoxAndCentered) {
     Embed(ID_LOGO_IMAGE,
-          PlainPictureFile(PictureFormat::Png, GetParam().width, GetParam().height, kLogoColour));
+          PlainPictureFile(PictureFormat::Png, GetParam().width, GetParam().height, kLogoColor));
     ExpectLogoAt(StartTool().Look(), GetParam().place);
 }
 
@@ -95,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, LogoSizes,
 
 TEST_F(Logo, GivesWayToThePlaceholderWhenTheBrandShowsNone) {
     Set("showLogo", L"0");
-    Embed(ID_LOGO_IMAGE, PlainPictureFile(PictureFormat::Png, 126, 126, kLogoColour));
+    Embed(ID_LOGO_IMAGE, PlainPictureFile(PictureFormat::Png, 126, 126, kLogoColor));
     ExpectPlaceholder(StartTool().Look());
 }
 

@@ -6,7 +6,7 @@
 #include "window/picture_files.h"
 #include "window/tool_on_client.h"
 
-// What the window shows apart from its buttons, colour by colour.
+// What the window shows apart from its buttons, color by color.
 
 namespace {
 
@@ -16,16 +16,16 @@ constexpr uint32_t kPanelFill = 0x111215;
 constexpr uint32_t kOutline = 0x302D36;
 constexpr uint32_t kTrack = 0x0B0C0F;
 constexpr uint32_t kWindowFill = 0x0A0B0C;
-constexpr uint32_t kHeadingColour = kAccent;
-constexpr uint32_t kFolderColour = 0xBEBBC4;
-constexpr uint32_t kStatusColour = 0xF8F8FA;
-constexpr uint32_t kTitleTextColour = 0xBAB9BE;
+constexpr uint32_t kHeadingColor = kAccent;
+constexpr uint32_t kFolderColor = 0xBEBBC4;
+constexpr uint32_t kStatusColor = 0xF8F8FA;
+constexpr uint32_t kTitleTextColor = 0xBAB9BE;
 
-// The first pixel of the box that has another colour; empty when there is none.
-std::string FirstOther(const WindowShot& shot, const Box& box, uint32_t colour) {
+// The first pixel of the box that has another color; empty when there is none.
+std::string FirstOther(const WindowShot& shot, const Box& box, uint32_t color) {
     for (int y = box.y; y < box.y + box.height; ++y) {
         for (int x = box.x; x < box.x + box.width; ++x) {
-            if (shot.At(x, y) != colour) {
+            if (shot.At(x, y) != color) {
                 std::ostringstream text;
                 text << std::hex << shot.At(x, y) << std::dec << " at " << x << ", " << y;
                 return text.str();
@@ -54,7 +54,7 @@ TEST_F(PaintedParts, TitleBarHasItsFillAndTheAccentLineOverItsFullWidth) {
 
 TEST_F(PaintedParts, TitleTextStandsAtItsPlace) {
     const WindowShot shot = StartTool().Look();
-    EXPECT_TRUE(shot.Holds({22, 16, 120, 20}, kTitleTextColour));
+    EXPECT_TRUE(shot.Holds({22, 16, 120, 20}, kTitleTextColor));
     EXPECT_EQ(FirstOther(shot, {14, 0, 8, 47}, kTitleFill), "");
     EXPECT_EQ(FirstOther(shot, {22, 0, 200, 16}, kTitleFill), "");
     EXPECT_EQ(FirstOther(shot, {22, 36, 200, 11}, kTitleFill), "");
@@ -87,17 +87,17 @@ TEST_F(PaintedParts, ProgressBarHasAnOutlineAroundItsTrack) {
     EXPECT_EQ(FirstOther(shot, {114, 302, 633, 26}, kPanelFill), "");
 }
 
-TEST_F(PaintedParts, TextsHaveTheirColoursInTheirBoxes) {
+TEST_F(PaintedParts, TextsHaveTheirColorsInTheirBoxes) {
     const WindowShot shot = StartTool().Look();
-    EXPECT_TRUE(shot.Holds({72, 214, 716, 40}, kHeadingColour));
-    EXPECT_LE(NearestDistance(shot, {84, 276, 692, 26}, kFolderColour), 20);
-    EXPECT_TRUE(shot.Holds({114, 356, 632, 24}, kStatusColour));
-    // Centred: nothing at the sides, something in the middle.
+    EXPECT_TRUE(shot.Holds({72, 214, 716, 40}, kHeadingColor));
+    EXPECT_LE(NearestDistance(shot, {84, 276, 692, 26}, kFolderColor), 20);
+    EXPECT_TRUE(shot.Holds({114, 356, 632, 24}, kStatusColor));
+    // Centered: nothing at the sides, something in the middle.
     EXPECT_EQ(FirstOther(shot, {72, 214, 150, 40}, kPanelFill), "");
     EXPECT_EQ(FirstOther(shot, {638, 214, 150, 40}, kPanelFill), "");
-    EXPECT_TRUE(shot.Holds({400, 214, 60, 40}, kHeadingColour));
-    EXPECT_LE(NearestDistance(shot, {400, 276, 60, 26}, kFolderColour), 20);
-    EXPECT_TRUE(shot.Holds({405, 356, 50, 24}, kStatusColour));
+    EXPECT_TRUE(shot.Holds({400, 214, 60, 40}, kHeadingColor));
+    EXPECT_LE(NearestDistance(shot, {400, 276, 60, 26}, kFolderColor), 20);
+    EXPECT_TRUE(shot.Holds({405, 356, 50, 24}, kStatusColor));
     // Between them, and where the detail will stand.
     EXPECT_EQ(FirstOther(shot, {49, 254, 763, 22}, kPanelFill), "");
     EXPECT_EQ(FirstOther(shot, {49, 302, 763, 26}, kPanelFill), "");
@@ -110,14 +110,14 @@ constexpr Point kOpenPlaces[] = {{4, 60},   {430, 60},  {855, 60},  {20, 300}, {
 
 class Background : public ToolOnClient {
 protected:
-    // The picture's colour under the veil, which lets through 50 parts of 255.
+    // The picture's color under the veil, which lets through 50 parts of 255.
     static int Veiled(int picture, int veil) {
         return (picture * 50 + veil * 205) / 255;
     }
     static void ExpectVeiled(const WindowShot& shot, const Point& at, uint32_t picture,
                              int tolerance) {
-        const auto channel = [](uint32_t colour, int shift) {
-            return static_cast<int>(colour >> shift & 0xFF);
+        const auto channel = [](uint32_t color, int shift) {
+            return static_cast<int>(color >> shift & 0xFF);
         };
         for (const int shift : {0, 8, 16}) {
             EXPECT_NEAR(channel(shot.At(at.x, at.y), shift),
@@ -176,7 +176,7 @@ TEST_F(Background, CoversTheWindowAndLosesTopAndBottomWhenItIsTooHigh) {
     }
 }
 
-TEST_F(Background, StandsCentred) {
+TEST_F(Background, StandsCentered) {
     // The boundary in the middle of the picture is the boundary in the middle of the window.
     Embed(ID_BACKGROUND_IMAGE, PictureFile(PictureFormat::Png, 1720, 560, [](int x, int) {
               return x < 860 ? 0xFF0000U : 0x0000FFU;

@@ -63,14 +63,14 @@ std::string Encoded(Gdiplus::GpBitmap* bitmap, PictureFormat format) {
 }  // namespace
 
 std::string PictureFile(PictureFormat format, int width, int height,
-                        const std::function<uint32_t(int x, int y)>& colourAt) {
+                        const std::function<uint32_t(int x, int y)>& colorAt) {
     const GdiplusSession gdiplus;
     Gdiplus::GpBitmap* made = nullptr;
     GdipCreateBitmapFromScan0(width, height, 0, PixelFormat24bppRGB, nullptr, &made);
     const OwnedBitmap bitmap(made);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-            GdipBitmapSetPixel(bitmap.get(), x, y, kOpaque | colourAt(x, y));
+            GdipBitmapSetPixel(bitmap.get(), x, y, kOpaque | colorAt(x, y));
         }
     }
     std::string file = Encoded(bitmap.get(), format);
@@ -78,8 +78,8 @@ std::string PictureFile(PictureFormat format, int width, int height,
     return file;
 }
 
-std::string PlainPictureFile(PictureFormat format, int width, int height, uint32_t colour) {
-    return PictureFile(format, width, height, [colour](int, int) { return colour; });
+std::string PlainPictureFile(PictureFormat format, int width, int height, uint32_t color) {
+    return PictureFile(format, width, height, [color](int, int) { return color; });
 }
 
 std::filesystem::path KeepScreenshot(const WindowShot& shot, const std::wstring& name) {
@@ -127,14 +127,14 @@ std::string AwaitPicture(const ToolWindow& window, const WindowShot& wanted) {
     return difference;
 }
 
-int NearestDistance(const WindowShot& shot, const Box& box, uint32_t colour) {
+int NearestDistance(const WindowShot& shot, const Box& box, uint32_t color) {
     int nearest = 255;
     for (int y = box.y; y < box.y + box.height; ++y) {
         for (int x = box.x; x < box.x + box.width; ++x) {
             int distance = 0;
             for (const int shift : {0, 8, 16}) {
                 const int difference = static_cast<int>(shot.At(x, y) >> shift & 0xFF) -
-                                       static_cast<int>(colour >> shift & 0xFF);
+                                       static_cast<int>(color >> shift & 0xFF);
                 distance = std::max(distance, std::abs(difference));
             }
             nearest = std::min(nearest, distance);

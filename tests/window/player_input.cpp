@@ -60,7 +60,7 @@ void AwaitClicksTaken(const ToolWindow& window) {
     int looks = 0;
     EXPECT_TRUE(bench::Await([&] {
         if (looks++ % kLooksPerClick == 0) {
-            ClickWithMouse(window.Button(ButtonId::Minimise));
+            ClickWithMouse(window.Button(ButtonId::Minimize));
         }
         return ::IsIconic(window.Handle()) != FALSE;
     }));

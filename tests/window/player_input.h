@@ -11,7 +11,7 @@
 // that needs the click to arrive repeats it until it does.
 void ClickWithMouse(HWND target, int times = 1);
 
-// Waits until the window has taken all clicks: minimises and restores it by one click more.
+// Waits until the window has taken all clicks: minimizes and restores it by one click more.
 // To be used where earlier clicks should have no effect.
 void AwaitClicksTaken(const ToolWindow& window);
 

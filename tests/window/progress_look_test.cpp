@@ -12,8 +12,8 @@ namespace {
 constexpr uint32_t kAccent = 0x33CC66;
 constexpr uint32_t kTrack = 0x0B0C0F;
 constexpr uint32_t kOutline = 0x302D36;
-constexpr uint32_t kStatusColour = 0xF8F8FA;
-constexpr uint32_t kDetailColour = 0x888490;
+constexpr uint32_t kStatusColor = 0xF8F8FA;
+constexpr uint32_t kDetailColor = 0x888490;
 constexpr Box kTrackBox{115, 329, 630, 24};
 constexpr Box kStatusBox{114, 356, 632, 24};
 // Below the panel's edge, above the buttons.
@@ -82,17 +82,17 @@ protected:
     void ExpectEmptyBarAndAccentDetail() {
         const WindowShot shot = Window().Look();
         EXPECT_EQ(FilledWidth(shot), 0);
-        EXPECT_TRUE(shot.Holds(kStatusBox, kStatusColour));
+        EXPECT_TRUE(shot.Holds(kStatusBox, kStatusColor));
         EXPECT_FALSE(shot.Holds(kStatusBox, kAccent));
         EXPECT_LE(NearestDistance(shot, kDetailBox, kAccent), 40);
-        EXPECT_GT(NearestDistance(shot, kDetailBox, kDetailColour), 8);
+        EXPECT_GT(NearestDistance(shot, kDetailBox, kDetailColor), 8);
     }
 };
 
 TEST_F(ProgressLook, BarIsEmptyBeforeAnythingHappens) {
     StartTool();
     EXPECT_EQ(FilledWidth(Window().Look()), 0);
-    EXPECT_TRUE(Window().Look().Holds(kStatusBox, kStatusColour));
+    EXPECT_TRUE(Window().Look().Holds(kStatusBox, kStatusColor));
 }
 
 TEST_F(ProgressLook, BarStaysEmptyUntilTheFirstPartHasArrived) {
@@ -177,12 +177,12 @@ TEST_F(ProgressLook, BarIsFullAfterSuccess) {
     Window().AwaitJobEnd();
     const WindowShot shot = Window().Look();
     EXPECT_EQ(FilledWidth(shot), 630);
-    EXPECT_TRUE(shot.Holds(kStatusBox, kStatusColour));
-    EXPECT_LE(NearestDistance(shot, kDetailBox, kDetailColour), 12);
+    EXPECT_TRUE(shot.Holds(kStatusBox, kStatusColor));
+    EXPECT_LE(NearestDistance(shot, kDetailBox, kDetailColor), 12);
     EXPECT_FALSE(shot.Holds(kDetailBox, kAccent));
 }
 
-TEST_F(ProgressLook, FailureEmptiesTheBarAndColoursTheDetail) {
+TEST_F(ProgressLook, FailureEmptiesTheBarAndColorsTheDetail) {
     StartTool();
     HoldRepair();
     ExpectBar(630);

@@ -88,10 +88,10 @@ uint32_t WindowShot::At(int x, int y) const {
                       static_cast<size_t>(x));
 }
 
-bool WindowShot::Holds(const Box& box, uint32_t colour) const {
+bool WindowShot::Holds(const Box& box, uint32_t color) const {
     for (int y = box.y; y < box.y + box.height; ++y) {
         for (int x = box.x; x < box.x + box.width; ++x) {
-            if (At(x, y) == colour) {
+            if (At(x, y) == color) {
                 return true;
             }
         }
@@ -217,8 +217,8 @@ WindowShot ToolWindow::Look() const {
     return shot;
 }
 
-bool ToolWindow::AwaitPixel(int x, int y, uint32_t colour) const {
-    return bench::Await([&] { return WindowShot(window_).At(x, y) == colour; });
+bool ToolWindow::AwaitPixel(int x, int y, uint32_t color) const {
+    return bench::Await([&] { return WindowShot(window_).At(x, y) == color; });
 }
 
 bool ToolWindow::AwaitIdle() const {

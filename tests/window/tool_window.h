@@ -21,15 +21,15 @@ struct ButtonSeen {
     Box place;
 };
 
-// What the window shows at one moment, buttons included. Colours are 0xRRGGBB.
+// What the window shows at one moment, buttons included. Colors are 0xRRGGBB.
 class WindowShot {
 public:
     explicit WindowShot(HWND window);
 
     // In client coordinates.
     [[nodiscard]] uint32_t At(int x, int y) const;
-    // Whether a pixel of this colour is in the box.
-    [[nodiscard]] bool Holds(const Box& box, uint32_t colour) const;
+    // Whether a pixel of this color is in the box.
+    [[nodiscard]] bool Holds(const Box& box, uint32_t color) const;
     // Whether both show the same in the box.
     [[nodiscard]] bool Equals(const WindowShot& other, const Box& box) const;
     bool operator==(const WindowShot&) const = default;
@@ -83,8 +83,8 @@ public:
 
     // The picture on the screen, after everything that waits to be painted has been painted.
     [[nodiscard]] WindowShot Look() const;
-    // Waits until the pixel has this colour (0xRRGGBB).
-    [[nodiscard]] bool AwaitPixel(int x, int y, uint32_t colour) const;
+    // Waits until the pixel has this color (0xRRGGBB).
+    [[nodiscard]] bool AwaitPixel(int x, int y, uint32_t color) const;
 
     // Waits until the tool has handled every message that it had by now, and painted. False when it
     // does not come to that.

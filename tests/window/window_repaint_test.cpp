@@ -22,7 +22,7 @@ POINT OriginOf(const ToolWindow& window) {
 // A mark on the screen that goes when the window is painted at that place.
 class ForeignSpot {
 public:
-    static constexpr uint32_t kColour = 0x00FFFF;
+    static constexpr uint32_t kColor = 0x00FFFF;
 
     ForeignSpot(const ToolWindow& window, int x, int y) : window_(window), x_(x), y_(y) {
         const HDC dc = ::GetDC(window.Handle());
@@ -32,10 +32,10 @@ public:
         ::DeleteObject(brush);
         ::ReleaseDC(window.Handle(), dc);
         ::GdiFlush();
-        EXPECT_EQ(WindowShot(window.Handle()).At(x, y), kColour);
+        EXPECT_EQ(WindowShot(window.Handle()).At(x, y), kColor);
     }
     [[nodiscard]] bool IsThere() const {
-        return WindowShot(window_.Handle()).At(x_, y_) == kColour;
+        return WindowShot(window_.Handle()).At(x_, y_) == kColor;
     }
 
 private:
@@ -52,10 +52,10 @@ protected:
     Backdrop behind_{WholeScreen(), 0xFF00FF};
 };
 
-TEST_F(WindowRepaint, ShowsTheSamePictureAfterMinimisingAndRestoring) {
+TEST_F(WindowRepaint, ShowsTheSamePictureAfterMinimizingAndRestoring) {
     const ToolWindow& window = StartTool();
     const WindowShot before = window.Look();
-    window.Press(ButtonId::Minimise);
+    window.Press(ButtonId::Minimize);
     EXPECT_TRUE(bench::Await([&] { return ::IsIconic(window.Handle()) != FALSE; }));
     ::ShowWindow(window.Handle(), SW_RESTORE);
     EXPECT_FALSE(::IsIconic(window.Handle()));
@@ -130,7 +130,7 @@ TEST_F(WindowRepaint, PaintsTheSameWhereverThePointerIs) {
     ::SetCursorPos(0, 0);
     const WindowShot before = window.Look();
     for (const ButtonId id : {ButtonId::RepairClient, ButtonId::ReinstallGame, ButtonId::RunPatcher,
-                              ButtonId::Minimise, ButtonId::CloseMark}) {
+                              ButtonId::Minimize, ButtonId::CloseMark}) {
         SCOPED_TRACE(static_cast<int>(id));
         RECT place{};
         ::GetWindowRect(window.Button(id), &place);

@@ -7,7 +7,7 @@
 #include "common/files.h"
 
 // The one file of the client folder that no job overwrites or deletes: this program's own. It is
-// recognised by what a path leads to, not by its name: other letter case, short names and links
+// recognized by what a path leads to, not by its name: other letter case, short names and links
 // all count. Any thread.
 
 // What is known of the tool's file, gathered once for a pass over many files.

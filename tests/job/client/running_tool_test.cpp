@@ -8,25 +8,25 @@
 
 namespace fs = std::filesystem;
 
-TEST(RunningTool, IsRecognisedByItsOwnPath) {
+TEST(RunningTool, IsRecognizedByItsOwnPath) {
     const bench::ClientFolders folders;
     EXPECT_TRUE(IsRunningTool(folders.Tool()));
 }
 
-TEST(RunningTool, IsRecognisedInAnotherLetterCase) {
+TEST(RunningTool, IsRecognizedInAnotherLetterCase) {
     const bench::ClientFolders folders;
     EXPECT_TRUE(IsRunningTool(folders.Client() / L"REPAIRTOOL.exe"));
     EXPECT_TRUE(IsRunningTool(folders.Scratch() / L"GAMES" / L"client" / L"repairtool.EXE"));
 }
 
-TEST(RunningTool, IsRecognisedWhenItsOwnPathIsWrittenDifferently) {
+TEST(RunningTool, IsRecognizedWhenItsOwnPathIsWrittenDifferently) {
     const bench::ClientFolders folders;
     const bench::ToolLocation location(
         folders.Client(), folders.Scratch() / L"games/CLIENT\\.\\..\\client/repairTOOL.exe");
     EXPECT_TRUE(IsRunningTool(folders.Tool()));
 }
 
-TEST(RunningTool, IsRecognisedByItsShortName) {
+TEST(RunningTool, IsRecognizedByItsShortName) {
     const bench::ClientFolders folders;
     const fs::path tool = folders.Client() / L"The repair tool of the game.exe";
     bench::WriteFile(tool, "tool");
@@ -36,7 +36,7 @@ TEST(RunningTool, IsRecognisedByItsShortName) {
     EXPECT_TRUE(IsRunningTool(shortPath));
 }
 
-TEST(RunningTool, IsRecognisedThroughAFolderLink) {
+TEST(RunningTool, IsRecognizedThroughAFolderLink) {
     const bench::ClientFolders folders;
     SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(folders.Scratch() / L"link", folders.Client()),
                             "links for this user");

@@ -62,7 +62,7 @@ void FillEverything() {
 }
 
 TEST(JobProgress, StartsReadyBeforeAnythingRuns) {
-    // No reset first: what static initialisation left is what the window meets.
+    // No reset first: what static initialization left is what the window meets.
     ExpectInitialState();
 }
 
