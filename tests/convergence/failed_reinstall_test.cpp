@@ -9,10 +9,10 @@
 
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/package_contents.h"
+#include "bench_parts/registry_entry.h"
 #include "bench_parts/unpacker_machine.h"
 #include "convergence/broken_client.h"
 #include "convergence/job_process.h"
-#include "system/registry_entry.h"
 
 namespace fs = std::filesystem;
 

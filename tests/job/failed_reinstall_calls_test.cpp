@@ -7,8 +7,8 @@
 #include <string>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/game_machine.h"
 #include "config/tool_config.h"
-#include "job/game_machine.h"
 #include "package/bcrypt_api.h"
 #include "package/winhttp_api.h"
 

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <string>
 
+#include "bench_parts/game_machine.h"
 #include "config/tool_config.h"
-#include "job/game_machine.h"
 
 namespace fs = std::filesystem;
 

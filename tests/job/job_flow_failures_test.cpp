@@ -8,10 +8,10 @@
 #include <string>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/game_machine.h"
+#include "bench_parts/registry_entry.h"
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
-#include "job/game_machine.h"
-#include "system/registry_entry.h"
 
 namespace fs = std::filesystem;
 

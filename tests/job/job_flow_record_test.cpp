@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/game_machine.h"
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
-#include "job/game_machine.h"
 #include "job/job_thread.h"
 #include "package/package_source.h"
 

@@ -8,10 +8,10 @@
 #include <filesystem>
 #include <string>
 
+#include "bench_parts/game_machine.h"
+#include "bench_parts/registry_entry.h"
 #include "config/tool_config.h"
-#include "job/game_machine.h"
 #include "package/package_source.h"
-#include "system/registry_entry.h"
 
 namespace fs = std::filesystem;
 

@@ -8,11 +8,11 @@
 #include <ostream>
 #include <string>
 
+#include "bench_parts/game_machine.h"
+#include "bench_parts/registry_entry.h"
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
-#include "job/game_machine.h"
 #include "job/job_flow.h"
-#include "system/registry_entry.h"
 
 namespace fs = std::filesystem;
 

@@ -13,7 +13,7 @@
 #include <system_error>
 #include <vector>
 
-#include "job/game_machine.h"
+#include "bench_parts/game_machine.h"
 #include "job/job_flow.h"
 
 namespace fs = std::filesystem;

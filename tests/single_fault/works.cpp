@@ -10,6 +10,7 @@
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/import_hook.h"
 #include "bench_parts/package_contents.h"
+#include "bench_parts/registry_entry.h"
 #include "common/handles.h"
 #include "config/tool_config.h"
 #include "extract/folder_flattening.h"
@@ -21,7 +22,6 @@
 #include "single_fault/failing_calls.h"
 #include "system/installed_programs_entry.h"
 #include "system/installed_programs_values.h"
-#include "system/registry_entry.h"
 #include "system/uninstaller_file.h"
 
 namespace fs = std::filesystem;

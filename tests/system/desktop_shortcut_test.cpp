@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "bench_parts/client_folder_test.h"
 #include "bench_parts/import_hook.h"
-#include "client_folder_test.h"
 #include "common/com_apartment.h"
 #include "common/handles.h"
 #include "common/shell_api.h"

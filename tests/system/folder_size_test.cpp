@@ -4,9 +4,9 @@
 
 #include <string>
 
+#include "bench_parts/current_folder.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/skipping.h"
-#include "current_folder.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/client_folder_test.h"
 #include "bench_parts/unpacker_machine.h"
-#include "client_folder_test.h"
 #include "system/uninstaller_file.h"
 
 namespace fs = std::filesystem;

@@ -7,10 +7,10 @@
 #include <set>
 #include <vector>
 
+#include "bench_parts/client_folder_test.h"
+#include "bench_parts/current_folder.h"
 #include "bench_parts/import_hook.h"
-#include "client_folder_test.h"
-#include "current_folder.h"
-#include "registry_entry.h"
+#include "bench_parts/registry_entry.h"
 
 namespace {
 

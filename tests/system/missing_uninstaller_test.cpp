@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "client_folder_test.h"
+#include "bench_parts/client_folder_test.h"
 #include "common/resources.h"
 #include "resource_ids.h"
 #include "system/installed_programs_entry.h"

@@ -7,11 +7,11 @@
 #include <thread>
 #include <vector>
 
+#include "bench_parts/client_folder_test.h"
 #include "bench_parts/import_hook.h"
+#include "bench_parts/running_copy.h"
 #include "bench_parts/skipping.h"
-#include "client_folder_test.h"
 #include "common/shell_api.h"
-#include "running_copy.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "bench_parts/client_folder_test.h"
+#include "bench_parts/current_folder.h"
 #include "bench_parts/import_hook.h"
-#include "client_folder_test.h"
-#include "current_folder.h"
-#include "running_copy.h"
+#include "bench_parts/running_copy.h"
 
 namespace {
 

@@ -7,13 +7,13 @@
 #include <atomic>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/game_machine.h"
+#include "bench_parts/registry_entry.h"
 #include "bench_parts/waiting.h"
-#include "job/game_machine.h"
 #include "job/job_thread.h"
 #include "package/bcrypt_api.h"
 #include "package/package_hash.h"
 #include "resource_ids.h"
-#include "system/registry_entry.h"
 #include "ui/open_window.h"
 #include "ui/player.h"
 

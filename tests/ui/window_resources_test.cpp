@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
+#include "bench_parts/game_machine.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/waiting.h"
 #include "common/handles.h"
 #include "common/tool_instance.h"
-#include "job/game_machine.h"
 #include "job/job_thread.h"
 #include "ui/canvas.h"
 #include "ui/job_control.h"

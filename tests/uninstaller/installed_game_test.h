@@ -5,16 +5,16 @@
 #include <filesystem>
 #include <string>
 
+#include "bench_parts/client_folder_test.h"
+#include "bench_parts/registry_entry.h"
+#include "bench_parts/running_copy.h"
 #include "bench_parts/scratch_folder.h"
 #include "common/com_apartment.h"
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
-#include "system/client_folder_test.h"
 #include "system/desktop_shortcut.h"
 #include "system/installed_programs_entry.h"
 #include "system/known_folder.h"
-#include "system/registry_entry.h"
-#include "system/running_copy.h"
 
 // "Bench Game", installed as the repair tool leaves it: a client folder with the startup program
 // "bin\start.exe", data and the uninstaller, and an entry in the list of installed programs. The

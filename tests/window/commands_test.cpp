@@ -5,9 +5,9 @@
 #include <sstream>
 
 #include "bench_parts/message_boxes.h"
+#include "bench_parts/registry_entry.h"
 #include "bench_parts/skipping.h"
 #include "bench_parts/waiting.h"
-#include "system/registry_entry.h"
 #include "window/desktop_link.h"
 #include "window/held_job.h"
 

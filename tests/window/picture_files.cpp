@@ -7,9 +7,9 @@
 #include <initializer_list>
 #include <sstream>
 
+#include "bench_parts/running_copy.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/waiting.h"
-#include "system/running_copy.h"
 #include "ui/gdiplus_objects.h"
 
 using namespace Gdiplus::DllExports;

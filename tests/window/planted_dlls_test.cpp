@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "bench_parts/running_copy.h"
 #include "bench_parts/scratch_folder.h"
 #include "extract/process_runner.h"
-#include "system/running_copy.h"
 #include "window/tool_on_client.h"
 
 // Wants the platform header before it.

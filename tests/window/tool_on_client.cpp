@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "bench_parts/message_boxes.h"
+#include "bench_parts/running_copy.h"
 #include "bench_parts/waiting.h"
 #include "resource_ids.h"
-#include "system/running_copy.h"
 
 // Wants the platform header before it.
 #include <tlhelp32.h>

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "job/game_machine.h"
+#include "bench_parts/game_machine.h"
 #include "window/tool_window.h"
 
 // The real exe in the client folder of a player's machine, branded by stamping a configuration into

@@ -4,12 +4,12 @@
 #include <cstddef>
 #include <vector>
 
+#include "bench_parts/running_copy.h"
 #include "common/handles.h"
 #include "job/client/client_folders.h"
 #include "job/client/client_repair.h"
 #include "job/client/reinstall_cleanup.h"
 #include "job/progress/job_progress.h"
-#include "system/running_copy.h"
 
 namespace fs = std::filesystem;
 

@@ -1,4 +1,4 @@
-#include "registry_entry.h"
+#include "bench_parts/registry_entry.h"
 
 #include <vector>
 

@@ -1,12 +1,12 @@
-#include "job/game_machine.h"
+#include "bench_parts/game_machine.h"
 
+#include "bench_parts/registry_entry.h"
 #include "common/tool_instance.h"
 #include "common/windows_api.h"
 #include "config/tool_config.h"
 #include "job/job_flow.h"
 #include "job/job_thread.h"
 #include "package/package_source.h"
-#include "system/registry_entry.h"
 
 namespace fs = std::filesystem;
 
