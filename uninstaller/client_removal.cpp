@@ -25,7 +25,7 @@ using Paths = std::vector<std::filesystem::path>;
 // Whether one of `kept` is this entry or lies below it.
 bool LeadsToKept(const std::wstring& entry, const Paths& kept) {
     return std::any_of(kept.begin(), kept.end(), [&](const std::filesystem::path& path) {
-        return IsSameCanonicalPath(path.native(), entry) || LiesBelow(path.native(), entry);
+        return IsAtOrBelowCanonicalPath(path.native(), entry);
     });
 }
 
@@ -59,7 +59,7 @@ void AddEntriesExcept(const Paths& kept, const std::filesystem::path& folder, Pa
         // The way to `kept` had no link when it was approved.
         if (entry.isLink || !LeadsToKept(entry.path, kept)) {
             // A folder is shown before its content; the content says more.
-            if (!left.empty() && LiesBelow(entry.path, left.back().native())) {
+            if (!left.empty() && IsBelowCanonicalPath(entry.path, left.back().native())) {
                 left.pop_back();
             }
             left.emplace_back(entry.path);
@@ -87,7 +87,7 @@ bool RemoveHeldEntry(const std::filesystem::path& path) {
 Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
     for (const std::filesystem::path& path : kept) {
         std::wstring parent = ParentFolder(path.native());
-        for (; LiesBelow(parent, folder.native()); parent = ParentFolder(parent)) {
+        for (; IsBelowCanonicalPath(parent, folder.native()); parent = ParentFolder(parent)) {
             static_cast<void>(RemoveHeldEntry(parent));  // If this fails, removing `folder` fails.
         }
     }
@@ -162,7 +162,7 @@ std::optional<std::filesystem::path> FindShortcutInto(const std::filesystem::pat
     }
     const std::filesystem::path shortcut = desktop / ShortcutFileName();
     const std::optional<std::filesystem::path> target = ShortcutTarget(shortcut);
-    const bool leadsThere = target && LiesBelow(target->native(), folder.native());
+    const bool leadsThere = target && IsBelowCanonicalPath(target->native(), folder.native());
     return leadsThere ? std::optional(shortcut) : std::nullopt;
 }
 

@@ -8,7 +8,6 @@
 #include "common/paths.h"
 #include "system/installed_programs_values.h"
 #include "uninstaller/registry_text.h"
-#include "uninstaller/uninstall_guard.h"
 
 namespace {
 
@@ -52,8 +51,7 @@ bool IsInstalledIn(const std::wstring& location, const std::filesystem::path& fo
     }
     const std::optional<std::filesystem::path> installed = WeaklyCanonical(location);
     return installed && KindOf(*installed) != EntryKind::Missing &&
-           (IsSameCanonicalPath(installed->native(), folder.native()) ||
-            LiesBelow(installed->native(), folder.native()));
+           IsAtOrBelowCanonicalPath(installed->native(), folder.native());
 }
 
 // Whether the entry calls the uninstaller in `folder`: the game's own entry under an older display

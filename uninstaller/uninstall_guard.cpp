@@ -78,9 +78,9 @@ std::wstring ComparableForm(const KNOWNFOLDERID& id) {
 bool HoldsSharedFolder(const std::wstring& folder) {
     const std::wstring own = UpperCase(folder);
     const auto isHere = [&](const std::wstring& shared) {
-        return IsSameCanonicalPath(shared, own) || LiesBelow(shared, own);
+        return IsAtOrBelowCanonicalPath(shared, own);
     };
-    return LiesBelow(own, ComparableForm(FOLDERID_Windows)) ||
+    return IsBelowCanonicalPath(own, ComparableForm(FOLDERID_Windows)) ||
            isHere(ComparableForm(TemporaryFolder())) ||
            std::any_of(kSharedFolders.begin(), kSharedFolders.end(),
                        [&](const KNOWNFOLDERID* id) { return isHere(ComparableForm(*id)); });
@@ -115,7 +115,8 @@ Verdict JudgeContent(const std::filesystem::path& folder) {
                 .namedProgram = other->name};
     }
     const std::optional<std::filesystem::path> startup = WeaklyCanonical(ResolveStartupExePath());
-    if (!startup || !LiesBelow(startup->native(), folder.native()) || !IsRegularFile(*startup)) {
+    if (!startup || !IsBelowCanonicalPath(startup->native(), folder.native()) ||
+        !IsRegularFile(*startup)) {
         return {.refusal = Refusal::StartupProgramMissing};
     }
     if (IsRunning(*startup) || IsRunning(folder / toolConfig.repairToolName)) {
@@ -153,12 +154,4 @@ Verdict JudgeClientAgain(const ApprovedClient& approved) {
 
 std::optional<std::wstring> RegisteredFolder(const ToolConfig& config) {
     return RegistryText(HKEY_CURRENT_USER, UninstallKeyPath(config), L"InstallLocation");
-}
-
-bool LiesBelow(std::wstring_view path, std::wstring_view folder) {
-    while (!folder.empty() && folder.back() == L'\\') {
-        folder.remove_suffix(1);
-    }
-    return !folder.empty() && path.size() > folder.size() + 1 && path.starts_with(folder) &&
-           path[folder.size()] == L'\\';
 }

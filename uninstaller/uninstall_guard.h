@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "config/tool_config.h"
 
@@ -50,6 +49,3 @@ Verdict JudgeClientAgain(const ApprovedClient& approved);
 // The client folder as the entry in the list of installed programs names it; none without an
 // entry or when the entry names none.
 std::optional<std::wstring> RegisteredFolder(const ToolConfig& config);
-
-// Whether the first of two canonical paths lies below the second. A path does not lie below itself.
-bool LiesBelow(std::wstring_view path, std::wstring_view folder);

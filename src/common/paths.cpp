@@ -211,6 +211,16 @@ std::wstring FileNamePart(std::wstring_view path) {
     return std::wstring(path.substr(separator + 1));
 }
 
+std::wstring FileNameExtension(std::wstring_view path) {
+    std::wstring name = FileNamePart(path);
+    name.resize(std::min(name.find(L':'), name.size()));
+    const size_t dot = name.rfind(L'.');
+    if (dot == std::wstring::npos || dot == 0 || name == L"..") {
+        return {};
+    }
+    return name.substr(dot);
+}
+
 std::wstring ParentFolder(std::wstring_view path) {
     const size_t root = RootPathLength(path);
     size_t end = path.size();
@@ -273,6 +283,18 @@ bool IsSameCanonicalPath(std::wstring_view left, std::wstring_view right) {
         }
     }
     return i == left.size() && j == right.size();
+}
+
+bool IsBelowCanonicalPath(std::wstring_view path, std::wstring_view folder) {
+    while (!folder.empty() && folder.back() == L'\\') {
+        folder.remove_suffix(1);
+    }
+    return !folder.empty() && path.size() > folder.size() + 1 && path.starts_with(folder) &&
+           path[folder.size()] == L'\\';
+}
+
+bool IsAtOrBelowCanonicalPath(std::wstring_view path, std::wstring_view folder) {
+    return IsSameCanonicalPath(path, folder) || IsBelowCanonicalPath(path, folder);
 }
 
 SystemPath::SystemPath(const std::filesystem::path& path) : SystemPath(path.native()) {}

@@ -28,6 +28,11 @@ std::filesystem::path AsFolder(const std::filesystem::path& folder);
 // none. Empty for a path that ends in a separator.
 std::wstring FileNamePart(std::wstring_view path);
 
+// The extension of the path's file name with its dot, in the same letter case: from the last dot,
+// without a stream's name (":stream"). Empty for "." and ".." and for a name whose only dot comes
+// first.
+std::wstring FileNameExtension(std::wstring_view path);
+
 // The path up to its last separator, with any run of trailing separators removed, but never
 // cutting into the root: "C:\a" gives "C:\", "C:\a\" gives "C:\a", "a" gives "".
 std::wstring ParentFolder(std::wstring_view path);
@@ -54,6 +59,12 @@ bool IsVolumeRoot(const std::filesystem::path& canonicalPath);
 // Whether two weakly canonical paths name the same place: equal element by element, letter case
 // included, for canonical paths carry the file system's own.
 bool IsSameCanonicalPath(std::wstring_view left, std::wstring_view right);
+
+// Whether a weakly canonical path names something inside the weakly canonical `folder`, at any
+// depth; letter case counts here too. False for the folder itself.
+bool IsBelowCanonicalPath(std::wstring_view path, std::wstring_view folder);
+// The same, but true for the folder itself.
+bool IsAtOrBelowCanonicalPath(std::wstring_view path, std::wstring_view folder);
 
 // A path as the system's file functions take it. Without the system's switch for long paths, which
 // is off by default, they refuse 260 characters (folders: 248) unless a path has the extended form

@@ -1,7 +1,7 @@
 #include "system/desktop_shortcut.h"
 
-#include <algorithm>
 #include <filesystem>
+#include <string_view>
 
 #include "common/files.h"
 #include "common/handles.h"
@@ -34,16 +34,6 @@ bool SaveShellLink(IShellLinkW& link, const std::filesystem::path& linkPath) {
 }
 
 }  // namespace
-
-std::wstring FileNameExtension(std::wstring_view path) {
-    std::wstring name = FileNamePart(path);
-    name.resize(std::min(name.find(L':'), name.size()));
-    const size_t dot = name.rfind(L'.');
-    if (dot == std::wstring::npos || dot == 0 || name == L"..") {
-        return {};
-    }
-    return name.substr(dot);
-}
 
 std::wstring ShortcutFileName() {
     const std::wstring name = SanitizeFileName(toolConfig.shortcutName, kLastResortName);

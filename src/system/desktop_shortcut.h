@@ -1,14 +1,8 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 // The shortcut to the game's startup program on the user's Desktop.
-
-// The extension of a file's name with its dot, in the letter case of `path`: from the last dot
-// behind the last separator, a stream's name (":stream") left aside. Empty for "." and ".." and for
-// a name whose only dot comes first.
-std::wstring FileNameExtension(std::wstring_view path);
 
 // The file name made of the configured `shortcutName`; ".lnk" is added unless it is there already,
 // in any letter case.

@@ -11,6 +11,7 @@
 #include "bench_parts/import_hook.h"
 #include "common/com_apartment.h"
 #include "common/handles.h"
+#include "common/paths.h"
 #include "common/shell_api.h"
 #include "system/known_folder.h"
 

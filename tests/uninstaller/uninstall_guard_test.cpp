@@ -9,6 +9,7 @@
 #include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
 #include "bench_parts/skipping.h"
+#include "common/paths.h"
 #include "judge_client_test.h"
 #include "registered_program.h"
 
@@ -278,7 +279,7 @@ TEST_F(JudgeClientTest, ReadsTheRegisteredFolderAsItIsWritten) {
     EXPECT_EQ(RegisteredFolder(toolConfig), L"C:\\Games");
 }
 
-TEST(LiesBelow, ComparesWholeNames) {
+TEST(IsBelowCanonicalPath, ComparesWholeNames) {
     const struct {
         const wchar_t* path;
         const wchar_t* folder;
@@ -300,7 +301,7 @@ TEST(LiesBelow, ComparesWholeNames) {
         {L"C:\\Game\\a", L"C:\\game", false},
     };
     for (const auto& [path, folder, below] : cases) {
-        EXPECT_EQ(LiesBelow(path, folder), below) << path << L" " << folder;
+        EXPECT_EQ(IsBelowCanonicalPath(path, folder), below) << path << L" " << folder;
     }
 }
 
