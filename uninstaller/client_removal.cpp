@@ -14,7 +14,7 @@
 #include "config/tool_config.h"
 #include "system/desktop_shortcut.h"
 #include "system/folder_size.h"
-#include "system/installed_programs_values.h"
+#include "system/installed_programs_entry.h"
 #include "system/known_folder.h"
 #include "uninstaller/held_folder.h"
 
@@ -166,12 +166,6 @@ std::optional<std::filesystem::path> FindShortcutInto(const std::filesystem::pat
     return leadsThere ? std::optional(shortcut) : std::nullopt;
 }
 
-bool RemoveEntryFromList() {
-    const LSTATUS status =
-        ::RegDeleteTreeW(HKEY_CURRENT_USER, UninstallKeyPath(toolConfig).c_str());
-    return status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND;
-}
-
 }  // namespace
 
 ClientContent MeasureClient(const std::filesystem::path& folder) {
@@ -198,6 +192,6 @@ RemovalResult RemoveGame(const ApprovedClient& client) {
     if (shortcut && RemoveEntry(*shortcut) != ERROR_SUCCESS) {
         result.left.push_back(*shortcut);
     }
-    result.entryLeft = !RemoveEntryFromList();
+    result.entryLeft = !DeleteInstalledProgramsEntry(toolConfig);
     return result;
 }

@@ -9,8 +9,8 @@
 
 #include "common/handles.h"
 #include "common/paths.h"
+#include "common/temporary_folder.h"
 #include "system/installed_programs_values.h"
-#include "uninstaller/temporary_folder.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "common/handles.h"
 #include "common/paths.h"
 #include "system/installed_programs_values.h"
-#include "uninstaller/registry_text.h"
+#include "system/registry_text.h"
 
 namespace {
 

@@ -2,19 +2,20 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include "common/files.h"
 #include "common/handles.h"
 #include "common/paths.h"
 #include "common/shell_api.h"
+#include "common/temporary_folder.h"
 #include "common/tool_instance.h"
+#include "config/tool_config.h"
 #include "job/client/reinstall_cleanup.h"
-#include "system/installed_programs_values.h"
+#include "system/installed_programs_entry.h"
 #include "system/known_folder.h"
 #include "system/startup_program.h"
 #include "uninstaller/other_programs.h"
-#include "uninstaller/registry_text.h"
-#include "uninstaller/temporary_folder.h"
 
 namespace {
 
@@ -150,8 +151,4 @@ Verdict JudgeClientAgain(const ApprovedClient& approved) {
         verdict = {.refusal = Refusal::Changed, .namedFolder = approved.folder.native()};
     }
     return verdict;
-}
-
-std::optional<std::wstring> RegisteredFolder(const ToolConfig& config) {
-    return RegistryText(HKEY_CURRENT_USER, UninstallKeyPath(config), L"InstallLocation");
 }

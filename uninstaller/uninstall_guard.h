@@ -1,10 +1,7 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
 #include <string>
-
-#include "config/tool_config.h"
 
 // The guard before anything is removed.
 
@@ -45,7 +42,3 @@ Verdict JudgeClient();
 // The same once more, after the question: an approval of anything else than `approved` becomes
 // Refusal::Changed.
 Verdict JudgeClientAgain(const ApprovedClient& approved);
-
-// The client folder as the entry in the list of installed programs names it; none without an
-// entry or when the entry names none.
-std::optional<std::wstring> RegisteredFolder(const ToolConfig& config);

@@ -3,9 +3,9 @@
 #include "common/files.h"
 #include "common/handles.h"
 #include "common/tool_instance.h"
-#include "config/tool_config.h"
 #include "system/folder_size.h"
 #include "system/installed_programs_values.h"
+#include "system/registry_text.h"
 #include "system/startup_program.h"
 #include "system/uninstaller_file.h"
 
@@ -69,4 +69,13 @@ bool RegisterProgramsAndFeatures(std::wstring& message) {
         message = L"Could not finish writing the Programs and Features registry entry.";
     }
     return allWritten;
+}
+
+std::optional<std::wstring> RegisteredFolder(const ToolConfig& config) {
+    return RegistryText(HKEY_CURRENT_USER, UninstallKeyPath(config), L"InstallLocation");
+}
+
+bool DeleteInstalledProgramsEntry(const ToolConfig& config) {
+    const LSTATUS status = ::RegDeleteTreeW(HKEY_CURRENT_USER, UninstallKeyPath(config).c_str());
+    return status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND;
 }

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
+
+#include "config/tool_config.h"
 
 // Enters the game into the current user's list of installed programs (Programs and Features), or
 // renews its entry there value by value; an entry under an older display name stays.
@@ -10,3 +13,10 @@
 // when a later one fails. `message` is left alone on success. Job thread; blocks while the client
 // folder is measured.
 bool RegisterProgramsAndFeatures(std::wstring& message);
+
+// The client folder that the game's entry names ("InstallLocation"), as it is written there. None
+// without an entry and when the value is missing or empty. Any thread.
+std::optional<std::wstring> RegisteredFolder(const ToolConfig& config);
+
+// Deletes the game's entry with everything below it. True also when there is none. Any thread.
+bool DeleteInstalledProgramsEntry(const ToolConfig& config);

@@ -1,4 +1,4 @@
-#include "uninstaller/registry_text.h"
+#include "system/registry_text.h"
 
 #include <algorithm>
 

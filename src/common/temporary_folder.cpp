@@ -1,4 +1,4 @@
-#include "uninstaller/temporary_folder.h"
+#include "common/temporary_folder.h"
 
 #include <array>
 
