@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ std::ostream& operator<<(std::ostream& out, const AccentCase& accent) {
     return out << accent.name;
 }
 
-class Accent : public ToolOnClient {};
+class Accent : public ToolTest {};
 class AccentSettings : public Accent, public testing::WithParamInterface<AccentCase> {};
 
 TEST_P(AccentSettings, AreReadAsAColor) {

@@ -5,7 +5,7 @@
 
 #include "bench_parts/waiting.h"
 #include "window/picture_files.h"
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 namespace {
 
@@ -100,7 +100,7 @@ std::string Wrong(const WindowShot& shot, const Box& button, const Colors& wante
     return wrong;
 }
 
-class ButtonColors : public ToolOnClient {
+class ButtonColors : public ToolTest {
 protected:
     ButtonColors() {
         Set("accentHex", L"33CC66");

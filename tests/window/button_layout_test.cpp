@@ -5,7 +5,7 @@
 #include <ostream>
 
 #include "bench_parts/waiting.h"
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 namespace {
 
@@ -79,7 +79,7 @@ void ExpectPlaces(const ToolWindow& window, Box WantedButton::*place) {
     }
 }
 
-class ButtonLayout : public ToolOnClient {
+class ButtonLayout : public ToolTest {
 protected:
     // Everything that a brand can offer.
     void OfferEverything() {

@@ -125,7 +125,7 @@ TEST_F(ShortcutCommand, WorksOnceTheProgramIsThere) {
     EXPECT_TRUE(link_.Exists());
 }
 
-class Command : public ToolOnClient {
+class Command : public ToolTest {
 protected:
     void Post(ButtonId id, WORD notification, HWND sender) {
         ::PostMessageW(Window().Handle(), WM_COMMAND,

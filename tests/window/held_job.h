@@ -1,11 +1,11 @@
 #pragma once
 
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 // A machine on which a job stands still while it unpacks, so that a test can look at it and act,
 // and then goes on to the end that the test wants: its tar.exe waits until somebody ends it, and
 // failing it makes the job try powershell.exe.
-class HeldJob : public ToolOnClient {
+class HeldJob : public ToolTest {
 protected:
     HeldJob();
     ~HeldJob() override;

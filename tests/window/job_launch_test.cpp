@@ -7,7 +7,7 @@
 #include "bench_parts/message_boxes.h"
 #include "bench_parts/waiting.h"
 #include "window/desktop_link.h"
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ using bench::AwaitBox;
 
 constexpr wchar_t kOfferCaption[] = L"Create Game Shortcut";
 
-class LaunchAfterJob : public ToolOnClient {
+class LaunchAfterJob : public ToolTest {
 protected:
     LaunchAfterJob() {
         Set("runAfterInstall", L"1");

@@ -259,7 +259,7 @@ TEST_F(JobCommandDuringAJob, DoesNothingAtAClickOnTheDisabledButton) {
     ExpectSuccess();
 }
 
-class StrayMessage : public ToolOnClient {};
+class StrayMessage : public ToolTest {};
 
 TEST_F(StrayMessage, DoesNoHarm) {
     ToolWindow& window = StartTool();

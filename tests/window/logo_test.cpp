@@ -4,7 +4,7 @@
 
 #include "resource_ids.h"
 #include "window/picture_files.h"
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ constexpr uint32_t kDiscFill = 0x121316;
 // Where scaling blends the picture's edge with what lies behind.
 constexpr int kBlurPx = 3;
 
-class Logo : public ToolOnClient {
+class Logo : public ToolTest {
 protected:
     Logo() {
         Set("accentHex", L"33CC66");

@@ -4,7 +4,7 @@
 
 #include "resource_ids.h"
 #include "window/picture_files.h"
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 // What the window shows apart from its buttons, color by color.
 
@@ -35,7 +35,7 @@ std::string FirstOther(const WindowShot& shot, const Box& box, uint32_t color) {
     return "";
 }
 
-class PaintedParts : public ToolOnClient {
+class PaintedParts : public ToolTest {
 protected:
     PaintedParts() {
         Set("accentHex", L"33CC66");
@@ -108,7 +108,7 @@ TEST_F(PaintedParts, TextsHaveTheirColorsInTheirBoxes) {
 constexpr Point kOpenPlaces[] = {{4, 60},   {430, 60},  {855, 60},  {20, 300}, {840, 300},
                                  {30, 480}, {700, 520}, {430, 550}, {20, 550}, {840, 545}};
 
-class Background : public ToolOnClient {
+class Background : public ToolTest {
 protected:
     // The picture's color under the veil, which lets through 50 parts of 255.
     static int Veiled(int picture, int veil) {

@@ -9,7 +9,7 @@
 #include "bench_parts/running_copy.h"
 #include "bench_parts/scratch_folder.h"
 #include "extract/process_runner.h"
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 // Wants the platform header before it.
 #include <tlhelp32.h>
@@ -81,7 +81,7 @@ private:
     std::wstring key_;
 };
 
-class PlantedDlls : public ToolOnClient {
+class PlantedDlls : public ToolTest {
 protected:
     PlantedDlls() {
         for (const wchar_t* name : kPlantedNames) {

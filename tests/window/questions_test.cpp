@@ -61,7 +61,7 @@ void RefuseInEveryWay(const ToolWindow& window, const wchar_t* caption, Ask ask)
     }
 }
 
-class ReinstallQuestion : public ToolOnClient {};
+class ReinstallQuestion : public ToolTest {};
 
 TEST_F(ReinstallQuestion, TellsWhatWillBeLost) {
     ToolWindow& window = StartTool();

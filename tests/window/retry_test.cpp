@@ -15,7 +15,7 @@ constexpr char kFirstName[] = "/archive/zip_lone_folder.zip";
 constexpr wchar_t kWrongHash[] =
     L"0000000000000000000000000000000000000000000000000000000000000000";
 
-class Retry : public ToolOnClient {
+class Retry : public ToolTest {
 protected:
     Retry() {
         Set("offerDesktopShortcut", L"1");

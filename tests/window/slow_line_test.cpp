@@ -6,14 +6,14 @@
 
 #include "bench_parts/message_boxes.h"
 #include "bench_parts/waiting.h"
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 using testing::IsEmpty;
 
-class SlowLine : public ToolOnClient {
+class SlowLine : public ToolTest {
 protected:
     // The size of the package in the temp folder, 0 before there is one.
     [[nodiscard]] uint64_t ReceivedBytes() const {

@@ -3,11 +3,11 @@
 
 #include <gmock/gmock.h>
 
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 namespace {
 
-class TarInClient : public ToolOnClient {
+class TarInClient : public ToolTest {
 protected:
     TarInClient() {
         // The system's tar.exe notes when it is started, and unpacks nothing.

@@ -3,7 +3,7 @@
 #include "bench_parts/waiting.h"
 #include "window/backdrop.h"
 #include "window/picture_files.h"
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ bool IsBeingDragged(HWND window) {
            (info.flags & GUI_INMOVESIZE) != 0;
 }
 
-class WindowDragging : public ToolOnClient {
+class WindowDragging : public ToolTest {
 protected:
     WindowDragging() {
         ::GetCursorPos(&formerPointer_);

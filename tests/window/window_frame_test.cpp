@@ -6,7 +6,7 @@
 #include "bench_parts/waiting.h"
 #include "resource_ids.h"
 #include "window/backdrop.h"
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ std::array<LONG, 4> PlaceOf(HWND window) {
     return {place.left, place.top, place.right - place.left, place.bottom - place.top};
 }
 
-class WindowFrame : public ToolOnClient {};
+class WindowFrame : public ToolTest {};
 
 TEST_F(WindowFrame, IsABorderlessWindowOfTheTaskbar) {
     const ToolWindow& window = StartTool();

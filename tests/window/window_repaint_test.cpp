@@ -3,7 +3,7 @@
 #include "bench_parts/waiting.h"
 #include "window/backdrop.h"
 #include "window/picture_files.h"
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 namespace {
 
@@ -46,7 +46,7 @@ private:
     int y_;
 };
 
-class WindowRepaint : public ToolOnClient {
+class WindowRepaint : public ToolTest {
 protected:
     // Without shared corners: behind them the screen may change.
     Backdrop behind_{WholeScreen(), 0xFF00FF};

@@ -10,10 +10,10 @@
 // The real exe in the client folder of a player's machine, branded by stamping a configuration into
 // a copy. Unless a test says otherwise the brand has one server with the package kZip, asks and
 // starts nothing after a job, and has no links.
-class ToolOnClient : public GameMachine {
+class ToolTest : public GameMachine {
 protected:
-    ToolOnClient();
-    ~ToolOnClient() override;
+    ToolTest();
+    ~ToolTest() override;
 
     // Changes one setting; before the tool starts. `value` as it is meant: escaped on the way.
     void Set(const std::string& key, const std::wstring& value);

@@ -1,4 +1,4 @@
-#include "window/tool_on_client.h"
+#include "window/tool_test.h"
 
 #include <algorithm>
 
@@ -53,7 +53,7 @@ std::filesystem::path BrandedTool() {
 
 }  // namespace
 
-ToolOnClient::ToolOnClient() : program_(BrandedTool()) {
+ToolTest::ToolTest() : program_(BrandedTool()) {
     Set("archiveUrl", PackageUrl(kZip));
     Set("repairToolName", L"repair.exe");
     Set("startupExe", L"client.exe");
@@ -61,7 +61,7 @@ ToolOnClient::ToolOnClient() : program_(BrandedTool()) {
     Set("offerDesktopShortcut", L"0");
 }
 
-ToolOnClient::~ToolOnClient() {
+ToolTest::~ToolTest() {
     EndTool();
     // A program that has just ended holds on to its exe and its current folder for a moment more.
     const std::wstring ownFolder = machine_.Root().native() + L"\\";
@@ -77,33 +77,33 @@ ToolOnClient::~ToolOnClient() {
     }
 }
 
-void ToolOnClient::Set(const std::string& key, const std::wstring& value) {
+void ToolTest::Set(const std::string& key, const std::wstring& value) {
     settings_[key] = Escaped(value);
 }
 
-void ToolOnClient::Unset(const std::string& key) {
+void ToolTest::Unset(const std::string& key) {
     settings_.erase(key);
 }
 
-void ToolOnClient::OfferSeveralServers(const std::wstring& secondServer) {
+void ToolTest::OfferSeveralServers(const std::wstring& secondServer) {
     Set("multiRepairTool", L"1");
     Set("archiveMirrorUrls", secondServer);
 }
 
-void ToolOnClient::HoldDownload() {
+void ToolTest::HoldDownload() {
     Set("archiveUrl", server_.Url(L"stall/3000000/2000000"));
 }
 
-void ToolOnClient::Embed(int id, std::string bytes) {
+void ToolTest::Embed(int id, std::string bytes) {
     embedded_[id] = std::move(bytes);
 }
 
-void ToolOnClient::UseBareTool() {
+void ToolTest::UseBareTool() {
     program_ = FolderOfThisProgram() / L"bare_tool.exe";
     settings_.clear();
 }
 
-ToolWindow& ToolOnClient::StartTool() {
+ToolWindow& ToolTest::StartTool() {
     std::string text = "format=Quellstone.v1\n";
     for (const auto& [key, value] : settings_) {
         text += key;
@@ -120,43 +120,43 @@ ToolWindow& ToolOnClient::StartTool() {
     return window_.emplace(Tool(), machine_.CurrentFolder());
 }
 
-ToolWindow& ToolOnClient::StartRepair() {
+ToolWindow& ToolTest::StartRepair() {
     ToolWindow& window = StartTool();
     window.Press(ButtonId::RepairClient);
     window.AwaitJobStart();
     return window;
 }
 
-void ToolOnClient::CloseTool() {
+void ToolTest::CloseTool() {
     window_->PostClose();
     bench::Answer(bench::AwaitBox(L"Close Repair Tool"), IDYES);
     EXPECT_EQ(window_->AwaitExitCode(), 0U);
     window_.reset();
 }
 
-void ToolOnClient::EndTool() {
+void ToolTest::EndTool() {
     window_.reset();
 }
 
-void ToolOnClient::PutStartupProgram() {
+void ToolTest::PutStartupProgram() {
     const std::filesystem::path program = machine_.Root() / L"game" / kGameName;
     machine_.PutRecorder(program, "");
     Set("startupExe", program.native());
 }
 
-size_t ToolOnClient::StartsOfTheGame() const {
+size_t ToolTest::StartsOfTheGame() const {
     const auto runs = machine_.Runs();
     return static_cast<size_t>(std::ranges::count_if(runs, [](const bench::ProgramRun& run) {
         return run.program.ends_with(std::wstring(L"\\game\\") + kGameName);
     }));
 }
 
-size_t ToolOnClient::SettledStartsOfTheGame() const {
+size_t ToolTest::SettledStartsOfTheGame() const {
     EXPECT_TRUE(bench::Await([] { return !IsRunning(kGameName); }));
     return StartsOfTheGame();
 }
 
-std::vector<std::string> ToolOnClient::RequestedNames() const {
+std::vector<std::string> ToolTest::RequestedNames() const {
     const size_t prefixLength = server_.ObjectName("").size() - 1;
     std::vector<std::string> names;
     for (const bench::LoggedRequest& request : server_.RequestLog()) {
