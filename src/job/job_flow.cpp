@@ -1,6 +1,7 @@
 #include "job/job_flow.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "common/removal.h"
@@ -56,12 +57,13 @@ bool RegisterGame() {
 // The stages in their order. Each reports its own failure; the first false ends the job.
 bool RunStages(JobKind kind, const std::filesystem::path& archivePath,
                const std::filesystem::path& stagingFolder) {
-    const std::wstring packageUrl = ResolvePackageUrl(selectedPackageUrl, toolConfig.archiveUrl);
-    if (!HasHttpScheme(packageUrl)) {
+    const std::optional<std::wstring> packageUrl =
+        JobPackageUrl(selectedPackageUrl, toolConfig.archiveUrl);
+    if (!packageUrl) {
         reportFailure(L"No valid CDN package URL is configured.");
         return false;
     }
-    return DownloadPackage(packageUrl, archivePath) && VerifyPackage(archivePath) &&
+    return DownloadPackage(*packageUrl, archivePath) && VerifyPackage(archivePath) &&
            ExtractPackage(archivePath, stagingFolder) &&
            RepairClientFolder(archivePath, stagingFolder, IsReinstall(kind)) &&
            DeployUninstaller() && RegisterGame();
@@ -112,8 +114,4 @@ void resetForRetry() {
     JoinJobThread();
     selectedPackageUrl.clear();
     resetJobProgress();
-}
-
-bool HasHttpScheme(std::wstring_view url) {
-    return url.starts_with(L"http://") || url.starts_with(L"https://");
 }

@@ -28,6 +28,3 @@ void runJob(JobKind kind);
 // Puts the record and the selected package URL back to "Ready.", after collecting the ended job's
 // thread. Window thread; blocks while a job still runs.
 void resetForRetry();
-
-// Whether the job accepts the URL: "http://" or "https://" in lower case at its very start.
-bool HasHttpScheme(std::wstring_view url);

@@ -1,6 +1,7 @@
 #include "package/package_source.h"
 
 #include <array>
+#include <utility>
 
 #include "common/text.h"
 #include "common/windows_api.h"
@@ -24,6 +25,11 @@ std::filesystem::path TempFolder() {
     return std::wstring(buffer.data(), length);
 }
 
+std::wstring TrimmedOr(std::wstring_view text, const std::wstring& fallback) {
+    std::wstring trimmed = TrimWhitespace(text);
+    return trimmed.empty() ? fallback : trimmed;
+}
+
 }  // namespace
 
 bool HasSeveralServers(const ToolConfig& config) {
@@ -37,13 +43,15 @@ std::wstring ChoosePackageUrl(const ToolConfig& config, bool primaryServer) {
     return config.archiveUrl;
 }
 
-std::wstring ResolvePackageUrl(std::wstring_view candidate, const std::wstring& archiveUrl) {
-    std::wstring url = TrimWhitespace(candidate);
-    return url.empty() ? archiveUrl : url;
+void SelectPackageUrl(std::wstring_view candidate) {
+    selectedPackageUrl = TrimmedOr(candidate, toolConfig.archiveUrl);
 }
 
-void SelectPackageUrl(std::wstring_view candidate) {
-    selectedPackageUrl = ResolvePackageUrl(candidate, toolConfig.archiveUrl);
+std::optional<std::wstring> JobPackageUrl(std::wstring_view selectedUrl,
+                                          const std::wstring& archiveUrl) {
+    std::wstring url = TrimmedOr(selectedUrl, archiveUrl);
+    const bool hasScheme = url.starts_with(L"http://") || url.starts_with(L"https://");
+    return hasScheme ? std::optional(std::move(url)) : std::nullopt;
 }
 
 ArchiveKind ArchiveKindFor(std::wstring_view archiveType, std::wstring_view hint,

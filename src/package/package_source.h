@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -20,16 +21,18 @@ extern std::wstring selectedPackageUrl;
 // Whether the user has two servers to choose from.
 bool HasSeveralServers(const ToolConfig& config);
 
-// The URL that "Repair Client" asks for. Of the mirrors only the first is ever used. May be blank:
-// see ResolvePackageUrl.
+// The URL that "Repair Client" asks for. Only the first mirror is ever used. May be blank: see
+// SelectPackageUrl.
 std::wstring ChoosePackageUrl(const ToolConfig& config, bool primaryServer);
 
-// The candidate trimmed; when nothing is left, `archiveUrl` as it stands, blanks included.
-std::wstring ResolvePackageUrl(std::wstring_view candidate, const std::wstring& archiveUrl);
-
-// Makes the candidate, or the configured `archiveUrl` in place of a blank one, the selected
-// package URL. Window thread, while no job thread exists.
+// Sets the selected package URL to the trimmed candidate, or to the configured `archiveUrl`,
+// untrimmed, if nothing is left. Window thread, while no job thread exists.
 void SelectPackageUrl(std::wstring_view candidate);
+
+// The URL that a job downloads from: `selectedUrl` trimmed, or `archiveUrl` untrimmed if nothing is
+// left. None unless it begins with "http://" or "https://", in lower case.
+std::optional<std::wstring> JobPackageUrl(std::wstring_view selectedUrl,
+                                          const std::wstring& archiveUrl);
 
 // The configured kind of the package. It decides nothing but the downloaded file's extension: what
 // an archive really is, the extraction reads from its first bytes.

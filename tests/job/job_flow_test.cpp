@@ -39,29 +39,6 @@ std::string RequestedName(const bench::FaultServer& server) {
     return log.empty() ? std::string() : log.front().requestLine;
 }
 
-TEST(HasHttpScheme, AcceptsExactlyTheTwoSchemesAtTheStart) {
-    const std::pair<std::wstring_view, bool> rows[] = {
-        {L"http://", true},
-        {L"https://", true},
-        {L"http://host/a.zip", true},
-        {L"https://host", true},
-        {L"", false},
-        {L"http:/", false},
-        {L"http:/host", false},
-        {L"https:/", false},
-        {L"HTTP://host", false},
-        {L"Https://host", false},
-        {L" http://host", false},
-        {L"ftp://host", false},
-        {L"xhttp://host", false},
-        {L"httpx://host", false},
-        {L"file:///c:/http://", false},
-    };
-    for (const auto& [url, accepted] : rows) {
-        EXPECT_EQ(HasHttpScheme(url), accepted) << std::wstring(url);
-    }
-}
-
 TEST_F(JobFlowTest, RepairFillsAnEmptyClientFolder) {
     RunJob(JobKind::Repair);
     ExpectSuccess(kRepairSuccess);

@@ -96,31 +96,46 @@ TEST_F(PackageSource, ChoosesTheFirstMirrorOnlyForTheSecondOfSeveralServers) {
     }
 }
 
-TEST_F(PackageSource, TrimsACandidateAndTakesTheArchiveUrlAsItStandsForABlankOne) {
-    struct Row {
-        std::wstring candidate;
-        std::wstring url;
+TEST_F(PackageSource, SelectsTheTrimmedCandidateOrTheConfiguredUrlUntrimmed) {
+    toolConfig.archiveUrl = L" http://main ";
+    const std::pair<std::wstring_view, std::wstring_view> rows[] = {
+        {L"http://a/b", L"http://a/b"}, {L" \t\r\nhttp://a/b c \n", L"http://a/b c"},
+        {L"", L" http://main "},        {L" \t\r\n", L" http://main "},
+        {L"\u00A0", L"\u00A0"},         {L"\v", L"\v"},
     };
-    const Row rows[] = {
-        {L"http://a/b", L"http://a/b"},
-        {L" \t\r\nhttp://a/b c \n", L"http://a/b c"},
-        {L"", L" main "},
-        {L" \t\r\n", L" main "},
-        {L"\u00A0", L"\u00A0"},
-        {L"\v", L"\v"},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(ResolvePackageUrl(row.candidate, L" main "), row.url);
+    for (const auto& [candidate, url] : rows) {
+        SelectPackageUrl(candidate);
+        EXPECT_EQ(selectedPackageUrl, url);
     }
-    EXPECT_EQ(ResolvePackageUrl(L"", L""), L"");
 }
 
-TEST_F(PackageSource, SelectsACandidateOrTheConfiguredUrl) {
-    toolConfig.archiveUrl = L" http://main ";
-    SelectPackageUrl(L" http://mirror\n");
-    EXPECT_EQ(selectedPackageUrl, L"http://mirror");
-    SelectPackageUrl(L"");
-    EXPECT_EQ(selectedPackageUrl, L" http://main ");
+TEST_F(PackageSource, JobTakesTheSelectedUrlOrTheConfiguredOneIfItBeginsWithAnHttpScheme) {
+    struct Row {
+        std::wstring_view selected;
+        std::wstring archiveUrl;
+        std::optional<std::wstring> url;
+    };
+    const Row rows[] = {
+        {L"http://", L"", L"http://"},
+        {L"https://", L"", L"https://"},
+        {L" https://host/a b.zip\n", L"http://main", L"https://host/a b.zip"},
+        {L" \t\r\n", L"http://main ", L"http://main "},
+        {L"", L" http://main", std::nullopt},
+        {L"", L"", std::nullopt},
+        {L"ftp://host", L"http://main", std::nullopt},
+        {L"http:/", L"", std::nullopt},
+        {L"http:/host", L"", std::nullopt},
+        {L"https:/", L"", std::nullopt},
+        {L"HTTP://host", L"", std::nullopt},
+        {L"Https://host", L"", std::nullopt},
+        {L"xhttp://host", L"", std::nullopt},
+        {L"httpx://host", L"", std::nullopt},
+        {L"file:///c:/http://", L"", std::nullopt},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(JobPackageUrl(row.selected, row.archiveUrl), row.url)
+            << std::wstring(row.selected) << L"|" << row.archiveUrl;
+    }
 }
 
 TEST_F(PackageSource, ReadsTheArchiveKindFromTheType) {
