@@ -82,7 +82,7 @@ void CloseAfterQuestion(HWND window) {
         return;
     }
     StopJob();
-    jobProgress.running = false;
+    MarkAsNotRunning();
     ::DestroyWindow(window);
 }
 

@@ -59,6 +59,10 @@ void ClearForJobStart(JobKind kind) noexcept {
     jobProgress.childProcess = nullptr;
 }
 
+void MarkAsNotRunning() noexcept {
+    jobProgress.running.exchange(false);
+}
+
 JobState snapshot() noexcept {
     const std::lock_guard guard(jobProgress.lock);
     return jobProgress.state;

@@ -95,6 +95,9 @@ void ReportSuccess(std::wstring_view statusLine) noexcept;
 // first. Only while no job thread exists.
 void ClearForJobStart(JobKind kind) noexcept;
 
+// Clears `running` alone: a stopped job may end without a report. Only while no job thread exists.
+void MarkAsNotRunning() noexcept;
+
 // A consistent copy for painting.
 JobState snapshot() noexcept;
 
