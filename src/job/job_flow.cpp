@@ -81,15 +81,12 @@ void RemoveTemporaryFiles(const std::filesystem::path& archivePath,
 
 }  // namespace
 
-bool beginJob(JobKind kind, std::wstring_view packageUrl,
-              const std::function<void()>& whenPrepared) {
+bool PrepareJob(JobKind kind, std::wstring_view packageUrl) {
     if (!CanStartJob()) {
         return false;
     }
     SelectPackageUrl(packageUrl);
     ClearForJobStart(kind);
-    whenPrepared();
-    StartJobThread([kind] { runJob(kind); });
     return true;
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <string_view>
 
 #include "common/windows_api.h"
@@ -12,13 +11,13 @@
 // the window notices on its next tick.
 inline constexpr UINT kJobSucceededMessage = WM_APP + 1;
 
-// Starts a job on its own thread. Window thread. Refused (false, and nothing has changed) while a
-// job thread exists or runs. `packageUrl` may be blank: `archiveUrl` then serves. When the record
-// is that of a running job, and before the thread exists, `whenPrepared` does the window's share.
-bool beginJob(JobKind kind, std::wstring_view packageUrl,
-              const std::function<void()>& whenPrepared);
+// The first half of a job's start: selects the package URL and makes the record that of a running
+// job. The second half is StartJobThread with runJob; the window disables its buttons in between.
+// `packageUrl` may be blank, see SelectPackageUrl. Window thread. False, and nothing has changed,
+// while a job thread exists or the record is marked as running.
+[[nodiscard]] bool PrepareJob(JobKind kind, std::wstring_view packageUrl);
 
-// The body of the job thread. Ends in the record's success or failure state, unless a stop request
+// The body of the job thread, after PrepareJob. Ends in the record's success or failure state, unless a stop request
 // is noticed in the download or in the client's verification: that ends it early without a report,
 // and `running` stays true until the window clears it. A stopped unpacking ends as a failure.
 // However it ends, the scratch folder is removed before it returns, and so is the downloaded

@@ -16,13 +16,13 @@
 namespace {
 
 void RepairClient(HWND window) {
-    StartJob(window, JobKind::Repair, ChoosePackageUrl(toolConfig, primaryServerChosen));
+    beginJob(window, JobKind::Repair, ChoosePackageUrl(toolConfig, primaryServerChosen));
 }
 
 // Always from the primary server, whichever is chosen.
 void ReinstallGame(HWND window) {
     if (ConfirmReinstall(window)) {
-        StartJob(window, JobKind::Reinstall, {});
+        beginJob(window, JobKind::Reinstall, {});
     }
 }
 

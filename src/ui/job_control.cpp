@@ -47,15 +47,15 @@ void CollectEndedJob(HWND window) {
 
 }  // namespace
 
-void StartJob(HWND window, JobKind kind, std::wstring_view packageUrl) {
-    const bool started = beginJob(kind, packageUrl, [window] {
-        ClearEndOfJobMarks();
-        EnableJobButtons(window, false);
-        RefreshButtons(window);
-    });
-    if (started) {
-        RepaintWindow(window);
+void beginJob(HWND window, JobKind kind, std::wstring_view packageUrl) {
+    if (!PrepareJob(kind, packageUrl)) {
+        return;
     }
+    ClearEndOfJobMarks();
+    EnableJobButtons(window, false);
+    RefreshButtons(window);
+    StartJobThread([kind] { runJob(kind); });
+    RepaintWindow(window);
 }
 
 void OnTick(HWND window) {

@@ -9,7 +9,7 @@
 // tool's main window.
 
 // Starts a job, unless there is one. A blank URL stands for the configured `archiveUrl`.
-void StartJob(HWND window, JobKind kind, std::wstring_view packageUrl);
+void beginJob(HWND window, JobKind kind, std::wstring_view packageUrl);
 
 // Every 250 ms: shows what the job has published, and collects it once it has ended, with the
 // questions and starts that follow a success. Without a job nothing is repainted. May run inside

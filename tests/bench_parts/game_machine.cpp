@@ -33,8 +33,16 @@ GameMachine::~GameMachine() {
     }
 }
 
+bool GameMachine::StartJob(JobKind kind, const std::wstring& packageUrl) {
+    if (!PrepareJob(kind, packageUrl)) {
+        return false;
+    }
+    StartJobThread([kind] { runJob(kind); });
+    return true;
+}
+
 void GameMachine::RunJob(JobKind kind, const std::wstring& packageUrl) {
-    ASSERT_TRUE(beginJob(kind, packageUrl, [] {}));
+    ASSERT_TRUE(StartJob(kind, packageUrl));
     JoinJobThread();
 }
 

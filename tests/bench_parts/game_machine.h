@@ -25,6 +25,8 @@ protected:
     GameMachine();
     ~GameMachine() override;
 
+    // Starts the job, as the window does. False when it is refused.
+    static bool StartJob(JobKind kind, const std::wstring& packageUrl = {});
     // Starts the job and waits for its end, as the window's next tick would collect it.
     void RunJob(JobKind kind, const std::wstring& packageUrl = {});
 

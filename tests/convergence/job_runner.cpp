@@ -110,16 +110,18 @@ int wmain(int argc, wchar_t** argv) {
     if (argc != kOrderArguments && !chosen) {
         return kUsageError;
     }
-    const bool isReinstall = std::wstring_view(argv[2]) == L"reinstall";
+    const JobKind kind =
+        std::wstring_view(argv[2]) == L"reinstall" ? JobKind::Reinstall : JobKind::Repair;
     toolConfig.archiveSha256 = argv[3];
     toolConfig.startupExe = L"client.exe";
     LocateTool();
 
     const CountedFunctions countedFunctions;
     BeginCounting(chosen);
-    if (!beginJob(isReinstall ? JobKind::Reinstall : JobKind::Repair, argv[1], [] {})) {
+    if (!PrepareJob(kind, argv[1])) {
         return kUsageError;
     }
+    StartJobThread([kind] { runJob(kind); });
     JoinJobThread();
     if (chosen && chosen->intervention != Intervention::Cancel) {
         Die(kKilledLate);

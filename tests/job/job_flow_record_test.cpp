@@ -171,37 +171,32 @@ TEST_F(JobRecordTest, SuccessIsPublishedAfterTheCleanUp) {
 // Starting and resetting.
 
 TEST_F(JobRecordTest, StartIsRefusedWithoutAnyEffectBeforeTheLastJobIsCollected) {
-    ASSERT_TRUE(beginJob(JobKind::Repair, server_.Url(L"status/404"), [] {}));
+    ASSERT_TRUE(StartJob(JobKind::Repair, server_.Url(L"status/404")));
     const std::wstring firstUrl = selectedPackageUrl;
-    EXPECT_FALSE(beginJob(JobKind::Reinstall, PackageUrl(kZip), [] { ADD_FAILURE(); }));
+    EXPECT_FALSE(StartJob(JobKind::Reinstall, PackageUrl(kZip)));
     EXPECT_EQ(selectedPackageUrl, firstUrl);
     EXPECT_TRUE(Awaits([] { return !jobProgress.running; }));
-    EXPECT_FALSE(beginJob(JobKind::Reinstall, PackageUrl(kZip), [] { ADD_FAILURE(); }));
+    EXPECT_FALSE(StartJob(JobKind::Reinstall, PackageUrl(kZip)));
     EXPECT_EQ(snapshot().kind, JobKind::Repair);
     JoinJobThread();
     ExpectFailure(L"The server returned HTTP 404.");
 }
 
-TEST_F(JobRecordTest, WindowsShareIsDoneOnTheClearedRecordBeforeTheThreadExists) {
+TEST_F(JobRecordTest, PreparingSelectsTheUrlAndMarksTheClearedRecordAsRunning) {
     reportFailure(L"an older failure");
-    int calls = 0;
-    ASSERT_TRUE(beginJob(JobKind::Reinstall, L" http://127.0.0.1:1/ ", [&] {
-        ++calls;
-        EXPECT_FALSE(JobThreadExists());
-        EXPECT_TRUE(jobProgress.running);
-        EXPECT_FALSE(jobProgress.failed);
-        EXPECT_EQ(snapshot().stage, JobStage::Idle);
-        EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
-        EXPECT_EQ(snapshot().detailLine, L"");
-        EXPECT_EQ(selectedPackageUrl, L"http://127.0.0.1:1/");
-    }));
-    JoinJobThread();
-    EXPECT_EQ(calls, 1);
+    ASSERT_TRUE(PrepareJob(JobKind::Reinstall, L" http://127.0.0.1:1/ "));
+    EXPECT_FALSE(JobThreadExists());
+    EXPECT_TRUE(jobProgress.running);
+    EXPECT_FALSE(jobProgress.failed);
+    EXPECT_EQ(snapshot().stage, JobStage::Idle);
+    EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
+    EXPECT_EQ(snapshot().detailLine, L"");
+    EXPECT_EQ(selectedPackageUrl, L"http://127.0.0.1:1/");
 }
 
 TEST_F(JobRecordTest, RetryBringsBackTheReadyRecordAndForgetsTheUrl) {
     toolConfig.archiveUrl = server_.Url(L"status/404");
-    ASSERT_TRUE(beginJob(JobKind::Repair, L"", [] {}));
+    ASSERT_TRUE(StartJob(JobKind::Repair));
     resetForRetry();
     EXPECT_FALSE(JobThreadExists());
     EXPECT_EQ(selectedPackageUrl, L"");
@@ -220,7 +215,7 @@ TEST_F(JobRecordTest, KindThatIsNeitherBehavesAsARepair) {
 
 TEST_F(JobRecordTest, StopDuringTheDownloadEndsSilentlyAndCleansUp) {
     toolConfig.archiveUrl = server_.Url(L"stall/5000000/2200000");
-    ASSERT_TRUE(beginJob(JobKind::Repair, L"", [] {}));
+    ASSERT_TRUE(StartJob(JobKind::Repair));
     EXPECT_TRUE(Awaits([] { return snapshot().bytesTotal != 0; }));
     requestCancel();
     server_.ReleaseWaits();
@@ -271,7 +266,7 @@ TEST_F(JobRecordTest, EndIsNeverSeenHalfWay) {
 TEST_F(JobRecordTest, StopDuringTheUnpackingFailsAndCleansUp) {
     machine_.PutRecorder(machine_.CurrentFolder() / L"tar.exe", "hold");
     machine_.PutRecorder(machine_.CurrentFolder() / L"powershell.exe", "exit 1");
-    ASSERT_TRUE(beginJob(JobKind::Repair, L"", [] {}));
+    ASSERT_TRUE(StartJob(JobKind::Repair));
     machine_.AwaitRuns(1);
     requestCancel();
     JoinJobThread();

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/waiting.h"
 #include "common/tool_instance.h"
 #include "job/job_flow.h"
@@ -31,17 +32,33 @@ TEST_F(JobControl, StartingDisablesTheJobButtonsAndRepaints) {
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
     EXPECT_THAT(window.DisabledButtons(), IsEmpty());
     window.TakePaint();
-    StartJob(window.Handle(), JobKind::Repair, L"none://x");
+    beginJob(window.Handle(), JobKind::Repair, L"none://x");
     EXPECT_TRUE(JobThreadExists());
     EXPECT_EQ(window.DisabledButtons(), kJobButtons);
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
     EXPECT_TRUE(window.TakePaint());
 }
 
+TEST_F(JobControl, StartingDisablesTheButtonsOfAPreparedJobBeforeItsThreadExists) {
+    const OpenWindow window;
+    int calls = 0;
+    const auto hook = bench::HookCall<decltype(&::EnableWindow)>(
+        L"user32.dll", "EnableWindow", [&](HWND, BOOL) -> BOOL {
+            ++calls;
+            EXPECT_FALSE(JobThreadExists());
+            EXPECT_TRUE(jobProgress.running);
+            EXPECT_EQ(selectedPackageUrl, L"none://x");
+            return FALSE;
+        });
+    beginJob(window.Handle(), JobKind::Repair, L" none://x ");
+    EXPECT_EQ(calls, 4);
+    EXPECT_TRUE(JobThreadExists());
+}
+
 TEST_F(JobControl, StartingClearsBothMarks) {
     const OpenWindow window;
     windowState.shortcutOffered = windowState.launchDone = true;
-    StartJob(window.Handle(), JobKind::Repair, L"none://x");
+    beginJob(window.Handle(), JobKind::Repair, L"none://x");
     EXPECT_FALSE(windowState.shortcutOffered);
     EXPECT_FALSE(windowState.launchDone);
 }
@@ -55,7 +72,7 @@ TEST_F(JobControl, StartingIsRefusedWithoutTraceWhileAJobExists) {
         if (ended) {
             job.End();
         }
-        StartJob(window.Handle(), JobKind::Repair, L"none://other");
+        beginJob(window.Handle(), JobKind::Repair, L"none://other");
         EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
         EXPECT_NE(selectedPackageUrl, L"none://other");
         EXPECT_TRUE(windowState.shortcutOffered && windowState.launchDone);
@@ -98,7 +115,7 @@ TEST_F(JobControl, ATickRepaintsWhileTheRecordIsMarkedAsRunning) {
 TEST_F(JobControl, ATickCollectsAFailedJobAndOffersRetry) {
     const OpenWindow window;
     const Player player(IDYES);
-    StartJob(window.Handle(), JobKind::Repair, L"none://x");
+    beginJob(window.Handle(), JobKind::Repair, L"none://x");
     ASSERT_TRUE(bench::Await([] { return JobAwaitsCollection(); }));
     window.TakePaint();
     EXPECT_EQ(window.DisabledButtons(), kJobButtons);
@@ -134,14 +151,14 @@ TEST_F(JobControl, StartingAfterAShownFailureBringsTheStartButtonsBack) {
     LeaveEndedJob(JobKind::Repair, false);
     window.Tick();
     ASSERT_EQ(window.ShownButtons(), kFailureButtons);
-    StartJob(window.Handle(), JobKind::Repair, L"none://x");
+    beginJob(window.Handle(), JobKind::Repair, L"none://x");
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
     EXPECT_EQ(window.DisabledButtons(), kJobButtons);
 }
 
 TEST_F(JobControl, RetryBringsTheReadyWindowBackBeforeAnyTick) {
     const OpenWindow window;
-    StartJob(window.Handle(), JobKind::Repair, L"none://x");
+    beginJob(window.Handle(), JobKind::Repair, L"none://x");
     ASSERT_TRUE(bench::Await([] { return JobAwaitsCollection(); }));
     windowState.shortcutOffered = windowState.launchDone = true;
     window.TakePaint();
@@ -165,7 +182,7 @@ TEST_F(JobControl, RetryAfterACollectedFailureAllowsTheNextJob) {
     window.Tick();
     PrepareRetry(window.Handle());
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
-    StartJob(window.Handle(), JobKind::Reinstall, L"none://x");
+    beginJob(window.Handle(), JobKind::Reinstall, L"none://x");
     EXPECT_TRUE(JobThreadExists());
 }
 
