@@ -1,11 +1,14 @@
 #include "common/temporary_folder.h"
 
 #include <array>
+#include <string>
 
 #include "common/windows_api.h"
 
 std::filesystem::path TemporaryFolder() {
-    std::array<wchar_t, MAX_PATH + 1> folder{};
+    std::array<wchar_t, MAX_PATH> folder{};
     const DWORD length = ::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
-    return length > 0 && length < folder.size() ? folder.data() : std::filesystem::path();
+    // For a path that does not fit, the system returns the length that it needs.
+    const bool isComplete = length > 0 && length < folder.size();
+    return isComplete ? std::wstring(folder.data(), length) : std::wstring();
 }

@@ -1,8 +1,8 @@
 #include "package/package_source.h"
 
-#include <array>
 #include <utility>
 
+#include "common/temporary_folder.h"
 #include "common/text.h"
 #include "common/windows_api.h"
 
@@ -13,17 +13,6 @@ namespace {
 
 constexpr std::wstring_view kFallbackArchiveName = L"KrvBrennickInstaller";
 constexpr std::wstring_view kJobFolderPrefix = L"KrvBrennickRepair_";
-constexpr size_t kTempFolderCharacters = MAX_PATH;
-
-std::filesystem::path TempFolder() {
-    std::array<wchar_t, kTempFolderCharacters> buffer{};
-    const DWORD length = ::GetTempPathW(static_cast<DWORD>(buffer.size()), buffer.data());
-    // A name that does not fit yields the length that it would need.
-    if (length == 0 || length >= buffer.size()) {
-        return {};
-    }
-    return std::wstring(buffer.data(), length);
-}
 
 std::wstring TrimmedOr(std::wstring_view text, const std::wstring& fallback) {
     std::wstring trimmed = TrimWhitespace(text);
@@ -88,10 +77,10 @@ std::wstring JobFolderName(uint32_t processId, uint64_t milliseconds) {
 }
 
 std::filesystem::path MakeArchiveDownloadPath() {
-    return TempFolder() / ArchiveFileName(toolConfig.repairToolName, ::GetCurrentProcessId(),
-                                          ::GetTickCount64(), DetectArchiveKind(L""));
+    return TemporaryFolder() / ArchiveFileName(toolConfig.repairToolName, ::GetCurrentProcessId(),
+                                               ::GetTickCount64(), DetectArchiveKind(L""));
 }
 
 std::filesystem::path MakeJobTempFolder() {
-    return TempFolder() / JobFolderName(::GetCurrentProcessId(), ::GetTickCount64());
+    return TemporaryFolder() / JobFolderName(::GetCurrentProcessId(), ::GetTickCount64());
 }
