@@ -1,7 +1,6 @@
 #include "uninstaller/client_removal.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <string>
 
@@ -10,7 +9,6 @@
 #include "common/handles.h"
 #include "common/paths.h"
 #include "common/removal.h"
-#include "common/shell_api.h"
 #include "config/tool_config.h"
 #include "system/desktop_shortcut.h"
 #include "system/folder_size.h"
@@ -132,36 +130,16 @@ bool LacksRights(const std::filesystem::path& path) {
     return kind != EntryKind::Unreadable && error == ERROR_ACCESS_DENIED;
 }
 
-// Where the shortcut file leads to, resolved; none for what is no readable shortcut.
-std::optional<std::filesystem::path> ShortcutTarget(const std::filesystem::path& shortcut) {
-    void* made = nullptr;
-    if (FAILED(::CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                                  &made))) {
-        return std::nullopt;
-    }
-    const ComPointer<IShellLinkW> link(static_cast<IShellLinkW*>(made));
-    void* found = nullptr;
-    if (FAILED(link->QueryInterface(IID_IPersistFile, &found))) {
-        return std::nullopt;
-    }
-    const ComPointer<IPersistFile> file(static_cast<IPersistFile*>(found));
-    std::array<wchar_t, MAX_PATH> target{};
-    if (FAILED(file->Load(shortcut.c_str(), STGM_READ)) ||
-        link->GetPath(target.data(), static_cast<int>(target.size()), nullptr, SLGP_RAWPATH) !=
-            S_OK) {
-        return std::nullopt;
-    }
-    return WeaklyCanonical(target.data());
-}
-
 // The game's shortcut on the Desktop, when it leads into the canonical `folder`.
 std::optional<std::filesystem::path> FindShortcutInto(const std::filesystem::path& folder) {
     const std::filesystem::path desktop = KnownFolder(FOLDERID_Desktop);
     if (desktop.empty()) {
         return std::nullopt;
     }
-    const std::filesystem::path shortcut = desktop / ShortcutFileName();
-    const std::optional<std::filesystem::path> target = ShortcutTarget(shortcut);
+    const std::filesystem::path shortcut = desktop / ShortcutFileName(toolConfig);
+    const std::optional<std::filesystem::path> stored = ReadShortcutTarget(shortcut);
+    const std::optional<std::filesystem::path> target =
+        stored ? WeaklyCanonical(*stored) : std::nullopt;
     const bool leadsThere = target && IsBelowCanonicalPath(target->native(), folder.native());
     return leadsThere ? std::optional(shortcut) : std::nullopt;
 }

@@ -8,6 +8,7 @@
 #include "common/paths.h"
 #include "system/installed_programs_values.h"
 #include "system/registry_text.h"
+#include "system/uninstaller_file.h"
 
 namespace {
 
@@ -60,7 +61,7 @@ bool CallsUninstallerIn(HKEY list, const std::wstring& key, const std::filesyste
     const std::optional<std::wstring> command = RegistryText(list, key, L"UninstallString");
     const std::optional<std::filesystem::path> program =
         command ? WeaklyCanonical(WithoutQuotes(*command)) : std::nullopt;
-    const std::optional<std::filesystem::path> own = WeaklyCanonical(folder / L"Uninstall.exe");
+    const std::optional<std::filesystem::path> own = WeaklyCanonical(UninstallerPath(folder));
     return program && own && IsSameCanonicalPath(program->native(), own->native());
 }
 

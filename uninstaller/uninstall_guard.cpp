@@ -115,7 +115,8 @@ Verdict JudgeContent(const std::filesystem::path& folder) {
                 .namedFolder = other->folder,
                 .namedProgram = other->name};
     }
-    const std::optional<std::filesystem::path> startup = WeaklyCanonical(ResolveStartupExePath());
+    const std::optional<std::filesystem::path> startup =
+        WeaklyCanonical(ResolveStartupExePath(toolConfig, toolFolder));
     if (!startup || !IsBelowCanonicalPath(startup->native(), folder.native()) ||
         !IsRegularFile(*startup)) {
         return {.refusal = Refusal::StartupProgramMissing};

@@ -1,6 +1,6 @@
 #include "system/desktop_shortcut.h"
 
-#include <filesystem>
+#include <array>
 #include <string_view>
 
 #include "common/files.h"
@@ -8,7 +8,7 @@
 #include "common/paths.h"
 #include "common/shell_api.h"
 #include "common/text.h"
-#include "config/tool_config.h"
+#include "common/tool_instance.h"
 #include "system/known_folder.h"
 #include "system/startup_program.h"
 
@@ -24,25 +24,28 @@ ComPointer<IShellLinkW> MakeShellLink() {
     return ComPointer<IShellLinkW>(SUCCEEDED(result) ? static_cast<IShellLinkW*>(link) : nullptr);
 }
 
+// The side of the shell link that loads and saves it; null when it has none.
+ComPointer<IPersistFile> FileSideOf(IShellLinkW& link) {
+    void* file = nullptr;
+    const HRESULT result = link.QueryInterface(IID_IPersistFile, &file);
+    return ComPointer<IPersistFile>(SUCCEEDED(result) ? static_cast<IPersistFile*>(file) : nullptr);
+}
+
 bool SaveShellLink(IShellLinkW& link, const std::filesystem::path& linkPath) {
-    void* found = nullptr;
-    if (FAILED(link.QueryInterface(IID_IPersistFile, &found))) {
-        return false;
-    }
-    const ComPointer<IPersistFile> file(static_cast<IPersistFile*>(found));
-    return SUCCEEDED(file->Save(linkPath.c_str(), TRUE));
+    const ComPointer<IPersistFile> file = FileSideOf(link);
+    return file && SUCCEEDED(file->Save(linkPath.c_str(), TRUE));
 }
 
 }  // namespace
 
-std::wstring ShortcutFileName() {
-    const std::wstring name = SanitizeFileName(toolConfig.shortcutName, kLastResortName);
+std::wstring ShortcutFileName(const ToolConfig& config) {
+    const std::wstring name = SanitizeFileName(config.shortcutName, kLastResortName);
     return LowerCase(FileNameExtension(name)) == kLinkExtension ? name
                                                                 : name + kLinkExtension.data();
 }
 
 bool CreateDesktopShortcut(std::wstring& message) {
-    const std::filesystem::path target = ResolveStartupExePath();
+    const std::filesystem::path target = ResolveStartupExePath(toolConfig, toolFolder);
     if (target.empty()) {
         message = L"No startup EXE is configured for the shortcut.";
         return false;
@@ -65,10 +68,22 @@ bool CreateDesktopShortcut(std::wstring& message) {
     link->SetPath(target.c_str());
     link->SetWorkingDirectory(ParentFolder(target.native()).c_str());
     link->SetDescription((toolConfig.downloaderName + L" launcher").c_str());
-    if (!SaveShellLink(*link, desktop / ShortcutFileName())) {
+    if (!SaveShellLink(*link, desktop / ShortcutFileName(toolConfig))) {
         message = L"Could not save the shortcut to your Desktop.";
         return false;
     }
     message = L"Game desktop shortcut created.";
     return true;
+}
+
+std::optional<std::filesystem::path> ReadShortcutTarget(const std::filesystem::path& shortcut) {
+    const ComPointer<IShellLinkW> link = MakeShellLink();
+    const ComPointer<IPersistFile> file = link ? FileSideOf(*link) : nullptr;
+    std::array<wchar_t, MAX_PATH> target{};
+    if (!file || FAILED(file->Load(shortcut.c_str(), STGM_READ)) ||
+        link->GetPath(target.data(), static_cast<int>(target.size()), nullptr, SLGP_RAWPATH) !=
+            S_OK) {
+        return std::nullopt;
+    }
+    return target.data();
 }

@@ -1,13 +1,22 @@
 #pragma once
 
+#include <filesystem>
+#include <optional>
 #include <string>
 
-// The shortcut to the game's startup program on the user's Desktop.
+#include "config/tool_config.h"
 
-// The file name made of the configured `shortcutName`; ".lnk" is added unless it is there already,
-// in any letter case.
-std::wstring ShortcutFileName();
+// The shortcut to the game's startup program on the user's Desktop. Except for the name, these need
+// a thread with COM initialized.
 
-// Creates the shortcut, or replaces the one of the same name. `message` is the text for the user,
-// in success as in failure. Window thread, which has COM initialized.
+// The shortcut's file name, made from the configured `shortcutName`. ".lnk" is appended unless it
+// is there already, in any letter case. Any thread.
+std::wstring ShortcutFileName(const ToolConfig& config);
+
+// Creates the shortcut or replaces the one of the same name. `message` is the text for the user,
+// after success and failure alike. Window thread.
 bool CreateDesktopShortcut(std::wstring& message);
+
+// The target stored in the shortcut file, not resolved. None when the file is missing, is not a
+// shortcut or has no path as its target.
+std::optional<std::filesystem::path> ReadShortcutTarget(const std::filesystem::path& shortcut);

@@ -35,7 +35,7 @@ bool WriteValue(HKEY key, const RegistryValue& value) {
 }
 
 InstalledProgramFacts GatherFacts(const std::filesystem::path& uninstaller) {
-    const std::filesystem::path startupExe = ResolveStartupExePath();
+    const std::filesystem::path startupExe = ResolveStartupExePath(toolConfig, toolFolder);
     InstalledProgramFacts facts;
     facts.clientFolder = toolFolder;
     facts.uninstaller = uninstaller;
@@ -48,7 +48,7 @@ InstalledProgramFacts GatherFacts(const std::filesystem::path& uninstaller) {
 }  // namespace
 
 bool RegisterProgramsAndFeatures(std::wstring& message) {
-    const std::filesystem::path uninstaller = UninstallerPath();
+    const std::filesystem::path uninstaller = UninstallerPath(toolFolder);
     if (!IsRegularFile(uninstaller)) {
         message =
             L"Could not register Programs and Features because Uninstall.exe was not written.";

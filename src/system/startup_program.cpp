@@ -6,18 +6,18 @@
 #include "common/paths.h"
 #include "common/shell_api.h"
 #include "common/tool_instance.h"
-#include "config/tool_config.h"
 
-std::filesystem::path ResolveStartupExePath() {
-    const std::wstring& startupExe = toolConfig.startupExe;
+std::filesystem::path ResolveStartupExePath(const ToolConfig& config,
+                                            const std::filesystem::path& clientFolder) {
+    const std::wstring& startupExe = config.startupExe;
     if (startupExe.empty() || !::PathIsRelativeW(startupExe.c_str())) {
         return startupExe;
     }
-    return AsFolder(toolFolder) / startupExe;
+    return AsFolder(clientFolder) / startupExe;
 }
 
 void LaunchStartupProgram() {
-    const std::filesystem::path program = ResolveStartupExePath();
+    const std::filesystem::path program = ResolveStartupExePath(toolConfig, toolFolder);
     if (program.empty() || !IsRegularFile(program)) {
         return;
     }

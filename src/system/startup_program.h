@@ -2,12 +2,15 @@
 
 #include <filesystem>
 
+#include "config/tool_config.h"
+
 // The program that starts the game, as the configuration's `startupExe` names it.
 
-// Its path: below `toolFolder` for a relative name, else as it is configured. Empty when none is
+// Its path: below `clientFolder` for a relative name, otherwise as configured. Empty when none is
 // configured. The file need not exist. Any thread.
-std::filesystem::path ResolveStartupExePath();
+std::filesystem::path ResolveStartupExePath(const ToolConfig& config,
+                                            const std::filesystem::path& clientFolder);
 
-// Starts it with its own folder as the current one. Nothing happens and nobody is told when it is
-// not there or does not start. Window thread; `mainWindow` owns the shell's own questions.
+// Starts it, with its own folder as the current one. Silently does nothing when the file is missing
+// or cannot be started. Window thread; `mainWindow` owns any box that the shell shows.
 void LaunchStartupProgram();

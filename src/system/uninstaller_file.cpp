@@ -6,11 +6,11 @@
 #include "common/tool_instance.h"
 #include "resource_ids.h"
 
-std::filesystem::path UninstallerPath() {
-    return AsFolder(toolFolder) / L"Uninstall.exe";
+std::filesystem::path UninstallerPath(const std::filesystem::path& clientFolder) {
+    return AsFolder(clientFolder) / L"Uninstall.exe";
 }
 
 bool WriteUninstaller() {
     const std::span<const std::byte> program = EmbeddedData(nullptr, ID_UNINSTALLER);
-    return program.empty() || WriteBinaryFile(UninstallerPath(), program);
+    return program.empty() || WriteBinaryFile(UninstallerPath(toolFolder), program);
 }

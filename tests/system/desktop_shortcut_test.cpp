@@ -90,7 +90,7 @@ TEST_F(ShortcutFileNameTest, IsASafeNameThatEndsInLnk) {
     };
     for (const auto& [shortcutName, fileName] : cases) {
         toolConfig.shortcutName = shortcutName;
-        EXPECT_EQ(ShortcutFileName(), fileName);
+        EXPECT_EQ(ShortcutFileName(toolConfig), fileName);
     }
 }
 

@@ -35,7 +35,7 @@ TEST_F(ResolveStartupExePathTest, PlacesARelativeNameBelowTheClientFolder) {
     };
     for (const auto& [startupExe, path] : cases) {
         toolConfig.startupExe = startupExe;
-        EXPECT_EQ(ResolveStartupExePath().native(), path);
+        EXPECT_EQ(ResolveStartupExePath(toolConfig, toolFolder).native(), path);
     }
 }
 
@@ -44,7 +44,7 @@ TEST_F(ResolveStartupExePathTest, KeepsWhatIsNotRelative) {
          {L"D:\\Other\\run.exe", L"D:/Other/run.exe", L"\\run.exe", L"\\\\server\\share\\run.exe",
           L"D:run.exe"}) {
         toolConfig.startupExe = startupExe;
-        EXPECT_EQ(ResolveStartupExePath().native(), startupExe);
+        EXPECT_EQ(ResolveStartupExePath(toolConfig, toolFolder).native(), startupExe);
     }
 }
 
@@ -52,23 +52,23 @@ TEST_F(ResolveStartupExePathTest, TakesALeadingSlashFromTheClientFoldersDrive) {
     // The shell counts this as relative; joining then goes to the root of the drive.
     toolFolder = L"D:\\Games\\Karvoth";
     toolConfig.startupExe = L"/run.exe";
-    EXPECT_EQ(ResolveStartupExePath().native(), L"D:/run.exe");
+    EXPECT_EQ(ResolveStartupExePath(toolConfig, toolFolder).native(), L"D:/run.exe");
 }
 
 TEST_F(ResolveStartupExePathTest, StandsInTheRootOfADriveForAToolThere) {
     toolFolder = L"C:";
-    EXPECT_EQ(ResolveStartupExePath().native(), L"C:\\patcher.exe");
+    EXPECT_EQ(ResolveStartupExePath(toolConfig, toolFolder).native(), L"C:\\patcher.exe");
 }
 
 TEST_F(ResolveStartupExePathTest, IsEmptyWhenNothingIsConfigured) {
     toolConfig.startupExe.clear();
-    EXPECT_TRUE(ResolveStartupExePath().empty());
+    EXPECT_TRUE(ResolveStartupExePath(toolConfig, toolFolder).empty());
 }
 
 TEST_F(ResolveStartupExePathTest, KeepsARelativeNameWithoutAClientFolder) {
     toolFolder.clear();
     toolConfig.startupExe = L"bin\\start.exe";
-    EXPECT_EQ(ResolveStartupExePath().native(), L"bin\\start.exe");
+    EXPECT_EQ(ResolveStartupExePath(toolConfig, toolFolder).native(), L"bin\\start.exe");
 }
 
 // What the shell is asked to open.

@@ -97,7 +97,7 @@ TEST_F(WriteUninstallerTest, CreatesAMissingClientFolder) {
 TEST_F(WriteUninstallerTest, UsesTheCurrentFolderWithoutAClientFolder) {
     const CurrentFolder current(Outside());
     toolFolder.clear();
-    EXPECT_EQ(UninstallerPath(), fs::path(L"Uninstall.exe"));
+    EXPECT_EQ(UninstallerPath(toolFolder), fs::path(L"Uninstall.exe"));
     EXPECT_TRUE(WriteUninstaller());
     EXPECT_EQ(bench::ReadFile(Outside() / L"Uninstall.exe"), kEmbedded);
 }
@@ -105,7 +105,7 @@ TEST_F(WriteUninstallerTest, UsesTheCurrentFolderWithoutAClientFolder) {
 TEST_F(WriteUninstallerTest, StandsInTheRootOfADriveForAToolThere) {
     // "C:Uninstall.exe" would be a file in whatever folder is current on the drive.
     toolFolder = L"C:";
-    EXPECT_EQ(UninstallerPath().native(), L"C:\\Uninstall.exe");
+    EXPECT_EQ(UninstallerPath(toolFolder).native(), L"C:\\Uninstall.exe");
 }
 
 TEST_F(WriteUninstallerTest, FailsOnAReadOnlyFile) {

@@ -10,7 +10,7 @@ protected:
     // What the guard approves of a client that is not in use.
     static ApprovedClient Client() {
         return {*WeaklyCanonical(toolFolder), *WeaklyCanonical(toolExePath),
-                *WeaklyCanonical(ResolveStartupExePath())};
+                *WeaklyCanonical(ResolveStartupExePath(toolConfig, toolFolder))};
     }
 
     static RemovalResult RemoveInstalledGame() {
