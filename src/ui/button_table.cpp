@@ -44,34 +44,80 @@ bool WithCommunity(const Conditions& now) {
     return now.hasCommunity;
 }
 
-constexpr Box kRetryBox{244, 396, 176, 44};
-constexpr Box kCloseBox{440, 396, 176, 44};
-constexpr Box kWebsiteBox{24, 516, 110, 30};
-constexpr Box kCommunityBox{142, 516, 110, 30};
-constexpr Box kMinimizeBox{792, 10, 28, 28};
-constexpr Box kCloseMarkBox{822, 10, 28, 28};
-
 constexpr ButtonSpec kButtons[] = {
-    {ButtonId::RepairClient, L"Repair Client", ButtonLook::Primary, true, Box{92, 396, 188, 44},
-     Box{342, 440, 176, 42}, UnlessFailed},
-    {ButtonId::PrimaryServer, L"Repair game on Asia Download Server", ButtonLook::Choice, true,
-     std::nullopt, Box{112, 396, 300, 34}, WithServers},
-    {ButtonId::SecondServer, L"Repair game on EU Download Server", ButtonLook::Choice, true,
-     std::nullopt, Box{448, 396, 300, 34}, WithServers},
-    {ButtonId::ReinstallGame, L"Reinstall Game", ButtonLook::Accented, true, Box{298, 396, 188, 44},
-     std::nullopt, WithOneServer},
-    {ButtonId::CreateShortcut, L"Create Game Shortcut", ButtonLook::Plain, false,
-     Box{504, 396, 180, 44}, Box{178, 486, 220, 28}, WithShortcut},
-    {ButtonId::RunPatcher, L"Run Patcher", ButtonLook::Plain, false, Box{342, 456, 176, 42},
-     Box{462, 486, 176, 28}, WithStartupProgram},
-    {ButtonId::Website, L"Website", ButtonLook::Quiet, false, kWebsiteBox, kWebsiteBox,
-     WithWebsite},
-    {ButtonId::Community, L"Discord", ButtonLook::Quiet, false, kCommunityBox, kCommunityBox,
-     WithCommunity},
-    {ButtonId::Retry, L"Retry", ButtonLook::Accented, false, kRetryBox, kRetryBox, OnFailure},
-    {ButtonId::Close, L"Close", ButtonLook::Accented, false, kCloseBox, kCloseBox, OnFailure},
-    {ButtonId::Minimize, L"-", ButtonLook::Quiet, false, kMinimizeBox, kMinimizeBox, Always},
-    {ButtonId::CloseMark, L"x", ButtonLook::Quiet, false, kCloseMarkBox, kCloseMarkBox, Always},
+    {.id = ButtonId::RepairClient,
+     .text = L"Repair Client",
+     .look = ButtonLook::Primary,
+     .startsJob = true,
+     .place = kRepairButton,
+     .placeWithServers = kRepairButtonWithServers,
+     .isShown = UnlessFailed},
+    {.id = ButtonId::PrimaryServer,
+     .text = L"Repair game on Asia Download Server",
+     .look = ButtonLook::Choice,
+     .startsJob = true,
+     .placeWithServers = kPrimaryServerButton,
+     .isShown = WithServers},
+    {.id = ButtonId::SecondServer,
+     .text = L"Repair game on EU Download Server",
+     .look = ButtonLook::Choice,
+     .startsJob = true,
+     .placeWithServers = kSecondServerButton,
+     .isShown = WithServers},
+    {.id = ButtonId::ReinstallGame,
+     .text = L"Reinstall Game",
+     .look = ButtonLook::Accented,
+     .startsJob = true,
+     .place = kReinstallButton,
+     .isShown = WithOneServer},
+    {.id = ButtonId::CreateShortcut,
+     .text = L"Create Game Shortcut",
+     .look = ButtonLook::Plain,
+     .place = kShortcutButton,
+     .placeWithServers = kShortcutButtonWithServers,
+     .isShown = WithShortcut},
+    {.id = ButtonId::RunPatcher,
+     .text = L"Run Patcher",
+     .look = ButtonLook::Plain,
+     .place = kPatcherButton,
+     .placeWithServers = kPatcherButtonWithServers,
+     .isShown = WithStartupProgram},
+    {.id = ButtonId::Website,
+     .text = L"Website",
+     .look = ButtonLook::Quiet,
+     .place = kWebsiteButton,
+     .placeWithServers = kWebsiteButton,
+     .isShown = WithWebsite},
+    {.id = ButtonId::Community,
+     .text = L"Discord",
+     .look = ButtonLook::Quiet,
+     .place = kCommunityButton,
+     .placeWithServers = kCommunityButton,
+     .isShown = WithCommunity},
+    {.id = ButtonId::Retry,
+     .text = L"Retry",
+     .look = ButtonLook::Accented,
+     .place = kRetryButton,
+     .placeWithServers = kRetryButton,
+     .isShown = OnFailure},
+    {.id = ButtonId::Close,
+     .text = L"Close",
+     .look = ButtonLook::Accented,
+     .place = kCloseButton,
+     .placeWithServers = kCloseButton,
+     .isShown = OnFailure},
+    {.id = ButtonId::Minimize,
+     .text = L"-",
+     .look = ButtonLook::Quiet,
+     .place = kMinimizeButton,
+     .placeWithServers = kMinimizeButton,
+     .isShown = Always},
+    {.id = ButtonId::CloseMark,
+     .text = L"x",
+     .look = ButtonLook::Quiet,
+     .place = kCloseMarkButton,
+     .placeWithServers = kCloseMarkButton,
+     .isShown = Always},
 };
 
 }  // namespace
@@ -84,6 +130,10 @@ const ButtonSpec* FindButton(int controlId) {
     const auto found =
         std::ranges::find(kButtons, static_cast<ButtonId>(controlId), &ButtonSpec::id);
     return found == std::end(kButtons) ? nullptr : &*found;
+}
+
+const ButtonSpec& SpecOf(ButtonId id) {
+    return *std::ranges::find(kButtons, id, &ButtonSpec::id);
 }
 
 ButtonConditions ConditionsFor(const ToolConfig& config, bool failureShown) {

@@ -46,17 +46,20 @@ struct ButtonSpec {
     ButtonId id;
     const wchar_t* text;
     ButtonLook look;
-    bool startsJob;  // Disabled while a job exists.
-    // Where it stands with one download server and with several; none: nowhere, it is not shown.
-    std::optional<Box> place;
-    std::optional<Box> placeWithServers;
+    bool startsJob = false;  // Disabled while a job exists.
+    // Its place with one download server and with several; a button without one is not shown then.
+    std::optional<Box> place{};
+    std::optional<Box> placeWithServers{};
     bool (*isShown)(const ButtonConditions&);
 };
 
 // In the order of their creation.
 std::span<const ButtonSpec> Buttons();
 
-// Null for an id that is none of the twelve.
+// The button with this control id; null for any other control.
 const ButtonSpec* FindButton(int controlId);
+
+// The row of one of the twelve.
+const ButtonSpec& SpecOf(ButtonId id);
 
 ButtonConditions ConditionsFor(const ToolConfig& config, bool failureShown);

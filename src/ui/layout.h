@@ -49,7 +49,23 @@ inline constexpr Box kProgressTrack = Shrunk(kProgressOutline, 1);
 inline constexpr Box kStatus{114, 356, 632, 24};
 inline constexpr Box kDetail{84, 380, 692, 24};
 
-// The buttons, until each gets its place; those without one stay there, hidden.
+// The buttons. Some move when there are several download servers.
+inline constexpr Box kRepairButton{92, 396, 188, 44};
+inline constexpr Box kRepairButtonWithServers{342, 440, 176, 42};
+inline constexpr Box kPrimaryServerButton{112, 396, 300, 34};
+inline constexpr Box kSecondServerButton{448, 396, 300, 34};
+inline constexpr Box kReinstallButton{298, 396, 188, 44};
+inline constexpr Box kShortcutButton{504, 396, 180, 44};
+inline constexpr Box kShortcutButtonWithServers{178, 486, 220, 28};
+inline constexpr Box kPatcherButton{342, 456, 176, 42};
+inline constexpr Box kPatcherButtonWithServers{462, 486, 176, 28};
+inline constexpr Box kWebsiteButton{24, 516, 110, 30};
+inline constexpr Box kCommunityButton{142, 516, 110, 30};
+inline constexpr Box kRetryButton{244, 396, 176, 44};
+inline constexpr Box kCloseButton{440, 396, 176, 44};
+inline constexpr Box kMinimizeButton{792, 10, 28, 28};
+inline constexpr Box kCloseMarkButton{822, 10, 28, 28};
+// Where every button is created; one without a place stays there, hidden.
 inline constexpr Box kUnplacedButton{0, 0, 10, 10};
 
 inline constexpr FontSpec kTitleFont{13, false};
