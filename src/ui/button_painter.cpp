@@ -64,8 +64,7 @@ Box PaintCheckSquare(Gdiplus::GpGraphics* graphics, const Box& box, const Button
 }  // namespace
 
 void PaintButton(Gdiplus::GpGraphics* graphics, const Box& box, const ButtonPicture& button) {
-    const ButtonSpec* spec = FindButton(static_cast<int>(button.id));
-    const ButtonLook look = spec == nullptr ? ButtonLook::Plain : spec->look;
+    const ButtonLook look = SpecOf(button.id).look;
     const ButtonColors colors = ColorsFor(look, button);
     FillBox(graphics, box, colors.fill);
     OutlineBox(graphics, OutlineOf(box), colors.border, kButtonPenPx);

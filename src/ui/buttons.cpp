@@ -110,13 +110,16 @@ void ExcludeButtons(HWND window, HDC device) {
 }
 
 void DrawButton(const DRAWITEMSTRUCT& item) {
-    const auto id = static_cast<ButtonId>(item.CtlID);
+    const ButtonSpec* spec = FindButton(static_cast<int>(item.CtlID));
+    if (spec == nullptr) {
+        return;
+    }
     const ButtonPicture button{
-        .id = id,
+        .id = spec->id,
         .text = ButtonText(item.hwndItem),
         .pressed = (item.itemState & ODS_SELECTED) != 0,
         .disabled = (item.itemState & ODS_DISABLED) != 0,
-        .selected = IsSelectedServer(id),
+        .selected = IsSelectedServer(spec->id),
         .accentColor = windowState.accentColor,
     };
     const Box box{item.rcItem.left, item.rcItem.top, item.rcItem.right - item.rcItem.left,

@@ -24,5 +24,5 @@ void InvalidateServerButtons(HWND window);
 // painted over and drawn again, they would flicker.
 void ExcludeButtons(HWND window, HDC device);
 
-// Draws the button that the system asks for.
+// Draws the button that the system asks for; other controls are left alone.
 void DrawButton(const DRAWITEMSTRUCT& item);
