@@ -2,6 +2,7 @@
 #include <span>
 
 #include "common/com_apartment.h"
+#include "common/handles.h"
 #include "common/paths.h"
 #include "common/shell_api.h"
 #include "common/system_dlls.h"
@@ -17,13 +18,8 @@ constexpr int kExitNotDone = 1;  // Refused, declined, or something stayed.
 
 std::optional<HandOver> HandOverOnCommandLine() {
     int count = 0;
-    wchar_t** const arguments = ::CommandLineToArgvW(::GetCommandLineW(), &count);
-    if (arguments == nullptr) {
-        return std::nullopt;
-    }
-    std::optional<HandOver> handOver = ParseHandOver({arguments, static_cast<size_t>(count)});
-    ::LocalFree(arguments);
-    return handOver;
+    const ArgumentList arguments(::CommandLineToArgvW(::GetCommandLineW(), &count));
+    return arguments ? ParseHandOver({arguments.get(), static_cast<size_t>(count)}) : std::nullopt;
 }
 
 bool RunAsCopy(const HandOver& handOver) {

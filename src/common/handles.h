@@ -60,6 +60,14 @@ struct FreeTaskMemory {
 };
 using TaskMemoryText = std::unique_ptr<wchar_t, FreeTaskMemory>;
 
+struct FreeLocalMemory {
+    void operator()(void* memory) const noexcept {
+        ::LocalFree(memory);
+    }
+};
+// What CommandLineToArgvW returns.
+using ArgumentList = std::unique_ptr<wchar_t*, FreeLocalMemory>;
+
 // Calls such as CreateFileW and FindFirstFileExW fail with INVALID_HANDLE_VALUE; adopted here it
 // becomes null, so that `if (!file)` is always the right test.
 template <typename Owner>

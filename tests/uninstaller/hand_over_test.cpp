@@ -11,6 +11,7 @@
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/scratch_folder.h"
+#include "common/handles.h"
 #include "installed_game_test.h"
 
 namespace {
@@ -32,9 +33,9 @@ TEST(HandOverCommandLine, IsReadBackAsItWasMeant) {
     EXPECT_EQ(commandLine,
               L"\"C:\\Temp folder\\copy.exe\" /remove \"C:\\Games of \u00fc\\Uninstall.exe\" 508");
     int count = 0;
-    wchar_t** const arguments = ::CommandLineToArgvW(commandLine.c_str(), &count);
-    const std::optional<HandOver> received = ParseHandOver({arguments, static_cast<size_t>(count)});
-    ::LocalFree(arguments);
+    const ArgumentList arguments(::CommandLineToArgvW(commandLine.c_str(), &count));
+    const std::optional<HandOver> received =
+        ParseHandOver({arguments.get(), static_cast<size_t>(count)});
     ASSERT_TRUE(received);
     EXPECT_EQ(received->uninstaller, sent.uninstaller);
     EXPECT_EQ(received->original, sent.original);
