@@ -32,7 +32,8 @@ bool LeadsToKept(const std::wstring& entry, const Paths& kept) {
 bool ListHeldFolder(const std::filesystem::path& folder, const EntryVisitor& visit) {
     const KernelHandle held = HoldFolder(folder);
     if (held) {
-        ListFolder(folder, visit);
+        // Entries that it misses make the removal of `folder` fail.
+        static_cast<void>(ListFolder(folder, visit));
     }
     return held != nullptr;
 }
@@ -149,10 +150,11 @@ std::optional<std::filesystem::path> FindShortcutInto(const std::filesystem::pat
 ClientContent MeasureClient(const std::filesystem::path& folder) {
     ClientContent content;
     content.bytes = FolderSizeBytes(folder);
-    WalkTree(folder, [&](const FolderEntry& entry) {
+    // For the question only; what cannot be listed is not counted.
+    static_cast<void>(WalkTree(folder, [&](const FolderEntry& entry) {
         content.files += entry.IsFolder() ? 0 : 1;
         return true;
-    });
+    }));
     return content;
 }
 

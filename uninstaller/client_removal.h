@@ -14,7 +14,7 @@ struct ClientContent {
     uint64_t files = 0;
     uint64_t bytes = 0;
 };
-ClientContent MeasureClient(const std::filesystem::path& folder);
+[[nodiscard]] ClientContent MeasureClient(const std::filesystem::path& folder);
 
 struct RemovalResult {
     // Full paths of what could not be removed, a folder with content by what is in it.
@@ -33,4 +33,4 @@ struct RemovalResult {
 // after everything else: as long as something stays, they stay too, with shortcut and entry, for a
 // second attempt. What appears in the folder after that stays and is named. Blocks until done. The
 // thread has COM initialized.
-RemovalResult RemoveGame(const ApprovedClient& client);
+[[nodiscard]] RemovalResult RemoveGame(const ApprovedClient& client);

@@ -18,14 +18,15 @@ struct HandOver {
 
 // The command line for the copy and what is read from it; none for any other command line.
 // `arguments` begins with the program's own name.
-std::wstring HandOverCommandLine(const std::filesystem::path& copy, const HandOver& handOver);
-std::optional<HandOver> ParseHandOver(std::span<const wchar_t* const> arguments);
+[[nodiscard]] std::wstring HandOverCommandLine(const std::filesystem::path& copy,
+                                               const HandOver& handOver);
+[[nodiscard]] std::optional<HandOver> ParseHandOver(std::span<const wchar_t* const> arguments);
 
 // Starts a copy of `uninstaller`, this very program, and returns at once. What is started has the
 // original's bytes: the copy's file can no longer be changed when they are checked. The copy
 // inherits a handle of its file and one of this process, nothing else. Its file is deleted when it
 // ends. False when it cannot be made or started; then no file of it is left.
-bool StartCopy(const std::filesystem::path& uninstaller);
+[[nodiscard]] bool StartCopy(const std::filesystem::path& uninstaller);
 
 // Waits until the original has ended, for 30 seconds at most: a file that is still in use then is
 // reported like any other. Closes the handle.

@@ -8,4 +8,4 @@
 // it can be renamed or removed, so the path keeps leading to it. Null when it cannot be listed,
 // when it does not exist, and when the path leads elsewhere because a link has taken the place of
 // the folder or of one above it. Any thread.
-KernelHandle HoldFolder(const std::filesystem::path& canonicalFolder);
+[[nodiscard]] KernelHandle HoldFolder(const std::filesystem::path& canonicalFolder);

@@ -17,5 +17,5 @@ struct OtherProgram {
 // left out when its install location is missing, empty, relative, cannot be resolved or does not
 // exist any more, and when it calls the uninstaller in `folder`: that is the game itself under an
 // older display name. Any thread.
-std::optional<OtherProgram> FindOtherProgramIn(const std::filesystem::path& folder,
-                                               const ToolConfig& config);
+[[nodiscard]] std::optional<OtherProgram> FindOtherProgramIn(const std::filesystem::path& folder,
+                                                             const ToolConfig& config);

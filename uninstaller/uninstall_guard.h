@@ -37,8 +37,8 @@ struct Verdict {
 
 // Judges the client folder as it is at this moment: `toolFolder` with the uninstaller `toolExePath`
 // in it, and the active configuration. Touches nothing.
-Verdict JudgeClient();
+[[nodiscard]] Verdict JudgeClient();
 
 // The same once more, after the question: an approval of anything else than `approved` becomes
 // Refusal::Changed.
-Verdict JudgeClientAgain(const ApprovedClient& approved);
+[[nodiscard]] Verdict JudgeClientAgain(const ApprovedClient& approved);

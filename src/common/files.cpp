@@ -150,7 +150,7 @@ bool EnsureDirectory(const std::filesystem::path& path) {
 bool WriteBinaryFile(const std::filesystem::path& path, std::span<const std::byte> bytes) {
     const std::filesystem::path folder = ParentFolder(path.native());
     if (!folder.empty()) {
-        EnsureDirectory(folder);  // A folder that is missing still makes the opening fail.
+        static_cast<void>(EnsureDirectory(folder));  // Without the folder, opening fails.
     }
     const KernelHandle file = CreateForWriting(path, FILE_SHARE_READ | FILE_SHARE_WRITE);
     if (!file) {

@@ -28,48 +28,51 @@ struct EntryFacts {
 };
 
 // For those who need more than one of the answers below: they cost one look instead of one each.
-EntryFacts FactsOf(const std::filesystem::path& path);
+[[nodiscard]] EntryFacts FactsOf(const std::filesystem::path& path);
 
-EntryKind KindOf(const std::filesystem::path& path);
+[[nodiscard]] EntryKind KindOf(const std::filesystem::path& path);
 
-inline bool IsRegularFile(const std::filesystem::path& path) {
+[[nodiscard]] inline bool IsRegularFile(const std::filesystem::path& path) {
     return KindOf(path) == EntryKind::RegularFile;
 }
 
 // Size in bytes of the file itself, not of its possibly older listing; none for anything else.
-std::optional<uint64_t> FileSize(const std::filesystem::path& path);
+[[nodiscard]] std::optional<uint64_t> FileSize(const std::filesystem::path& path);
 
 // Last write times in 100 ns steps since 1601 (FILETIME); also of folders.
-std::optional<uint64_t> LastWriteTime(const std::filesystem::path& path);
+[[nodiscard]] std::optional<uint64_t> LastWriteTime(const std::filesystem::path& path);
 // False when the file cannot be opened for that or refuses. Works on read-only files.
-bool SetLastWriteTime(const std::filesystem::path& path, uint64_t time);
+[[nodiscard]] bool SetLastWriteTime(const std::filesystem::path& path, uint64_t time);
 
 // Opens an existing file for reading from its start to its end; others may read and write it
 // meanwhile. Null when it cannot be opened, ::GetLastError() tells why.
-KernelHandle OpenForReading(const std::filesystem::path& path);
+[[nodiscard]] KernelHandle OpenForReading(const std::filesystem::path& path);
 
 // Opens a file for writing, created or emptied. `shareMode`: what others may do meanwhile, a
 // combination of FILE_SHARE_READ, _WRITE and _DELETE, or 0. Null when it cannot be opened (it is
 // read-only, hidden or in use), ::GetLastError() tells why.
-KernelHandle CreateForWriting(const std::filesystem::path& path, DWORD shareMode);
+[[nodiscard]] KernelHandle CreateForWriting(const std::filesystem::path& path, DWORD shareMode);
 
 // Deletes a file that is not read-only. Not for folders; see removal.h.
-DWORD DeleteSingleFile(const std::filesystem::path& path);
+[[nodiscard]] DWORD DeleteSingleFile(const std::filesystem::path& path);
 
 // Copies one file, replacing what is there; attributes and time stamp come along. A read-only or
 // opened target makes it fail; a copy that breaks off can leave a shortened target.
-DWORD CopyFileOver(const std::filesystem::path& source, const std::filesystem::path& target);
+[[nodiscard]] DWORD CopyFileOver(const std::filesystem::path& source,
+                                 const std::filesystem::path& target);
 
 // Renames, replacing a file that is there; a file may go to another volume, a folder may not.
-DWORD MoveEntry(const std::filesystem::path& source, const std::filesystem::path& target);
+[[nodiscard]] DWORD MoveEntry(const std::filesystem::path& source,
+                              const std::filesystem::path& target);
 
 // Creates one folder; an error when something is there already.
-DWORD CreateSingleFolder(const std::filesystem::path& path);
+[[nodiscard]] DWORD CreateSingleFolder(const std::filesystem::path& path);
 
 // Creates the folder with all missing parents. Whether something exists at `path` afterwards, be
 // it a folder or not; false for an empty path.
-bool EnsureDirectory(const std::filesystem::path& path);
+[[nodiscard]] bool EnsureDirectory(const std::filesystem::path& path);
 
 // Writes the file in place, creating its folder when missing. False when it cannot be opened or
 // the write fails; what is then in the file is undefined. An error on closing is ignored.
-bool WriteBinaryFile(const std::filesystem::path& path, std::span<const std::byte> bytes);
+[[nodiscard]] bool WriteBinaryFile(const std::filesystem::path& path,
+                                   std::span<const std::byte> bytes);

@@ -15,10 +15,10 @@ struct FolderEntry {
     DWORD attributes;                  // Of the entry itself, not of a link's target.
     bool isLink;                       // Leads elsewhere: never entered by a walk or a removal.
 
-    bool IsFolder() const {
+    [[nodiscard]] bool IsFolder() const {
         return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     }
-    bool IsReparsePoint() const {
+    [[nodiscard]] bool IsReparsePoint() const {
         return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     }
 };
@@ -41,14 +41,15 @@ struct ListingResult {
 // The entries of one folder, not of those below it, in the file system's order. An empty path lists
 // nothing, not the current folder. The visitor may remove the entry that it is shown. The listing
 // is closed when this returns.
-ListingResult ListFolder(const std::filesystem::path& folder, const EntryVisitor& visit);
+[[nodiscard]] ListingResult ListFolder(const std::filesystem::path& folder,
+                                       const EntryVisitor& visit);
 
 // Everything below `root`, a folder before its content. What cannot be listed is skipped and the
 // walk goes on; links are shown but never entered. The result tells how the listing of `root`
 // itself went and whether the visitor ended the walk, at whatever depth.
-ListingResult WalkTree(const std::filesystem::path& root, const EntryVisitor& visit);
+[[nodiscard]] ListingResult WalkTree(const std::filesystem::path& root, const EntryVisitor& visit);
 
 // Whether the entry with these attributes and this reparse tag leads elsewhere. A cloud or
 // deduplicated file is a reparse point too, but no link. An unknown tag (0) counts as a link, for
 // a removal must never leave its tree.
-bool IsLink(DWORD attributes, DWORD reparseTag);
+[[nodiscard]] bool IsLink(DWORD attributes, DWORD reparseTag);

@@ -71,6 +71,6 @@ using ArgumentList = std::unique_ptr<wchar_t*, FreeLocalMemory>;
 // Calls such as CreateFileW and FindFirstFileExW fail with INVALID_HANDLE_VALUE; adopted here it
 // becomes null, so that `if (!file)` is always the right test.
 template <typename Owner>
-Owner AdoptHandle(HANDLE handle) noexcept {
+[[nodiscard]] Owner AdoptHandle(HANDLE handle) noexcept {
     return Owner(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
 }

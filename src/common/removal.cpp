@@ -113,11 +113,11 @@ DWORD RemoveTree(const std::filesystem::path& path) {
     // Asked again although the listing told: a link may have taken the folder's place since then.
     if (const KernelHandle held = HoldFolder(path)) {
         // A listing that fails or breaks off makes the folder's own removal fail.
-        ListFolder(path, [&](const FolderEntry& entry) {
+        static_cast<void>(ListFolder(path, [&](const FolderEntry& entry) {
             const bool hasContent = entry.IsFolder() && !entry.isLink;
             remember(hasContent ? RemoveTree(entry.path) : RemoveEntry(entry.path));
             return true;
-        });
+        }));
     }
     remember(RemoveEntry(path));
     return firstError;

@@ -9,11 +9,11 @@
 // removed. Any thread.
 
 // Removes one file, link or empty folder; ERROR_DIR_NOT_EMPTY (145) for a folder with content.
-DWORD RemoveEntry(const std::filesystem::path& path);
+[[nodiscard]] DWORD RemoveEntry(const std::filesystem::path& path);
 
 // Removes a file, link, or a folder with everything in it. Goes on after an entry that cannot be
 // removed and returns the first error.
-DWORD RemoveTree(const std::filesystem::path& path);
+[[nodiscard]] DWORD RemoveTree(const std::filesystem::path& path);
 
 // RemoveEntry, answered by RemoveTree when the folder is not empty. Any other error is final.
-DWORD RemoveEntryOrTree(const std::filesystem::path& path);
+[[nodiscard]] DWORD RemoveEntryOrTree(const std::filesystem::path& path);

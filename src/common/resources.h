@@ -9,4 +9,4 @@
 // means the program's own file. No language is asked for: the system chooses among the copies.
 // The bytes belong to the module and live as long as it is loaded. Empty when the resource is
 // missing, cannot be loaded or has no bytes. Any thread.
-std::span<const std::byte> EmbeddedData(HMODULE module, int id);
+[[nodiscard]] std::span<const std::byte> EmbeddedData(HMODULE module, int id);

@@ -5,4 +5,4 @@
 // The current user's folder for temporary files, as the system names it (with a trailing
 // backslash). Empty when the system names none, or one of 260 (MAX_PATH) characters or more; a file
 // name joined with it is then relative to the current folder. Need not exist. Any thread.
-std::filesystem::path TemporaryFolder();
+[[nodiscard]] std::filesystem::path TemporaryFolder();

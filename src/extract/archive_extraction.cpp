@@ -84,7 +84,8 @@ bool ExtractRar(const std::filesystem::path& archivePath,
 bool ExtractPackage(const std::filesystem::path& archivePath,
                     const std::filesystem::path& stagingFolder) {
     reportStage(JobStage::Extracting, kExtractingStatus, kPreparingFilesDetail);
-    EnsureDirectory(stagingFolder);  // A folder that is missing makes the unpacking program fail.
+    // Without the folder, the unpacking program fails.
+    static_cast<void>(EnsureDirectory(stagingFolder));
     switch (SniffPackageSignature(archivePath)) {
         case PackageSignature::Zip:
             return ExtractZip(archivePath, stagingFolder);

@@ -116,7 +116,7 @@ bool FlattenSingleTopFolder(const std::filesystem::path& stagingFolder) {
 bool MoveEntryInto(const std::filesystem::path& entry,
                    const std::filesystem::path& destinationFolder, DWORD& error) {
     const std::filesystem::path target = destinationFolder / FileNamePart(entry.native());
-    RemoveEntryOrTree(target);  // What cannot be removed makes the next step fail.
+    static_cast<void>(RemoveEntryOrTree(target));  // If this fails, the next step fails too.
     error = MoveEntry(entry, target);
     if (error == ERROR_SUCCESS) {
         return true;

@@ -74,9 +74,9 @@ bool RunStages(JobKind kind, const std::filesystem::path& archivePath,
 void RemoveTemporaryFiles(const std::filesystem::path& archivePath,
                           const std::filesystem::path& stagingFolder) {
     if (toolConfig.cleanupArchive) {
-        RemoveEntry(archivePath);
+        static_cast<void>(RemoveEntry(archivePath));
     }
-    RemoveEntryOrTree(stagingFolder);
+    static_cast<void>(RemoveEntryOrTree(stagingFolder));
 }
 
 }  // namespace

@@ -11,12 +11,13 @@
 
 // The shortcut's file name, made from the configured `shortcutName`. ".lnk" is appended unless it
 // is there already, in any letter case. Any thread.
-std::wstring ShortcutFileName(const ToolConfig& config);
+[[nodiscard]] std::wstring ShortcutFileName(const ToolConfig& config);
 
 // Creates the shortcut or replaces the one of the same name. `message` is the text for the user,
 // after success and failure alike. Window thread.
-bool CreateDesktopShortcut(std::wstring& message);
+[[nodiscard]] bool CreateDesktopShortcut(std::wstring& message);
 
 // The target stored in the shortcut file, not resolved. None when the file is missing, is not a
 // shortcut or has no path as its target.
-std::optional<std::filesystem::path> ReadShortcutTarget(const std::filesystem::path& shortcut);
+[[nodiscard]] std::optional<std::filesystem::path> ReadShortcutTarget(
+    const std::filesystem::path& shortcut);

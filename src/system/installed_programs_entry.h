@@ -12,11 +12,11 @@
 // text for the user in `message`: nothing is registered, except that values already written stay
 // when a later one fails. `message` is left alone on success. Job thread; blocks while the client
 // folder is measured.
-bool RegisterProgramsAndFeatures(std::wstring& message);
+[[nodiscard]] bool RegisterProgramsAndFeatures(std::wstring& message);
 
 // The client folder that the game's entry names ("InstallLocation"), as it is written there. None
 // without an entry and when the value is missing or empty. Any thread.
-std::optional<std::wstring> RegisteredFolder(const ToolConfig& config);
+[[nodiscard]] std::optional<std::wstring> RegisteredFolder(const ToolConfig& config);
 
 // Deletes the game's entry with everything below it. True also when there is none. Any thread.
-bool DeleteInstalledProgramsEntry(const ToolConfig& config);
+[[nodiscard]] bool DeleteInstalledProgramsEntry(const ToolConfig& config);

@@ -15,20 +15,20 @@
 
 // The texts of the entry. Each is the first of several configured texts that is not blank,
 // trimmed; the version is empty when none is configured, the other two have a last resort.
-std::wstring ProgramsDisplayName(const ToolConfig& config);
-std::wstring ProgramsPublisher(const ToolConfig& config);
-std::wstring ProgramsDisplayVersion(const ToolConfig& config);
+[[nodiscard]] std::wstring ProgramsDisplayName(const ToolConfig& config);
+[[nodiscard]] std::wstring ProgramsPublisher(const ToolConfig& config);
+[[nodiscard]] std::wstring ProgramsDisplayVersion(const ToolConfig& config);
 
 // The name of the entry's registry key, made of the display name, and the key's path below
 // HKEY_CURRENT_USER. A new display name makes a new entry.
-std::wstring BuildUninstallKeyName(const ToolConfig& config);
-std::wstring UninstallKeyPath(const ToolConfig& config);
+[[nodiscard]] std::wstring BuildUninstallKeyName(const ToolConfig& config);
+[[nodiscard]] std::wstring UninstallKeyPath(const ToolConfig& config);
 
 // The path in double quotes, with a backslash before each double quote inside.
-std::wstring QuoteCommandLinePath(const std::filesystem::path& path);
+[[nodiscard]] std::wstring QuoteCommandLinePath(const std::filesystem::path& path);
 
 // A size for the entry: in KiB, a started one counts as whole, and at most what 32 bits hold.
-uint32_t SizeInKibibytes(uint64_t bytes);
+[[nodiscard]] uint32_t SizeInKibibytes(uint64_t bytes);
 
 struct RegistryValue {
     std::wstring name;
@@ -46,5 +46,5 @@ struct InstalledProgramFacts {
 
 // The entry's values in the order in which they are written. An empty version is among them, an
 // empty website is not.
-std::vector<RegistryValue> InstalledProgramValues(const ToolConfig& config,
-                                                  const InstalledProgramFacts& facts);
+[[nodiscard]] std::vector<RegistryValue> InstalledProgramValues(const ToolConfig& config,
+                                                                const InstalledProgramFacts& facts);

@@ -7,4 +7,4 @@
 // Where the system keeps one of the current user's or its own folders (FOLDERID_... of
 // knownfolders.h). Empty when it does not say; with `flags` 0 also when the folder is not there.
 // Any thread.
-std::filesystem::path KnownFolder(const KNOWNFOLDERID& id, DWORD flags = 0);
+[[nodiscard]] std::filesystem::path KnownFolder(const KNOWNFOLDERID& id, DWORD flags = 0);

@@ -8,8 +8,8 @@
 
 // Its path: below `clientFolder` for a relative name, otherwise as configured. Empty when none is
 // configured. The file need not exist. Any thread.
-std::filesystem::path ResolveStartupExePath(const ToolConfig& config,
-                                            const std::filesystem::path& clientFolder);
+[[nodiscard]] std::filesystem::path ResolveStartupExePath(
+    const ToolConfig& config, const std::filesystem::path& clientFolder);
 
 // Starts it, with its own folder as the current one. Silently does nothing when the file is missing
 // or cannot be started. Window thread; `mainWindow` owns any box that the shell shows.

@@ -25,11 +25,11 @@ using testing::UnorderedElementsAre;
 
 std::vector<std::wstring> Walk(const path& root) {
     std::vector<std::wstring> found;
-    WalkTree(root, [&](const FolderEntry& entry) {
+    static_cast<void>(WalkTree(root, [&](const FolderEntry& entry) {
         EXPECT_EQ(entry.path, (root / entry.relativePath).native());
         found.push_back(entry.relativePath + (entry.IsFolder() ? L"\\" : L""));
         return true;
-    });
+    }));
     return found;
 }
 
@@ -74,12 +74,12 @@ TEST(WalkTree, ShowsLinksWithoutEnteringThem) {
     ASSERT_TRUE(
         bench::MakeFolderLink(scratch.Path() / L"tree" / L"link", scratch.Path() / L"elsewhere"));
     bool sawLink = false;
-    WalkTree(scratch.Path() / L"tree", [&](const FolderEntry& entry) {
+    static_cast<void>(WalkTree(scratch.Path() / L"tree", [&](const FolderEntry& entry) {
         EXPECT_EQ(entry.isLink, entry.relativePath == L"link");
         EXPECT_EQ(entry.IsReparsePoint(), entry.relativePath == L"link");
         sawLink = sawLink || entry.isLink;
         return true;
-    });
+    }));
     EXPECT_TRUE(sawLink);
     EXPECT_THAT(Walk(scratch.Path() / L"tree"), UnorderedElementsAre(L"file", L"link\\"));
 }
@@ -207,10 +207,10 @@ TEST(ListFolder, ClosesTheListingSoThatTheFolderCanGo) {
     const ScratchFolder scratch;
     WriteFile(scratch.Path() / L"folder" / L"a", "x");
     WriteFile(scratch.Path() / L"folder" / L"b", "x");
-    ListFolder(scratch.Path() / L"folder", [](const FolderEntry& entry) {
+    static_cast<void>(ListFolder(scratch.Path() / L"folder", [](const FolderEntry& entry) {
         EXPECT_TRUE(::DeleteFileW(entry.path.c_str()));
         return true;
-    });
+    }));
     EXPECT_TRUE(::RemoveDirectoryW((scratch.Path() / L"folder").c_str()));
 }
 
@@ -235,10 +235,10 @@ TEST(WalkTree, TakesABareDriveAsItsCurrentFolder) {
     std::filesystem::current_path(scratch.Path());
     const std::wstring drive = scratch.Path().native().substr(0, 2);
     std::vector<std::wstring> paths;
-    WalkTree(drive, [&](const FolderEntry& entry) {
+    static_cast<void>(WalkTree(drive, [&](const FolderEntry& entry) {
         paths.push_back(entry.path);
         return true;
-    });
+    }));
     std::filesystem::current_path(former);
     EXPECT_THAT(paths, ElementsAre(drive + L"file"));
 }
@@ -247,10 +247,10 @@ TEST(WalkTree, TakesARootWithATrailingSeparator) {
     const ScratchFolder scratch;
     WriteFile(scratch.Path() / L"folder" / L"a", "x");
     std::vector<std::wstring> paths;
-    WalkTree(scratch.Path().native() + L"\\", [&](const FolderEntry& entry) {
+    static_cast<void>(WalkTree(scratch.Path().native() + L"\\", [&](const FolderEntry& entry) {
         paths.push_back(entry.path);
         return true;
-    });
+    }));
     EXPECT_THAT(paths, Contains((scratch.Path() / L"folder" / L"a").native()));
 }
 
@@ -264,10 +264,10 @@ TEST(WalkTree, ReachesPathsOfMoreThan260Characters) {
     WriteFile(deep / L"file", "x");
     size_t longest = 0;
     const bench::PathLimit limit;
-    WalkTree(scratch.Path(), [&](const FolderEntry& entry) {
+    static_cast<void>(WalkTree(scratch.Path(), [&](const FolderEntry& entry) {
         longest = std::max(longest, entry.path.size());
         return true;
-    });
+    }));
     EXPECT_EQ(longest, (deep / L"file").native().size());
     EXPECT_GT(longest, 260u);
 }

@@ -135,7 +135,7 @@ TEST(RemoveTree, NeverLeavesTheTreeThroughALinkInside) {
     WriteFile(scratch.Path() / L"tree" / L"own", "x");
     ASSERT_TRUE(
         bench::MakeFolderLink(scratch.Path() / L"tree" / L"link", scratch.Path() / L"elsewhere"));
-    RemoveTree(scratch.Path() / L"tree");
+    static_cast<void>(RemoveTree(scratch.Path() / L"tree"));
     EXPECT_EQ(ReadFile(scratch.Path() / L"elsewhere" / L"file"), "kept");
     EXPECT_EQ(::GetFileAttributesW((scratch.Path() / L"tree" / L"own").c_str()),
               INVALID_FILE_ATTRIBUTES);
@@ -187,7 +187,7 @@ TEST(RemoveTree, DoesNotFollowALinkThatReplacesAListedFolder) {
             }
             return result;
         });
-    RemoveTree(scratch.Path() / L"tree");
+    static_cast<void>(RemoveTree(scratch.Path() / L"tree"));
     EXPECT_TRUE(isSwapped);
     EXPECT_EQ(ReadFile(scratch.Path() / L"elsewhere" / L"file"), "kept");
 }
@@ -350,21 +350,21 @@ protected:
 TEST_F(ReparseFolder, IsEnteredWhenItIsNoLink) {
     reparseTag = 0x9000001A;  // A cloud folder.
     tagCanBeRead = true;
-    RemoveTree(scratch_.Path() / L"tree");
+    static_cast<void>(RemoveTree(scratch_.Path() / L"tree"));
     EXPECT_FALSE(std::filesystem::exists(scratch_.Path() / L"tree" / L"file"));
 }
 
 TEST_F(ReparseFolder, IsNotEnteredWhenItIsALink) {
     reparseTag = IO_REPARSE_TAG_MOUNT_POINT;
     tagCanBeRead = true;
-    RemoveTree(scratch_.Path() / L"tree");
+    static_cast<void>(RemoveTree(scratch_.Path() / L"tree"));
     EXPECT_TRUE(std::filesystem::exists(scratch_.Path() / L"tree" / L"file"));
 }
 
 TEST_F(ReparseFolder, IsNotEnteredWhenItsTagCannotBeRead) {
     reparseTag = 0x9000001A;
     tagCanBeRead = false;
-    RemoveTree(scratch_.Path() / L"tree");
+    static_cast<void>(RemoveTree(scratch_.Path() / L"tree"));
     EXPECT_TRUE(std::filesystem::exists(scratch_.Path() / L"tree" / L"file"));
 }
 

@@ -87,7 +87,7 @@ TEST(FillEmptyNames, KeepsNamesThatAreThereEvenBlankOnes) {
 
 TEST(FillEmptyNames, ServesADefaultRecordAfterAMissingResource) {
     ToolConfig config;
-    LoadEmbeddedConfig(::GetModuleHandleW(L"kernel32.dll"), config);
+    EXPECT_FALSE(LoadEmbeddedConfig(::GetModuleHandleW(L"kernel32.dll"), config));
     FillEmptyNames(config);
     EXPECT_EQ(config.startupExe, L"patcher.exe");
     EXPECT_EQ(config.programsDisplayName, L"Karvoth");

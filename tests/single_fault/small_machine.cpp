@@ -46,7 +46,7 @@ fs::path PutTool(const fs::path& root) {
 
 // But for the tool, links and the folder that holds one.
 void Empty(const fs::path& folder) {
-    ListFolder(folder, [](const FolderEntry& entry) {
+    static_cast<void>(ListFolder(folder, [](const FolderEntry& entry) {
         const std::wstring name = fs::path(entry.path).filename();
         if (!entry.IsFolder() && entry.path != toolExePath.native()) {
             ::DeleteFileW(entry.path.c_str());
@@ -55,7 +55,7 @@ void Empty(const fs::path& folder) {
             ::RemoveDirectoryW(entry.path.c_str());
         }
         return true;
-    });
+    }));
 }
 
 std::string Printable(const fs::path& path) {
