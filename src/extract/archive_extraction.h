@@ -28,7 +28,7 @@ bool ExtractPackage(const std::filesystem::path& archivePath,
                     const std::filesystem::path& stagingFolder);
 
 // Unknown also for a file that cannot be opened.
-PackageSignature SniffPackageSignature(const std::filesystem::path& archivePath);
+[[nodiscard]] PackageSignature SniffPackageSignature(const std::filesystem::path& archivePath);
 
 // The same for the file's first bytes; more than eight are of no use.
 PackageSignature SignatureOf(std::span<const std::byte> firstBytes);

@@ -18,8 +18,8 @@ struct ExtractorCommand {
 // tool, then under the 64-bit and the 32-bit program folder, then by the platform's own search.
 // Each program is listed once. A program folder that the environment does not name leaves a
 // relative path, which is looked up from the current folder. Empty when nothing was found.
-std::vector<ExtractorCommand> FindRarExtractors(const std::filesystem::path& archivePath,
-                                                const std::filesystem::path& stagingFolder);
+[[nodiscard]] std::vector<ExtractorCommand> FindRarExtractors(
+    const std::filesystem::path& archivePath, const std::filesystem::path& stagingFolder);
 
 // The arguments for UnRAR or, when the file is called "winrar.exe" in any letter case, for WinRAR.
 std::wstring RarToolArguments(std::wstring_view toolPath, const std::filesystem::path& archivePath,

@@ -6,13 +6,13 @@
 // detached. Window thread only.
 
 // Whether the slot holds a thread, ended or not, that nobody has collected yet.
-bool JobThreadExists();
+[[nodiscard]] bool JobThreadExists();
 
 // Whether a job may be started: no thread is left in the slot and none is marked as running.
-bool CanStartJob();
+[[nodiscard]] bool CanStartJob();
 
 // Whether a thread waits in the slot for its collection: its job has ended.
-bool JobAwaitsCollection();
+[[nodiscard]] bool JobAwaitsCollection();
 
 // Starts the thread. Only after CanStartJob(): the slot must be empty. The system does not go to
 // sleep by itself until the body has ended, however it ends; the display may turn off. When the

@@ -20,7 +20,8 @@
 // False after a failure, which it has reported, and after a stop, which is reported by nobody. The
 // file appears only after a good answer. A failure leaves what was received so far, a stop deletes
 // the file, even when the last byte had arrived.
-bool DownloadPackage(const std::wstring& packageUrl, const std::filesystem::path& archivePath);
+[[nodiscard]] bool DownloadPackage(const std::wstring& packageUrl,
+                                   const std::filesystem::path& archivePath);
 
 // What a package URL says about its request.
 struct PackageAddress {
@@ -32,7 +33,7 @@ struct PackageAddress {
 
 // None when the URL cannot be taken apart, its host name has 512 characters or more, or its path
 // 4096 or more.
-std::optional<PackageAddress> SplitPackageUrl(const std::wstring& packageUrl);
+[[nodiscard]] std::optional<PackageAddress> SplitPackageUrl(const std::wstring& packageUrl);
 
 // 200 to 299. A status that could not be read is 0.
 bool IsSuccessStatus(uint32_t status);

@@ -31,8 +31,8 @@ void SelectPackageUrl(std::wstring_view candidate);
 
 // The URL that a job downloads from: `selectedUrl` trimmed, or `archiveUrl` untrimmed if nothing is
 // left. None unless it begins with "http://" or "https://", in lower case.
-std::optional<std::wstring> JobPackageUrl(std::wstring_view selectedUrl,
-                                          const std::wstring& archiveUrl);
+[[nodiscard]] std::optional<std::wstring> JobPackageUrl(std::wstring_view selectedUrl,
+                                                        const std::wstring& archiveUrl);
 
 // The configured kind of the package. It decides nothing but the downloaded file's extension: what
 // an archive really is, the extraction reads from its first bytes.

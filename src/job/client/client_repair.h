@@ -24,5 +24,5 @@
 // refused or a file cannot be copied, each reported; what was copied before stays. False without a
 // report when cancelled. Throws std::filesystem::filesystem_error when a reinstall's clean-out
 // breaks off.
-bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall,
-                           const std::filesystem::path& archivePath = {});
+[[nodiscard]] bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall,
+                                         const std::filesystem::path& archivePath = {});

@@ -21,10 +21,12 @@ struct ComparisonBuffers {
 
 // Byte for byte. False as well when either is no regular file (links are followed), cannot be
 // opened for reading, or fails to be read, even if both fail at the same place.
-bool FilesHaveSameContent(const std::filesystem::path& source, const std::filesystem::path& target);
+[[nodiscard]] bool FilesHaveSameContent(const std::filesystem::path& source,
+                                        const std::filesystem::path& target);
 
 // The same question for one who has looked at both paths already, in these two steps: what the
 // sizes tell, and then, for two files of `size` bytes, what the bytes tell.
-bool CanHaveSameContent(const EntryFacts& source, const EntryFacts& target);
-bool HaveSameBytes(const std::filesystem::path& source, const std::filesystem::path& target,
-                   uint64_t size, ComparisonBuffers& buffers);
+[[nodiscard]] bool CanHaveSameContent(const EntryFacts& source, const EntryFacts& target);
+[[nodiscard]] bool HaveSameBytes(const std::filesystem::path& source,
+                                 const std::filesystem::path& target, uint64_t size,
+                                 ComparisonBuffers& buffers);

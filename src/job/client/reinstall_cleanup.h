@@ -11,14 +11,14 @@
 // characters), and the tool's own file lies directly in it. Judged by where the paths lead, so
 // links, substituted and mapped drives, short names and letter case make no difference. A tool path
 // that fills its buffer may have been cut and is refused. Touches nothing.
-bool IsSafeReinstallFolder();
+[[nodiscard]] bool IsSafeReinstallFolder();
 
 // Whether emptying the client folder leaves `path` alone: it leads neither to that folder nor to
 // anything below it. Judged by where both lead. No path can be resolved on some drives (RAM disks),
 // but these have letters of their own: a path that cannot be resolved is outside when it begins
 // with another drive's letter than the resolved client folder, and taken as inside otherwise. False
 // as well when the client folder cannot be resolved. Touches nothing.
-bool IsOutsideClientFolder(const std::filesystem::path& path);
+[[nodiscard]] bool IsOutsideClientFolder(const std::filesystem::path& path);
 
 // Removes everything in the client folder but the tool's own file. True when that was done,
 // though entries that could not be removed stay: the copying that follows overwrites what it can
@@ -27,4 +27,5 @@ bool IsOutsideClientFolder(const std::filesystem::path& path);
 // reported, nothing is touched. Publishes stage and texts once, does not look at the cancel flag;
 // blocks until done. Throws std::filesystem::filesystem_error when the folder's listing breaks off
 // half-way; what was listed before has then been removed.
-bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePaths = {});
+[[nodiscard]] bool PrepareCleanReinstall(
+    const std::vector<std::filesystem::path>& packagePaths = {});

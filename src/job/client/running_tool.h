@@ -17,12 +17,12 @@ struct RunningTool {
 };
 
 // From `toolExePath`.
-RunningTool FindRunningTool();
+[[nodiscard]] RunningTool FindRunningTool();
 
 // Whether `path` leads to the tool's file. False as well when either path cannot be resolved.
-bool IsRunningTool(const std::filesystem::path& path);
-bool IsRunningTool(const std::filesystem::path& path, const RunningTool& tool);
+[[nodiscard]] bool IsRunningTool(const std::filesystem::path& path);
+[[nodiscard]] bool IsRunningTool(const std::filesystem::path& path, const RunningTool& tool);
 
 // A cheap answer first: false when what stands at a path cannot be the tool's file, because it is
 // missing, a folder, or of another size.
-bool CanBeRunningTool(const EntryFacts& facts, const RunningTool& tool);
+[[nodiscard]] bool CanBeRunningTool(const EntryFacts& facts, const RunningTool& tool);

@@ -99,7 +99,7 @@ void ClearForJobStart(JobKind kind) noexcept;
 void MarkAsNotRunning() noexcept;
 
 // A consistent copy for painting.
-JobState snapshot() noexcept;
+[[nodiscard]] JobState snapshot() noexcept;
 
 // Asks the job to stop and ends the unpacking program it waits for, with exit code 1. Window
 // thread. Returns at once; the job ends when it notices.

@@ -107,7 +107,7 @@ TEST_F(ReinstallCleanup, KeepsTheToolWhenItsPathCannotBeResolvedForAMoment) {
                 return path == tool && ++opens == failingOpen ? ERROR_SHARING_VIOLATION
                                                               : ERROR_SUCCESS;
             });
-            PrepareCleanReinstall();
+            static_cast<void>(PrepareCleanReinstall());
         }
         EXPECT_GE(opens, failingOpen);
         EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe")) << failingOpen;
@@ -202,7 +202,7 @@ TEST_F(ReinstallCleanup, AListingThatBreaksOffIsAnException) {
         return ERROR_SUCCESS;
     });
     try {
-        PrepareCleanReinstall();
+        static_cast<void>(PrepareCleanReinstall());
         FAIL() << "no exception";
     } catch (const fs::filesystem_error& error) {
         EXPECT_EQ(error.code(), std::error_code(ERROR_NETNAME_DELETED, std::system_category()));
