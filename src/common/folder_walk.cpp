@@ -20,7 +20,8 @@ void AppendName(std::wstring& path, const wchar_t* name) {
 
 // Lists the folder at `path`; both texts are working buffers that are as before afterwards, so a
 // deep walk allocates no path of its own for each entry.
-ListingResult ListInto(std::wstring& path, std::wstring& relativePath, const EntryVisitor& visit) {
+ListingResult ListInto(std::wstring& path, std::wstring& relativePath, bool isBehindReparsePoint,
+                       const EntryVisitor& visit) {
     ListingResult result;
     if (path.empty()) {
         // The pattern "*" alone would list the current folder.
@@ -47,8 +48,11 @@ ListingResult ListInto(std::wstring& path, std::wstring& relativePath, const Ent
         }
         AppendName(path, found.cFileName);
         AppendName(relativePath, found.cFileName);
-        const bool goOn = visit({path, relativePath, found.dwFileAttributes,
-                                 IsLink(found.dwFileAttributes, found.dwReserved0)});
+        const DWORD attributes = found.dwFileAttributes;
+        const bool isReparsePoint = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+        const bool goOn =
+            visit({path, relativePath, attributes, IsLink(attributes, found.dwReserved0),
+                   isBehindReparsePoint || isReparsePoint});
         path.resize(pathLength);
         relativePath.resize(relativeLength);
         if (!goOn) {
@@ -61,14 +65,15 @@ ListingResult ListInto(std::wstring& path, std::wstring& relativePath, const Ent
     return result;
 }
 
-ListingResult WalkInto(std::wstring& path, std::wstring& relativePath, const EntryVisitor& visit) {
-    return ListInto(path, relativePath, [&](const FolderEntry& entry) {
+ListingResult WalkInto(std::wstring& path, std::wstring& relativePath, bool isBehindReparsePoint,
+                       const EntryVisitor& visit) {
+    return ListInto(path, relativePath, isBehindReparsePoint, [&](const FolderEntry& entry) {
         if (!visit(entry)) {
             return false;
         }
         // The entry's texts are the very buffers that the inner listing works in.
         return !entry.IsFolder() || entry.isLink ||
-               !WalkInto(path, relativePath, visit).stoppedByVisitor;
+               !WalkInto(path, relativePath, entry.isBehindReparsePoint, visit).stoppedByVisitor;
     });
 }
 
@@ -77,13 +82,13 @@ ListingResult WalkInto(std::wstring& path, std::wstring& relativePath, const Ent
 ListingResult ListFolder(const std::filesystem::path& folder, const EntryVisitor& visit) {
     std::wstring path = folder.native();
     std::wstring relativePath;
-    return ListInto(path, relativePath, visit);
+    return ListInto(path, relativePath, false, visit);
 }
 
 ListingResult WalkTree(const std::filesystem::path& root, const EntryVisitor& visit) {
     std::wstring path = root.native();
     std::wstring relativePath;
-    return WalkInto(path, relativePath, visit);
+    return WalkInto(path, relativePath, false, visit);
 }
 
 bool IsLink(DWORD attributes, DWORD reparseTag) {

@@ -14,6 +14,7 @@ struct FolderEntry {
     const std::wstring& relativePath;  // Below the folder where the walk began, with backslashes.
     DWORD attributes;                  // Of the entry itself, not of a link's target.
     bool isLink;                       // Leads elsewhere: never entered by a walk or a removal.
+    bool isBehindReparsePoint;         // The entry or a folder above it is one; the root aside.
 
     [[nodiscard]] bool IsFolder() const {
         return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;

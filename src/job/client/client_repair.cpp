@@ -37,9 +37,6 @@ struct RepairPass {
     uint64_t filesMet = 0;  // As many as were counted before, or some have vanished since.
     uint64_t filesChecked = 0;
     uint64_t filesFixed = 0;
-    // The folder whose content the walk is in and which is a reparse point, but no link; else
-    // empty. Relative to the source root.
-    std::wstring reparseFolder;
 };
 
 EntryKind KindOfEntry(const FolderEntry& entry) {
@@ -59,24 +56,6 @@ std::optional<uint64_t> CountFiles(const std::filesystem::path& sourceRoot) {
     return listing.Error() == ERROR_SUCCESS ? std::optional(count) : std::nullopt;
 }
 
-// Whether the way from the source root to the entry, itself included, leads through a reparse
-// point. To be asked for each entry in the order of the walk.
-bool IsReachedByReparsePoint(const FolderEntry& entry, std::wstring& reparseFolder) {
-    const std::wstring_view relativePath = entry.relativePath;
-    if (!reparseFolder.empty() && relativePath.size() > reparseFolder.size() &&
-        relativePath.starts_with(reparseFolder) && relativePath[reparseFolder.size()] == L'\\') {
-        return true;
-    }
-    reparseFolder.clear();
-    if (!entry.IsReparsePoint()) {
-        return false;
-    }
-    if (entry.IsFolder() && !entry.isLink) {
-        reparseFolder = relativePath;
-    }
-    return true;
-}
-
 // The way from one canonical path to another; empty when they have different roots.
 std::wstring RelativeTo(std::wstring_view path, std::wstring_view base) {
     const size_t pathRoot = RootPathLength(path);
@@ -90,11 +69,11 @@ std::wstring RelativeTo(std::wstring_view path, std::wstring_view base) {
 }
 
 // Where the entry belongs below the client root; empty when that cannot be told.
-std::wstring RelativePathOf(const FolderEntry& entry, RepairPass& pass) {
+std::wstring RelativePathOf(const FolderEntry& entry, const RepairPass& pass) {
     // Without a reparse point on its way an entry is where it is listed, even on a drive where no
     // path can be resolved (RAM disks). An entry that vanishes or is refused afterwards is not
     // skipped but fails with its message.
-    if (!IsReachedByReparsePoint(entry, pass.reparseFolder)) {
+    if (!entry.isBehindReparsePoint) {
         return entry.relativePath;
     }
     if (!pass.canonicalSourceRoot) {
