@@ -215,7 +215,7 @@ bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinsta
     RepairPass pass;
     pass.clientRoot = toolFolder;
     pass.canonicalSourceRoot = WeaklyCanonical(sourceRoot);
-    pass.tool = FindRunningTool();
+    pass.tool = FindRunningTool(toolExePath);
     pass.reinstall = reinstall;
     const ListingResult listing =
         WalkTree(sourceRoot, [&](const FolderEntry& entry) { return ProcessEntry(entry, pass); });

@@ -81,7 +81,7 @@ bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePath
     const bool packageIsOutside =
         std::all_of(packagePaths.begin(), packagePaths.end(),
                     [](const auto& path) { return path.empty() || IsOutsideClientFolder(path); });
-    const RunningTool tool = FindRunningTool();
+    const RunningTool tool = FindRunningTool(toolExePath);
     if (!packageIsOutside || !IsSafeReinstallFolder() || !tool.canonicalPath) {
         reportFailure(
             L"Safety check failed. Reinstall can only run from inside the game client folder.");

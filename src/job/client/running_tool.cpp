@@ -3,12 +3,12 @@
 #include "common/paths.h"
 #include "common/tool_instance.h"
 
-RunningTool FindRunningTool() {
-    return {ComparableCanonical(toolExePath), FileSize(toolExePath)};
+RunningTool FindRunningTool(const std::filesystem::path& exePath) {
+    return {ComparableCanonical(exePath), FileSize(exePath)};
 }
 
 bool IsRunningTool(const std::filesystem::path& path) {
-    return IsRunningTool(path, FindRunningTool());
+    return IsRunningTool(path, FindRunningTool(toolExePath));
 }
 
 bool IsRunningTool(const std::filesystem::path& path, const RunningTool& tool) {
@@ -21,7 +21,8 @@ bool IsRunningTool(const std::filesystem::path& path, const RunningTool& tool) {
 }
 
 bool CanBeRunningTool(const EntryFacts& facts, const RunningTool& tool) {
-    // A running program's file can be renamed away; its path is then compared as text.
+    // A running program's file can be renamed. Its size is then unknown; only the paths can be
+    // compared.
     if (!tool.size) {
         return true;
     }

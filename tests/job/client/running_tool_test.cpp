@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "bench_parts/skipping.h"
+#include "common/tool_instance.h"
 #include "job/client/client_folders.h"
 #include "job/client/file_hooks.h"
 
@@ -76,7 +77,7 @@ TEST(RunningTool, IsKnownByItsPathAloneOnceItsFileIsGone) {
     const bench::ClientFolders folders;
     fs::remove(folders.Tool());
     EXPECT_TRUE(IsRunningTool(folders.Tool()));
-    EXPECT_TRUE(CanBeRunningTool(FactsOf(folders.Tool()), FindRunningTool()));
+    EXPECT_TRUE(CanBeRunningTool(FactsOf(folders.Tool()), FindRunningTool(toolExePath)));
 }
 
 TEST(RunningTool, OnlyAFileOfItsSizeOrAnUnreadableEntryCanBeIt) {
