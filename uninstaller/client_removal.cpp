@@ -21,7 +21,7 @@ namespace {
 using Paths = std::vector<std::filesystem::path>;
 
 // Whether one of `kept` is this entry or lies below it.
-bool LeadsToKept(const std::wstring& entry, const Paths& kept) {
+bool IsOrContainsKept(const std::wstring& entry, const Paths& kept) {
     return std::any_of(kept.begin(), kept.end(), [&](const std::filesystem::path& path) {
         return IsAtOrBelowCanonicalPath(path.native(), entry);
     });
@@ -42,7 +42,7 @@ bool ListHeldFolder(const std::filesystem::path& folder, const EntryVisitor& vis
 void RemoveAllExcept(const Paths& kept, const std::filesystem::path& folder) {
     // What stays is counted afterwards.
     ListHeldFolder(folder, [&](const FolderEntry& entry) {
-        if (!LeadsToKept(entry.path, kept)) {
+        if (!IsOrContainsKept(entry.path, kept)) {
             static_cast<void>(RemoveEntryOrTree(entry.path));
         } else if (entry.IsFolder() && !entry.isLink) {
             RemoveAllExcept(kept, entry.path);
@@ -56,7 +56,7 @@ void RemoveAllExcept(const Paths& kept, const std::filesystem::path& folder) {
 void AddEntriesExcept(const Paths& kept, const std::filesystem::path& folder, Paths& left) {
     const bool isListed = ListHeldFolder(folder, [&](const FolderEntry& entry) {
         // The way to `kept` had no link when it was approved.
-        if (entry.isLink || !LeadsToKept(entry.path, kept)) {
+        if (entry.isLink || !IsOrContainsKept(entry.path, kept)) {
             // A folder is shown before its content; the content says more.
             if (!left.empty() && IsBelowCanonicalPath(entry.path, left.back().native())) {
                 left.pop_back();
@@ -76,7 +76,7 @@ void AddEntriesExcept(const Paths& kept, const std::filesystem::path& folder, Pa
 
 // Removes a file or an empty folder by its canonical path, unless a link has taken the place of a
 // folder above it. Whether it was removed.
-bool RemoveHeldEntry(const std::filesystem::path& path) {
+bool RemoveInHeldFolder(const std::filesystem::path& path) {
     const KernelHandle held = HoldFolder(ParentFolder(path.native()));
     return held ? RemoveEntry(path) == ERROR_SUCCESS : KindOf(path) == EntryKind::Missing;
 }
@@ -87,7 +87,8 @@ Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
     for (const std::filesystem::path& path : kept) {
         std::wstring parent = ParentFolder(path.native());
         for (; IsBelowCanonicalPath(parent, folder.native()); parent = ParentFolder(parent)) {
-            static_cast<void>(RemoveHeldEntry(parent));  // If this fails, removing `folder` fails.
+            static_cast<void>(
+                RemoveInHeldFolder(parent));  // If this fails, removing `folder` fails.
         }
     }
     // By its name alone: at worst this removes another empty folder or a link.
@@ -110,7 +111,7 @@ Paths RemoveClientFolder(const ApprovedClient& client) {
         return left;
     }
     for (const std::filesystem::path& path : kept) {
-        if (!RemoveHeldEntry(path)) {
+        if (!RemoveInHeldFolder(path)) {
             return {path};
         }
     }

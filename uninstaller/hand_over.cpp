@@ -16,12 +16,12 @@ namespace {
 
 constexpr wchar_t kHandOverSwitch[] = L"/remove";
 constexpr size_t kArgumentCount = 4;
-constexpr DWORD kLongestWaitMs = 30'000;
+constexpr DWORD kMaxWaitMs = 30'000;
 constexpr int kHoldAttempts = 20;
 constexpr DWORD kHoldIntervalMs = 100;
 
 // More than any uninstaller has; one that is larger is not started.
-constexpr LONGLONG kMostBytes = 0x10000000;
+constexpr LONGLONG kMaxProgramBytes = 0x10000000;
 
 // A name that no other process uses at the same time.
 std::wstring CopyName() {
@@ -34,7 +34,7 @@ using Bytes = std::vector<std::byte>;
 // The whole file; none when it cannot be read.
 std::optional<Bytes> ReadAll(HANDLE file) {
     LARGE_INTEGER size{};
-    if (!::GetFileSizeEx(file, &size) || size.QuadPart > kMostBytes) {
+    if (!::GetFileSizeEx(file, &size) || size.QuadPart > kMaxProgramBytes) {
         return std::nullopt;
     }
     Bytes bytes(static_cast<size_t>(size.QuadPart));
@@ -75,7 +75,7 @@ bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
 // Opened like this, the file is deleted as soon as the last handle is closed; the copy inherits the
 // handle and holds it until it ends. Until then the file can be read and started by others, but not
 // written, renamed or removed. Should a link have taken its place, the link itself is opened.
-KernelHandle HoldUntilClosed(const std::filesystem::path& file) {
+KernelHandle OpenDeleteOnClose(const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     for (int attempt = 1;; ++attempt) {
         auto held = AdoptHandle<KernelHandle>(::CreateFileW(
@@ -94,7 +94,7 @@ KernelHandle MakeHeldCopy(const std::filesystem::path& program, const std::files
     if (!bytes || !WriteNewFile(copy, *bytes)) {
         return nullptr;
     }
-    KernelHandle held = HoldUntilClosed(copy);
+    KernelHandle held = OpenDeleteOnClose(copy);
     if (!held) {
         ::DeleteFileW(SystemPath(copy).Text());
         return nullptr;
@@ -196,5 +196,5 @@ bool StartCopy(const std::filesystem::path& uninstaller) {
 void AwaitOriginal(HANDLE original) {
     const KernelHandle process(original);
     // A handle that is none fails at once, which is as good as a process that has ended.
-    ::WaitForSingleObject(process.get(), kLongestWaitMs);
+    ::WaitForSingleObject(process.get(), kMaxWaitMs);
 }

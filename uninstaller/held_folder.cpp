@@ -8,12 +8,12 @@
 namespace {
 
 // The longest path of the system, in characters with the terminator.
-constexpr DWORD kLongestPath = 32'768;
+constexpr DWORD kMaxPathLength = 32'768;
 
 std::optional<std::filesystem::path> PathOf(HANDLE folder) {
-    std::wstring path(kLongestPath, L'\0');
+    std::wstring path(kMaxPathLength, L'\0');
     path.resize(
-        ::GetFinalPathNameByHandleW(folder, path.data(), kLongestPath, FILE_NAME_NORMALIZED));
+        ::GetFinalPathNameByHandleW(folder, path.data(), kMaxPathLength, FILE_NAME_NORMALIZED));
     return WeaklyCanonical(path);
 }
 

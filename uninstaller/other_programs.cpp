@@ -22,7 +22,7 @@ const std::array kListParts{
     ListPart{HKEY_LOCAL_MACHINE, KEY_WOW64_64KEY}, ListPart{HKEY_LOCAL_MACHINE, KEY_WOW64_32KEY}};
 
 // As the registry limits the name of a key, with the terminator.
-constexpr size_t kLongestKeyName = 256;
+constexpr size_t kMaxKeyNameLength = 256;
 
 // Some installers write the location in double quotes.
 std::wstring WithoutQuotes(std::wstring text) {
@@ -68,7 +68,7 @@ bool CallsUninstallerIn(HKEY list, const std::wstring& key, const std::filesyste
 std::optional<OtherProgram> FindIn(HKEY list, const std::wstring& ownName,
                                    const std::filesystem::path& folder) {
     for (DWORD index = 0;; ++index) {
-        std::array<wchar_t, kLongestKeyName> name{};
+        std::array<wchar_t, kMaxKeyNameLength> name{};
         auto length = static_cast<DWORD>(name.size());
         if (::RegEnumKeyExW(list, index, name.data(), &length, nullptr, nullptr, nullptr,
                             nullptr) != ERROR_SUCCESS) {

@@ -76,15 +76,15 @@ std::wstring ComparableForm(const KNOWNFOLDERID& id) {
 }
 
 // Whether the canonical `folder` is such a folder, has one below it, or belongs to the system.
-bool HoldsSharedFolder(const std::wstring& folder) {
+bool OverlapsSharedFolder(const std::wstring& folder) {
     const std::wstring own = UpperCase(folder);
-    const auto isHere = [&](const std::wstring& shared) {
+    const auto contains = [&](const std::wstring& shared) {
         return IsAtOrBelowCanonicalPath(shared, own);
     };
     return IsBelowCanonicalPath(own, ComparableForm(FOLDERID_Windows)) ||
-           isHere(ComparableForm(TemporaryFolder())) ||
+           contains(ComparableForm(TemporaryFolder())) ||
            std::any_of(kSharedFolders.begin(), kSharedFolders.end(),
-                       [&](const KNOWNFOLDERID* id) { return isHere(ComparableForm(*id)); });
+                       [&](const KNOWNFOLDERID* id) { return contains(ComparableForm(*id)); });
 }
 
 // A repair tool that the player has given another name is not looked for. While it runs, its file
@@ -106,7 +106,7 @@ Verdict JudgeContent(const std::filesystem::path& folder) {
         !IsRegularFile(*uninstaller) || !IsSafeReinstallFolder()) {
         return {.refusal = Refusal::UnsafeFolder};
     }
-    if (HoldsSharedFolder(folder.native())) {
+    if (OverlapsSharedFolder(folder.native())) {
         return {.refusal = Refusal::SharedFolder};
     }
     const std::optional<OtherProgram> other = FindOtherProgramIn(folder, toolConfig);

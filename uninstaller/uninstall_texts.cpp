@@ -8,7 +8,7 @@
 namespace {
 
 // A message box with more lines would not fit on a small screen.
-constexpr size_t kMostPathsShown = 10;
+constexpr size_t kMaxPathsShown = 10;
 
 std::wstring FileCountText(uint64_t files) {
     return files == 1 ? L"1 file" : std::to_wstring(files) + L" files";
@@ -46,11 +46,11 @@ std::wstring ReasonText(const Verdict& verdict, const std::wstring& name) {
 
 std::wstring ListText(const std::vector<std::filesystem::path>& paths) {
     std::wstring text;
-    for (size_t i = 0; i < std::min(paths.size(), kMostPathsShown); ++i) {
+    for (size_t i = 0; i < std::min(paths.size(), kMaxPathsShown); ++i) {
         text += L"\n" + paths[i].native();
     }
-    if (paths.size() > kMostPathsShown) {
-        text += L"\nand " + std::to_wstring(paths.size() - kMostPathsShown) + L" more";
+    if (paths.size() > kMaxPathsShown) {
+        text += L"\nand " + std::to_wstring(paths.size() - kMaxPathsShown) + L" more";
     }
     return text;
 }

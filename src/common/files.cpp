@@ -61,7 +61,7 @@ bool Exists(const std::filesystem::path& path) {
 EntryFacts FactsOf(const std::filesystem::path& path) {
     EntryFacts facts;
     const DWORD error = ReadFacts(path, facts);
-    if (error != ERROR_SUCCESS && !MeansNotThere(error)) {
+    if (error != ERROR_SUCCESS && !IsNotFoundError(error)) {
         facts.kind = EntryKind::Unreadable;
     }
     return facts;

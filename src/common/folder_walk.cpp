@@ -50,12 +50,12 @@ ListingResult ListInto(std::wstring& path, std::wstring& relativePath, bool isBe
         AppendName(relativePath, found.cFileName);
         const DWORD attributes = found.dwFileAttributes;
         const bool isReparsePoint = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-        const bool goOn =
+        const bool shouldContinue =
             visit({path, relativePath, attributes, IsLink(attributes, found.dwReserved0),
                    isBehindReparsePoint || isReparsePoint});
         path.resize(pathLength);
         relativePath.resize(relativeLength);
-        if (!goOn) {
+        if (!shouldContinue) {
             result.stoppedByVisitor = true;
             return result;
         }

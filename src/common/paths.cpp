@@ -49,7 +49,7 @@ std::wstring WithoutVerbatimPrefix(std::wstring path) {
     return path;
 }
 
-enum class Resolution { Resolved, NotThere, Failed };
+enum class Resolution { Resolved, NotFound, Failed };
 
 // What to do on a volume that has no DOS name.
 enum class Naming { DosOnly, DosOrNt };
@@ -83,7 +83,7 @@ Resolution ResolveFinalPath(const std::wstring& path, Naming naming, std::wstrin
                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                       OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (!opened) {
-        return MeansNotThere(::GetLastError()) ? Resolution::NotThere : Resolution::Failed;
+        return IsNotFoundError(::GetLastError()) ? Resolution::NotFound : Resolution::Failed;
     }
     DWORD error = ReadFinalPath(opened.get(), VOLUME_NAME_DOS, finalPath);
     if (error == ERROR_SUCCESS) {

@@ -16,13 +16,14 @@ constexpr auto kFileDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(2
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 // A link itself, not what it leads to.
-KernelHandle OpenItself(const std::filesystem::path& path, DWORD access, DWORD shareMode) {
+KernelHandle OpenWithoutFollowing(const std::filesystem::path& path, DWORD access,
+                                  DWORD shareMode) {
     return AdoptHandle<KernelHandle>(
         ::CreateFileW(SystemPath(path).Text(), access, shareMode, nullptr, OPEN_EXISTING,
                       FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
 
-bool MeansNotOffered(DWORD error) {
+bool IsUnsupportedError(DWORD error) {
     return error == ERROR_INVALID_PARAMETER || error == ERROR_INVALID_FUNCTION ||
            error == ERROR_NOT_SUPPORTED || error == ERROR_CALL_NOT_IMPLEMENTED;
 }
@@ -30,8 +31,8 @@ bool MeansNotOffered(DWORD error) {
 // POSIX delete (Windows 10 1809 and later, with these flags): the name disappears at once, even
 // while other handles are open, and the read-only attribute, which other hard links share, is left
 // alone.
-DWORD RemoveAtOnce(const std::filesystem::path& path) {
-    const KernelHandle entry = OpenItself(path, DELETE, kShareAll);
+DWORD RemoveWithPosixSemantics(const std::filesystem::path& path) {
+    const KernelHandle entry = OpenWithoutFollowing(path, DELETE, kShareAll);
     if (!entry) {
         return ::GetLastError();
     }
@@ -68,7 +69,7 @@ DWORD RemoveByName(const std::filesystem::path& path) {
 }
 
 // A folder, and no link to one. `entry` is an open handle to what is at `path`.
-bool IsFolderItself(const std::filesystem::path& path, HANDLE entry) {
+bool IsRealFolder(const std::filesystem::path& path, HANDLE entry) {
     const DWORD attributes = ::GetFileAttributesW(SystemPath(path).Text());
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
         return false;
@@ -85,22 +86,23 @@ bool IsFolderItself(const std::filesystem::path& path, HANDLE entry) {
 // renamed or deleted, so no link can take its place; hence the look at what it is comes second.
 // Null for a file, a link, and a folder that cannot be listed.
 KernelHandle HoldFolder(const std::filesystem::path& path) {
-    KernelHandle folder = OpenItself(path, FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    KernelHandle folder =
+        OpenWithoutFollowing(path, FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE);
     if (!folder && ::GetLastError() == ERROR_SHARING_VIOLATION) {
         // Another program has it open for deletion: checked, though not held in its place.
-        folder = OpenItself(path, FILE_LIST_DIRECTORY, kShareAll);
+        folder = OpenWithoutFollowing(path, FILE_LIST_DIRECTORY, kShareAll);
     }
-    return folder && IsFolderItself(path, folder.get()) ? std::move(folder) : nullptr;
+    return folder && IsRealFolder(path, folder.get()) ? std::move(folder) : nullptr;
 }
 
 }  // namespace
 
 DWORD RemoveEntry(const std::filesystem::path& path) {
-    DWORD error = RemoveAtOnce(path);
-    if (MeansNotOffered(error)) {
+    DWORD error = RemoveWithPosixSemantics(path);
+    if (IsUnsupportedError(error)) {
         error = RemoveByName(path);
     }
-    return MeansNotThere(error) ? ERROR_SUCCESS : error;
+    return IsNotFoundError(error) ? ERROR_SUCCESS : error;
 }
 
 DWORD RemoveTree(const std::filesystem::path& path) {

@@ -8,7 +8,7 @@
 namespace {
 
 constexpr std::wstring_view kWhitespace = L" \t\r\n";
-constexpr std::wstring_view kCharactersNoFileNameHolds = L"\\/:*?\"<>|";
+constexpr std::wstring_view kInvalidFileNameCharacters = L"\\/:*?\"<>|";
 
 }  // namespace
 
@@ -29,7 +29,7 @@ std::wstring SanitizeFileName(std::wstring_view value, std::wstring_view fallbac
 std::wstring ReplaceFileNameCharacters(std::wstring_view text) {
     std::wstring name(text);
     for (wchar_t& character : name) {
-        if (kCharactersNoFileNameHolds.find(character) != std::wstring_view::npos) {
+        if (kInvalidFileNameCharacters.find(character) != std::wstring_view::npos) {
             character = L'_';
         }
     }

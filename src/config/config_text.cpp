@@ -99,10 +99,10 @@ ToolConfig ParseConfigText(std::string_view utf8) {
 }
 
 size_t FindConfigSplitPoint(std::string_view line) {
-    bool isProtected = false;
+    bool isEscaped = false;
     for (size_t i = 0; i < line.size(); ++i) {
-        if (isProtected || line[i] == '\\') {
-            isProtected = !isProtected;
+        if (isEscaped || line[i] == '\\') {
+            isEscaped = !isEscaped;
         } else if (line[i] == '=') {
             return i;
         }

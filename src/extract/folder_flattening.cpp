@@ -74,7 +74,7 @@ DWORD CopyEntryOver(const std::filesystem::path& entry, const std::filesystem::p
     }
     if (::GetFileAttributesW(SystemPath(entry).Text()) == INVALID_FILE_ATTRIBUTES) {
         const DWORD error = ::GetLastError();
-        if (!MeansNotThere(error)) {  // A folder that is gone shows up in the copying.
+        if (!IsNotFoundError(error)) {  // A folder that is gone shows up in the copying.
             return error;
         }
     }
@@ -86,7 +86,7 @@ DWORD CopyEntryOver(const std::filesystem::path& entry, const std::filesystem::p
 bool FlattenSingleTopFolder(const std::filesystem::path& stagingFolder) {
     std::vector<Entry> entries;
     DWORD error = ListEntries(stagingFolder, entries);
-    if (MeansNotThere(error)) {
+    if (IsNotFoundError(error)) {
         return true;  // The stage that reads the package reports it.
     }
     if (error != ERROR_SUCCESS) {

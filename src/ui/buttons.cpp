@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kLongestText = 160;
+constexpr int kMaxTextLength = 160;
 
 HWND ButtonWindow(HWND window, ButtonId id) {
     return ::GetDlgItem(window, static_cast<int>(id));
@@ -52,7 +52,7 @@ bool IsSelectedServer(ButtonId id) {
 }
 
 std::wstring ButtonText(HWND button) {
-    std::array<wchar_t, kLongestText + 1> text{};
+    std::array<wchar_t, kMaxTextLength + 1> text{};
     ::GetWindowTextW(button, text.data(), static_cast<int>(text.size()));
     return text.data();
 }

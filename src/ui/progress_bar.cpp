@@ -4,7 +4,7 @@
 
 namespace {
 
-double Share(uint64_t part, uint64_t whole) {
+double Percentage(uint64_t part, uint64_t whole) {
     if (whole == 0) {
         return 0.0;
     }
@@ -16,9 +16,9 @@ double Share(uint64_t part, uint64_t whole) {
 double ProgressPercent(const JobState& state) {
     switch (state.stage) {
         case JobStage::Downloading:
-            return Share(state.bytesReceived, state.bytesTotal);
+            return Percentage(state.bytesReceived, state.bytesTotal);
         case JobStage::Finishing:
-            return Share(state.filesDone, state.filesTotal);
+            return Percentage(state.filesDone, state.filesTotal);
         case JobStage::VerifyingPackage:
         case JobStage::Extracting:
         case JobStage::Done:

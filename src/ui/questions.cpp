@@ -25,6 +25,6 @@ bool OfferShortcut(HWND owner) {
                          kShortcutCaption, MB_YESNO | MB_ICONQUESTION) == IDYES;
 }
 
-void TellShortcutFailure(HWND owner, const std::wstring& message) {
+void ShowShortcutFailure(HWND owner, const std::wstring& message) {
     ::MessageBoxW(owner, message.c_str(), kShortcutCaption, MB_OK | MB_ICONWARNING);
 }

@@ -16,4 +16,4 @@ bool ConfirmClose(HWND owner);
 // True only for Yes, which the return key gives.
 bool OfferShortcut(HWND owner);
 
-void TellShortcutFailure(HWND owner, const std::wstring& message);
+void ShowShortcutFailure(HWND owner, const std::wstring& message);

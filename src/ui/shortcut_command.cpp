@@ -10,7 +10,7 @@
 bool CreateShortcut(HWND window) {
     std::wstring message;
     if (!CreateDesktopShortcut(message)) {
-        TellShortcutFailure(window, message);
+        ShowShortcutFailure(window, message);
         return false;
     }
     UpdateJobState([&message](JobState& state) { state.detailLine = message; });
