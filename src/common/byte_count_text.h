@@ -2,9 +2,9 @@
 
 #include <string>
 
-// A byte count as "512 B", "1.0 KB", "3.4 MB" and so on up to TB: divided by 1024 while it is at
-// least 1024, at most four times; no decimals without a division, one with.
+// A byte count such as "512 B", "1.0 KB" or "3.4 MB", up to TB, in units of 1024. One decimal,
+// except for plain bytes.
 std::wstring FormatByteCount(double bytes);
 
-// A download speed as the window shows it, "3.4 MB/s"; "0 MB/s" when nothing comes in.
+// A download speed such as "3.4 MB/s"; "0 MB/s" unless it is positive.
 std::wstring FormatSpeed(double bytesPerSecond);

@@ -2,7 +2,7 @@
 
 #include "common/windows_api.h"
 
-// COM on this thread, single-threaded as the shell's objects want it, as long as the object lives.
+// Initializes COM on this thread for its own lifetime, single-threaded as the shell's objects need.
 class ComApartment {
 public:
     ComApartment() : initialized_(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {}

@@ -1,11 +1,11 @@
-// Imports that are resolved at their first call: what /DELAYLOAD is to the Microsoft linker. The
-// libraries that dlltool makes for this purpose lose floating-point arguments of the first call.
+// Imports that are resolved on first call, like /DELAYLOAD of the Microsoft linker. dlltool's delay
+// import libraries are not used: they lose floating-point arguments of the first call.
 //
-// A function that is missing below shows as an undefined reference when the program is linked.
+// A function that is missing here causes an undefined reference when linking.
 
-// Defines the function and the pointer behind it under the names that an import library gives them,
-// and adds an entry to the table that delayed_imports.h describes. The pointer is the entry's first
-// field. It starts out leading to code that resolves this entry.
+// Defines the function and its pointer under the names that an import library uses, and adds an
+// entry to the table in delayed_imports.h. The pointer is the entry's first field; initially it
+// points to code that resolves the entry.
     .macro import function
         .text
         .balign 16

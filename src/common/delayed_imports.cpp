@@ -25,10 +25,10 @@ void* FindImport(const DelayedImport& import) {
     return function;
 }
 
-// Called by delayed_imports.S with the entry whose function was called for the first time.
+// Called by delayed_imports.S on the first call of the entry's function.
 extern "C" void* ResolveDelayedImport(DelayedImport* import) {
     void* const function = FindImport(*import);
-    // Another thread may do the same at the same time, with the same value.
+    // Another thread may store the same value at the same time.
     ::InterlockedExchangePointer(&import->function, function);
     return function;
 }

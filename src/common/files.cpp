@@ -29,7 +29,7 @@ EntryFacts FactsFrom(const Information& information) {
                  information.ftLastWriteTime.dwLowDateTime)};
 }
 
-// Attributes by name are quick but describe a link itself; behind one, the opened target answers.
+// Attributes by name are fast but describe a link itself; for a link, the target is opened.
 DWORD ReadFacts(const std::filesystem::path& path, EntryFacts& facts) {
     WIN32_FILE_ATTRIBUTE_DATA byName{};
     if (!::GetFileAttributesExW(SystemPath(path).Text(), GetFileExInfoStandard, &byName)) {
@@ -131,8 +131,8 @@ bool EnsureDirectory(const std::filesystem::path& path) {
     if (Exists(path)) {
         return true;
     }
-    // Upwards to the first folder whose parent exists, then down again. Errors are ignored; only
-    // the end state matters.
+    // Up to the first folder whose parent exists, then down again. Errors are ignored; only the end
+    // state matters.
     std::vector<std::wstring> missing{path.native()};
     while (CreateSingleFolder(missing.back()) == ERROR_PATH_NOT_FOUND) {
         std::wstring parent = ParentFolder(missing.back());

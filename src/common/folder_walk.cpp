@@ -9,7 +9,8 @@ bool IsDotEntry(const wchar_t* name) {
     return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
 }
 
-// As paths are joined: "C:" and a name make "C:name", the current folder of that drive.
+// Joins like std::filesystem::path: "C:" and a name become "C:name", which is relative to the
+// drive's current folder.
 void AppendName(std::wstring& path, const wchar_t* name) {
     const bool isBareDrive = path.size() == 2 && path[1] == L':';
     if (!path.empty() && !isBareDrive && path.back() != L'\\' && path.back() != L'/') {
@@ -18,8 +19,8 @@ void AppendName(std::wstring& path, const wchar_t* name) {
     path += name;
 }
 
-// Lists the folder at `path`; both texts are working buffers that are as before afterwards, so a
-// deep walk allocates no path of its own for each entry.
+// Lists the folder at `path`. Both strings are working buffers, unchanged on return, so that a walk
+// does not allocate a path for each entry.
 ListingResult ListInto(std::wstring& path, std::wstring& relativePath, bool isBehindReparsePoint,
                        const EntryVisitor& visit) {
     ListingResult result;
@@ -38,7 +39,7 @@ ListingResult ListInto(std::wstring& path, std::wstring& relativePath, bool isBe
     const DWORD openError = listing ? ERROR_SUCCESS : ::GetLastError();
     path.resize(pathLength);
     if (!listing) {
-        // A volume's empty root has not even the dot entries.
+        // The empty root of a volume does not even have the dot entries.
         result.openError = openError == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : openError;
         return result;
     }
@@ -71,7 +72,7 @@ ListingResult WalkInto(std::wstring& path, std::wstring& relativePath, bool isBe
         if (!visit(entry)) {
             return false;
         }
-        // The entry's texts are the very buffers that the inner listing works in.
+        // The entry's strings are the buffers that the inner listing works in.
         return !entry.IsFolder() || entry.isLink ||
                !WalkInto(path, relativePath, entry.isBehindReparsePoint, visit).stoppedByVisitor;
     });

@@ -8,13 +8,13 @@
 
 // Listing folders through FindFirstFileExW. Any thread.
 
-// One entry of a listing; valid during the visit only.
+// One entry of a listing; valid only during the visit.
 struct FolderEntry {
     const std::wstring& path;          // The listed folder joined with the entry's name.
-    const std::wstring& relativePath;  // Below the folder where the walk began, with backslashes.
+    const std::wstring& relativePath;  // Relative to the walk's root, with backslashes.
     DWORD attributes;                  // Of the entry itself, not of a link's target.
-    bool isLink;                       // Leads elsewhere: never entered by a walk or a removal.
-    bool isBehindReparsePoint;         // The entry or a folder above it is one; the root aside.
+    bool isLink;                       // Never entered by a walk or a removal.
+    bool isBehindReparsePoint;  // It or a folder above it (below the root) is a reparse point.
 
     [[nodiscard]] bool IsFolder() const {
         return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -24,33 +24,33 @@ struct FolderEntry {
     }
 };
 
-// Called for each entry except "." and ".."; false ends the listing.
+// Called for each entry except "." and ".."; false stops the listing.
 using EntryVisitor = std::function<bool(const FolderEntry& entry)>;
 
 // How a listing went, as Win32 error codes.
 struct ListingResult {
     DWORD openError = ERROR_SUCCESS;     // The folder could not be listed at all.
-    DWORD advanceError = ERROR_SUCCESS;  // It broke off after some entries.
+    DWORD advanceError = ERROR_SUCCESS;  // The listing failed after some entries.
     bool stoppedByVisitor = false;
 
-    // The one that occurred; ERROR_SUCCESS when every entry was shown or the visitor stopped.
+    // The error that occurred; ERROR_SUCCESS when all entries were visited or the visitor stopped.
     [[nodiscard]] DWORD Error() const {
         return openError != ERROR_SUCCESS ? openError : advanceError;
     }
 };
 
-// The entries of one folder, not of those below it, in the file system's order. An empty path lists
-// nothing, not the current folder. The visitor may remove the entry that it is shown. The listing
-// is closed when this returns.
+// Lists one folder, not its subfolders, in the file system's order. An empty path lists nothing,
+// not the current folder. The visitor may remove the entry it is called with. The listing is closed
+// when this returns.
 [[nodiscard]] ListingResult ListFolder(const std::filesystem::path& folder,
                                        const EntryVisitor& visit);
 
-// Everything below `root`, a folder before its content. What cannot be listed is skipped and the
-// walk goes on; links are shown but never entered. The result tells how the listing of `root`
-// itself went and whether the visitor ended the walk, at whatever depth.
+// Visits everything below `root`, each folder before its content. Subfolders that cannot be listed
+// are skipped; links are visited but never entered. The result is that of listing `root` itself,
+// and says whether the visitor stopped the walk at any depth.
 [[nodiscard]] ListingResult WalkTree(const std::filesystem::path& root, const EntryVisitor& visit);
 
-// Whether the entry with these attributes and this reparse tag leads elsewhere. A cloud or
-// deduplicated file is a reparse point too, but no link. An unknown tag (0) counts as a link, for
-// a removal must never leave its tree.
+// Whether an entry with these attributes and this reparse tag is a link (symbolic link, junction or
+// mount point). Cloud and deduplicated files are reparse points but not links. An unknown tag (0)
+// counts as a link, because a removal must never leave its tree.
 [[nodiscard]] bool IsLink(DWORD attributes, DWORD reparseTag);

@@ -5,8 +5,8 @@
 
 #include "common/windows_api.h"
 
-// Owning handles: a null pointer means "none", conversion to the raw handle is always written out
-// with .get(). Wrap on the line that obtains the handle.
+// Owning handles. Null means "no handle". Wrap a handle on the line that obtains it; pass it on
+// with .get().
 
 struct CloseKernelHandle {
     void operator()(HANDLE handle) const noexcept {
@@ -42,7 +42,7 @@ struct DestroyIconHandle {
         ::DestroyIcon(icon);
     }
 };
-// Not for shared icons, such as those of LoadIconW.
+// Not for shared icons such as those from LoadIconW.
 using OwnedIcon = std::unique_ptr<std::remove_pointer_t<HICON>, DestroyIconHandle>;
 
 struct ReleaseComObject {
@@ -68,8 +68,8 @@ struct FreeLocalMemory {
 // What CommandLineToArgvW returns.
 using ArgumentList = std::unique_ptr<wchar_t*, FreeLocalMemory>;
 
-// Calls such as CreateFileW and FindFirstFileExW fail with INVALID_HANDLE_VALUE; adopted here it
-// becomes null, so that `if (!file)` is always the right test.
+// For calls such as CreateFileW and FindFirstFileExW, which return INVALID_HANDLE_VALUE on failure:
+// turns that into null, so that `if (!file)` is always the right test.
 template <typename Owner>
 [[nodiscard]] Owner AdoptHandle(HANDLE handle) noexcept {
     return Owner(handle == INVALID_HANDLE_VALUE ? nullptr : handle);

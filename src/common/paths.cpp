@@ -14,7 +14,7 @@ constexpr std::wstring_view kVerbatimUncPrefix = L"\\\\?\\UNC\\";
 constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";
 constexpr std::wstring_view kNtNamePrefix = L"\\\\?\\GLOBALROOT";
 
-// The shortest limit is 248 characters, for a folder that is created; a listing adds two.
+// The lowest limit is 248 characters, for creating a folder; a listing appends two.
 constexpr size_t kLongPathLength = 240;
 
 bool IsSeparator(wchar_t character) {
@@ -51,7 +51,7 @@ std::wstring WithoutVerbatimPrefix(std::wstring path) {
 
 enum class Resolution { Resolved, NotFound, Failed };
 
-// What to do on a volume that has no DOS name.
+// Which names are acceptable for a volume.
 enum class Naming { DosOnly, DosOrNt };
 
 // `volumeName`: VOLUME_NAME_DOS or VOLUME_NAME_NT. A Win32 error code.
@@ -71,12 +71,12 @@ DWORD ReadFinalPath(HANDLE entry, DWORD volumeName, std::wstring& finalPath) {
 }
 
 bool IsNoDosNameError(DWORD error) {
-    return error == ERROR_PATH_NOT_FOUND ||  // A volume that is mounted nowhere.
-           error == ERROR_INVALID_FUNCTION;  // A drive that the mount manager does not know.
+    return error == ERROR_PATH_NOT_FOUND ||  // A volume without a mount point.
+           error == ERROR_INVALID_FUNCTION;  // A drive unknown to the mount manager.
 }
 
-// The final path of the entry at `path`. Only the opening can tell that nothing is there: an
-// existing entry whose final path cannot be named must not be taken for a missing one.
+// The final path of the entry at `path`. Only the open call decides whether the entry is missing:
+// an existing entry without a final path must not be mistaken for one.
 Resolution ResolveFinalPath(const std::wstring& path, Naming naming, std::wstring& finalPath) {
     const auto opened = AdoptHandle<KernelHandle>(
         ::CreateFileW(SystemPath(path).Text(), FILE_READ_ATTRIBUTES,
@@ -97,7 +97,7 @@ Resolution ResolveFinalPath(const std::wstring& path, Naming naming, std::wstrin
     return error == ERROR_SUCCESS ? Resolution::Resolved : Resolution::Failed;
 }
 
-// Plain text, for a path that does not exist may hold names that look like a drive ("x:y").
+// Joins as text: a path that does not exist may contain names that look like a drive ("x:y").
 std::wstring Append(std::wstring folder, std::wstring_view name) {
     if (!name.empty()) {
         if (!IsSeparator(folder.back())) {
@@ -146,15 +146,15 @@ std::wstring WithVerbatimPrefix(std::wstring fullPath) {
     return std::wstring(kVerbatimPrefix) + fullPath;
 }
 
-// Absolute, that is independent of a current folder.
+// Whether the path is independent of the current folder and drive.
 bool IsAbsolute(std::wstring_view path) {
     return (StartsWithDrive(path) && path.size() > 2 && IsSeparator(path[2])) ||
            (path.size() > 1 && IsSeparator(path[0]) && IsSeparator(path[1]));
 }
 
-// Empty for a path that the system takes as it is.
+// Empty for a path that the system accepts unchanged.
 std::wstring ExtendedForm(const std::wstring& path) {
-    // In the extended form already; a relative path counts with its current folder.
+    // The length of a relative path includes the current folder.
     if (path.starts_with(kVerbatimPrefix) || (path.size() < kLongPathLength && IsAbsolute(path))) {
         return {};
     }
@@ -239,7 +239,7 @@ std::wstring FullPath(const std::wstring& path) {
     }
     std::wstring full;
     DWORD needed = ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
-    // The current folder can change between two calls, hence the loop.
+    // The current folder can change between the calls, hence the loop.
     while (needed > full.size()) {
         full.resize(needed);
         needed = ::GetFullPathNameW(path.c_str(), needed, full.data(), nullptr);
@@ -257,7 +257,7 @@ std::optional<std::filesystem::path> ComparableCanonical(const std::filesystem::
 }
 
 bool IsVolumeRoot(const std::filesystem::path& canonicalPath) {
-    // The root is the path's own beginning, with a separator, and as the path has it.
+    // The result is a prefix of the given path, with a trailing separator.
     std::wstring root(canonicalPath.native().size() + kVerbatimUncPrefix.size() + 2, L'\0');
     if (!::GetVolumePathNameW(SystemPath(canonicalPath).Text(), root.data(),
                               static_cast<DWORD>(root.size()))) {

@@ -9,13 +9,13 @@
 
 namespace {
 
-// FileDispositionInfoEx of minwinbase.h. MinGW-w64 hides the name behind a version number that no
+// FileDispositionInfoEx of minwinbase.h, which MinGW-w64 hides behind a version number that no
 // Windows has.
 constexpr auto kFileDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-// A link itself, not what it leads to.
+// Opens a link itself, not its target.
 KernelHandle OpenWithoutFollowing(const std::filesystem::path& path, DWORD access,
                                   DWORD shareMode) {
     return AdoptHandle<KernelHandle>(
@@ -28,9 +28,8 @@ bool IsUnsupportedError(DWORD error) {
            error == ERROR_NOT_SUPPORTED || error == ERROR_CALL_NOT_IMPLEMENTED;
 }
 
-// POSIX delete (Windows 10 1809 and later, with these flags): the name disappears at once, even
-// while other handles are open, and the read-only attribute, which other hard links share, is left
-// alone.
+// POSIX delete (with these flags since Windows 10 1809): the name disappears at once, even while
+// other handles are open. The read-only attribute, shared by all hard links, need not be cleared.
 DWORD RemoveWithPosixSemantics(const std::filesystem::path& path) {
     const KernelHandle entry = OpenWithoutFollowing(path, DELETE, kShareAll);
     if (!entry) {
@@ -45,7 +44,7 @@ DWORD RemoveWithPosixSemantics(const std::filesystem::path& path) {
                : ::GetLastError();
 }
 
-// For older systems and for file systems without POSIX delete.
+// Fallback for older systems and for file systems without POSIX delete.
 DWORD RemoveByName(const std::filesystem::path& path) {
     const SystemPath systemPath(path);
     const DWORD attributes = ::GetFileAttributesW(systemPath.Text());
@@ -68,7 +67,7 @@ DWORD RemoveByName(const std::filesystem::path& path) {
     return error;
 }
 
-// A folder, and no link to one. `entry` is an open handle to what is at `path`.
+// Whether `path` is a folder and not a link to one. `entry` is an open handle of it.
 bool IsRealFolder(const std::filesystem::path& path, HANDLE entry) {
     const DWORD attributes = ::GetFileAttributesW(SystemPath(path).Text());
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
@@ -82,14 +81,14 @@ bool IsRealFolder(const std::filesystem::path& path, HANDLE entry) {
            !IsLink(attributes, tag.ReparseTag);
 }
 
-// Opens a folder whose content may be removed. As long as the handle is open, the folder cannot be
-// renamed or deleted, so no link can take its place; hence the look at what it is comes second.
-// Null for a file, a link, and a folder that cannot be listed.
+// Opens a folder whose content may be removed. While the handle is open, the folder cannot be
+// renamed, deleted or replaced by a link, so its type is checked after opening. Null for a file, a
+// link, and a folder that cannot be listed.
 KernelHandle HoldFolder(const std::filesystem::path& path) {
     KernelHandle folder =
         OpenWithoutFollowing(path, FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE);
     if (!folder && ::GetLastError() == ERROR_SHARING_VIOLATION) {
-        // Another program has it open for deletion: checked, though not held in its place.
+        // Another program has it open for deletion: checked, but not held.
         folder = OpenWithoutFollowing(path, FILE_LIST_DIRECTORY, kShareAll);
     }
     return folder && IsRealFolder(path, folder.get()) ? std::move(folder) : nullptr;
@@ -112,9 +111,9 @@ DWORD RemoveTree(const std::filesystem::path& path) {
             firstError = error;
         }
     };
-    // Asked again although the listing told: a link may have taken the folder's place since then.
+    // Checked again although the listing gave the type: a link may have replaced the folder since.
     if (const KernelHandle held = HoldFolder(path)) {
-        // A listing that fails or breaks off makes the folder's own removal fail.
+        // If the listing fails, removing the folder itself fails too.
         static_cast<void>(ListFolder(path, [&](const FolderEntry& entry) {
             const bool hasContent = entry.IsFolder() && !entry.isLink;
             remember(hasContent ? RemoveTree(entry.path) : RemoveEntry(entry.path));

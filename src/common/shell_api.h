@@ -1,7 +1,7 @@
 #pragma once
 
-// The shell's part of the Windows headers. Apart from windows_api.h, because few files need it and
-// it takes long to compile.
+// The shell's part of the Windows headers, separate from windows_api.h because few files need it
+// and it compiles slowly.
 
 // clang-format off
 #include "common/windows_api.h"

@@ -5,8 +5,8 @@
 #ifdef __MINGW32__
 namespace {
 
-// The library behind the stack protector asks the system for a random number before the entry point
-// runs, and cryptography in Windows is DLLs that load other DLLs.
+// The stack protector's library gets a random number from the system before the entry point runs,
+// and the system's cryptography loads further DLLs.
 [[gnu::constructor(101)]] void RunBeforeOtherConstructors() {
     LoadDllsFromSystemFolderOnly();
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-// From here on, a DLL that anything in this process loads by its bare name comes from the system's
-// folder, never from the exe's own. Call it before everything else. Imports need more than this:
-// see delayed_imports.h.
+// From this call on, DLLs loaded by bare name come from the system folder, never from the exe's
+// own. Call it first. Imports need more than this: see delayed_imports.h.
 void LoadDllsFromSystemFolderOnly();

@@ -8,7 +8,7 @@
 std::filesystem::path TemporaryFolder() {
     std::array<wchar_t, MAX_PATH> folder{};
     const DWORD length = ::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
-    // For a path that does not fit, the system returns the length that it needs.
+    // If the path does not fit, the result is the required length.
     const bool isComplete = length > 0 && length < folder.size();
     return isComplete ? std::wstring(folder.data(), length) : std::wstring();
 }

@@ -45,7 +45,7 @@ std::wstring LowerCase(std::wstring_view text) {
 }
 
 std::wstring Utf8ToWide(std::string_view utf8) {
-    // The platform call counts in int; no configuration text comes near that.
+    // MultiByteToWideChar takes lengths as int; no configuration text is that long.
     if (utf8.empty() || utf8.size() > static_cast<size_t>(std::numeric_limits<int>::max())) {
         return {};
     }

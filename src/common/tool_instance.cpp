@@ -9,7 +9,7 @@ std::filesystem::path toolFolder;
 
 void LocateTool() {
     std::array<wchar_t, MAX_PATH> buffer{};
-    // A longer path is cut at the buffer's end; the last unit is then the terminator.
+    // A longer path is truncated, with a terminator.
     ::GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
     const std::wstring exePath(buffer.data());
     const size_t separator = exePath.find_last_of(L"\\/");
