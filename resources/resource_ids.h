@@ -1,7 +1,7 @@
 #pragma once
 
-// Resource identifiers, shared by the resource script and the code. The raw-data numbers are part
-// of the file format that the branding tools stamp, so they never change.
+// Resource identifiers, shared by the resource scripts and the code. The numbers of the raw data
+// must never change: branding tools rely on them.
 
 #define ID_TOOL_ICON 101
 

@@ -3,11 +3,11 @@
 #include "common/windows_api.h"
 #include "config/tool_config.h"
 
-// Reads the configuration text embedded in `module` (null: the program's own file) into `target`,
-// as a whole. False when the resource is missing or empty; `target` is then left as it is, and
-// nobody is told: the compiled-in defaults serve. Window thread, before any job exists.
+// Replaces `target` with the configuration text embedded in `module` (null: the running exe). False
+// when the resource is missing or empty; `target` is then unchanged. Window thread, before any job
+// exists.
 [[nodiscard]] bool LoadEmbeddedConfig(HMODULE module, ToolConfig& target);
 
-// The two fields that must not be empty get their stand-ins: `startupExe` "patcher.exe" and
-// `repairToolName` "KrvBrennickInstaller.exe". Applied after loading, whether it worked or not.
+// Sets the two fields that must not be empty to their fallbacks: `startupExe` to "patcher.exe" and
+// `repairToolName` to "KrvBrennickInstaller.exe". Call it after loading, even if that failed.
 void FillEmptyNames(ToolConfig& config);

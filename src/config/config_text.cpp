@@ -8,10 +8,10 @@
 
 namespace {
 
-// Key to raw value, both as they stand in the text: nothing trimmed, the value still escaped.
+// Keys and raw values exactly as in the text: not trimmed, values not unescaped.
 using RawValues = std::map<std::string, std::string, std::less<>>;
 
-// Takes the first line off `rest`, without its LF and without one CR before that.
+// Removes the first line from `rest` and returns it without its LF and one CR before that.
 std::string_view TakeLine(std::string_view& rest) {
     const size_t end = rest.find('\n');
     std::string_view line = rest.substr(0, end);
@@ -47,8 +47,8 @@ std::wstring TextFromRaw(std::string_view raw) {
     return Utf8ToWide(UnescapeConfigValue(raw));
 }
 
-// A mirror list is one value whose entries stand behind each other with line feeds, written "\n",
-// between them: the value is unescaped first and split afterwards.
+// A list is one value with line feeds, written "\n", between the entries: it is unescaped first,
+// then split.
 std::vector<std::wstring> ListFromRaw(std::string_view raw) {
     const std::wstring text = TextFromRaw(raw);
     std::vector<std::wstring> entries;
@@ -64,12 +64,12 @@ std::vector<std::wstring> ListFromRaw(std::string_view raw) {
     return entries;
 }
 
-// Judged by the raw value, neither unescaped nor trimmed.
+// Compares the raw value, neither unescaped nor trimmed.
 bool SwitchFromRaw(std::string_view raw) {
     return raw == "1" || raw == "true" || raw == "TRUE";
 }
 
-// Stores a raw value in the field that its key names, in the way that the field's type asks for.
+// Converts a raw value to the type of its field and stores it.
 struct StoreRawValue {
     ToolConfig& config;
     std::string_view raw;

@@ -5,17 +5,15 @@
 
 #include "config/tool_config.h"
 
-// The configuration that the UTF-8 text `utf8` describes, lines of the form key "=" value: the
-// defaults, with every field replaced whose key the text names. Never fails on content: a line
-// without an unprotected "=" is a comment, an unknown key is ignored, the last of several lines
-// with one key wins, and bytes that are no UTF-8 become U+FFFD. Any thread.
+// Parses lines of the form key=value in UTF-8. Fields whose keys are missing keep their defaults.
+// Any content is accepted: a line without an unescaped "=" is a comment, unknown keys are ignored,
+// the last line of a key wins, and invalid UTF-8 becomes U+FFFD. Any thread.
 ToolConfig ParseConfigText(std::string_view utf8);
 
-// The position of the "=" that ends the key of `line`, or npos. A backslash protects the byte
-// behind it, so "\=" does not split; "\\" is a pair of its own and leaves the next byte
-// unprotected.
+// The position of the first unescaped "=" of `line`, which ends the key; npos if there is none. A
+// backslash escapes the next byte, also another backslash.
 size_t FindConfigSplitPoint(std::string_view line);
 
-// A raw value with its escape pairs resolved: \\ \e (equals sign) \n \r \t. Any other pair, and a
-// backslash at the very end, stay as they are.
+// A raw value with its escape sequences replaced: \\ \e (equals sign) \n \r \t. Other sequences and
+// a trailing backslash are unchanged.
 std::string UnescapeConfigValue(std::string_view raw);
