@@ -24,15 +24,15 @@ ComPointer<IShellLinkW> MakeShellLink() {
     return ComPointer<IShellLinkW>(SUCCEEDED(result) ? static_cast<IShellLinkW*>(link) : nullptr);
 }
 
-// The side of the shell link that loads and saves it; null when it has none.
-ComPointer<IPersistFile> FileSideOf(IShellLinkW& link) {
+// The shell link's interface for loading and saving; null on failure.
+ComPointer<IPersistFile> PersistFileOf(IShellLinkW& link) {
     void* file = nullptr;
     const HRESULT result = link.QueryInterface(IID_IPersistFile, &file);
     return ComPointer<IPersistFile>(SUCCEEDED(result) ? static_cast<IPersistFile*>(file) : nullptr);
 }
 
 bool SaveShellLink(IShellLinkW& link, const std::filesystem::path& linkPath) {
-    const ComPointer<IPersistFile> file = FileSideOf(link);
+    const ComPointer<IPersistFile> file = PersistFileOf(link);
     return file && SUCCEEDED(file->Save(linkPath.c_str(), TRUE));
 }
 
@@ -64,7 +64,7 @@ bool CreateDesktopShortcut(std::wstring& message) {
         message = L"Could not create the Windows shortcut object.";
         return false;
     }
-    // A field that is refused does not keep the shortcut from being useful.
+    // A shortcut without one of these fields is still useful.
     link->SetPath(target.c_str());
     link->SetWorkingDirectory(ParentFolder(target.native()).c_str());
     link->SetDescription((toolConfig.downloaderName + L" launcher").c_str());
@@ -78,7 +78,7 @@ bool CreateDesktopShortcut(std::wstring& message) {
 
 std::optional<std::filesystem::path> ReadShortcutTarget(const std::filesystem::path& shortcut) {
     const ComPointer<IShellLinkW> link = MakeShellLink();
-    const ComPointer<IPersistFile> file = link ? FileSideOf(*link) : nullptr;
+    const ComPointer<IPersistFile> file = link ? PersistFileOf(*link) : nullptr;
     std::array<wchar_t, MAX_PATH> target{};
     if (!file || FAILED(file->Load(shortcut.c_str(), STGM_READ)) ||
         link->GetPath(target.data(), static_cast<int>(target.size()), nullptr, SLGP_RAWPATH) !=

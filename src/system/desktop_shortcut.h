@@ -6,8 +6,8 @@
 
 #include "config/tool_config.h"
 
-// The shortcut to the game's startup program on the user's Desktop. Except for the name, these need
-// a thread with COM initialized.
+// The shortcut to the game's startup program on the user's Desktop. Requires COM on the calling
+// thread, except for the name.
 
 // The shortcut's file name, made from the configured `shortcutName`. ".lnk" is appended unless it
 // is there already, in any letter case. Any thread.
@@ -17,7 +17,7 @@
 // after success and failure alike. Window thread.
 [[nodiscard]] bool CreateDesktopShortcut(std::wstring& message);
 
-// The target stored in the shortcut file, not resolved. None when the file is missing, is not a
-// shortcut or has no path as its target.
+// The target path stored in a shortcut file, not resolved. None when the file is missing, is not a
+// shortcut or does not refer to a path.
 [[nodiscard]] std::optional<std::filesystem::path> ReadShortcutTarget(
     const std::filesystem::path& shortcut);

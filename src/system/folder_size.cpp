@@ -6,11 +6,11 @@
 
 uint64_t FolderSizeBytes(const std::filesystem::path& root) {
     uint64_t total = 0;
-    // What cannot be listed counts as nothing.
+    // Folders that cannot be listed are skipped.
     static_cast<void>(WalkTree(AsFolder(root), [&](const FolderEntry& entry) {
         if (!entry.IsFolder() || entry.isLink) {
-            // Asked of the file, for the listing's figure lags behind with hard links. A folder
-            // behind a link has no size.
+            // Queried per file: directory entries can hold stale sizes for hard links. None for a
+            // folder link.
             total += FileSize(entry.path).value_or(0);
         }
         return true;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 
-// Sum of the sizes in bytes of all files below `root`. A file link counts with its target's size,
-// folder links are not entered. What cannot be read is left out: an unreadable, missing or empty
-// `root` gives 0. Any thread; blocks while it walks through the tree.
+// The total size in bytes of all files below `root`. File links count with their target's size,
+// folder links are not entered, and unreadable entries are skipped. 0 for a missing, unreadable or
+// empty `root`. Any thread; blocks for the whole walk.
 [[nodiscard]] uint64_t FolderSizeBytes(const std::filesystem::path& root);

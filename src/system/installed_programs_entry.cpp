@@ -11,7 +11,7 @@
 
 namespace {
 
-// Creates or opens the entry's key for writing values, and for nothing else; null when refused.
+// Creates or opens the entry's key with the right to set values only; null on failure.
 RegistryKey OpenEntryKey(const ToolConfig& config) {
     HKEY key = nullptr;
     const LSTATUS status =
@@ -30,7 +30,7 @@ bool WriteValue(HKEY key, const RegistryValue& value) {
         return SetValue(key, value.name, REG_DWORD, number, sizeof *number);
     }
     const auto& text = std::get<std::wstring>(value.data);
-    // The terminator belongs to the data.
+    // The data includes the terminator.
     return SetValue(key, value.name, REG_SZ, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
 }
 
@@ -62,7 +62,7 @@ bool RegisterProgramsAndFeatures(std::wstring& message) {
     bool allWritten = true;
     for (const RegistryValue& value :
          InstalledProgramValues(toolConfig, GatherFacts(uninstaller))) {
-        // An entry that lacks one value serves the user better than one that breaks off there.
+        // Continues after a failure: one missing value is better than many.
         allWritten = WriteValue(key.get(), value) && allWritten;
     }
     if (!allWritten) {

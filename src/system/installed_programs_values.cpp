@@ -17,16 +17,16 @@ constexpr std::wstring_view kLastResortName = L"Karvoth";
 constexpr std::wstring_view kLastResortPublisher = L"Brennick";
 constexpr uint64_t kBytesPerKibibyte = 1024;
 
-// The first text that is not blank, trimmed; `lastResort` when there is none.
+// The first text that is not blank, trimmed; `fallback` if all are blank.
 std::wstring FirstNotBlank(std::initializer_list<std::wstring_view> texts,
-                           std::wstring_view lastResort) {
+                           std::wstring_view fallback) {
     for (const std::wstring_view text : texts) {
         std::wstring trimmed = TrimWhitespace(text);
         if (!trimmed.empty()) {
             return trimmed;
         }
     }
-    return std::wstring(lastResort);
+    return std::wstring(fallback);
 }
 
 // Year, month and day as eight digits.
@@ -75,10 +75,10 @@ std::wstring QuoteCommandLinePath(const std::filesystem::path& path) {
 }
 
 uint32_t SizeInKibibytes(uint64_t bytes) {
-    const uint64_t started = bytes % kBytesPerKibibyte == 0 ? 0 : 1;
-    const uint64_t kibibytes = bytes / kBytesPerKibibyte + started;
-    constexpr uint64_t kMost = std::numeric_limits<uint32_t>::max();
-    return static_cast<uint32_t>(std::min(kibibytes, kMost));
+    const uint64_t rounding = bytes % kBytesPerKibibyte == 0 ? 0 : 1;
+    const uint64_t kibibytes = bytes / kBytesPerKibibyte + rounding;
+    constexpr uint64_t kMax = std::numeric_limits<uint32_t>::max();
+    return static_cast<uint32_t>(std::min(kibibytes, kMax));
 }
 
 std::vector<RegistryValue> InstalledProgramValues(const ToolConfig& config,

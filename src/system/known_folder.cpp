@@ -5,7 +5,7 @@
 std::filesystem::path KnownFolder(const KNOWNFOLDERID& id, DWORD flags) {
     wchar_t* text = nullptr;
     const HRESULT result = ::SHGetKnownFolderPath(id, flags, nullptr, &text);
-    // To be freed also when the call fails.
+    // Must be freed even if the call fails.
     const TaskMemoryText folder(text);
     return SUCCEEDED(result) && folder ? std::filesystem::path(folder.get())
                                        : std::filesystem::path();

@@ -4,7 +4,7 @@
 
 std::optional<std::wstring> RegistryText(HKEY key, const std::wstring& keyPath,
                                          const wchar_t* valueName) {
-    // Includes expandable texts, which are expanded.
+    // Includes REG_EXPAND_SZ, which is expanded.
     constexpr DWORD kTexts = RRF_RT_REG_SZ;
     DWORD bytes = 0;
     if (::RegGetValueW(key, keyPath.c_str(), valueName, kTexts, nullptr, nullptr, &bytes) !=
