@@ -9,8 +9,8 @@
 // The shortcut to the game's startup program on the user's Desktop. Requires COM on the calling
 // thread, except for the name.
 
-// The shortcut's file name, made from the configured `shortcutName`. ".lnk" is appended unless it
-// is there already, in any letter case. Any thread.
+// The shortcut's file name, made from the configured `shortcutName`. ".lnk" is appended unless the
+// name ends in it, in any letter case. Any thread.
 [[nodiscard]] std::wstring ShortcutFileName(const ToolConfig& config);
 
 // Creates the shortcut or replaces the one of the same name. `message` is the text for the user,

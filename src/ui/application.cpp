@@ -10,8 +10,8 @@
 
 namespace {
 
-// Resolved at run time because Windows 10 has it only since version 1703; before, the window is
-// scaled.
+// Resolved at run time because the function requires Windows 10 version 1703. Older versions scale
+// the window.
 void UsePhysicalPixels() {
     using SetAwareness = decltype(&::SetProcessDpiAwarenessContext);
     const auto setAwareness = reinterpret_cast<SetAwareness>(reinterpret_cast<void*>(
@@ -26,7 +26,7 @@ void InitializeControls() {
     ::InitCommonControlsEx(&controls);
 }
 
-// Runs until the window is destroyed; returns the exit code.
+// Returns the exit code once the window is destroyed.
 int RunMessageLoop() {
     MSG message{};
     while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
@@ -44,10 +44,10 @@ int RunApplication(HINSTANCE instance, int showCommand) {
     InitializeControls();
     const ComApartment com;
     const GdiplusSession gdiplus;
-    // Without a window no message would ever end the loop.
+    // Without a window, no WM_QUIT would ever end the loop.
     const bool hasWindow = CreateMainWindow(instance, showCommand) != nullptr;
     const int exitCode = hasWindow ? RunMessageLoop() : 0;
-    StopJob();  // Something else than the close question may have ended the loop.
+    StopJob();  // The loop may have ended without the close question.
     ReleaseImages();
     return exitCode;
 }

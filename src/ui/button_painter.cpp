@@ -42,12 +42,12 @@ ButtonColors ColorsFor(ButtonLook look, const ButtonPicture& button) {
     return colors;
 }
 
-// The outline lies one pixel inside the right and bottom edges.
+// One pixel inside the right and bottom edges.
 Box OutlineOf(const Box& box) {
     return {box.x, box.y, box.width - 1, box.height - 1};
 }
 
-// The square with the check mark; gives the box that is left for the text.
+// Paints the square with the check mark and returns the remaining box for the text.
 Box PaintCheckSquare(Gdiplus::GpGraphics* graphics, const Box& box, const ButtonPicture& button,
                      Argb border) {
     const Box square{box.x + kCheckSquareX, box.y + (box.height - kCheckSquareSize) / 2,

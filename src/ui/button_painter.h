@@ -5,15 +5,15 @@
 #include "ui/button_table.h"
 #include "ui/gdiplus_objects.h"
 
-// How one button looks at the moment.
+// The current appearance of one button.
 struct ButtonPicture {
     ButtonId id = ButtonId::RepairClient;
     std::wstring text;
     bool pressed = false;
     bool disabled = false;
-    bool selected = false;  // For the two download servers: the one that serves.
+    bool selected = false;  // For the download servers: the chosen one.
     Argb accentColor = kDefaultAccent;
 };
 
-// Paints the button into `box`. The mouse above it changes nothing. Window thread.
+// Paints the button into `box`. There is no hover effect. Window thread.
 void PaintButton(Gdiplus::GpGraphics* graphics, const Box& box, const ButtonPicture& button);

@@ -6,9 +6,9 @@
 #include "config/tool_config.h"
 #include "ui/layout.h"
 
-// The twelve buttons: the one table by which they are created, placed, shown, enabled and drawn.
+// The table of the twelve buttons, used to create, place, show, enable and draw them.
 
-// The control ids, fixed from outside: who drives the tool finds its buttons by them.
+// The control ids. Public: UI automation finds the buttons by these ids.
 enum class ButtonId : int {
     RepairClient = 4001,
     ReinstallGame = 4002,
@@ -25,16 +25,16 @@ enum class ButtonId : int {
 };
 
 enum class ButtonLook {
-    Primary,   // Filled with the accent: what most players want.
-    Accented,  // Bordered with the accent.
+    Primary,   // Filled with the accent color: the main action.
+    Accented,  // Accent-colored border.
     Plain,
-    Quiet,   // Text in the accent: links and the window's own marks.
-    Choice,  // A box with a check mark and a text beside it.
+    Quiet,   // Accent-colored text: links, minimize and close.
+    Choice,  // A check box with a text beside it.
 };
 
-// What decides which buttons are shown.
+// Conditions that decide which buttons are shown.
 struct ButtonConditions {
-    bool failureShown = false;  // A job has ended in failure and nobody has pressed "Retry".
+    bool failureShown = false;  // A job has failed and "Retry" has not been pressed.
     bool severalServers = false;
     bool hasWebsite = false;
     bool hasCommunity = false;
@@ -47,13 +47,13 @@ struct ButtonSpec {
     const wchar_t* text;
     ButtonLook look;
     bool startsJob = false;  // Disabled while a job exists.
-    // Its place with one download server and with several; a button without one is not shown then.
+    // Its place with one download server and with several; without a place it is not shown.
     std::optional<Box> place{};
     std::optional<Box> placeWithServers{};
     bool (*isShown)(const ButtonConditions&);
 };
 
-// In the order of their creation.
+// All buttons, in the order of creation.
 std::span<const ButtonSpec> Buttons();
 
 // The button with this control id; null for any other control.

@@ -18,9 +18,9 @@ HWND ButtonWindow(HWND window, ButtonId id) {
     return ::GetDlgItem(window, static_cast<int>(id));
 }
 
-// What a child window has in place of a menu.
+// CreateWindowExW takes a child window's control id as its menu.
 HMENU AsMenu(ButtonId id) {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the system takes the number as a handle.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the API takes the number as a handle.
     return reinterpret_cast<HMENU>(static_cast<INT_PTR>(id));
 }
 
@@ -41,7 +41,7 @@ void PlaceButtons(HWND window) {
 }
 
 void InvalidateButton(HWND window, ButtonId id) {
-    // No window at all would stand for all windows on the screen.
+    // InvalidateRect(nullptr) would repaint every window.
     if (const HWND button = ButtonWindow(window, id)) {
         ::InvalidateRect(button, nullptr, TRUE);
     }

@@ -4,25 +4,25 @@
 
 // The buttons as windows: children of `window`, the tool's main window. Window thread.
 
-// Creates all twelve, hands them the font and gives each its place. All are visible at first.
+// Creates and places all twelve and sets their font. All are visible at first.
 void CreateButtons(HWND window, HFONT font);
 
-// Shows and hides them as the job's flags and the configuration ask for. Enabling is another
-// matter: see EnableJobButtons.
+// Shows or hides each button according to the job's flags and the configuration. Does not enable or
+// disable them: see EnableJobButtons.
 void RefreshButtons(HWND window);
 
-// The four buttons that start or prepare a job.
+// Enables or disables the four buttons that start or prepare a job.
 void EnableJobButtons(HWND window, bool enable);
 
-// Says that the shortcut is there; the button cannot be pressed any more.
+// Changes the shortcut button's text to "Game Shortcut Created" and disables it.
 void MarkShortcutCreated(HWND window);
 
-// Draws both download-server buttons anew.
+// Repaints both download-server buttons.
 void InvalidateServerButtons(HWND window);
 
-// Keeps what is painted on the window's device off the visible buttons, which draw themselves:
-// painted over and drawn again, they would flicker.
+// Excludes the visible buttons from painting on the window's device context; they draw themselves
+// and would flicker if painted over.
 void ExcludeButtons(HWND window, HDC device);
 
-// Draws the button that the system asks for; other controls are left alone.
+// Draws one owner-drawn button; does nothing for other controls.
 void DrawButton(const DRAWITEMSTRUCT& item);

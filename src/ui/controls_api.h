@@ -1,6 +1,6 @@
 #pragma once
 
-// The common controls' part of the Windows headers.
+// The Windows headers for common controls.
 
 // clang-format off
 #include "common/windows_api.h"

@@ -85,7 +85,7 @@ void DrawTextInBox(Gdiplus::GpGraphics* graphics, std::wstring_view text, const 
 
 void DrawTextAt(Gdiplus::GpGraphics* graphics, std::wstring_view text, const TextStyle& style,
                 const Point& at) {
-    // An area without a size has no edge at which the text would end.
+    // An area without a size does not clip or wrap the text.
     const Gdiplus::RectF area(static_cast<float>(at.x), static_cast<float>(at.y), 0, 0);
     DrawStyledText(graphics, text, style, area, nullptr);
 }
@@ -107,8 +107,8 @@ bool DrawImageFitting(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, co
     }
     const float factor = std::min(static_cast<float>(box.height) / size.height,
                                   static_cast<float>(box.width) / size.width);
-    // The usual mode leaves out whole pixels of a picture that is more than halved. This one looks
-    // at all of them; it costs too much for a picture that covers the window, under a veil.
+    // The default mode skips pixels when shrinking below half. This one does not, but is too slow
+    // for the background, which covers the window under a veil anyway.
     GdipSetInterpolationMode(graphics, Gdiplus::InterpolationModeHighQualityBicubic);
     const bool drawn = DrawImageCentered(graphics, image, size, factor, box);
     GdipSetInterpolationMode(graphics, Gdiplus::InterpolationModeDefault);

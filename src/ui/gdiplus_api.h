@@ -1,7 +1,7 @@
 #pragma once
 
-// The one place that includes the GDI+ headers. Those of the Windows SDK use min and max without
-// saying whose, and the macros of that name are switched off.
+// The only place that includes the GDI+ headers. Those of the Windows SDK use unqualified min and
+// max, whose macros NOMINMAX disables.
 
 #include <algorithm>
 

@@ -39,7 +39,7 @@ ComPointer<IStream> MakeStream(std::span<const std::byte> bytes) {
     if (!memory || FAILED(::CreateStreamOnHGlobal(memory.get(), TRUE, &stream))) {
         return nullptr;
     }
-    static_cast<void>(memory.release());  // The stream's own, from here on.
+    static_cast<void>(memory.release());  // The stream owns it.
     return ComPointer<IStream>(stream);
 }
 
@@ -61,7 +61,7 @@ OwnedGraphics WithSmoothEdges(Gdiplus::GpGraphics* graphics) {
 }  // namespace
 
 GdiplusSession::GdiplusSession() {
-    Gdiplus::GdiplusStartupInput input;  // Version 1, nothing suppressed.
+    Gdiplus::GdiplusStartupInput input;  // The defaults: version 1, with background thread.
     if (Gdiplus::GdiplusStartup(&token_, &input, nullptr) != Gdiplus::Ok) {
         token_ = 0;
     }
@@ -95,8 +95,8 @@ OwnedFont MakeFont(const FontSpec& spec) {
 }
 
 OwnedFormat MakeTextFormat(TextPlacement placement) {
-    // A box holds one line and a bit; without the limit the upper half of a second one would show.
-    // Button boxes may be lower than a line, which the limit would leave out altogether.
+    // Text boxes are a bit taller than one line; without the line limit, the upper half of a second
+    // line would show. Button boxes can be shorter than a line, which the limit would hide.
     const int flags = placement == TextPlacement::TopLine ? Gdiplus::StringFormatFlagsLineLimit
                                                           : Gdiplus::StringFormatFlagsNoWrap;
     Gdiplus::GpStringFormat* format = nullptr;
@@ -119,7 +119,7 @@ OwnedBitmap MakeBitmapFromFile(std::span<const std::byte> bytes) {
     const ComPointer<IStream> stream = MakeStream(bytes);
     Gdiplus::GpBitmap* bitmap = nullptr;
     if (stream) {
-        GdipCreateBitmapFromStream(stream.get(), &bitmap);  // Holds the stream on its own.
+        GdipCreateBitmapFromStream(stream.get(), &bitmap);  // Keeps its own stream reference.
     }
     return OwnedBitmap(bitmap);
 }

@@ -8,9 +8,9 @@
 #include "ui/layout.h"
 #include "ui/palette.h"
 
-// Owners and makers for GDI+ objects. A maker returns none when GDI+ refuses; the drawing functions
-// of GDI+ refuse a null object in turn, so what could not be made is simply not drawn. Window
-// thread only, within the life of a GdiplusSession.
+// Owning types and factory functions for GDI+ objects. A factory returns null when GDI+ fails; GDI+
+// drawing functions fail for null objects, so such things are simply not drawn. Window thread only,
+// during the lifetime of a GdiplusSession.
 
 struct DeleteGdiplusObject {
     void operator()(Gdiplus::GpBrush* brush) const noexcept {
@@ -45,8 +45,8 @@ using OwnedFormat = GdiplusPointer<Gdiplus::GpStringFormat>;
 using OwnedGraphics = GdiplusPointer<Gdiplus::GpGraphics>;
 using OwnedBitmap = GdiplusPointer<Gdiplus::GpBitmap>;
 
-// GDI+ for this process, from construction to destruction. Every other object of GDI+ must be gone
-// before.
+// Starts GDI+ for this process and shuts it down. All other GDI+ objects must be destroyed before
+// it.
 class GdiplusSession {
 public:
     GdiplusSession();
@@ -55,27 +55,27 @@ public:
     GdiplusSession& operator=(const GdiplusSession&) = delete;
 
 private:
-    ULONG_PTR token_ = 0;  // 0 when GDI+ did not start; nothing is then painted.
+    ULONG_PTR token_ = 0;  // 0 when GDI+ did not start; then nothing is painted.
 };
 
 OwnedBrush MakeSolidBrush(Argb color);
 OwnedPen MakePen(Argb color, float widthPx);
-// Segoe UI, or the system's usual sans-serif font where that is missing.
+// Segoe UI, with GDI+'s generic sans-serif font as fallback.
 OwnedFont MakeFont(const FontSpec& spec);
 
-// How a text lies in its box: centered from side to side, an ellipsis after the last word that
-// fits.
+// How a text is placed in its box. Always centered horizontally, with an ellipsis after the last
+// word that fits.
 enum class TextPlacement {
-    TopLine,  // From the box's top, whole lines only.
-    Middle,   // A single line, centered from top to bottom as well.
+    TopLine,  // At the top, whole lines only.
+    Middle,   // A single line, centered vertically.
 };
 OwnedFormat MakeTextFormat(TextPlacement placement);
 
 // An off-screen bitmap, 32 bits per pixel with alpha.
 OwnedBitmap MakeBitmap(int widthPx, int heightPx);
-// A picture in any format that Windows knows; `bytes` are copied.
+// Decodes an image file in any format that GDI+ supports; `bytes` are copied.
 OwnedBitmap MakeBitmapFromFile(std::span<const std::byte> bytes);
 
-// Graphics with smooth edges and ClearType text.
+// Graphics with anti-aliased edges and ClearType text.
 OwnedGraphics MakeGraphics(Gdiplus::GpImage* target);
 OwnedGraphics MakeGraphics(HDC target);

@@ -1,7 +1,7 @@
 #pragma once
 
-// Where everything stands in the window, in client pixels. The window has one fixed size and is
-// never scaled: on a screen of any resolution a unit is a device pixel.
+// All coordinates in the window, in client pixels. The window has a fixed size and is never scaled:
+// one unit is one device pixel at any DPI.
 
 struct Box {
     int x = 0;
@@ -15,28 +15,28 @@ struct Point {
     int y = 0;
 };
 
-// The part of `box` that lies at least `distance` inside of its edges.
+// `box` without a margin of `distance` at each edge.
 constexpr Box Shrunk(const Box& box, int distance) {
     return {box.x + distance, box.y + distance, box.width - 2 * distance,
             box.height - 2 * distance};
 }
 
-// All type is "Segoe UI".
+// The font family is always "Segoe UI".
 struct FontSpec {
     int sizePx = 0;
     bool bold = false;
 };
 
 inline constexpr Box kWindow{0, 0, 860, 560};
-// The ellipse whose quarters are the window's corners, in both directions.
+// Width and height of the ellipse that rounds the window's corners.
 inline constexpr int kCornerDiameter = 26;
 
 inline constexpr Box kTitleBar{0, 0, kWindow.width, 48};
-// The line is the title bar's last row.
+// The title bar's bottom row.
 inline constexpr Point kTitleLine[] = {{0, kTitleBar.height - 1},
                                        {kTitleBar.width, kTitleBar.height - 1}};
 inline constexpr Point kTitleTextPlace{22, 16};
-// The title bar moves the window, up to the strip that holds "-" and "x".
+// Dragging the title bar moves the window, except at the right end with "-" and "x".
 inline constexpr int kDragStripWidth = 772;
 
 inline constexpr Box kPanel{48, 72, 764, 310};
@@ -49,7 +49,7 @@ inline constexpr Box kProgressTrack = Shrunk(kProgressOutline, 1);
 inline constexpr Box kStatus{114, 356, 632, 24};
 inline constexpr Box kDetail{84, 380, 692, 24};
 
-// The buttons. Some move when there are several download servers.
+// The buttons. Some have another place with several download servers.
 inline constexpr Box kRepairButton{92, 396, 188, 44};
 inline constexpr Box kRepairButtonWithServers{342, 440, 176, 42};
 inline constexpr Box kPrimaryServerButton{112, 396, 300, 34};
@@ -65,7 +65,7 @@ inline constexpr Box kRetryButton{244, 396, 176, 44};
 inline constexpr Box kCloseButton{440, 396, 176, 44};
 inline constexpr Box kMinimizeButton{792, 10, 28, 28};
 inline constexpr Box kCloseMarkButton{822, 10, 28, 28};
-// Where every button is created; one without a place stays there, hidden.
+// The initial place of every button; those without another place stay there, hidden.
 inline constexpr Box kUnplacedButton{0, 0, 10, 10};
 
 inline constexpr FontSpec kTitleFont{13, false};
@@ -82,11 +82,11 @@ inline constexpr float kPlaceholderPenPx = 2.0F;
 inline constexpr float kButtonPenPx = 1.5F;
 inline constexpr float kCheckMarkPenPx = 2.2F;
 
-// Inside a download-server button, from its left edge: the square, then the text. The longer of the
-// two texts needs nearly all the room that is left.
+// Inside a download-server button, from the left: the square, then the text. The longer text nearly
+// fills the rest.
 inline constexpr int kCheckSquareX = 8;
 inline constexpr int kCheckSquareSize = 16;
 inline constexpr int kChoiceTextX = kCheckSquareX + kCheckSquareSize + 4;
 inline constexpr int kChoiceTextRightMargin = 2;
-// The corners of the check mark, from the square's upper left one.
+// The points of the check mark, relative to the square's top left corner.
 inline constexpr Point kCheckMark[] = {{3, 8}, {7, 12}, {13, 4}};

@@ -17,7 +17,7 @@
 namespace {
 
 constexpr wchar_t kWindowClassName[] = L"Quellstone.RepairTool";
-constexpr wchar_t kFirstTitle[] = L"KrvBrennickInstaller";  // Until the configuration is read.
+constexpr wchar_t kFirstTitle[] = L"KrvBrennickInstaller";  // Until the configuration is loaded.
 constexpr int kUiFontHeightPx = 15;
 
 HFONT CreateUiFont() {
@@ -36,7 +36,7 @@ void LoadImages() {
 void OnCreate(HWND window) {
     mainWindow = window;
     windowState.backgroundBrush.reset(::CreateSolidBrush(ToColorRef(kWindowFill)));
-    static_cast<void>(LoadEmbeddedConfig(nullptr, toolConfig));  // Without one the defaults serve.
+    static_cast<void>(LoadEmbeddedConfig(nullptr, toolConfig));  // On failure the defaults stay.
     FillEmptyNames(toolConfig);
     ::SetWindowTextW(window, toolConfig.repairToolName.c_str());
     windowState.accentColor = ParseAccentColor(toolConfig.accentHex);
@@ -70,16 +70,16 @@ void OnPaint(HWND window) {
     ::EndPaint(window, &paint);
 }
 
-// The window has no caption that the system would know of.
+// The window has no system caption, so this strip acts as one.
 bool IsInDragStrip(HWND window, LPARAM screenPosition) {
-    // Signed halves: a second screen may lie left of or above the first.
+    // Signed: screens left of or above the primary one have negative coordinates.
     POINT point{static_cast<short>(LOWORD(screenPosition)),
                 static_cast<short>(HIWORD(screenPosition))};
     ::ScreenToClient(window, &point);
     return point.y < kTitleBar.height && point.x < kDragStripWidth;
 }
 
-// noexcept: no exception may travel through the system's code, so one ends the program.
+// noexcept: an exception must not pass through system code, so it terminates the program instead.
 LRESULT CALLBACK MainWindowProcedure(HWND window, UINT message, WPARAM wParam,
                                      LPARAM lParam) noexcept {
     switch (message) {
@@ -93,7 +93,7 @@ LRESULT CALLBACK MainWindowProcedure(HWND window, UINT message, WPARAM wParam,
             OnPaint(window);
             return 0;
         case WM_DRAWITEM:
-            // The system passes the address as a number.
+            // lParam holds a pointer.
             // NOLINTNEXTLINE(performance-no-int-to-ptr)
             DrawButton(*reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
             return TRUE;
@@ -125,9 +125,9 @@ HICON LoadToolIcon(HINSTANCE instance) {
     return icon != nullptr ? icon : ::LoadIconW(nullptr, IDI_APPLICATION);
 }
 
-// In its own size, which the icon has a picture for. None when it cannot be loaded.
+// In the small size, for which the icon has its own image. Null on failure.
 OwnedIcon LoadSmallToolIcon(HINSTANCE instance) {
-    // Not LR_SHARED, which would hand out the large one again.
+    // Not LR_SHARED, which would return the large icon again.
     return OwnedIcon(static_cast<HICON>(::LoadImageW(
         instance, MAKEINTRESOURCEW(ID_TOOL_ICON), IMAGE_ICON, ::GetSystemMetrics(SM_CXSMICON),
         ::GetSystemMetrics(SM_CYSMICON), LR_DEFAULTCOLOR)));
@@ -145,17 +145,17 @@ void RegisterWindowClass(HINSTANCE instance) {
     windowClass.hbrBackground = static_cast<HBRUSH>(::GetStockObject(BLACK_BRUSH));
     windowClass.lpszClassName = kWindowClassName;
     if (::RegisterClassExW(&windowClass) != 0) {
-        static_cast<void>(smallIcon.release());  // The class's own, from here on.
+        static_cast<void>(smallIcon.release());  // The class owns it.
     }
 }
 
-// Where this fails, the window stays rectangular.
+// On failure the window stays rectangular.
 void RoundCorners(HWND window) {
-    // A region's right and bottom edges lie outside of it, hence the extra pixel.
+    // A region excludes its right and bottom edges, hence the extra pixel.
     GdiRegion region(::CreateRoundRectRgn(0, 0, kWindow.width + 1, kWindow.height + 1,
                                           kCornerDiameter, kCornerDiameter));
     if (region && ::SetWindowRgn(window, region.get(), TRUE) != 0) {
-        static_cast<void>(region.release());  // The window's own, from here on.
+        static_cast<void>(region.release());  // The window owns it.
     }
 }
 

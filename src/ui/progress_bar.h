@@ -2,10 +2,10 @@
 
 #include "job/progress/job_progress.h"
 
-// How far the bar is filled, from 0 to 100, not rounded. The download and the work on the client
-// are counted; an unknown total gives 0. The check and the unpacking cannot be counted and show a
-// full bar, as does the end. Everything else, a failure above all, shows an empty one.
+// The bar's fill from 0 to 100, not rounded. Downloading and working on the client have counters;
+// an unknown total gives 0. Verifying and unpacking have none and show a full bar, as does the end.
+// All other stages, such as a failure, show an empty bar.
 double ProgressPercent(const JobState& state);
 
-// The filled part of a bar of `barWidth` pixels; a pixel that is not full stays empty.
+// The filled part of a bar of `barWidth` pixels, rounded down.
 int ProgressFillWidth(double percent, int barWidth);

@@ -4,16 +4,15 @@
 
 #include "common/windows_api.h"
 
-// The boxes that ask or tell the player something; `owner` is disabled while one is open. Window
-// thread. Its messages go on meanwhile: the timer ticks inside an open box and may open a second
-// one. Answering one of two makes the window listen again, and the window may be gone when a box
-// has been answered.
+// The tool's message boxes; `owner` is disabled while one is open. Window thread. Messages are
+// still dispatched meanwhile: the timer ticks and may open a second box. Closing one of two
+// re-enables the window, and the window may have been destroyed when a box returns.
 
-// True only for Yes; No is what the return key gives.
+// True only for Yes. No is the default button.
 bool ConfirmReinstall(HWND owner);
 bool ConfirmClose(HWND owner);
 
-// True only for Yes, which the return key gives.
+// True only for Yes, the default button.
 bool OfferShortcut(HWND owner);
 
 void ShowShortcutFailure(HWND owner, const std::wstring& message);

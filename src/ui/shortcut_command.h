@@ -2,7 +2,7 @@
 
 #include "common/windows_api.h"
 
-// Creates the desktop shortcut and shows how it went: the message as the job's detail and on the
-// button, a failure in a box. True when it is there; the window then wants to be repainted. Window
+// Creates the desktop shortcut and shows the result: success as the job's detail line and on the
+// button, failure in a message box. True on success; the caller then repaints the window. Window
 // thread.
 bool CreateShortcut(HWND window);

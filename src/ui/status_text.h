@@ -4,6 +4,6 @@
 
 #include "job/progress/job_progress.h"
 
-// The line below the progress bar: the job's headline, with the speed while the package comes in
-// and the count of files while the client is worked on. Never empty.
+// The line below the progress bar: the job's status, followed by the speed while downloading and by
+// the file count while working on the client. Never empty.
 std::wstring StatusText(const JobState& state);

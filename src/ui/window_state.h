@@ -4,27 +4,27 @@
 #include "ui/gdiplus_objects.h"
 #include "ui/palette.h"
 
-// What the window keeps between messages. Window thread only. The job's own record is in
+// The window's state between messages. Window thread only. The job's state is in
 // job/progress/job_progress.h.
 struct WindowState {
     Argb accentColor = kDefaultAccent;
-    OwnedBitmap logoImage;        // None when the brand shows no logo, or it cannot be read.
-    OwnedBitmap backgroundImage;  // None when it cannot be read.
+    OwnedBitmap logoImage;        // Null when the brand shows no logo or it cannot be decoded.
+    OwnedBitmap backgroundImage;  // Null when it cannot be decoded.
     GdiBrush backgroundBrush;     // From the window's creation to its destruction.
-    HFONT uiFont = nullptr;       // Lent to the buttons; goes with the process.
+    HFONT uiFont = nullptr;       // Used by the buttons; never deleted.
 
-    // The two marks that keep the end of one job from being acted on twice.
+    // These keep the end of one job from being handled twice.
     bool shortcutOffered = false;  // The player has been asked about the shortcut.
     bool launchDone = false;       // The startup program has been started.
 };
 
 extern WindowState windowState;
 
-// What must happen before GDI+ ends.
+// Frees the images; required before GDI+ shuts down.
 void ReleaseImages();
 
-// A new job, or a fresh start: both marks are cleared.
+// Clears both marks, for a new job or a retry.
 void ClearEndOfJobMarks();
 
-// Has the whole window painted anew, soon and without erasing it before.
+// Invalidates the whole window without erasing it.
 void RepaintWindow(HWND window);
