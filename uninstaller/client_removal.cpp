@@ -20,19 +20,19 @@ namespace {
 
 using Paths = std::vector<std::filesystem::path>;
 
-// Whether one of `kept` is this entry or lies below it.
+// Whether one of `kept` is this entry or is inside it.
 bool IsOrContainsKept(const std::wstring& entry, const Paths& kept) {
     return std::any_of(kept.begin(), kept.end(), [&](const std::filesystem::path& path) {
         return IsAtOrBelowCanonicalPath(path.native(), entry);
     });
 }
 
-// Lists the canonical `folder`. Held, it cannot be replaced by a link while its entries are listed
-// and removed by their paths. False when it cannot be held; then nothing is listed.
+// Lists the canonical `folder` while holding it, so that no link can replace it while its entries
+// are removed by path. False, with nothing listed, when it cannot be held.
 bool ListHeldFolder(const std::filesystem::path& folder, const EntryVisitor& visit) {
     const KernelHandle held = HoldFolder(folder);
     if (held) {
-        // Entries that it misses make the removal of `folder` fail.
+        // Entries missed by a failed listing make the removal of `folder` fail.
         static_cast<void>(ListFolder(folder, visit));
     }
     return held != nullptr;
@@ -40,7 +40,7 @@ bool ListHeldFolder(const std::filesystem::path& folder, const EntryVisitor& vis
 
 // Removes everything below `folder` except `kept` and the folders that contain them.
 void RemoveAllExcept(const Paths& kept, const std::filesystem::path& folder) {
-    // What stays is counted afterwards.
+    // The result is ignored: AddEntriesExcept finds what remains.
     ListHeldFolder(folder, [&](const FolderEntry& entry) {
         if (!IsOrContainsKept(entry.path, kept)) {
             static_cast<void>(RemoveEntryOrTree(entry.path));
@@ -51,13 +51,13 @@ void RemoveAllExcept(const Paths& kept, const std::filesystem::path& folder) {
     });
 }
 
-// Adds to `left` what is below `folder`, except `kept` and the folders that contain them, but
-// including those of them that cannot be listed.
+// Adds everything below `folder` to `left`, except `kept` and the folders that contain them; such a
+// folder is added if it cannot be listed.
 void AddEntriesExcept(const Paths& kept, const std::filesystem::path& folder, Paths& left) {
     const bool isListed = ListHeldFolder(folder, [&](const FolderEntry& entry) {
-        // The way to `kept` had no link when it was approved.
+        // The paths of `kept` are canonical, so a link cannot be part of them.
         if (entry.isLink || !IsOrContainsKept(entry.path, kept)) {
-            // A folder is shown before its content; the content says more.
+            // A folder comes before its content and is replaced by it.
             if (!left.empty() && IsBelowCanonicalPath(entry.path, left.back().native())) {
                 left.pop_back();
             }
@@ -74,15 +74,15 @@ void AddEntriesExcept(const Paths& kept, const std::filesystem::path& folder, Pa
     }
 }
 
-// Removes a file or an empty folder by its canonical path, unless a link has taken the place of a
-// folder above it. Whether it was removed.
+// Removes a file or an empty folder by its canonical path, unless a link has replaced one of its
+// parent folders. True when it does not exist any more.
 bool RemoveInHeldFolder(const std::filesystem::path& path) {
     const KernelHandle held = HoldFolder(ParentFolder(path.native()));
     return held ? RemoveEntry(path) == ERROR_SUCCESS : KindOf(path) == EntryKind::Missing;
 }
 
-// Removes the canonical `folder`, empty except for the folders that contained `kept`. Files that
-// have appeared since the removal began are not the game's: they stay and are returned.
+// Removes the canonical `folder`, which is empty except for the folders that contained `kept`.
+// Files that have appeared since the removal began are not the game's: they are kept and returned.
 Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
     for (const std::filesystem::path& path : kept) {
         std::wstring parent = ParentFolder(path.native());
@@ -91,7 +91,7 @@ Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
                 RemoveInHeldFolder(parent));  // If this fails, removing `folder` fails.
         }
     }
-    // By its name alone: at worst this removes another empty folder or a link.
+    // By path, without holding it: at worst this removes another empty folder or a link.
     if (RemoveEntry(folder) == ERROR_SUCCESS) {
         return {};
     }
@@ -100,8 +100,8 @@ Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
     return left.empty() ? Paths{folder} : left;
 }
 
-// The client folder with its content; empty when everything was removed. What is needed for a
-// second attempt goes last.
+// Removes the client folder with its content and returns what remains. What a second attempt needs
+// is removed last.
 Paths RemoveClientFolder(const ApprovedClient& client) {
     const Paths kept{client.uninstaller, client.startupProgram};
     RemoveAllExcept(kept, client.folder);
@@ -118,9 +118,9 @@ Paths RemoveClientFolder(const ApprovedClient& client) {
     return RemoveEmptied(client.folder, kept);
 }
 
-// Whether this account lacks the right to remove the entry. The removal's own error does not tell:
-// ERROR_ACCESS_DENIED can also mean a running program, which can still be opened for removal, or an
-// entry whose removal is pending, whose attributes cannot be read.
+// Whether this account lacks the right to remove the entry. The removal's error is not enough:
+// ERROR_ACCESS_DENIED can also mean a running program, which can still be opened with DELETE
+// access, or a pending deletion, in which case the attributes cannot be read.
 bool LacksRights(const std::filesystem::path& path) {
     const EntryKind kind = KindOf(path);
     const DWORD needed = kind == EntryKind::Folder ? DELETE | FILE_LIST_DIRECTORY : DELETE;
@@ -132,7 +132,7 @@ bool LacksRights(const std::filesystem::path& path) {
     return kind != EntryKind::Unreadable && error == ERROR_ACCESS_DENIED;
 }
 
-// The game's shortcut on the Desktop, when it leads into the canonical `folder`.
+// The game's shortcut on the Desktop, if it points into the canonical `folder`.
 std::optional<std::filesystem::path> FindShortcutInto(const std::filesystem::path& folder) {
     const std::filesystem::path desktop = KnownFolder(FOLDERID_Desktop);
     if (desktop.empty()) {
@@ -151,7 +151,7 @@ std::optional<std::filesystem::path> FindShortcutInto(const std::filesystem::pat
 ClientContent MeasureClient(const std::filesystem::path& folder) {
     ClientContent content;
     content.bytes = FolderSizeBytes(folder);
-    // For the question only; what cannot be listed is not counted.
+    // For the question only; folders that cannot be listed are skipped.
     static_cast<void>(WalkTree(folder, [&](const FolderEntry& entry) {
         content.files += entry.IsFolder() ? 0 : 1;
         return true;
@@ -161,7 +161,7 @@ ClientContent MeasureClient(const std::filesystem::path& folder) {
 
 RemovalResult RemoveGame(const ApprovedClient& client) {
     RemovalResult result;
-    // Looked up first, while what it leads to is still there.
+    // Found first, while its target still exists and can be resolved.
     const std::optional<std::filesystem::path> shortcut = FindShortcutInto(client.folder);
     result.left = RemoveClientFolder(client);
     result.canBeRepeated = IsRegularFile(client.uninstaller);

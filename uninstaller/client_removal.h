@@ -6,10 +6,10 @@
 
 #include "uninstaller/uninstall_guard.h"
 
-// Removing an installed game. Nothing in here asks or judges: that comes first, see
-// uninstall_guard.h and uninstall_run.h.
+// Removes an installed game. The checks and the question come first: see uninstall_guard.h and
+// uninstall_run.h.
 
-// What goes with a client folder: its files, and their size in bytes.
+// The content of a client folder: the number of its files and their size in bytes.
 struct ClientContent {
     uint64_t files = 0;
     uint64_t bytes = 0;
@@ -17,20 +17,20 @@ struct ClientContent {
 [[nodiscard]] ClientContent MeasureClient(const std::filesystem::path& folder);
 
 struct RemovalResult {
-    // Full paths of what could not be removed, a folder with content by what is in it.
+    // Full paths of what could not be removed; for a folder with content, the paths of that.
     std::vector<std::filesystem::path> left;
-    bool entryLeft = false;  // The entry in the list of installed programs is still there.
-    // The uninstaller and what it asks for are still there, so that it can be started again.
+    bool entryLeft = false;  // The entry in the list of installed programs still exists.
+    // The uninstaller and everything it needs still exist, so it can be started again.
     bool canBeRepeated = false;
-    bool rightsAreMissing = false;  // At least one of `left` must not be deleted by this account.
+    bool rightsAreMissing = false;  // This account may not delete at least one of `left`.
 };
 
-// Removes the content of the client folder and the folder itself, the shortcut on the Desktop when
-// it leads into that folder, and the entry in the list of installed programs. Works on the very
-// paths that were approved and resolves none of them again.
+// Removes the client folder with its content, the Desktop shortcut if it points into that folder,
+// and the entry in the list of installed programs. Uses the approved paths without resolving them
+// again.
 //
-// Links go, what they lead to stays. The uninstaller and the startup program go last, and only
-// after everything else: as long as something stays, they stay too, with shortcut and entry, for a
-// second attempt. What appears in the folder after that stays and is named. Blocks until done. The
-// thread has COM initialized.
+// Links are removed, their targets are kept. The uninstaller and the startup program come last: if
+// anything else remains, they remain too, with the shortcut and the entry, for a second attempt.
+// Files that appear in the folder after that are kept and reported. Blocks until done. Requires COM
+// on the calling thread.
 [[nodiscard]] RemovalResult RemoveGame(const ApprovedClient& client);

@@ -14,7 +14,7 @@
 namespace {
 
 constexpr int kExitDone = 0;
-constexpr int kExitNotDone = 1;  // Refused, declined, or something stayed.
+constexpr int kExitNotDone = 1;  // Refused, declined or incomplete.
 
 std::optional<HandOver> HandOverOnCommandLine() {
     int count = 0;

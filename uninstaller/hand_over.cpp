@@ -20,10 +20,10 @@ constexpr DWORD kMaxWaitMs = 30'000;
 constexpr int kHoldAttempts = 20;
 constexpr DWORD kHoldIntervalMs = 100;
 
-// More than any uninstaller has; one that is larger is not started.
+// Far larger than any uninstaller; larger files are refused.
 constexpr LONGLONG kMaxProgramBytes = 0x10000000;
 
-// A name that no other process uses at the same time.
+// Unique among running processes.
 std::wstring CopyName() {
     return L"Uninstall-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
            std::to_wstring(::GetTickCount64()) + L".exe";
@@ -31,7 +31,7 @@ std::wstring CopyName() {
 
 using Bytes = std::vector<std::byte>;
 
-// The whole file; none when it cannot be read.
+// The whole file; none on failure.
 std::optional<Bytes> ReadAll(HANDLE file) {
     LARGE_INTEGER size{};
     if (!::GetFileSizeEx(file, &size) || size.QuadPart > kMaxProgramBytes) {
@@ -53,7 +53,7 @@ std::optional<Bytes> ReadProgram(const std::filesystem::path& program) {
     return file ? ReadAll(file.get()) : std::nullopt;
 }
 
-// False when something is there already or not everything can be written; then no new file is left.
+// False when the path exists already or writing fails; a partly written file is deleted.
 bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
     auto file = AdoptHandle<KernelHandle>(
         ::CreateFileW(SystemPath(path).Text(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
@@ -72,9 +72,9 @@ bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
     return false;
 }
 
-// Opened like this, the file is deleted as soon as the last handle is closed; the copy inherits the
-// handle and holds it until it ends. Until then the file can be read and started by others, but not
-// written, renamed or removed. Should a link have taken its place, the link itself is opened.
+// Opens the file so that it is deleted when the last handle is closed; the copy inherits the handle
+// and keeps it until it ends. Until then others can read and execute the file, but not write,
+// rename or delete it. If a link has replaced the file, the link itself is opened.
 KernelHandle OpenDeleteOnClose(const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     for (int attempt = 1;; ++attempt) {
@@ -84,11 +84,11 @@ KernelHandle OpenDeleteOnClose(const std::filesystem::path& file) {
         if (held || ::GetLastError() != ERROR_SHARING_VIOLATION || attempt == kHoldAttempts) {
             return held;
         }
-        ::Sleep(kHoldIntervalMs);  // Virus scanners look into a new program for a moment.
+        ::Sleep(kHoldIntervalMs);  // Virus scanners open new programs for a moment.
     }
 }
 
-// A held copy of `program`; null when it cannot be made, then nothing is left of it.
+// A held copy of `program`; null on failure, with the copy deleted.
 KernelHandle MakeHeldCopy(const std::filesystem::path& program, const std::filesystem::path& copy) {
     const std::optional<Bytes> bytes = ReadProgram(program);
     if (!bytes || !WriteNewFile(copy, *bytes)) {
@@ -99,8 +99,8 @@ KernelHandle MakeHeldCopy(const std::filesystem::path& program, const std::files
         ::DeleteFileW(SystemPath(copy).Text());
         return nullptr;
     }
-    // The system starts no program that is open for writing, so the file was closed in between and
-    // could have been changed. From here on it cannot.
+    // A file open for writing cannot be executed, so it was closed in between and may have been
+    // changed. From here on it cannot change.
     return ReadAll(held.get()) == bytes ? std::move(held) : nullptr;
 }
 
@@ -120,11 +120,11 @@ struct DeleteAttributeList {
 using AttributeList =
     std::unique_ptr<std::remove_pointer_t<LPPROC_THREAD_ATTRIBUTE_LIST>, DeleteAttributeList>;
 
-// In `memory`: that a process inherits `handles` and no others. Both must outlive the process's
-// start. Null when the system refuses.
+// An attribute list, stored in `memory`, that makes a process inherit only `handles`. Both must
+// outlive the process's creation. Null on failure.
 AttributeList InheritOnly(std::span<HANDLE> handles, std::vector<std::byte>& memory) {
     SIZE_T size = 0;
-    ::InitializeProcThreadAttributeList(nullptr, 1, 0, &size);  // Fails, but tells the size.
+    ::InitializeProcThreadAttributeList(nullptr, 1, 0, &size);  // Fails but returns the size.
     memory.resize(size);
     auto* const list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory.data());
     if (!::InitializeProcThreadAttributeList(list, 1, 0, &size)) {
@@ -137,8 +137,7 @@ AttributeList InheritOnly(std::span<HANDLE> handles, std::vector<std::byte>& mem
                : nullptr;
 }
 
-// The temporary folder becomes the current one: a current folder inside the client could not be
-// deleted.
+// `currentFolder` must not be inside the client: a process's current folder cannot be deleted.
 bool StartProcess(const std::filesystem::path& program, std::wstring commandLine,
                   const std::filesystem::path& currentFolder, std::span<HANDLE> inherited) {
     std::vector<std::byte> memory;
@@ -154,7 +153,7 @@ bool StartProcess(const std::filesystem::path& program, std::wstring commandLine
     }
     const KernelHandle process(started.hProcess);
     const KernelHandle thread(started.hThread);
-    // Its question is meant to come to the front, as this program's would.
+    // Lets its question come to the front, as this program's would.
     ::AllowSetForegroundWindow(started.dwProcessId);
     return true;
 }
@@ -195,6 +194,6 @@ bool StartCopy(const std::filesystem::path& uninstaller) {
 
 void AwaitOriginal(HANDLE original) {
     const KernelHandle process(original);
-    // A handle that is none fails at once, which is as good as a process that has ended.
+    // An invalid handle fails immediately, which counts as an ended process.
     ::WaitForSingleObject(process.get(), kMaxWaitMs);
 }

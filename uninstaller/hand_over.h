@@ -7,27 +7,27 @@
 
 #include "common/windows_api.h"
 
-// A running program cannot remove its own file. The uninstaller in the client folder therefore
-// starts a copy of itself from the temporary folder, which does all the work, and ends.
+// A running program cannot delete its own file. So the uninstaller in the client folder only starts
+// a copy of itself from the temporary folder, which does all the work.
 
-// What the copy is told on its command line.
+// The data passed to the copy on its command line.
 struct HandOver {
     std::filesystem::path uninstaller;  // The original, in the client folder.
-    HANDLE original = nullptr;          // Its process; inherited, to be waited for and closed.
+    HANDLE original = nullptr;          // Its process: inherited, to be waited for and closed.
 };
 
-// The command line for the copy and what is read from it; none for any other command line.
-// `arguments` begins with the program's own name.
+// The copy's command line and its parser; none for any other command line. `arguments` starts with
+// the program's name.
 [[nodiscard]] std::wstring HandOverCommandLine(const std::filesystem::path& copy,
                                                const HandOver& handOver);
 [[nodiscard]] std::optional<HandOver> ParseHandOver(std::span<const wchar_t* const> arguments);
 
-// Starts a copy of `uninstaller`, this very program, and returns at once. What is started has the
-// original's bytes: the copy's file can no longer be changed when they are checked. The copy
-// inherits a handle of its file and one of this process, nothing else. Its file is deleted when it
-// ends. False when it cannot be made or started; then no file of it is left.
+// Starts a copy of `uninstaller` (the running program) and returns immediately. The copy's bytes
+// are compared with the original's after the file has been locked against changes. The copy
+// inherits one handle of its file and one of this process, no others. Its file is deleted when it
+// ends. False when it cannot be created or started; its file is then deleted.
 [[nodiscard]] bool StartCopy(const std::filesystem::path& uninstaller);
 
-// Waits until the original has ended, for 30 seconds at most: a file that is still in use then is
-// reported like any other. Closes the handle.
+// Waits up to 30 seconds for the original to end and closes the handle. A file still in use after
+// that is reported like any other.
 void AwaitOriginal(HANDLE original);

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The longest path of the system, in characters with the terminator.
+// The longest possible path, including the terminator.
 constexpr DWORD kMaxPathLength = 32'768;
 
 std::optional<std::filesystem::path> PathOf(HANDLE folder) {
@@ -20,7 +20,7 @@ std::optional<std::filesystem::path> PathOf(HANDLE folder) {
 }  // namespace
 
 KernelHandle HoldFolder(const std::filesystem::path& canonicalFolder) {
-    // Without FILE_SHARE_DELETE, and with an access right that takes part in sharing.
+    // Without FILE_SHARE_DELETE, and with an access right that is subject to sharing.
     auto folder = AdoptHandle<KernelHandle>(::CreateFileW(
         SystemPath(canonicalFolder).Text(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE,
         nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));

@@ -4,8 +4,8 @@
 
 #include "common/handles.h"
 
-// Opens a folder by its canonical path. While the handle is open, neither the folder nor one above
-// it can be renamed or removed, so the path keeps leading to it. Null when it cannot be listed,
-// when it does not exist, and when the path leads elsewhere because a link has taken the place of
-// the folder or of one above it. Any thread.
+// Opens a folder by its canonical path. While the handle is open, neither the folder nor its
+// parents can be renamed or removed, so the path stays valid. Null when the folder does not exist,
+// cannot be listed, or has another final path because a link has replaced it or one of its parents.
+// Any thread.
 [[nodiscard]] KernelHandle HoldFolder(const std::filesystem::path& canonicalFolder);

@@ -12,7 +12,8 @@
 
 namespace {
 
-// One part of the list. The 32-bit one is a key of its own for the machine only, but costs little.
+// One part of the list. HKEY_CURRENT_USER has no separate 32-bit part, but reading it twice is
+// cheap.
 struct ListPart {
     HKEY root;
     REGSAM view;
@@ -21,7 +22,7 @@ const std::array kListParts{
     ListPart{HKEY_CURRENT_USER, KEY_WOW64_64KEY}, ListPart{HKEY_CURRENT_USER, KEY_WOW64_32KEY},
     ListPart{HKEY_LOCAL_MACHINE, KEY_WOW64_64KEY}, ListPart{HKEY_LOCAL_MACHINE, KEY_WOW64_32KEY}};
 
-// As the registry limits the name of a key, with the terminator.
+// The registry's limit for key names, including the terminator.
 constexpr size_t kMaxKeyNameLength = 256;
 
 // Some installers write the location in double quotes.
@@ -45,18 +46,18 @@ bool IsOnServer(const std::wstring& path) {
 bool IsInstalledIn(const std::wstring& location, const std::filesystem::path& folder) {
     const size_t rootName = RootNameLength(location);
     if (rootName == 0 || RootPathLength(location) == rootName) {
-        return false;  // Relative to a folder that is not known.
+        return false;  // Relative to an unknown folder.
     }
     if (IsOnServer(location) && !IsOnServer(folder.native())) {
-        return false;  // Not asked: a server that does not answer takes long.
+        return false;  // Not accessed: an unreachable server would block for long.
     }
     const std::optional<std::filesystem::path> installed = WeaklyCanonical(location);
     return installed && KindOf(*installed) != EntryKind::Missing &&
            IsAtOrBelowCanonicalPath(installed->native(), folder.native());
 }
 
-// Whether the entry calls the uninstaller in `folder`: the game's own entry under an older display
-// name. To uninstall that one first would be to start this uninstaller again.
+// Whether the entry calls the uninstaller in `folder`. It is then the game's own entry under an
+// older display name; uninstalling it first would start this uninstaller again.
 bool CallsUninstallerIn(HKEY list, const std::wstring& key, const std::filesystem::path& folder) {
     const std::optional<std::wstring> command = RegistryText(list, key, L"UninstallString");
     const std::optional<std::filesystem::path> program =
@@ -98,7 +99,7 @@ std::optional<OtherProgram> FindOtherProgramIn(const std::filesystem::path& fold
             continue;
         }
         const RegistryKey list(opened);
-        // The game's own entry is the current user's.
+        // The game registers itself for the current user only.
         const bool mayBeOwn = part.root == HKEY_CURRENT_USER;
         std::optional<OtherProgram> found =
             FindIn(list.get(), mayBeOwn ? BuildUninstallKeyName(config) : L"", folder);

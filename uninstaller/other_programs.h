@@ -6,16 +6,15 @@
 
 #include "config/tool_config.h"
 
-// Another program of the list of installed programs.
+// Another program in the list of installed programs.
 struct OtherProgram {
-    std::wstring name;    // As the list shows it, or its key's name.
-    std::wstring folder;  // Its install location as the entry has it.
+    std::wstring name;    // The display name, or the name of its key.
+    std::wstring folder;  // The entry's install location.
 };
 
-// A program other than the configured game that is installed in the canonical `folder` or below it,
-// by its entry in the list of the current user or of the machine, 64-bit or 32-bit. An entry is
-// left out when its install location is missing, empty, relative, cannot be resolved or does not
-// exist any more, and when it calls the uninstaller in `folder`: that is the game itself under an
-// older display name. Any thread.
+// A program other than the configured game that is installed in or below the canonical `folder`,
+// according to the lists of the current user and the machine, 64-bit and 32-bit. Ignores entries
+// whose install location is missing, empty, relative, unresolvable or nonexistent, and entries that
+// call the uninstaller in `folder`: those are the game under an older display name. Any thread.
 [[nodiscard]] std::optional<OtherProgram> FindOtherProgramIn(const std::filesystem::path& folder,
                                                              const ToolConfig& config);

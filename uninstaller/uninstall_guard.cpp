@@ -62,7 +62,7 @@ std::wstring UpperCase(std::wstring text) {
 }
 
 // A system folder in the form used for comparing. Falls back to the reported path if it cannot be
-// resolved. Empty for one that this system does not have.
+// resolved. Empty if this system does not have the folder.
 std::wstring ComparableForm(const std::filesystem::path& folder) {
     std::filesystem::path form = WeaklyCanonical(folder).value_or(folder).make_preferred();
     if (!form.has_filename()) {
@@ -75,7 +75,7 @@ std::wstring ComparableForm(const KNOWNFOLDERID& id) {
     return ComparableForm(KnownFolder(id, KF_FLAG_DONT_VERIFY));
 }
 
-// Whether the canonical `folder` is such a folder, has one below it, or belongs to the system.
+// Whether the canonical `folder` is or contains a shared folder, or is inside the Windows folder.
 bool OverlapsSharedFolder(const std::wstring& folder) {
     const std::wstring own = UpperCase(folder);
     const auto contains = [&](const std::wstring& shared) {
@@ -87,10 +87,10 @@ bool OverlapsSharedFolder(const std::wstring& folder) {
                        [&](const KNOWNFOLDERID* id) { return contains(ComparableForm(*id)); });
 }
 
-// A repair tool that the player has given another name is not looked for. While it runs, its file
-// cannot be removed: it stays and is reported, and the uninstaller with it for a second attempt.
+// A repair tool that the player has renamed is not found. While it is running, its file cannot be
+// removed; it is then reported, and the uninstaller stays for a second attempt.
 bool IsRunning(const std::filesystem::path& program) {
-    // The system lets nobody open the file of a running program for writing.
+    // The file of a running program cannot be opened for writing.
     const auto file = AdoptHandle<KernelHandle>(
         ::CreateFileW(SystemPath(program).Text(), GENERIC_WRITE,
                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
@@ -98,7 +98,7 @@ bool IsRunning(const std::filesystem::path& program) {
     return !file && ::GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
-// The canonical `folder`, which is the uninstaller's and the registered one.
+// `folder` is canonical and both the uninstaller's and the registered one.
 Verdict JudgeContent(const std::filesystem::path& folder) {
     const std::optional<std::filesystem::path> uninstaller = WeaklyCanonical(toolExePath);
     if (!uninstaller ||

@@ -3,23 +3,23 @@
 #include <filesystem>
 #include <string>
 
-// The guard before anything is removed.
+// Decides whether the client folder may be removed.
 
-// Why the client folder is left alone, in the order of the checks.
+// Why the client folder may not be removed, in the order of the checks.
 enum class Refusal {
     None,
     NotRegistered,          // The game is not in the current user's list of installed programs.
     UnresolvedFolder,       // The uninstaller's folder or the registered one cannot be resolved.
     RegisteredElsewhere,    // The registered folder is not the uninstaller's.
     UnsafeFolder,           // Not the uninstaller's folder, a drive's root, or as short as "C:\ab".
-    SharedFolder,           // Windows or the user keeps other things there, as in the profile.
+    SharedFolder,           // A folder of Windows or the user, such as the profile.
     OtherProgram,           // Another entry of the list names this folder or one below it.
-    StartupProgramMissing,  // Whatever the folder holds, it is no client of this game.
+    StartupProgramMissing,  // The folder does not contain this game.
     InUse,                  // The game's startup program or the repair tool is running.
-    Changed,                // Approved before the question; after it the same paths lead elsewhere.
+    Changed,                // The approved paths have changed while the question was open.
 };
 
-// What may be removed: canonical paths, resolved once. Both files are inside `folder`.
+// The approved paths: canonical, resolved once. Both files are inside `folder`.
 struct ApprovedClient {
     std::filesystem::path folder;
     std::filesystem::path uninstaller;
@@ -30,15 +30,15 @@ struct ApprovedClient {
 
 struct Verdict {
     Refusal refusal = Refusal::None;
-    ApprovedClient client{};      // Complete for Refusal::None only.
-    std::wstring namedFolder{};   // The folder that the refusal's text names, if it names one.
-    std::wstring namedProgram{};  // The program that it names, for Refusal::OtherProgram.
+    ApprovedClient client{};      // Set only for Refusal::None.
+    std::wstring namedFolder{};   // The folder in the refusal's text, if any.
+    std::wstring namedProgram{};  // The program in the text of Refusal::OtherProgram.
 };
 
-// Judges the client folder as it is at this moment: `toolFolder` with the uninstaller `toolExePath`
-// in it, and the active configuration. Touches nothing.
+// Checks the current client folder: `toolFolder` with the uninstaller `toolExePath`, according to
+// the active configuration. Changes nothing.
 [[nodiscard]] Verdict JudgeClient();
 
-// The same once more, after the question: an approval of anything else than `approved` becomes
+// Repeats the check after the question: approving anything other than `approved` becomes
 // Refusal::Changed.
 [[nodiscard]] Verdict JudgeClientAgain(const ApprovedClient& approved);

@@ -15,13 +15,13 @@ int ShowBox(const std::wstring& text, UINT style) {
                          style | MB_SETFOREGROUND);
 }
 
-// No is the default: an unthinking Enter must not cost anybody a game.
+// No is the default, so that pressing Enter by accident removes nothing.
 bool Confirm(const std::filesystem::path& folder) {
     const std::wstring question = QuestionText(toolConfig, folder, MeasureClient(folder));
     return ShowBox(question, MB_YESNO | MB_DEFBUTTON2 | MB_ICONWARNING) == IDYES;
 }
 
-// Shows the reason of a refusal.
+// Shows the reason if not.
 bool IsApproved(const Verdict& verdict) {
     if (verdict.refusal == Refusal::None) {
         return true;

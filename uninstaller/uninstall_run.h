@@ -1,10 +1,10 @@
 #pragma once
 
-// The uninstaller's one run: guard, question, guard again, removal, report. Works on `toolFolder`,
-// `toolExePath` and the active configuration, all set before. Blocks in its message boxes. True
-// when the game is gone with everything. The thread has COM initialized.
+// Runs the uninstaller: check, question, second check, removal, report. Uses `toolFolder`,
+// `toolExePath` and the active configuration, which must be set. Blocks while its message boxes are
+// open. True when everything was removed. Requires COM on the calling thread.
 bool RunUninstall();
 
-// The two ends before that: the program cannot go on at all.
+// Messages for failures before that.
 void ReportMissingConfiguration();
 void ReportFailedStart();

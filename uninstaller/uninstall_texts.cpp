@@ -7,7 +7,7 @@
 
 namespace {
 
-// A message box with more lines would not fit on a small screen.
+// A message box with more lines might not fit on a small screen.
 constexpr size_t kMaxPathsShown = 10;
 
 std::wstring FileCountText(uint64_t files) {

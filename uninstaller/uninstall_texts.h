@@ -6,16 +6,16 @@
 #include "uninstaller/client_removal.h"
 #include "uninstaller/uninstall_guard.h"
 
-// What the uninstaller says. Pure functions of their arguments.
+// The uninstaller's texts. Pure functions.
 
 std::wstring CaptionText(const ToolConfig& config);
 
-// The one question: which game, which folder, and how much goes.
+// The question: which game, which folder, and how much will be deleted.
 std::wstring QuestionText(const ToolConfig& config, const std::filesystem::path& folder,
                           const ClientContent& content);
 
-// Why nothing was removed.
+// The reason why nothing was removed.
 std::wstring RefusalText(const ToolConfig& config, const Verdict& verdict);
 
-// What became of it, with what stayed.
+// The result, with everything that remains.
 std::wstring ReportText(const ToolConfig& config, const RemovalResult& result);
