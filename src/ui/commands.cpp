@@ -19,7 +19,7 @@ void RepairClient(HWND window) {
     beginJob(window, JobKind::Repair, ChoosePackageUrl(toolConfig, primaryServerChosen));
 }
 
-// Always from the primary server, whichever is chosen.
+// Always uses the primary server, whichever is chosen.
 void ReinstallGame(HWND window) {
     if (ConfirmReinstall(window)) {
         beginJob(window, JobKind::Reinstall, {});

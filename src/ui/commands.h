@@ -2,8 +2,8 @@
 
 #include "common/windows_api.h"
 
-// What the buttons do. Window thread; `window` is the tool's main window.
+// The buttons' commands. Window thread; `window` is the main window.
 
-// Acts on the button with this control id, however the message came about: a double click counts
-// as two clicks. Ids of no button are left alone.
+// Runs the command of the button with this control id. The notification code is ignored, so a
+// double click counts as two clicks. Other ids are ignored.
 void RunCommand(HWND window, int controlId);

@@ -11,9 +11,9 @@
 
 namespace {
 
-// Each mark is set before its action: the timer ticks while the question is open. When it has been
-// answered, the tool may have been closed, or the next job may be under way: two boxes can be open
-// at once, and answering one makes the window listen again.
+// Each mark is set before its action, because the timer ticks while the question is open. After the
+// answer, the window may be closed or the next job running: two boxes can be open at once, and
+// closing one re-enables the main window.
 void FollowUpSuccess(HWND window, JobKind kind) {
     const bool shortcutWanted = toolConfig.offerDesktopShortcut && !toolConfig.startupExe.empty();
     if (kind == JobKind::Reinstall && shortcutWanted && !windowState.shortcutOffered) {
@@ -68,7 +68,7 @@ void OnTick(HWND window) {
 
 void PrepareRetry(HWND window) {
     if (jobProgress.running) {
-        return;  // The button is hidden then, but others can press it.
+        return;  // The button is hidden, but UI automation can still press it.
     }
     resetForRetry();
     ClearEndOfJobMarks();

@@ -5,23 +5,24 @@
 #include "common/windows_api.h"
 #include "job/progress/job_progress.h"
 
-// The window's side of a job, from its start to its collection. Window thread; `window` is the
-// tool's main window.
+// The window's part of a job, from starting it to joining its thread. Window thread; `window` is
+// the main window.
 
-// Starts a job, unless there is one. A blank URL stands for the configured `archiveUrl`.
+// Starts a job unless one exists. A blank URL means the configured `archiveUrl`.
 void beginJob(HWND window, JobKind kind, std::wstring_view packageUrl);
 
-// Every 250 ms: shows what the job has published, and collects it once it has ended, with the
-// questions and starts that follow a success. Without a job nothing is repainted. May run inside
-// an open question.
+// Called every 250 ms: repaints the job's progress. When the job has ended, joins its thread and,
+// after a success, asks the question and starts the program that follow. Does nothing without a
+// job. May run while a question is open.
 void OnTick(HWND window);
 
-// After a failure: "Ready." again, with the buttons that start a job. Nothing while a job runs.
+// After a failure: resets the window to "Ready." and enables the job buttons. Does nothing while a
+// job is running.
 void PrepareRetry(HWND window);
 
-// Asks whether to close, always. On Yes it stops the job, waits for its clean-up, however long
-// that takes, and destroys the window.
+// Always asks whether to close. On Yes, stops the job, waits until its clean-up is done, however
+// long that takes, and destroys the window.
 void CloseAfterQuestion(HWND window);
 
-// Ends a job that is left over, without a question, and waits for its clean-up.
+// Stops the job, if there is one, without a question, and waits for its clean-up.
 void StopJob();
