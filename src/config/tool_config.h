@@ -4,8 +4,8 @@
 #include <string_view>
 #include <vector>
 
-// The values below go out to the installer and the uninstaller that are made from the same
-// configuration; an operator's configuration text normally replaces them.
+// Defaults for the installer and the uninstaller that are built from the same configuration. The
+// operator's configuration text normally replaces them.
 inline constexpr std::wstring_view kDefaultCopyright =
     L"\u00A9 2026 Brennick. Karvoth and its logo belong to their owner.";
 inline constexpr std::wstring_view kDefaultEacProductId = L"7c41e09ab6d2438f95b01d6ea83f527c";
@@ -18,14 +18,13 @@ inline constexpr std::wstring_view kDefaultVcRedistUrl =
 inline constexpr std::wstring_view kDefaultStartupExe = L"patcher.exe";
 inline constexpr std::wstring_view kDefaultRepairToolName = L"KrvBrennickInstaller.exe";
 
-// Everything that differs from one game to the next. The key set is shared with the downloader,
-// the installer and the uninstaller of the same game: this tool reads every key into the record
-// and acts on some of them. The member initializers are the compiled-in defaults; the embedded
-// configuration text (config_text.h) replaces the fields whose keys it names.
+// Everything that differs between games. The downloader, the installer and the uninstaller of a
+// game use the same keys: this tool reads all of them and uses some. The member initializers are
+// the compiled-in defaults; the embedded configuration text (config_text.h) overrides them key by
+// key.
 //
-// The keys stand in the order in which the parser fills them; config_keys.cpp lists them in the
-// same order. A plain value: copies share nothing. No field is a number: colors, versions and
-// language codes are text.
+// The fields are in the parser's order; config_keys.cpp lists the keys in the same order. Colors,
+// versions and language codes are text.
 struct ToolConfig {
     std::wstring downloaderName = L"Karvoth Downloader";
     std::wstring downloaderVersion = L"v2.0.0";
@@ -87,6 +86,6 @@ struct ToolConfig {
     bool promptOnlineVcRedist = false;
 };
 
-// The active configuration: the defaults until the window's creation replaces it as a whole, then
-// read-only, so both threads read it without a lock.
+// The active configuration. Holds the defaults until the window's creation replaces it; read-only
+// afterwards, so both threads read it without a lock.
 extern ToolConfig toolConfig;

@@ -15,7 +15,7 @@
 namespace {
 
 constexpr std::wstring_view kLinkExtension = L".lnk";
-constexpr std::wstring_view kLastResortName = L"Karvoth";
+constexpr std::wstring_view kFallbackName = L"Karvoth";
 
 ComPointer<IShellLinkW> MakeShellLink() {
     void* link = nullptr;
@@ -39,7 +39,7 @@ bool SaveShellLink(IShellLinkW& link, const std::filesystem::path& linkPath) {
 }  // namespace
 
 std::wstring ShortcutFileName(const ToolConfig& config) {
-    const std::wstring name = SanitizeFileName(config.shortcutName, kLastResortName);
+    const std::wstring name = SanitizeFileName(config.shortcutName, kFallbackName);
     return LowerCase(FileNameExtension(name)) == kLinkExtension ? name
                                                                 : name + kLinkExtension.data();
 }
