@@ -87,8 +87,8 @@ Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
     for (const std::filesystem::path& path : kept) {
         std::wstring parent = ParentFolder(path.native());
         for (; IsBelowCanonicalPath(parent, folder.native()); parent = ParentFolder(parent)) {
-            static_cast<void>(
-                RemoveInHeldFolder(parent));  // If this fails, removing `folder` fails.
+            // If this fails, removing `folder` fails too.
+            static_cast<void>(RemoveInHeldFolder(parent));
         }
     }
     // By path, without holding it: at worst this removes another empty folder or a link.

@@ -23,7 +23,7 @@ void FollowUpSuccess(HWND window, JobKind kind) {
             return;
         }
         if (accepted) {
-            CreateShortcut(window);
+            static_cast<void>(CreateShortcut(window));  // OnTick repaints the window anyway.
         }
     }
     if (toolConfig.runAfterInstall && !windowState.launchDone) {

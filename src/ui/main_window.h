@@ -9,4 +9,4 @@ inline constexpr UINT kTickMs = 250;
 // Registers the window class, then creates and shows the main window: fixed size, no frame, rounded
 // corners. Its creation loads the configuration and the images, locates the tool and creates the
 // buttons. Null on failure. Window thread; call ReleaseImages() before GDI+ shuts down.
-HWND CreateMainWindow(HINSTANCE instance, int showCommand);
+[[nodiscard]] HWND CreateMainWindow(HINSTANCE instance, int showCommand);

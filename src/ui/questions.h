@@ -9,10 +9,10 @@
 // re-enables the window, and the window may have been destroyed when a box returns.
 
 // True only for Yes. No is the default button.
-bool ConfirmReinstall(HWND owner);
-bool ConfirmClose(HWND owner);
+[[nodiscard]] bool ConfirmReinstall(HWND owner);
+[[nodiscard]] bool ConfirmClose(HWND owner);
 
 // True only for Yes, the default button.
-bool OfferShortcut(HWND owner);
+[[nodiscard]] bool OfferShortcut(HWND owner);
 
 void ShowShortcutFailure(HWND owner, const std::wstring& message);

@@ -5,4 +5,4 @@
 // Creates the desktop shortcut and shows the result: success as the job's detail line and on the
 // button, failure in a message box. True on success; the caller then repaints the window. Window
 // thread.
-bool CreateShortcut(HWND window);
+[[nodiscard]] bool CreateShortcut(HWND window);
