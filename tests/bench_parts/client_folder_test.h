@@ -8,6 +8,8 @@
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
 
+namespace bench {
+
 // A fresh client folder with a tool that has just started in it: default configuration,
 // "patcher.exe" as startup program, no file there yet. Everything is put back afterwards.
 class ClientFolderTest : public testing::Test {
@@ -32,5 +34,7 @@ protected:
     }
 
 private:
-    bench::ScratchFolder scratch_;
+    ScratchFolder scratch_;
 };
+
+}  // namespace bench

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+namespace bench {
+
 // Makes a folder the current one as long as the object lives.
 class CurrentFolder {
 public:
@@ -18,3 +20,5 @@ public:
 private:
     std::filesystem::path former_;
 };
+
+}  // namespace bench

@@ -10,12 +10,14 @@
 
 namespace fs = std::filesystem;
 
+namespace bench {
+
 GameMachine::GameMachine() {
     toolConfig = ToolConfig{};
     toolConfig.startupExe = L"client.exe";
     toolConfig.archiveUrl = PackageUrl(kZip);
     primaryServerChosen = true;
-    bench::WriteFile(Tool(), kToolBytes);
+    WriteFile(Tool(), kToolBytes);
     toolExePath = Tool();
     toolFolder = Client();
     machine_.PutTar();
@@ -50,12 +52,12 @@ std::wstring GameMachine::PackageUrl(const std::wstring& fileName) const {
     return server_.Url(L"archive/" + fileName);
 }
 
-bench::Contents GameMachine::LoneFolderPackage() {
-    return bench::Below(L"Client", bench::PackageContents(kZip));
+Contents GameMachine::LoneFolderPackage() {
+    return Below(L"Client", PackageContents(kZip));
 }
 
-bench::Contents GameMachine::ClientContents() const {
-    bench::Contents contents = bench::FolderContents(Client());
+Contents GameMachine::ClientContents() const {
+    Contents contents = FolderContents(Client());
     EXPECT_TRUE(contents[L"repair.exe"] == toolBytes_) << "the tool's own file has changed";
     contents.erase(L"repair.exe");
     contents.erase(L"Uninstall.exe");
@@ -93,3 +95,5 @@ void GameMachine::ExpectFailure(const std::wstring& message) {
     EXPECT_TRUE(jobProgress.finished);
     EXPECT_TRUE(jobProgress.failed);
 }
+
+}  // namespace bench

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bench_parts/fault_server_client.h"
@@ -12,16 +13,21 @@
 #include "bench_parts/unpacker_machine.h"
 #include "job/progress/job_progress.h"
 
-inline constexpr std::string_view kToolBytes = "this is the running tool";
-inline constexpr std::wstring_view kRepairSuccess = L"Repair complete.";
-// The configured package: a ZIP with everything in one top folder.
-inline constexpr wchar_t kZip[] = L"zip_lone_folder.zip";
+namespace bench {
 
 // A player's machine with an installed client that a job works on: unpacking programs, a server
 // with packages, a client folder with the tool in it, a registry without an entry for the game, an
 // empty temp folder. Jobs run on their own thread, as the window would start them.
 class GameMachine : public testing::Test {
 protected:
+    static constexpr std::string_view kToolBytes = "this is the running tool";
+    static constexpr std::wstring_view kRepairSuccess = L"Repair complete.";
+    // The configured package: a ZIP with everything in one top folder.
+    static constexpr wchar_t kZip[] = L"zip_lone_folder.zip";
+    // The registry key of the default brand's entry.
+    static constexpr wchar_t kEntryKey[] =
+        L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Quellstone.Karvoth";
+
     GameMachine();
     ~GameMachine() override;
 
@@ -40,20 +46,18 @@ protected:
         return Client() / L"repair.exe";
     }
     // The client without the tool and the uninstaller.
-    [[nodiscard]] bench::Contents ClientContents() const;
-    // What it should be after a job with the configured package.
-    static bench::Contents LoneFolderPackage();
-    // What is in the temp folder, apart from the test's own.
+    [[nodiscard]] Contents ClientContents() const;
+    // The same after a job with the configured package.
+    static Contents LoneFolderPackage();
+    // The names in the temp folder, except the test's own folder.
     [[nodiscard]] std::vector<std::wstring> TempFolder() const;
 
     static void ExpectSuccess(std::wstring_view headline);
     static void ExpectFailure(const std::wstring& message);
 
     std::string toolBytes_{kToolBytes};  // What the tool's file holds.
-    bench::UnpackerMachine machine_;
-    bench::FaultServer server_;
+    UnpackerMachine machine_;
+    FaultServer server_;
 };
 
-// The place of the default brand's entry.
-inline constexpr wchar_t kEntryKey[] =
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Quellstone.Karvoth";
+}  // namespace bench

@@ -4,6 +4,7 @@
 
 #include "common/handles.h"
 
+namespace bench {
 namespace {
 
 std::string BytesOf(const void* data, size_t size) {
@@ -56,3 +57,5 @@ void StoreValue(const std::wstring& keyPath, const std::wstring& name, const Sto
 void RemoveKey(const std::wstring& keyPath) {
     ::RegDeleteTreeW(HKEY_CURRENT_USER, keyPath.c_str());
 }
+
+}  // namespace bench

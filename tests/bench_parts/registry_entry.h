@@ -7,6 +7,8 @@
 
 #include "common/windows_api.h"
 
+namespace bench {
+
 // Keys below HKEY_CURRENT_USER as they are stored, for tests. A key path has no leading backslash.
 
 // One value as it is stored: the type and the very bytes.
@@ -30,3 +32,5 @@ void StoreValue(const std::wstring& keyPath, const std::wstring& name, const Sto
 
 // The key and what is below it; fine when there is none.
 void RemoveKey(const std::wstring& keyPath);
+
+}  // namespace bench

@@ -7,6 +7,8 @@
 #include "bench_parts/scratch_folder.h"
 #include "common/handles.h"
 
+namespace bench {
+
 // Where the bench's programs lie.
 inline std::filesystem::path FolderOfThisProgram() {
     std::wstring own(MAX_PATH * 4, L'\0');
@@ -19,7 +21,7 @@ class RunningCopy {
 public:
     // `arguments` as on a command line; the file is created at `exe`.
     RunningCopy(const wchar_t* program, const std::filesystem::path& exe, std::wstring arguments) {
-        bench::WriteFile(exe, bench::ReadFile(FolderOfThisProgram() / program));
+        WriteFile(exe, ReadFile(FolderOfThisProgram() / program));
         std::wstring command = L"\"" + exe.native() + L"\" " + std::move(arguments);
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
@@ -46,3 +48,5 @@ public:
 private:
     KernelHandle process_;
 };
+
+}  // namespace bench

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "bench_parts/running_copy.h"
 #include "common/text.h"
 #include "common/tool_instance.h"
 #include "job/progress/job_progress.h"
@@ -18,25 +19,6 @@ namespace {
 constexpr DWORD kPatienceMs = 30'000;
 constexpr DWORD kLookAgainMs = 2;
 constexpr ULONGLONG kSmallDiskLimit = 4'194'304;  // Larger is another disk: nothing is mounted.
-
-std::optional<std::wstring> ReadVariable(const std::wstring& name) {
-    std::wstring value(32'768, L'\0');
-    ::SetLastError(ERROR_SUCCESS);
-    const DWORD length =
-        ::GetEnvironmentVariableW(name.c_str(), value.data(), static_cast<DWORD>(value.size()));
-    if (length == 0 && ::GetLastError() == ERROR_ENVVAR_NOT_FOUND) {
-        return std::nullopt;
-    }
-    value.resize(length);
-    return value;
-}
-
-// The folder with all programs of the build, this one too.
-fs::path BuiltPrograms() {
-    std::wstring path(MAX_PATH * 4, L'\0');
-    path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return fs::path(path).parent_path();
-}
 
 // A process that has ended can hold on to its exe and its current folder for a moment more. Repeats
 // what fails because of that, until it works or takes too long; the error, ERROR_SUCCESS for none.
@@ -71,16 +53,6 @@ void FillIn(ProgramRun& run, const std::string& key, const std::string& value) {
 }
 
 }  // namespace
-
-EnvironmentVariable::EnvironmentVariable(std::wstring name,
-                                         const std::optional<std::wstring>& value)
-    : name_(std::move(name)), former_(ReadVariable(name_)) {
-    ::SetEnvironmentVariableW(name_.c_str(), value ? value->c_str() : nullptr);
-}
-
-EnvironmentVariable::~EnvironmentVariable() {
-    ::SetEnvironmentVariableW(name_.c_str(), former_ ? former_->c_str() : nullptr);
-}
 
 UnpackerMachine::UnpackerMachine()
     : formerCurrentFolder_(fs::current_path()),
@@ -139,7 +111,7 @@ fs::path UnpackerMachine::StagingFolder() const {
 }
 
 void UnpackerMachine::PutRecorder(const fs::path& program, std::string_view plan) const {
-    PutProgram(BuiltPrograms() / L"recorder.exe", program);
+    PutProgram(FolderOfThisProgram() / L"recorder.exe", program);
     WriteFile(program.native() + L".plan", plan);
 }
 
@@ -154,11 +126,12 @@ void UnpackerMachine::PutSevenZip(const fs::path& program) const {
 }
 
 void UnpackerMachine::PutTar() const {
-    PutProgram(BuiltPrograms() / L"tar_stand_in.exe", CurrentFolder() / L"tar.exe");
+    PutProgram(FolderOfThisProgram() / L"tar_stand_in.exe", CurrentFolder() / L"tar.exe");
 }
 
 void UnpackerMachine::PutPowerShell() const {
-    PutProgram(BuiltPrograms() / L"powershell_stand_in.exe", CurrentFolder() / L"powershell.exe");
+    PutProgram(FolderOfThisProgram() / L"powershell_stand_in.exe",
+               CurrentFolder() / L"powershell.exe");
 }
 
 void UnpackerMachine::PutProgram(const fs::path& source, const fs::path& program) const {

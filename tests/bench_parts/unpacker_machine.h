@@ -7,23 +7,11 @@
 #include <string_view>
 #include <vector>
 
+#include "bench_parts/environment_variable.h"
 #include "bench_parts/scratch_folder.h"
 #include "common/windows_api.h"
 
 namespace bench {
-
-// Sets an environment variable of this process, or takes it away, and puts the old value back.
-class EnvironmentVariable {
-public:
-    EnvironmentVariable(std::wstring name, const std::optional<std::wstring>& value);
-    ~EnvironmentVariable();
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-
-private:
-    std::wstring name_;
-    std::optional<std::wstring> former_;
-};
 
 // How a recorder (recorder.cpp) was started.
 struct ProgramRun {

@@ -62,8 +62,8 @@ void ExpectSame(const FolderState& expected, const FolderState& actual, const st
 }
 
 // Without the day, which may end in the middle of a test.
-StoredValues ReadEntry() {
-    StoredValues values = ReadKey(kEntryKey).value_or(StoredValues());
+bench::StoredValues ReadEntry() {
+    bench::StoredValues values = bench::ReadKey(kEntryKey).value_or(bench::StoredValues());
     values.erase(L"InstallDate");
     return values;
 }
@@ -77,11 +77,11 @@ protected:
         package_ = GetParam().hasLoneFolder ? bench::Below(L"Client", all) : all;
         machine_.PutTar();
         machine_.PutSevenZip(machine_.SearchFolder() / L"7z.exe");
-        RemoveKey(kEntryKey);
+        bench::RemoveKey(kEntryKey);
     }
 
     ~KilledJob() override {
-        RemoveKey(kEntryKey);
+        bench::RemoveKey(kEntryKey);
     }
 
     // Does the job without a disturbance; what it leaves is what every other one is to end in.
@@ -96,7 +96,7 @@ protected:
         ExpectPackageTime();
         referenceEntry_ = ReadEntry();
         EXPECT_EQ(referenceEntry_.size(), 9U);
-        RemoveKey(kEntryKey);
+        bench::RemoveKey(kEntryKey);
         EXPECT_EQ(calls_.size(), 7U + (GetParam().hasLoneFolder ? 1U : 0U) +
                                      (GetParam().kind == JobKind::Reinstall ? 1U : 0U));
     }
@@ -193,7 +193,7 @@ protected:
 
     void ExpectReferenceEntry() const {
         EXPECT_TRUE(ReadEntry() == referenceEntry_);
-        RemoveKey(kEntryKey);
+        bench::RemoveKey(kEntryKey);
     }
 
     bench::UnpackerMachine machine_;
@@ -203,7 +203,7 @@ protected:
     PhaseCalls calls_;
     FolderState reference_;
     uint64_t packageTime_ = 0;
-    StoredValues referenceEntry_;
+    bench::StoredValues referenceEntry_;
 };
 
 TEST_P(KilledJob, ConvergesWhenItIsRunAgain) {

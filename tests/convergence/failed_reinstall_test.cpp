@@ -27,11 +27,11 @@ protected:
     FailedReinstall() : client_(machine_.Root(), bench::PackageContents(L"zip_small_client.zip")) {
         machine_.PutTar();
         machine_.PutPowerShell();
-        RemoveKey(kEntryKey);
+        bench::RemoveKey(kEntryKey);
     }
 
     ~FailedReinstall() override {
-        RemoveKey(kEntryKey);
+        bench::RemoveKey(kEntryKey);
     }
 
     JobOutcome Reinstall(const std::wstring& url, const std::wstring& digest = {},
@@ -46,7 +46,7 @@ protected:
         EXPECT_THAT(outcome.detail, testing::StartsWith(message));
         EXPECT_EQ(FirstDifference(client_.Initial(), StateOf(client_.Folder())), "");
         EXPECT_THAT(bench::FolderListing(client_.TempFolder()), testing::IsEmpty());
-        EXPECT_FALSE(ReadKey(kEntryKey).has_value());
+        EXPECT_FALSE(bench::ReadKey(kEntryKey).has_value());
     }
 
     bench::UnpackerMachine machine_;

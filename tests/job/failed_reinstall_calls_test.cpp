@@ -19,7 +19,7 @@ namespace {
 constexpr wchar_t kKernel32[] = L"kernel32.dll";
 constexpr wchar_t kWinHttp[] = L"winhttp.dll";
 
-class FailedReinstallTest : public GameMachine {
+class FailedReinstallTest : public bench::GameMachine {
 protected:
     void SetUp() override {
         bench::WriteFile(Client() / L"client.exe", "old");

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using HugePackageTest = GameMachine;
+using HugePackageTest = bench::GameMachine;
 
 // A file's bytes from `offset` on.
 std::string BytesFrom(const fs::path& path, std::streamoff offset) {

@@ -19,7 +19,7 @@ using testing::SizeIs;
 
 constexpr wchar_t kKernel32[] = L"kernel32.dll";
 
-class JobFaultTest : public GameMachine {
+class JobFaultTest : public bench::GameMachine {
 protected:
     // Runs a repair in which a virus scanner opens the package, and keeps it open, before the first
     // file is copied.

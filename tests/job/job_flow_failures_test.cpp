@@ -22,7 +22,7 @@ constexpr wchar_t kNoUrl[] = L"No valid CDN package URL is configured.";
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class JobFailureTest : public GameMachine {};
+class JobFailureTest : public bench::GameMachine {};
 
 constexpr wchar_t kKernel32[] = L"kernel32.dll";
 
@@ -58,7 +58,7 @@ TEST_F(JobFailureTest, FailedDownloadLeavesNothingBehind) {
     ExpectFailure(L"The server returned HTTP 404.");
     EXPECT_THAT(TempFolder(), IsEmpty());
     EXPECT_THAT(ClientContents(), IsEmpty());
-    EXPECT_FALSE(ReadKey(kEntryKey));
+    EXPECT_FALSE(bench::ReadKey(kEntryKey));
 }
 
 TEST_F(JobFailureTest, PackageOfAFailedHashCheckIsDeleted) {
@@ -96,7 +96,7 @@ TEST_F(JobFailureTest, FileThatCannotBeRepairedEndsTheJobAndCleansUp) {
     ExpectFailure(L"Could not repair this file: data\\maps\\a.map");
     EXPECT_THAT(TempFolder(), IsEmpty());
     EXPECT_EQ(::GetFileAttributesW((Client() / L"Uninstall.exe").c_str()), INVALID_FILE_ATTRIBUTES);
-    EXPECT_FALSE(ReadKey(kEntryKey));
+    EXPECT_FALSE(bench::ReadKey(kEntryKey));
 }
 
 TEST_F(JobFailureTest, UninstallerThatCannotBeWrittenFailsWithTheClientInPlace) {
@@ -106,7 +106,7 @@ TEST_F(JobFailureTest, UninstallerThatCannotBeWrittenFailsWithTheClientInPlace) 
     ExpectFailure(L"Could not write Uninstall.exe to the client folder.");
     EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
     EXPECT_THAT(TempFolder(), IsEmpty());
-    EXPECT_FALSE(ReadKey(kEntryKey));
+    EXPECT_FALSE(bench::ReadKey(kEntryKey));
 }
 
 TEST_F(JobFailureTest, FailedRegistrationCountsAsFailureWithTheUninstallerWritten) {
@@ -135,7 +135,7 @@ TEST_F(JobFailureTest, ReinstallOutsideAClientFolderIsRefusedAndDeletesNothing) 
         L"Safety check failed. Reinstall can only run from inside the game client folder.");
     EXPECT_EQ(bench::FirstDifference({{L"mine", "mine"}}, ClientContents()), "");
     EXPECT_THAT(TempFolder(), IsEmpty());
-    EXPECT_FALSE(ReadKey(kEntryKey));
+    EXPECT_FALSE(bench::ReadKey(kEntryKey));
 }
 
 TEST_F(JobFailureTest, ReinstallWithTheTemporaryFolderInTheClientFolderIsRefused) {
@@ -194,7 +194,7 @@ TEST_F(JobFailureTest, ToolWithoutAnUninstallerEndsInTheRegistrationsOwnMessage)
     ExpectFailure(
         L"Could not register Programs and Features because Uninstall.exe was not written.");
     EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
-    EXPECT_FALSE(ReadKey(kEntryKey));
+    EXPECT_FALSE(bench::ReadKey(kEntryKey));
 }
 
 TEST_F(JobFailureTest, EntryThatCannotBeFinishedFailsTheJob) {
@@ -220,7 +220,7 @@ TEST_F(JobFailureTest, CleanOutThatBreaksOffFailsTheJobAndStillCleansUp) {
     RunJob(JobKind::Reinstall);
     ExpectFailure(L"Could not read the client folder while removing the old client files.");
     EXPECT_FALSE(ClientContents().contains(L"client.exe"));
-    EXPECT_FALSE(ReadKey(kEntryKey));
+    EXPECT_FALSE(bench::ReadKey(kEntryKey));
     EXPECT_THAT(TempFolder(), IsEmpty());
 }
 

@@ -19,7 +19,7 @@ namespace {
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class JobRecordTest : public GameMachine {};
+class JobRecordTest : public bench::GameMachine {};
 
 constexpr wchar_t kKernel32[] = L"kernel32.dll";
 

@@ -15,6 +15,10 @@
 
 namespace fs = std::filesystem;
 
+using bench::ReadKey;
+using bench::StoredNumber;
+using bench::StoredText;
+
 namespace {
 
 constexpr wchar_t kRar[] = L"rar5_plain.rar";
@@ -23,7 +27,7 @@ using testing::AnyOf;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class JobFlowTest : public GameMachine {};
+class JobFlowTest : public bench::GameMachine {};
 
 std::wstring Today() {
     SYSTEMTIME now{};

@@ -34,7 +34,7 @@ std::string NameOf(const testing::TestParamInfo<OddFolder>& folder) {
     return folder.param.name;
 }
 
-class OddClientFolder : public GameMachine, public testing::WithParamInterface<OddFolder> {
+class OddClientFolder : public bench::GameMachine, public testing::WithParamInterface<OddFolder> {
 protected:
     void SetUp() override {
         folder_ = machine_.Root() / GetParam().relativePath;
@@ -58,12 +58,13 @@ protected:
     }
 
     void ExpectRegistered() const {
-        const auto entry = ReadKey(kEntryKey);
+        const auto entry = bench::ReadKey(kEntryKey);
         ASSERT_TRUE(entry);
-        EXPECT_EQ(entry->at(L"InstallLocation"), StoredText(folder_.native()));
+        EXPECT_EQ(entry->at(L"InstallLocation"), bench::StoredText(folder_.native()));
         EXPECT_EQ(entry->at(L"UninstallString"),
-                  StoredText(L"\"" + folder_.native() + L"\\Uninstall.exe\""));
-        EXPECT_EQ(entry->at(L"DisplayIcon"), StoredText(folder_.native() + L"\\client.exe,0"));
+                  bench::StoredText(L"\"" + folder_.native() + L"\\Uninstall.exe\""));
+        EXPECT_EQ(entry->at(L"DisplayIcon"),
+                  bench::StoredText(folder_.native() + L"\\client.exe,0"));
     }
 
     fs::path folder_;

@@ -50,7 +50,7 @@ fs::path ProfileFolder() {
     return folder;
 }
 
-class OddTempFolder : public GameMachine, public testing::WithParamInterface<TempSetting> {
+class OddTempFolder : public bench::GameMachine, public testing::WithParamInterface<TempSetting> {
 protected:
     void SetUp() override {
         bench::WriteFile(Client() / L"client.exe", "old");
@@ -133,7 +133,7 @@ TEST_P(OddTempFolder, ReinstallIsCompleteOrFailsWithNothingLost) {
     EXPECT_THAT(LeftBehind(), IsEmpty());
 }
 
-class OddTempFolderForPowerShell : public GameMachine {};
+class OddTempFolderForPowerShell : public bench::GameMachine {};
 
 // It takes over where tar.exe fails, and apostrophes are its quotes.
 TEST_F(OddTempFolderForPowerShell, RepairsAndReinstalls) {

@@ -203,7 +203,7 @@ StandInsFor::StandInsFor(const Work& work) : parts_(std::make_unique<Parts>()) {
 }
 
 StandInsFor::~StandInsFor() {
-    RemoveKey(UninstallKeyPath(toolConfig));
+    bench::RemoveKey(UninstallKeyPath(toolConfig));
     selectedPackageUrl.clear();
     toolConfig = ToolConfig{};
 }

@@ -59,7 +59,7 @@ TEST(FileNameExtension, FollowsTheRulesForFileNames) {
     }
 }
 
-class ShortcutFileNameTest : public ClientFolderTest {};
+class ShortcutFileNameTest : public bench::ClientFolderTest {};
 
 TEST_F(ShortcutFileNameTest, IsASafeNameThatEndsInLnk) {
     const struct {
@@ -132,7 +132,7 @@ LoadedShortcut Load(const fs::path& file) {
 }
 
 // A startup program in the client folder, and a shortcut of this test's own name.
-class CreateDesktopShortcutTest : public ClientFolderTest {
+class CreateDesktopShortcutTest : public bench::ClientFolderTest {
 protected:
     CreateDesktopShortcutTest() : linkFile_(KnownFolder(FOLDERID_Desktop) / L"Bench \u00fc.lnk") {
         toolConfig.startupExe = L"bin\\start.exe";
@@ -415,7 +415,7 @@ TEST_F(CreateDesktopShortcutTest, SavesOnceAndLetsTheObjectRememberItsFile) {
     createdLink->Release();
 }
 
-class WithoutCom : public ClientFolderTest {};
+class WithoutCom : public bench::ClientFolderTest {};
 
 TEST_F(WithoutCom, NoShortcutIsCreated) {
     bench::WriteFile(toolFolder / L"patcher.exe", "MZ");

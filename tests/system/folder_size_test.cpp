@@ -60,13 +60,13 @@ TEST(FolderSizeBytes, IsZeroForWhatIsNoReadableFolder) {
 TEST(FolderSizeBytes, DoesNotTakeTheCurrentFolderForNone) {
     const ScratchFolder root;
     bench::WriteFile(root.Path() / L"file", "123");
-    const CurrentFolder current(root.Path());
+    const bench::CurrentFolder current(root.Path());
     EXPECT_EQ(FolderSizeBytes(fs::path()), 0U);
 }
 
 TEST(FolderSizeBytes, TakesABareDriveForItsRoot) {
     const bench::ScratchFolder scratch;
-    const CurrentFolder current(scratch.Path());
+    const bench::CurrentFolder current(scratch.Path());
     const std::wstring drive = scratch.Path().native().substr(0, 2);
     // The current folder is empty, the drive is not.
     EXPECT_GT(FolderSizeBytes(drive), 0U);

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class WriteUninstallerOnAFullDisk : public ClientFolderTest {};
+class WriteUninstallerOnAFullDisk : public bench::ClientFolderTest {};
 
 // Takes up all room. What is asked for at once is refused when it is too much, so the pieces
 // shrink.

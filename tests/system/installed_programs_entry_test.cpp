@@ -12,6 +12,14 @@
 #include "bench_parts/import_hook.h"
 #include "bench_parts/registry_entry.h"
 
+using bench::ReadKey;
+using bench::RemoveKey;
+using bench::StoredNumber;
+using bench::StoredText;
+using bench::StoredValue;
+using bench::StoredValues;
+using bench::StoreValue;
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -37,7 +45,7 @@ std::wstring Today() {
 
 // A client folder with an uninstaller of 3 bytes, and a game of this test's own in the list of
 // installed programs, which is not there yet and goes afterwards.
-class RegisterProgramsAndFeaturesTest : public ClientFolderTest {
+class RegisterProgramsAndFeaturesTest : public bench::ClientFolderTest {
 protected:
     RegisterProgramsAndFeaturesTest() {
         toolConfig.programsDisplayName = L"Bench \u00fc";
@@ -173,7 +181,7 @@ TEST_F(RegisterProgramsAndFeaturesTest, KeepsTheClientFolderAsItIsHeld) {
 }
 
 TEST_F(RegisterProgramsAndFeaturesTest, WorksInTheCurrentFolderWithoutAClientFolder) {
-    const CurrentFolder current(toolFolder);
+    const bench::CurrentFolder current(toolFolder);
     toolFolder.clear();
     EXPECT_TRUE(Register());
     EXPECT_EQ(Stored(L"InstallLocation"), StoredText(L""));

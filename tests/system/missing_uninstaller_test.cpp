@@ -10,7 +10,7 @@
 
 namespace {
 
-class ToolWithoutUninstaller : public ClientFolderTest {};
+class ToolWithoutUninstaller : public bench::ClientFolderTest {};
 
 TEST_F(ToolWithoutUninstaller, WritesNothingAndIsContent) {
     ASSERT_TRUE(EmbeddedData(nullptr, ID_UNINSTALLER).empty());

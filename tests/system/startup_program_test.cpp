@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using bench::ImportHook;
 
-class ResolveStartupExePathTest : public ClientFolderTest {};
+class ResolveStartupExePathTest : public bench::ClientFolderTest {};
 
 TEST_F(ResolveStartupExePathTest, PlacesARelativeNameBelowTheClientFolder) {
     toolFolder = L"D:\\Games\\Karvoth";
@@ -89,7 +89,7 @@ HINSTANCE WINAPI RecordShellExecute(HWND owner, LPCWSTR verb, LPCWSTR file, LPCW
     return nullptr;  // Out of memory: nobody may care.
 }
 
-class LaunchStartupProgramTest : public ClientFolderTest {
+class LaunchStartupProgramTest : public bench::ClientFolderTest {
 protected:
     LaunchStartupProgramTest() {
         shellCalls.clear();
@@ -184,7 +184,7 @@ void RemoveOnceEnded(const fs::path& folder) {
 }
 
 void PlaceStartupProbe(const fs::path& exe) {
-    bench::WriteFile(exe, bench::ReadFile(FolderOfThisProgram() / L"startup_probe.exe"));
+    bench::WriteFile(exe, bench::ReadFile(bench::FolderOfThisProgram() / L"startup_probe.exe"));
 }
 
 TEST_F(LaunchStartupProgramTest, StartsARealProgramInItsFolder) {

@@ -18,7 +18,7 @@ using bench::ImportHook;
 // As system_test.rc has it.
 const std::string kEmbedded("MZ\0a\r\nb\nc\x1A\0end", 14);
 
-class WriteUninstallerTest : public ClientFolderTest {};
+class WriteUninstallerTest : public bench::ClientFolderTest {};
 
 // A resource that is too large for a script, lent for one call.
 const std::vector<char>& LargeProgram() {
@@ -95,7 +95,7 @@ TEST_F(WriteUninstallerTest, CreatesAMissingClientFolder) {
 }
 
 TEST_F(WriteUninstallerTest, UsesTheCurrentFolderWithoutAClientFolder) {
-    const CurrentFolder current(Outside());
+    const bench::CurrentFolder current(Outside());
     toolFolder.clear();
     EXPECT_EQ(UninstallerPath(toolFolder), fs::path(L"Uninstall.exe"));
     EXPECT_TRUE(WriteUninstaller());
@@ -123,21 +123,22 @@ TEST_F(WriteUninstallerTest, FailsOnAFileThatIsOpenElsewhere) {
 }
 
 TEST_F(WriteUninstallerTest, FailsWhileTheUninstallerIsRunning) {
-    const RunningCopy running(L"child_program.exe", toolFolder / L"Uninstall.exe", L"sleep 60000");
+    const bench::RunningCopy running(L"child_program.exe", toolFolder / L"Uninstall.exe",
+                                     L"sleep 60000");
     ASSERT_TRUE(running.Process());
     EXPECT_FALSE(WriteUninstaller());
     EXPECT_TRUE(bench::ReadFile(toolFolder / L"Uninstall.exe") ==
-                bench::ReadFile(FolderOfThisProgram() / L"child_program.exe"));
+                bench::ReadFile(bench::FolderOfThisProgram() / L"child_program.exe"));
 }
 
 TEST_F(WriteUninstallerTest, FailsOnAHardLinkToTheRunningToolAndLeavesItsBytes) {
-    const RunningCopy tool(L"child_program.exe", toolExePath, L"sleep 60000");
+    const bench::RunningCopy tool(L"child_program.exe", toolExePath, L"sleep 60000");
     ASSERT_TRUE(tool.Process());
     ASSERT_TRUE(
         ::CreateHardLinkW((toolFolder / L"Uninstall.exe").c_str(), toolExePath.c_str(), nullptr));
     EXPECT_FALSE(WriteUninstaller());
     EXPECT_TRUE(bench::ReadFile(toolExePath) ==
-                bench::ReadFile(FolderOfThisProgram() / L"child_program.exe"));
+                bench::ReadFile(bench::FolderOfThisProgram() / L"child_program.exe"));
 }
 
 TEST_F(WriteUninstallerTest, ReplacesAHiddenOrSystemFileOrFails) {

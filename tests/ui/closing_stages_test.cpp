@@ -25,7 +25,7 @@ using testing::IsEmpty;
 // and the clean-up.
 constexpr std::chrono::seconds kCloseLimit{10};
 
-class ClosingStages : public GameMachine {
+class ClosingStages : public bench::GameMachine {
 protected:
     static ToolConfig Config(const std::wstring& packageUrl) {
         ToolConfig config = FullConfig();
@@ -82,7 +82,7 @@ TEST_F(ClosingStages, HashingIsFinishedAndNothingInstalled) {
         });
     CloseInStage(window);
     EXPECT_TRUE(ClientContents().empty());
-    EXPECT_EQ(ReadKey(kEntryKey), std::nullopt);
+    EXPECT_EQ(bench::ReadKey(kEntryKey), std::nullopt);
 }
 
 // The client is complete by then: the job succeeds.
@@ -100,7 +100,7 @@ TEST_F(ClosingStages, TheUninstallerIsWrittenAndTheGameRegistered) {
     CloseInStage(window);
     EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
     EXPECT_EQ(bench::ReadFile(Client() / L"Uninstall.exe"), "the uninstaller's bytes");
-    EXPECT_NE(ReadKey(kEntryKey), std::nullopt);
+    EXPECT_NE(bench::ReadKey(kEntryKey), std::nullopt);
 }
 
 TEST_F(ClosingStages, RegisteringIsFinished) {
@@ -113,7 +113,7 @@ TEST_F(ClosingStages, RegisteringIsFinished) {
         });
     CloseInStage(window);
     EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
-    EXPECT_NE(ReadKey(kEntryKey), std::nullopt);
+    EXPECT_NE(bench::ReadKey(kEntryKey), std::nullopt);
 }
 
 // The answer comes before the tick that would collect the job, so the game is not started.

@@ -161,7 +161,7 @@ TEST_F(WindowResources, FiftyFailedJobsLeaveNothingBehind) {
     ExpectNothingLeft(before, CountResources());
 }
 
-class GameWindow : public GameMachine {
+class GameWindow : public bench::GameMachine {
 private:
     ComApartment com_;
     GdiplusSession gdiplus_;

@@ -10,6 +10,12 @@
 #include "bench_parts/skipping.h"
 #include "remove_game_test.h"
 
+using bench::ReadKey;
+using bench::RemoveKey;
+using bench::StoredNumber;
+using bench::StoredText;
+using bench::StoreValue;
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -204,7 +210,8 @@ TEST_F(DeniedEntry, MayBeOneWhoseRemovalIsPending) {
 }
 
 TEST_F(RemoveGameTest, TellsFilesInUseFromWantOfRights) {
-    const RunningCopy running(L"child_program.exe", toolFolder / L"helper.exe", L"sleep 600000");
+    const bench::RunningCopy running(L"child_program.exe", toolFolder / L"helper.exe",
+                                     L"sleep 600000");
     ASSERT_TRUE(running.Process());
     bench::WriteFile(toolFolder / L"open", "x");
     const bench::OpenElsewhere open(toolFolder / L"open", 0);

@@ -32,7 +32,7 @@ protected:
     }
 
     static void PutUninstaller(const wchar_t* program) {
-        bench::WriteFile(toolExePath, bench::ReadFile(FolderOfThisProgram() / program));
+        bench::WriteFile(toolExePath, bench::ReadFile(bench::FolderOfThisProgram() / program));
     }
 
     // Gives the uninstaller another configuration text.
@@ -50,7 +50,7 @@ protected:
 
     // Starts what the entry says, from within the client folder.
     [[nodiscard]] KernelHandle StartAsRegistered() const {
-        const StoredValue value = ReadKey(EntryKey())->at(L"UninstallString");
+        const bench::StoredValue value = bench::ReadKey(EntryKey())->at(L"UninstallString");
         return Start(std::wstring(reinterpret_cast<const wchar_t*>(value.bytes.data())));
     }
 
@@ -174,7 +174,7 @@ TEST_F(UninstallerProgram, RemovesTheGameAndItself) {
     ASSERT_TRUE(report);
     EXPECT_EQ(BoxText(report), L"Bench Game was removed.");
     EXPECT_TRUE(bench::FolderListing(Outside()).empty());
-    EXPECT_FALSE(ReadKey(EntryKey()));
+    EXPECT_FALSE(bench::ReadKey(EntryKey()));
     EXPECT_FALSE(fs::exists(Shortcut()));
     EXPECT_EQ(CopiesInTempFolder(), 1);
     Answer(report, IDOK);
@@ -183,7 +183,7 @@ TEST_F(UninstallerProgram, RemovesTheGameAndItself) {
 
 TEST_F(UninstallerProgram, RemovesNothingAfterANo) {
     const auto listing = bench::FolderListing(Outside());
-    const auto entry = ReadKey(EntryKey());
+    const auto entry = bench::ReadKey(EntryKey());
     const KernelHandle original = StartAsRegistered();
     ASSERT_TRUE(original);
     EXPECT_EQ(ExitCode(original), 0U);  // It has handed over.
@@ -192,7 +192,7 @@ TEST_F(UninstallerProgram, RemovesNothingAfterANo) {
     Answer(question, IDNO);
     EXPECT_TRUE(Await([] { return CopiesInTempFolder() == 0; }));
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
-    EXPECT_EQ(ReadKey(EntryKey()), entry);
+    EXPECT_EQ(bench::ReadKey(EntryKey()), entry);
 }
 
 TEST_F(UninstallerProgram, RefusesOutsideTheRegisteredFolder) {

@@ -97,7 +97,7 @@ protected:
             fs::remove(report);  // Of a test that failed.
         }
         bench::WriteFile(original_,
-                         bench::ReadFile(FolderOfThisProgram() / L"hand_over_probe.exe"));
+                         bench::ReadFile(bench::FolderOfThisProgram() / L"hand_over_probe.exe"));
     }
 
     // The lines that the copy writes; it has ended then and its file is gone.
@@ -295,8 +295,8 @@ HANDLE DuplicateOf(HANDLE process) {
 
 TEST(AwaitOriginal, WaitsUntilTheProcessHasEnded) {
     const bench::ScratchFolder client;
-    const RunningCopy original(L"child_program.exe", client.Path() / L"Uninstall.exe",
-                               L"sleep 600000");
+    const bench::RunningCopy original(L"child_program.exe", client.Path() / L"Uninstall.exe",
+                                      L"sleep 600000");
     ASSERT_TRUE(original.Process());
     const HANDLE duplicate = DuplicateOf(original.Process());
     const auto wait = bench::RealFunction<decltype(&::WaitForSingleObject)>(L"kernel32.dll",

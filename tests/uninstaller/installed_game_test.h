@@ -19,19 +19,19 @@
 // "Bench Game", installed as the repair tool leaves it: a client folder with the startup program
 // "bin\start.exe", data and the uninstaller, and an entry in the list of installed programs. The
 // uninstaller is the one that runs. Entry and shortcut go with the object.
-class InstalledGameTest : public ClientFolderTest {
+class InstalledGameTest : public bench::ClientFolderTest {
 protected:
     InstalledGameTest() {
         toolConfig.programsDisplayName = L"Bench Game";
         toolConfig.shortcutName = L"Bench Game";
         toolConfig.startupExe = L"bin\\start.exe";
         toolConfig.repairToolName = L"repair.exe";
-        RemoveKey(EntryKey());
+        bench::RemoveKey(EntryKey());
         std::filesystem::remove(Shortcut());
         Install(toolFolder);
     }
     ~InstalledGameTest() override {
-        RemoveKey(entryKey_);
+        bench::RemoveKey(entryKey_);
         std::error_code ignored;  // Most tests leave none.
         std::filesystem::remove(shortcut_, ignored);
     }
@@ -53,7 +53,7 @@ protected:
 
     // Makes the entry name another folder.
     void RegisterFolder(const std::wstring& folder) const {
-        StoreValue(entryKey_, L"InstallLocation", StoredText(folder));
+        bench::StoreValue(entryKey_, L"InstallLocation", bench::StoredText(folder));
     }
 
     void PutShortcut() const {

@@ -33,7 +33,7 @@ protected:
 TEST_F(OtherPrograms, DoNotIncludeTheGameItself) {
     EXPECT_FALSE(Find());
     // Keys are the same in any letter case.
-    RemoveKey(EntryKey());
+    bench::RemoveKey(EntryKey());
     const RegisteredProgram own(HKEY_CURRENT_USER, L"QUELLSTONE.BENCH GAME");
     own.Store(L"InstallLocation", toolFolder);
     EXPECT_FALSE(Find());

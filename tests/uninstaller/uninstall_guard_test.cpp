@@ -13,6 +13,13 @@
 #include "judge_client_test.h"
 #include "registered_program.h"
 
+using bench::ReadKey;
+using bench::RemoveKey;
+using bench::StoredNumber;
+using bench::StoredText;
+using bench::StoredValue;
+using bench::StoreValue;
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -232,20 +239,22 @@ TEST_F(JudgeClientTest, ConsentsToAStartupProgramByItsFullPath) {
 }
 
 TEST_F(JudgeClientTest, RefusesWhileTheGameIsRunning) {
-    const RunningCopy running(L"child_program.exe", toolFolder / L"bin" / L"start.exe",
-                              L"sleep 60000");
+    const bench::RunningCopy running(L"child_program.exe", toolFolder / L"bin" / L"start.exe",
+                                     L"sleep 60000");
     ASSERT_TRUE(running.Process());
     EXPECT_EQ(FindRefusal(), Refusal::InUse);
 }
 
 TEST_F(JudgeClientTest, RefusesWhileTheRepairToolIsRunning) {
-    const RunningCopy running(L"child_program.exe", toolFolder / L"repair.exe", L"sleep 60000");
+    const bench::RunningCopy running(L"child_program.exe", toolFolder / L"repair.exe",
+                                     L"sleep 60000");
     ASSERT_TRUE(running.Process());
     EXPECT_EQ(FindRefusal(), Refusal::InUse);
 }
 
 TEST_F(JudgeClientTest, DoesNotMindItsOwnOriginalOrReadOnlyPrograms) {
-    const RunningCopy running(L"child_program.exe", toolFolder / L"Uninstall.exe", L"sleep 60000");
+    const bench::RunningCopy running(L"child_program.exe", toolFolder / L"Uninstall.exe",
+                                     L"sleep 60000");
     ASSERT_TRUE(running.Process());
     bench::SetReadOnly(toolFolder / L"bin" / L"start.exe", true);
     EXPECT_EQ(FindRefusal(), Refusal::None);

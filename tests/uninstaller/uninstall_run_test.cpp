@@ -56,7 +56,7 @@ TEST_F(RunUninstallTest, RemovesTheGameAfterAYes) {
     PutShortcut();
     EXPECT_TRUE(RunUninstall());
     EXPECT_TRUE(bench::FolderListing(Outside()).empty());
-    EXPECT_FALSE(ReadKey(EntryKey()));
+    EXPECT_FALSE(bench::ReadKey(EntryKey()));
     EXPECT_FALSE(fs::exists(Shortcut()));
     ASSERT_EQ(boxes.size(), 2U);
     EXPECT_EQ(boxes[1].text, L"Bench Game was removed.");
@@ -76,13 +76,13 @@ TEST_F(RunUninstallTest, AsksWithNoAsTheDefault) {
 
 TEST_F(RunUninstallTest, RemovesNothingAfterANo) {
     PutShortcut();
-    const auto entry = ReadKey(EntryKey());
+    const auto entry = bench::ReadKey(EntryKey());
     answer = [] {
         return IDNO;
     };
     EXPECT_FALSE(RunUninstall());
     ExpectNothingRemoved();
-    EXPECT_EQ(ReadKey(EntryKey()), entry);
+    EXPECT_EQ(bench::ReadKey(EntryKey()), entry);
     EXPECT_TRUE(fs::exists(Shortcut()));
     EXPECT_EQ(boxes.size(), 1U);
 }

@@ -215,11 +215,11 @@ class LinkCommand : public Command {
 protected:
     LinkCommand() {
         bench::WriteFile(kOpenedUrls, "");
-        RemoveKey(kBrowserKey);
-        StoreValue(kBrowserKey, L"Browsers", StoredText(BENCH_BROWSER));
+        bench::RemoveKey(kBrowserKey);
+        bench::StoreValue(kBrowserKey, L"Browsers", bench::StoredText(BENCH_BROWSER));
     }
     ~LinkCommand() override {
-        RemoveKey(kBrowserKey);
+        bench::RemoveKey(kBrowserKey);
         std::filesystem::remove(kOpenedUrls);
     }
 

@@ -85,7 +85,7 @@ std::string PlainPictureFile(PictureFormat format, int width, int height, uint32
 std::filesystem::path KeepScreenshot(const WindowShot& shot, const std::wstring& name) {
     // The programs lie in the build folder's "bin".
     std::filesystem::path file =
-        FolderOfThisProgram().parent_path() / L"screenshots" / (name + L".png");
+        bench::FolderOfThisProgram().parent_path() / L"screenshots" / (name + L".png");
     bench::WriteFile(file, PictureFile(PictureFormat::Png, kWindow.width, kWindow.height,
                                        [&shot](int x, int y) { return shot.At(x, y); }));
     return file;

@@ -34,7 +34,7 @@ constexpr const wchar_t* kPlantedNames[] = {
     L"schannel.dll", L"webio.dll",    L"wintypes.dll"};
 
 void Plant(const std::filesystem::path& path) {
-    bench::WriteFile(path, bench::ReadFile(FolderOfThisProgram() / L"planted_dll.dll"));
+    bench::WriteFile(path, bench::ReadFile(bench::FolderOfThisProgram() / L"planted_dll.dll"));
 }
 
 bool WasLoaded(const std::filesystem::path& planted) {
@@ -119,7 +119,8 @@ TEST(PlantedDll, IsLoadedByAProgramThatImportsItsName) {
     const bench::ScratchFolder folder;
     const std::filesystem::path program = folder.Path() / L"program.exe";
     const std::filesystem::path planted = folder.Path() / L"version.dll";
-    bench::WriteFile(program, bench::ReadFile(FolderOfThisProgram() / L"plain_importer.exe"));
+    bench::WriteFile(program,
+                     bench::ReadFile(bench::FolderOfThisProgram() / L"plain_importer.exe"));
     Plant(planted);
     ASSERT_TRUE(RunHiddenAndWait(L"\"" + program.native() + L"\""));
     EXPECT_TRUE(WasLoaded(planted));

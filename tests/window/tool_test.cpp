@@ -48,7 +48,7 @@ bool IsRunning(std::wstring_view exeName) {
 }
 
 std::filesystem::path BrandedTool() {
-    return FolderOfThisProgram() / L"karvoth_repair" / L"KrvBrennickInstaller.exe";
+    return bench::FolderOfThisProgram() / L"karvoth_repair" / L"KrvBrennickInstaller.exe";
 }
 
 }  // namespace
@@ -99,7 +99,7 @@ void ToolTest::Embed(int id, std::string bytes) {
 }
 
 void ToolTest::UseBareTool() {
-    program_ = FolderOfThisProgram() / L"bare_tool.exe";
+    program_ = bench::FolderOfThisProgram() / L"bare_tool.exe";
     settings_.clear();
 }
 

@@ -10,7 +10,7 @@
 // The real exe in the client folder of a player's machine, branded by stamping a configuration into
 // a copy. Unless a test says otherwise the brand has one server with the package kZip, asks and
 // starts nothing after a job, and has no links.
-class ToolTest : public GameMachine {
+class ToolTest : public bench::GameMachine {
 protected:
     ToolTest();
     ~ToolTest() override;

@@ -60,7 +60,7 @@ protected:
     }
 
     static std::string ChildProgramBytes() {
-        return bench::ReadFile(FolderOfThisProgram() / kChildProgram);
+        return bench::ReadFile(bench::FolderOfThisProgram() / kChildProgram);
     }
 
 private:
@@ -151,7 +151,7 @@ private:
 TEST_F(StubbornTargets, ARunningProgramThatDiffersFailsTheRepair) {
     bench::WriteFile(InPackage(L"bin\\game.exe"), "new");
     bench::WriteFile(InClient(L"bin\\settings.ini"), "mine");
-    const RunningCopy game(kChildProgram, InClient(L"bin\\game.exe"), kLongSleep);
+    const bench::RunningCopy game(kChildProgram, InClient(L"bin\\game.exe"), kLongSleep);
     ASSERT_TRUE(game.Process());
     EXPECT_FALSE(Repair());
     ExpectReported(L"bin\\game.exe");
@@ -161,7 +161,7 @@ TEST_F(StubbornTargets, ARunningProgramThatDiffersFailsTheRepair) {
 
 TEST_F(StubbornTargets, ARunningProgramOfThePackagesBytesIsClean) {
     bench::WriteFile(InPackage(L"game.exe"), ChildProgramBytes());
-    const RunningCopy game(kChildProgram, InClient(L"game.exe"), kLongSleep);
+    const bench::RunningCopy game(kChildProgram, InClient(L"game.exe"), kLongSleep);
     ASSERT_TRUE(game.Process());
     EXPECT_TRUE(Repair());
     EXPECT_EQ(snapshot().detailLine, L"All files are already clean.");
@@ -170,7 +170,7 @@ TEST_F(StubbornTargets, ARunningProgramOfThePackagesBytesIsClean) {
 TEST_F(StubbornTargets, AReinstallLeavesARunningProgramAndReportsIt) {
     bench::WriteFile(InPackage(L"game.exe"), "new");
     bench::WriteFile(InClient(L"old.dat"), "old");
-    const RunningCopy game(kChildProgram, InClient(L"game.exe"), kLongSleep);
+    const bench::RunningCopy game(kChildProgram, InClient(L"game.exe"), kLongSleep);
     ASSERT_TRUE(game.Process());
     EXPECT_FALSE(Reinstall());
     ExpectReported(L"game.exe");
@@ -203,7 +203,7 @@ TEST_F(StubbornTargets, AReinstallOverAMappedFileIsCompleteOrReported) {
 }
 
 TEST_F(StubbornTargets, AHardLinkToTheRunningToolIsReportedAndTheToolKeepsItsBytes) {
-    const RunningCopy tool(kChildProgram, Tool(), kLongSleep);
+    const bench::RunningCopy tool(kChildProgram, Tool(), kLongSleep);
     ASSERT_TRUE(tool.Process());
     ASSERT_TRUE(::CreateHardLinkW(InClient(L"launcher.exe").c_str(), Tool().c_str(), nullptr));
     bench::WriteFile(InPackage(L"launcher.exe"), "the game's own launcher");
@@ -217,7 +217,7 @@ TEST_F(StubbornTargets, AHardLinkToTheRunningToolIsReportedAndTheToolKeepsItsByt
 }
 
 TEST_F(StubbornTargets, AReinstallSucceedsBesideAHardLinkToTheRunningTool) {
-    const RunningCopy tool(kChildProgram, Tool(), kLongSleep);
+    const bench::RunningCopy tool(kChildProgram, Tool(), kLongSleep);
     ASSERT_TRUE(tool.Process());
     ASSERT_TRUE(::CreateHardLinkW(InClient(L"launcher.exe").c_str(), Tool().c_str(), nullptr));
     bench::WriteFile(InPackage(L"a.dat"), "new");
