@@ -1,12 +1,11 @@
 #include "bench_parts/path_limit.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
-#include "bench_parts/import_hook.h"
+#include "bench_parts/named_call.h"
 #include "common/windows_api.h"
 
 namespace bench {
@@ -53,30 +52,10 @@ Result FailedResult() {
     }
 }
 
-template <size_t kSize>
-struct FunctionName {
-    // A name is written where a FunctionName is wanted, so the constructor must convert.
-    constexpr FunctionName(const char (&name)[kSize]) {
-        std::copy_n(name, kSize, text);
-    }
-    char text[kSize]{};
-};
-
-// One hooked function of kernel32; nothing happens when the program does not import it.
-template <FunctionName kName, size_t kLimit, class Function>
-class LimitedCall;
-
-template <FunctionName kName, size_t kLimit, class Result, class... Arguments>
-class LimitedCall<kName, kLimit, Result(WINAPI*)(Arguments...)> {
-    using Function = Result(WINAPI*)(Arguments...);
-
-public:
-    LimitedCall() : hook_(kKernel32, kName.text, reinterpret_cast<void*>(&Replacement)) {
-        original = hook_.Original<Function>();
-    }
-
-private:
-    static Result WINAPI Replacement(Arguments... arguments) {
+template <size_t kLimit>
+struct RefusePath {
+    template <FunctionName kName, class Result, class... Arguments>
+    static Result Call(Result(WINAPI* original)(Arguments...), Arguments... arguments) {
         DWORD error = ERROR_SUCCESS;
         ((error = error != ERROR_SUCCESS ? error : RefusalOf(arguments, kLimit)), ...);
         if (error != ERROR_SUCCESS) {
@@ -85,10 +64,10 @@ private:
         }
         return original(arguments...);
     }
-
-    static inline Function original = nullptr;
-    ImportHook hook_;
 };
+
+template <FunctionName kName, size_t kLimit, class Function>
+using LimitedCall = NamedCall<RefusePath<kLimit>, kKernel32, kName, Function>;
 
 }  // namespace
 

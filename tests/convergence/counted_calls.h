@@ -2,15 +2,12 @@
 
 // Counts what the job asks of the system and intervenes in one chosen call.
 
-#include <algorithm>
-#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 
-#include "bench_parts/import_hook.h"
+#include "bench_parts/named_call.h"
 #include "common/windows_api.h"
 #include "convergence/job_runner.h"
 
@@ -41,39 +38,13 @@ void NoteReturn(const char* function, Intervention intervention);
 // A copy that has come half-way; `stretched` makes the target as long as the source.
 void CopyHalf(const wchar_t* source, const wchar_t* target, bool stretched);
 
-template <size_t kSize>
-struct FunctionName {
-    // A name is written where a FunctionName is wanted, so the constructor must convert.
-    constexpr FunctionName(const char (&name)[kSize]) {
-        std::copy_n(name, kSize, text);
-    }
-    [[nodiscard]] constexpr bool Is(std::string_view name) const {
-        return name == text;
-    }
-
-    char text[kSize]{};
-};
-
-// A function of a DLL that is counted as long as the object lives. Nothing happens when the program
-// does not import it. One object for one function.
-template <const wchar_t* kDll, FunctionName kName, typename Function>
-class CountedCall;
-
-template <const wchar_t* kDll, FunctionName kName, typename Result, typename... Arguments>
-class CountedCall<kDll, kName, Result(Arguments...)> {
-    using Function = Result (*)(Arguments...);
-
-public:
-    CountedCall() : hook_(kDll, kName.text, reinterpret_cast<void*>(&Replacement)) {
-        original = hook_.Original<Function>();
-    }
-
-private:
-    static Result Replacement(Arguments... arguments) {
+struct CountCall {
+    template <bench::FunctionName kName, typename Result, typename... Arguments>
+    static Result Call(Result(WINAPI* original)(Arguments...), Arguments... arguments) {
         const Intervention intervention = NoteCall(kName.text);
         if (intervention == Intervention::DieHalfWay ||
             intervention == Intervention::DieStretched) {
-            DoHalf(intervention, arguments...);
+            DoHalf<kName>(intervention, original, arguments...);
         }
         const Result result = original(arguments...);
         const DWORD error = ::GetLastError();
@@ -82,8 +53,11 @@ private:
         return result;
     }
 
-    // Ends the process; comes back when the call knows no half.
+private:
+    // Ends the process; returns only if the call cannot be done by half.
+    template <bench::FunctionName kName, typename Function, typename... Arguments>
     static void DoHalf([[maybe_unused]] Intervention intervention,
+                       [[maybe_unused]] Function original,
                        [[maybe_unused]] Arguments... arguments) {
         if constexpr (kName.Is("CopyFileW")) {
             [=](const wchar_t* source, const wchar_t* target, BOOL) {
@@ -91,13 +65,14 @@ private:
             }(arguments...);
             Die();
         } else if constexpr (kName.Is("WriteFile")) {
-            [](auto file, const void* bytes, auto size, auto... others) {
+            [=](auto file, const void* bytes, auto size, auto... others) {
                 original(file, bytes, size / 2, others...);
             }(arguments...);
             Die();
         }
     }
-
-    static inline Function original = nullptr;
-    bench::ImportHook hook_;
 };
+
+// A function that is counted as long as the object lives.
+template <const wchar_t* kDll, bench::FunctionName kName, typename Function>
+using CountedCall = bench::NamedCall<CountCall, kDll, kName, Function>;

@@ -1,14 +1,12 @@
 #include "single_fault/failing_calls.h"
 
-#include <algorithm>
 #include <map>
 #include <memory>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
-#include "bench_parts/import_hook.h"
-#include "convergence/counted_calls.h"
+#include "bench_parts/named_call.h"
 
 namespace {
 
@@ -66,7 +64,7 @@ const wchar_t* PathAmong([[maybe_unused]] First first, Others...) {
     }
 }
 
-template <FunctionName kName, typename Result>
+template <bench::FunctionName kName, typename Result>
 Result FailureValue([[maybe_unused]] DWORD error) {
     if constexpr (std::is_same_v<Result, HANDLE>) {
         return INVALID_HANDLE_VALUE;
@@ -81,26 +79,9 @@ Result FailureValue([[maybe_unused]] DWORD error) {
     }
 }
 
-template <const wchar_t* kDll, FunctionName kName, typename Function>
-class FailingCall;
-
-template <const wchar_t* kDll, FunctionName kName, typename Result, typename... Arguments>
-class FailingCall<kDll, kName, Result(Arguments...)> {
-    using Function = Result(WINAPI*)(Arguments...);
-
-public:
-    FailingCall() : hook_(kDll, kName.text, reinterpret_cast<void*>(&Replacement)) {
-        original = hook_.template Original<Function>();
-    }
-    [[nodiscard]] bool Installed() const {
-        return hook_.Installed();
-    }
-    static const char* Name() {
-        return kName.text;
-    }
-
-private:
-    static Result WINAPI Replacement(Arguments... arguments) {
+struct FailCall {
+    template <bench::FunctionName kName, typename Result, typename... Arguments>
+    static Result Call(Result(WINAPI* original)(Arguments...), Arguments... arguments) {
         if (::GetCurrentThreadId() != watchedThread) {
             return original(arguments...);
         }
@@ -117,40 +98,40 @@ private:
         }
         return result;
     }
-
-    static inline Function original = nullptr;
-    bench::ImportHook hook_;
 };
 
+template <const wchar_t* kDll, bench::FunctionName kName, typename Function>
+using FailingCall = bench::NamedCall<FailCall, kDll, kName, Function>;
+
 using AllCalls = std::tuple<
-    FailingCall<kKernel, "CopyFileW", decltype(::CopyFileW)>,
-    FailingCall<kKernel, "CreateDirectoryW", decltype(::CreateDirectoryW)>,
-    FailingCall<kKernel, "CreateFileW", decltype(::CreateFileW)>,
-    FailingCall<kKernel, "CreateProcessW", decltype(::CreateProcessW)>,
-    FailingCall<kKernel, "DeleteFileW", decltype(::DeleteFileW)>,
-    FailingCall<kKernel, "FindFirstFileExW", decltype(::FindFirstFileExW)>,
-    FailingCall<kKernel, "FindNextFileW", decltype(::FindNextFileW)>,
-    FailingCall<kKernel, "GetEnvironmentVariableW", decltype(::GetEnvironmentVariableW)>,
-    FailingCall<kKernel, "GetExitCodeProcess", decltype(::GetExitCodeProcess)>,
-    FailingCall<kKernel, "GetFileAttributesExW", decltype(::GetFileAttributesExW)>,
-    FailingCall<kKernel, "GetFileAttributesW", decltype(::GetFileAttributesW)>,
-    FailingCall<kKernel, "GetFileInformationByHandle", decltype(::GetFileInformationByHandle)>,
-    FailingCall<kKernel, "GetFileInformationByHandleEx", decltype(::GetFileInformationByHandleEx)>,
-    FailingCall<kKernel, "GetFinalPathNameByHandleW", decltype(::GetFinalPathNameByHandleW)>,
-    FailingCall<kKernel, "GetFullPathNameW", decltype(::GetFullPathNameW)>,
-    FailingCall<kKernel, "GetTempPathW", decltype(::GetTempPathW)>,
-    FailingCall<kKernel, "GetVolumePathNameW", decltype(::GetVolumePathNameW)>,
-    FailingCall<kKernel, "MoveFileExW", decltype(::MoveFileExW)>,
-    FailingCall<kKernel, "ReadFile", decltype(::ReadFile)>,
-    FailingCall<kKernel, "RemoveDirectoryW", decltype(::RemoveDirectoryW)>,
-    FailingCall<kKernel, "SearchPathW", decltype(::SearchPathW)>,
-    FailingCall<kKernel, "SetFileAttributesW", decltype(::SetFileAttributesW)>,
-    FailingCall<kKernel, "SetFileInformationByHandle", decltype(::SetFileInformationByHandle)>,
-    FailingCall<kKernel, "SetFileTime", decltype(::SetFileTime)>,
-    FailingCall<kKernel, "WaitForSingleObject", decltype(::WaitForSingleObject)>,
-    FailingCall<kKernel, "WriteFile", decltype(::WriteFile)>,
-    FailingCall<kAdvapi, "RegCreateKeyExW", decltype(::RegCreateKeyExW)>,
-    FailingCall<kAdvapi, "RegSetValueExW", decltype(::RegSetValueExW)>>;
+    FailingCall<kKernel, "CopyFileW", decltype(&::CopyFileW)>,
+    FailingCall<kKernel, "CreateDirectoryW", decltype(&::CreateDirectoryW)>,
+    FailingCall<kKernel, "CreateFileW", decltype(&::CreateFileW)>,
+    FailingCall<kKernel, "CreateProcessW", decltype(&::CreateProcessW)>,
+    FailingCall<kKernel, "DeleteFileW", decltype(&::DeleteFileW)>,
+    FailingCall<kKernel, "FindFirstFileExW", decltype(&::FindFirstFileExW)>,
+    FailingCall<kKernel, "FindNextFileW", decltype(&::FindNextFileW)>,
+    FailingCall<kKernel, "GetEnvironmentVariableW", decltype(&::GetEnvironmentVariableW)>,
+    FailingCall<kKernel, "GetExitCodeProcess", decltype(&::GetExitCodeProcess)>,
+    FailingCall<kKernel, "GetFileAttributesExW", decltype(&::GetFileAttributesExW)>,
+    FailingCall<kKernel, "GetFileAttributesW", decltype(&::GetFileAttributesW)>,
+    FailingCall<kKernel, "GetFileInformationByHandle", decltype(&::GetFileInformationByHandle)>,
+    FailingCall<kKernel, "GetFileInformationByHandleEx", decltype(&::GetFileInformationByHandleEx)>,
+    FailingCall<kKernel, "GetFinalPathNameByHandleW", decltype(&::GetFinalPathNameByHandleW)>,
+    FailingCall<kKernel, "GetFullPathNameW", decltype(&::GetFullPathNameW)>,
+    FailingCall<kKernel, "GetTempPathW", decltype(&::GetTempPathW)>,
+    FailingCall<kKernel, "GetVolumePathNameW", decltype(&::GetVolumePathNameW)>,
+    FailingCall<kKernel, "MoveFileExW", decltype(&::MoveFileExW)>,
+    FailingCall<kKernel, "ReadFile", decltype(&::ReadFile)>,
+    FailingCall<kKernel, "RemoveDirectoryW", decltype(&::RemoveDirectoryW)>,
+    FailingCall<kKernel, "SearchPathW", decltype(&::SearchPathW)>,
+    FailingCall<kKernel, "SetFileAttributesW", decltype(&::SetFileAttributesW)>,
+    FailingCall<kKernel, "SetFileInformationByHandle", decltype(&::SetFileInformationByHandle)>,
+    FailingCall<kKernel, "SetFileTime", decltype(&::SetFileTime)>,
+    FailingCall<kKernel, "WaitForSingleObject", decltype(&::WaitForSingleObject)>,
+    FailingCall<kKernel, "WriteFile", decltype(&::WriteFile)>,
+    FailingCall<kAdvapi, "RegCreateKeyExW", decltype(&::RegCreateKeyExW)>,
+    FailingCall<kAdvapi, "RegSetValueExW", decltype(&::RegSetValueExW)>>;
 
 std::unique_ptr<AllCalls> allCalls;
 

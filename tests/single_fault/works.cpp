@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <optional>
 #include <string_view>
+#include <tuple>
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/fault_server_client.h"
-#include "bench_parts/import_hook.h"
 #include "bench_parts/package_contents.h"
 #include "bench_parts/registry_entry.h"
 #include "common/handles.h"
@@ -113,13 +113,6 @@ std::string MissingAfterJob(const SmallMachine& machine) {
     return missing.empty() ? MissingUninstaller(machine) : missing;
 }
 
-// The stand-ins.
-
-BOOL WINAPI RefuseToRename(LPCWSTR, LPCWSTR, DWORD) {
-    ::SetLastError(ERROR_NOT_SAME_DEVICE);
-    return FALSE;
-}
-
 // The folder that a command line tells an unpacking program: tar.exe or PowerShell.
 fs::path UnpackingFolder(std::wstring_view commandLine) {
     for (const auto& [before, after] :
@@ -134,34 +127,46 @@ fs::path UnpackingFolder(std::wstring_view commandLine) {
     return {};
 }
 
-// A process that has ended already.
-HANDLE endedProcess = nullptr;
+// Hooks and what they need.
 
-BOOL WINAPI UnpackAtOnce(LPCWSTR program, LPWSTR commandLine, LPSECURITY_ATTRIBUTES security,
-                         LPSECURITY_ATTRIBUTES threadSecurity, BOOL inherit, DWORD flags,
-                         LPVOID environment, LPCWSTR currentFolder, LPSTARTUPINFOW startup,
-                         LPPROCESS_INFORMATION started) {
-    const Uncounted uncounted;
-    const fs::path folder = UnpackingFolder(commandLine);
-    if (folder.empty()) {  // The bench's own.
-        return bench::RealFunction<decltype(&::CreateProcessW)>(kKernel, "CreateProcessW")(
-            program, commandLine, security, threadSecurity, inherit, flags, environment,
-            currentFolder, startup, started);
-    }
-    SmallMachine::UnpackTo(folder / kTopFolder);
-    started->hProcess = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
-    started->hThread = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
-    endedProcess = started->hProcess;
-    return TRUE;
+auto HookRenaming() {
+    return bench::HookCall<decltype(&::MoveFileExW)>(kKernel, "MoveFileExW", [](auto...) -> BOOL {
+        ::SetLastError(ERROR_NOT_SAME_DEVICE);
+        return FALSE;
+    });
 }
 
-BOOL WINAPI ExitCodeOfEnded(HANDLE process, LPDWORD code) {
-    if (process != endedProcess) {
-        return bench::RealFunction<decltype(&::GetExitCodeProcess)>(kKernel, "GetExitCodeProcess")(
-            process, code);
-    }
-    *code = 0;
-    return TRUE;
+// Unpacks at once instead of starting a program; `endedProcess` becomes the process's handle.
+auto HookStart(HANDLE& endedProcess) {
+    using Function = decltype(&::CreateProcessW);
+    return bench::HookCall<Function>(
+        kKernel, "CreateProcessW",
+        [&](LPCWSTR program, LPWSTR commandLine, auto... others) -> BOOL {
+            const Uncounted uncounted;
+            const fs::path folder = UnpackingFolder(commandLine);
+            if (folder.empty()) {  // The bench's own.
+                return bench::RealFunction<Function>(kKernel, "CreateProcessW")(
+                    program, commandLine, others...);
+            }
+            SmallMachine::UnpackTo(folder / kTopFolder);
+            auto* const started = std::get<LPPROCESS_INFORMATION>(std::tuple(others...));
+            started->hProcess = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
+            started->hThread = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
+            endedProcess = started->hProcess;
+            return TRUE;
+        });
+}
+
+auto HookExitCode(const HANDLE& endedProcess) {
+    using Function = decltype(&::GetExitCodeProcess);
+    return bench::HookCall<Function>(
+        kKernel, "GetExitCodeProcess", [&](HANDLE process, LPDWORD code) -> BOOL {
+            if (process != endedProcess) {
+                return bench::RealFunction<Function>(kKernel, "GetExitCodeProcess")(process, code);
+            }
+            *code = 0;
+            return TRUE;
+        });
 }
 
 }  // namespace
@@ -179,24 +184,28 @@ const Work kReinstallJob{"ReinstallJob", StandIns::ServerAndProgram, &Prepare, &
                          &MissingAfterJob};
 
 struct StandInsFor::Parts {
-    std::optional<bench::ImportHook> renaming;
-    std::optional<bench::ImportHook> start;
-    std::optional<bench::ImportHook> exitCode;
-    std::optional<bench::FaultServer> server;
+    struct NoRenaming {
+        decltype(HookRenaming()) renaming = HookRenaming();
+    };
+    struct ServerAndProgram {
+        HANDLE endedProcess = nullptr;
+        decltype(HookStart(endedProcess)) start = HookStart(endedProcess);
+        decltype(HookExitCode(endedProcess)) exitCode = HookExitCode(endedProcess);
+        bench::FaultServer server;
+    };
+    std::optional<NoRenaming> noRenaming;
+    std::optional<ServerAndProgram> serverAndProgram;
 };
 
 StandInsFor::StandInsFor(const Work& work) : parts_(std::make_unique<Parts>()) {
     toolConfig = ToolConfig{};
     toolConfig.startupExe = L"client.exe";
     if (work.standIns == StandIns::NoRenaming) {
-        parts_->renaming.emplace(kKernel, "MoveFileExW", reinterpret_cast<void*>(&RefuseToRename));
+        parts_->noRenaming.emplace();
     }
     if (work.standIns == StandIns::ServerAndProgram) {
-        parts_->start.emplace(kKernel, "CreateProcessW", reinterpret_cast<void*>(&UnpackAtOnce));
-        parts_->exitCode.emplace(kKernel, "GetExitCodeProcess",
-                                 reinterpret_cast<void*>(&ExitCodeOfEnded));
-        parts_->server.emplace();
-        toolConfig.archiveUrl = parts_->server->Url(std::wstring(L"archive/") + kZip);
+        const bench::FaultServer& server = parts_->serverAndProgram.emplace().server;
+        toolConfig.archiveUrl = server.Url(std::wstring(L"archive/") + kZip);
         EXPECT_TRUE(ComputeFileSha256(bench::PackagePath(kZip), toolConfig.archiveSha256));
         SelectPackageUrl(L"");
     }
