@@ -2,6 +2,7 @@
 
 #include "common/tool_instance.h"
 #include "common/windows_api.h"
+#include "job/client/client_repair.h"
 #include "job/progress/job_progress.h"
 
 namespace fs = std::filesystem;
@@ -37,6 +38,52 @@ ToolLocation::ToolLocation(const fs::path& folder, const fs::path& exePath)
 ToolLocation::~ToolLocation() {
     toolFolder = formerFolder_;
     toolExePath = formerExePath_;
+}
+
+ClientTest::ClientTest() {
+    jobProgress.running = true;
+}
+
+bool ClientTest::Repair() const {
+    return VerifyAndRepairClient(Package(), false);
+}
+
+bool ClientTest::Reinstall() const {
+    return VerifyAndRepairClient(Package(), true);
+}
+
+std::vector<std::wstring> ClientTest::Listing() const {
+    return FolderListing(Client());
+}
+
+void ClientTest::ExpectCounters(uint64_t total, uint64_t done, uint64_t repaired) {
+    const JobState state = snapshot();
+    EXPECT_EQ(state.filesTotal, total);
+    EXPECT_EQ(state.filesDone, done);
+    EXPECT_EQ(state.filesRepaired, repaired);
+}
+
+void ClientTest::ExpectFailure(const std::wstring& message) {
+    const JobState state = snapshot();
+    EXPECT_EQ(state.errorMessage, message);
+    EXPECT_EQ(state.detailLine, message);
+    EXPECT_EQ(state.statusLine, L"Repair failed.");
+    EXPECT_EQ(state.stage, JobStage::Failed);
+    EXPECT_TRUE(jobProgress.failed);
+    EXPECT_TRUE(jobProgress.finished);
+    EXPECT_FALSE(jobProgress.running);
+}
+
+void ClientTest::ExpectFailureOf(const std::wstring& relativePath) {
+    ExpectFailure(L"Could not repair this file: " + relativePath);
+}
+
+void ClientTest::ExpectNoReport() {
+    EXPECT_EQ(snapshot().errorMessage, L"");
+    EXPECT_EQ(snapshot().stage, JobStage::Finishing);
+    EXPECT_FALSE(jobProgress.failed);
+    EXPECT_FALSE(jobProgress.finished);
+    EXPECT_TRUE(jobProgress.running);
 }
 
 fs::path WithShortName(const fs::path& path) {

@@ -3,7 +3,11 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include <gtest/gtest.h>
+
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
 
 namespace bench {
@@ -59,6 +63,36 @@ private:
     std::filesystem::path formerFolder_;
     std::filesystem::path formerExePath_;
 };
+
+// The fixture for tests that work on such folders: a running job.
+class ClientTest : public testing::Test, protected ClientFolders {
+protected:
+    ClientTest();
+
+    bool Repair() const;
+    bool Reinstall() const;
+
+    // What is in the client, the tool included.
+    [[nodiscard]] std::vector<std::wstring> Listing() const;
+
+    static void ExpectCounters(uint64_t total, uint64_t done, uint64_t repaired);
+    // The job has failed with that message and no longer runs.
+    static void ExpectFailure(const std::wstring& message);
+    // The job has failed at that file.
+    static void ExpectFailureOf(const std::wstring& relativePath);
+    // The job has stopped without a report.
+    static void ExpectNoReport();
+};
+
+inline constexpr wchar_t kUnsafeReinstall[] =
+    L"Safety check failed. Reinstall can only run from inside the game client folder.";
+
+// Makes opening that very path fail.
+[[nodiscard]] inline auto RefuseToOpen(std::wstring refused) {
+    return HookOpen([=](const std::wstring& path) -> DWORD {
+        return path == refused ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    });
+}
 
 // The name of the same file or folder with a short (8.3) name as its last part; empty where the
 // file system has none.

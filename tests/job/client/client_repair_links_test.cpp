@@ -1,10 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
+
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/skipping.h"
 #include "job/client/client_folders.h"
 #include "job/client/client_repair.h"
-#include "job/client/file_hooks.h"
 #include "job/client/substituted_drive.h"
 #include "job/progress/job_progress.h"
 
@@ -19,12 +21,7 @@ namespace {
 // Reparse tags of a folder and a file that a cloud service keeps: special, but no links.
 constexpr DWORD kCloudTag = IO_REPARSE_TAG_CLOUD;
 
-class ClientRepairLinks : public testing::Test, protected bench::ClientFolders {
-protected:
-    bool Repair() const {
-        return VerifyAndRepairClient(Package(), false);
-    }
-};
+class ClientRepairLinks : public bench::ClientTest {};
 
 // Lists every entry whose name begins with "cloud" as one that a cloud service keeps.
 DWORD MarkCloudEntries(WIN32_FIND_DATAW& entry) {
@@ -49,25 +46,18 @@ TEST_F(ClientRepairLinks, ALinkToAFolderBecomesTheFolderThatItLeadsTo) {
     EXPECT_EQ(snapshot().filesTotal, 0u);
 }
 
-TEST_F(ClientRepairLinks, ALinkWithinThePackageIsNotEntered) {
+TEST_F(ClientRepairLinks, ALinkWithinThePackageIsNotEnteredAndADanglingOneIsSkipped) {
     bench::WriteFile(InPackage(L"data\\a.dat"), "a");
-    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"data\\round"), Package()) &&
-                                bench::MakeFolderLink(InPackage(L"link"), InPackage(L"data")),
-                            "links for this user");
+    SKIP_ON_WINDOWS_WITHOUT(
+        bench::MakeFolderLink(InPackage(L"data\\round"), Package()) &&
+            bench::MakeFolderLink(InPackage(L"link"), InPackage(L"data")) &&
+            bench::MakeFolderLink(InPackage(L"dangling"), Scratch() / L"missing"),
+        "links for this user");
     EXPECT_TRUE(Repair());
-    EXPECT_THAT(bench::FolderListing(Client()),
-                ElementsAre(L"RepairTool.exe", L"data/", L"data/a.dat"));
-    EXPECT_EQ(snapshot().filesTotal, 1u);
-}
-
-TEST_F(ClientRepairLinks, ALinkToNothingIsSkipped) {
-    bench::WriteFile(InPackage(L"a.dat"), "a");
-    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"link"), Scratch() / L"missing"),
-                            "links for this user");
-    EXPECT_TRUE(Repair());
-    EXPECT_THAT(bench::FolderListing(Scratch() / L"games"),
-                ElementsAre(L"Client/", L"Client/RepairTool.exe", L"Client/a.dat"));
-    EXPECT_EQ(snapshot().filesTotal, 1u);
+    EXPECT_THAT(
+        bench::FolderListing(Scratch() / L"games"),
+        ElementsAre(L"Client/", L"Client/RepairTool.exe", L"Client/data/", L"Client/data/a.dat"));
+    ExpectCounters(1, 1, 1);
 }
 
 TEST_F(ClientRepairLinks, ALinkToAnotherDriveIsSkipped) {
@@ -75,7 +65,7 @@ TEST_F(ClientRepairLinks, ALinkToAnotherDriveIsSkipped) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
     ASSERT_TRUE(bench::MakeFolderLink(InPackage(L"link"), L"Z:\\usr"));
     EXPECT_TRUE(Repair());
-    EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"a.dat"));
+    EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe", L"a.dat"));
 }
 
 TEST_F(ClientRepairLinks, ALinkToAFileIsAFile) {
@@ -92,24 +82,17 @@ TEST_F(ClientRepairLinks, ALinkToAFileIsAFile) {
     EXPECT_EQ(snapshot().filesRepaired, 1u);
 }
 
+// A link inside is still resolved relative to the real root.
 TEST_F(ClientRepairLinks, APackageReachedThroughALinkIsLikeAnyOther) {
     bench::WriteFile(InPackage(L"data\\a.dat"), "a");
-    const fs::path link = Scratch() / L"link";
-    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, Package()), "links for this user");
-    EXPECT_TRUE(VerifyAndRepairClient(link, false));
-    EXPECT_THAT(bench::FolderListing(Client()),
-                ElementsAre(L"RepairTool.exe", L"data/", L"data/a.dat"));
-}
-
-TEST_F(ClientRepairLinks, ALinkInsideAPackageReachedThroughALinkIsStillMeasuredFromTheRealRoot) {
-    fs::create_directory(Package() / L"real");
+    fs::create_directory(InPackage(L"real"));
     const fs::path link = Scratch() / L"deep" / L"er" / L"link";
     fs::create_directories(link.parent_path());
     SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, Package()) &&
                                 bench::MakeFolderLink(InPackage(L"alias"), InPackage(L"real")),
                             "links for this user");
     EXPECT_TRUE(VerifyAndRepairClient(link, false));
-    EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"real/"));
+    EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe", L"data/", L"data/a.dat", L"real/"));
 }
 
 TEST_F(ClientRepairLinks, TheToolIsNotOverwrittenThroughALinkInTheClient) {
@@ -132,15 +115,14 @@ TEST_F(ClientRepairLinks, CloudFilesAndFoldersAreLikeOthers) {
         const bench::ListingHook hook(&MarkCloudEntries);
         EXPECT_TRUE(Repair());
     }
-    EXPECT_EQ(
-        bench::FolderListing(Client()),
-        (std::vector<std::wstring>{L"RepairTool.exe", L"cloud folder x/", L"cloud folder x/c.dat",
-                                   L"cloud folder/", L"cloud folder/a.dat", L"cloud folder/inner/",
-                                   L"cloud folder/inner/cloud b.dat", L"cloud.dat"}));
+    EXPECT_EQ(Listing(), (std::vector<std::wstring>{
+                             L"RepairTool.exe", L"cloud folder x/", L"cloud folder x/c.dat",
+                             L"cloud folder/", L"cloud folder/a.dat", L"cloud folder/inner/",
+                             L"cloud folder/inner/cloud b.dat", L"cloud.dat"}));
     EXPECT_EQ(snapshot().filesRepaired, 4u);
 }
 
-TEST_F(ClientRepairLinks, WhatLiesBelowAReparsePointIsPlacedByItsFinalPath) {
+TEST_F(ClientRepairLinks, EntriesBelowAReparsePointArePlacedByTheirFinalPaths) {
     const fs::path elsewhere = Scratch() / L"elsewhere";
     bench::WriteFile(elsewhere / L"inner" / L"a.dat", "a");
     bench::WriteFile(InPackage(L"cloud2\\b.dat"), "b");
@@ -157,56 +139,38 @@ TEST_F(ClientRepairLinks, WhatLiesBelowAReparsePointIsPlacedByItsFinalPath) {
                             L"elsewhere/inner/", L"elsewhere/inner/a.dat"));
 }
 
+// Either the entry itself cannot be opened, or the package folder, here on another drive.
 TEST_F(ClientRepairLinks, AReparsePointThatCannotBeResolvedIsSkipped) {
     bench::WriteFile(InPackage(L"cloud.dat"), "a");
     bench::WriteFile(InPackage(L"b.dat"), "b");
-    const std::wstring unresolvable = InPackage(L"cloud.dat");
-    const bench::ListingHook listingHook(&MarkCloudEntries);
-    const bench::OpenHook openHook([&](const std::wstring& path) -> DWORD {
-        return path == unresolvable ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
-    });
-    for (const bool reinstall : {false, true}) {
-        EXPECT_TRUE(VerifyAndRepairClient(Package(), reinstall));
-        EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"b.dat"));
-        EXPECT_EQ(snapshot().filesTotal, 2u);
-        EXPECT_EQ(snapshot().filesDone, 2u);
-        EXPECT_EQ(snapshot().filesRepaired, 1u);
-        fs::remove(InClient(L"b.dat"));
-    }
-}
-
-TEST_F(ClientRepairLinks, AReparsePointInAPackageFolderThatCannotBeResolvedIsSkipped) {
-    bench::WriteFile(InPackage(L"cloud.dat"), "a");
-    bench::WriteFile(InPackage(L"b.dat"), "b");
     const bench::FolderOnAnotherDrive drive(Package());
-    const std::wstring package = drive.Path();
     const bench::ListingHook listingHook(&MarkCloudEntries);
-    const bench::OpenHook openHook([&](const std::wstring& path) -> DWORD {
-        return path == package ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
-    });
-    for (const bool reinstall : {false, true}) {
-        EXPECT_TRUE(VerifyAndRepairClient(package, reinstall));
-        EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"b.dat"));
-        EXPECT_EQ(snapshot().filesRepaired, 1u);
-        fs::remove(InClient(L"b.dat"));
+    for (const auto& [package, refused] :
+         {std::pair{Package(), InPackage(L"cloud.dat")}, {drive.Path(), drive.Path()}}) {
+        const auto openHook = bench::RefuseToOpen(refused);
+        for (const bool reinstall : {false, true}) {
+            EXPECT_TRUE(VerifyAndRepairClient(package, reinstall));
+            EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe", L"b.dat"));
+            ExpectCounters(2, 2, 1);
+            fs::remove(InClient(L"b.dat"));
+        }
     }
 }
 
-TEST_F(ClientRepairLinks, AReparsePointThatLeadsToNothingOrToTheUnreadableIsSkipped) {
+TEST_F(ClientRepairLinks, ADanglingOrUnreadableReparsePointIsSkipped) {
     bench::WriteFile(InPackage(L"cloud 1.dat"), "a");
     bench::WriteFile(InPackage(L"cloud 2.dat"), "a");
     bench::WriteFile(InPackage(L"b.dat"), "b");
     const std::wstring dangling = InPackage(L"cloud 1.dat");
     const std::wstring unreadable = InPackage(L"cloud 2.dat");
     const bench::ListingHook listingHook(&MarkCloudEntries);
-    const bench::LookHook lookHook([&](const std::wstring& path) -> DWORD {
+    const auto lookHook = bench::HookAttributes([&](const std::wstring& path) -> DWORD {
         return path == dangling     ? ERROR_FILE_NOT_FOUND
                : path == unreadable ? ERROR_CANT_ACCESS_FILE
                                     : ERROR_SUCCESS;
     });
     EXPECT_TRUE(Repair());
-    EXPECT_EQ(bench::FolderListing(Client()),
-              (std::vector<std::wstring>{L"RepairTool.exe", L"b.dat"}));
+    EXPECT_EQ(Listing(), (std::vector<std::wstring>{L"RepairTool.exe", L"b.dat"}));
     EXPECT_EQ(snapshot().filesTotal, 1u);
     EXPECT_EQ(snapshot().filesRepaired, 1u);
 }

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/skipping.h"
 #include "job/client/client_folders.h"
-#include "job/client/file_hooks.h"
 #include "job/progress/job_progress.h"
 
 namespace fs = std::filesystem;
@@ -17,69 +17,35 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-class ReinstallCleanup : public testing::Test, protected bench::ClientFolders {
+class ReinstallCleanup : public bench::ClientTest {
 protected:
-    std::vector<std::wstring> ClientListing() const {
-        return bench::FolderListing(Client());
-    }
-
-    static void ExpectRefusal() {
-        const JobState state = snapshot();
-        EXPECT_EQ(state.stage, JobStage::Failed);
-        EXPECT_EQ(
-            state.errorMessage,
-            L"Safety check failed. Reinstall can only run from inside the game client folder.");
-        EXPECT_EQ(state.statusLine, L"Repair failed.");
-        EXPECT_EQ(state.detailLine, state.errorMessage);
-        EXPECT_TRUE(jobProgress.failed);
-        EXPECT_TRUE(jobProgress.finished);
-        EXPECT_FALSE(jobProgress.running);
+    void ExpectOnlyTheTool() const {
+        EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe"));
+        EXPECT_EQ(bench::ReadFile(Tool()), bench::kToolBytes);
     }
 };
 
 }  // namespace
 
 TEST_F(ReinstallCleanup, RemovesEverythingButTheTool) {
-    bench::WriteFile(InClient(L"Uninstall.exe"), "old");
-    bench::WriteFile(InClient(L"settings.ini"), "mine");
-    bench::WriteFile(InClient(L"name with blanks \u00E4\u6F22\U0001F3AE.dat"), "x");
-    fs::create_directory(InClient(L"empty"));
-    EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
-    EXPECT_EQ(bench::ReadFile(Tool()), bench::kToolBytes);
-}
-
-TEST_F(ReinstallCleanup, RemovesFoldersWithAllTheirContent) {
-    bench::WriteFile(InClient(L"data\\maps\\a.map"), "a");
-    bench::WriteFile(InClient(L"data\\b.dat"), "b");
-    fs::create_directories(InClient(L"data\\empty\\deeper"));
-    EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
-}
-
-TEST_F(ReinstallCleanup, RemovesManyEntries) {
-    std::vector<std::wstring> names;
-    for (int i = 0; i < 200; ++i) {
+    for (const std::wstring name :
+         {L"Uninstall.exe", L"settings.ini", L"name with blanks \u00E4\u6F22\U0001F3AE.dat",
+          L"data\\maps\\a.map", L"data\\read-only.dat", L"read-only.dat", L"data\\RepairTool.exe",
+          L"RepairTool.exe.bak"}) {
+        bench::WriteFile(InClient(name), bench::kToolBytes);
+    }
+    for (int i = 0; i < 200; ++i) {  // More than one call lists.
         bench::WriteFile(InClient(std::to_wstring(i)), "x");
     }
+    bench::SetReadOnly(InClient(L"data\\read-only.dat"), true);
+    bench::SetReadOnly(InClient(L"read-only.dat"), true);
+    fs::create_directories(InClient(L"data\\empty\\deeper"));
     EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
-}
-
-TEST_F(ReinstallCleanup, RemovesReadOnlyEntries) {
-    bench::WriteFile(InClient(L"data\\a.dat"), "a");
-    bench::WriteFile(InClient(L"b.dat"), "b");
-    bench::SetReadOnly(InClient(L"data\\a.dat"), true);
-    bench::SetReadOnly(InClient(L"b.dat"), true);
-    EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
-}
-
-TEST_F(ReinstallCleanup, RemovesFilesThatOnlyLookLikeTheTool) {
-    bench::WriteFile(InClient(L"data\\RepairTool.exe"), bench::kToolBytes);
-    bench::WriteFile(InClient(L"RepairTool.exe.bak"), bench::kToolBytes);
-    EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+    ExpectOnlyTheTool();
+    const JobState state = snapshot();
+    EXPECT_EQ(state.stage, JobStage::Finishing);
+    EXPECT_EQ(state.statusLine, L"Preparing clean reinstall...");
+    EXPECT_EQ(state.detailLine, L"Removing old client files...");
 }
 
 TEST_F(ReinstallCleanup, KeepsTheToolHoweverItsPathIsWritten) {
@@ -87,30 +53,30 @@ TEST_F(ReinstallCleanup, KeepsTheToolHoweverItsPathIsWritten) {
     const bench::ToolLocation location(Scratch() / L"GAMES/client",
                                        Scratch() / L"Games/./CLIENT/REPAIRTOOL.EXE");
     EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+    ExpectOnlyTheTool();
 }
 
 TEST_F(ReinstallCleanup, KeepsTheToolOfAnyName) {
     bench::WriteFile(InClient(L"Uninstall.exe"), "renamed tool");
     const bench::ToolLocation location(Client(), InClient(L"Uninstall.exe"));
     EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), ElementsAre(L"Uninstall.exe"));
+    EXPECT_THAT(Listing(), ElementsAre(L"Uninstall.exe"));
 }
 
-TEST_F(ReinstallCleanup, KeepsTheToolWhenItsPathCannotBeResolvedForAMoment) {
+TEST_F(ReinstallCleanup, KeepsTheToolIfItsPathCannotBeResolvedForAMoment) {
     // Some systems let the file of a running program be deleted.
     const std::wstring tool = Tool();
     for (int failingOpen = 1; failingOpen <= 2; ++failingOpen) {
         int opens = 0;
         {
-            const bench::OpenHook hook([&](const std::wstring& path) -> DWORD {
+            const auto hook = bench::HookOpen([&](const std::wstring& path) -> DWORD {
                 return path == tool && ++opens == failingOpen ? ERROR_SHARING_VIOLATION
                                                               : ERROR_SUCCESS;
             });
             static_cast<void>(PrepareCleanReinstall());
         }
         EXPECT_GE(opens, failingOpen);
-        EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe")) << failingOpen;
+        EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe")) << failingOpen;
         resetJobProgress();
     }
 }
@@ -122,7 +88,7 @@ TEST_F(ReinstallCleanup, KeepsTheToolByItsShortName) {
     SKIP_ON_WINDOWS_WITHOUT(!shortPath.empty(), "short names on this volume");
     const bench::ToolLocation location(Client(), shortPath);
     EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), ElementsAre(L"The repair tool of the game.exe"));
+    EXPECT_THAT(Listing(), ElementsAre(L"The repair tool of the game.exe"));
 }
 
 TEST_F(ReinstallCleanup, EmptiesTheFolderThatALinkLeadsTo) {
@@ -131,10 +97,10 @@ TEST_F(ReinstallCleanup, EmptiesTheFolderThatALinkLeadsTo) {
     bench::WriteFile(InClient(L"a.dat"), "a");
     const bench::ToolLocation location(link, link / L"RepairTool.exe");
     EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+    ExpectOnlyTheTool();
 }
 
-TEST_F(ReinstallCleanup, LeavesWhatALinkLeadsTo) {
+TEST_F(ReinstallCleanup, KeepsTheTargetsOfLinks) {
     const fs::path elsewhere = Scratch() / L"elsewhere";
     bench::WriteFile(elsewhere / L"photos" / L"precious.jpg", "precious");
     fs::create_directory(InClient(L"sub"));
@@ -145,50 +111,35 @@ TEST_F(ReinstallCleanup, LeavesWhatALinkLeadsTo) {
     EXPECT_THAT(bench::FolderListing(elsewhere), ElementsAre(L"photos/", L"photos/precious.jpg"));
 }
 
-TEST_F(ReinstallCleanup, LeavesWhatIsInUseWithoutAMessage) {
-    bench::WriteFile(InClient(L"a.dat"), "a");
-    bench::WriteFile(InClient(L"inUse.dat"), "b");
-    bench::WriteFile(InClient(L"z.dat"), "z");
+TEST_F(ReinstallCleanup, LeavesFilesInUseWithoutAMessage) {
+    for (const std::wstring name : {L"a.dat", L"inUse.dat", L"z.dat", L"data\\a.dat",
+                                    L"data\\inUse.dat", L"data\\z\\z.dat"}) {
+        bench::WriteFile(InClient(name), "x");
+    }
     const bench::OpenElsewhere opened(InClient(L"inUse.dat"), FILE_SHARE_READ);
+    const bench::OpenElsewhere below(InClient(L"data\\inUse.dat"), FILE_SHARE_READ);
     EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), UnorderedElementsAre(L"RepairTool.exe", L"inUse.dat"));
+    EXPECT_THAT(Listing(),
+                UnorderedElementsAre(L"RepairTool.exe", L"data/", L"data/inUse.dat", L"inUse.dat"));
     EXPECT_EQ(snapshot().errorMessage, L"");
     EXPECT_FALSE(jobProgress.failed);
 }
 
-TEST_F(ReinstallCleanup, RemovesWhatItCanOfAFolderInUse) {
-    bench::WriteFile(InClient(L"data\\a.dat"), "a");
-    bench::WriteFile(InClient(L"data\\inUse.dat"), "b");
-    bench::WriteFile(InClient(L"data\\z\\z.dat"), "z");
-    const bench::OpenElsewhere opened(InClient(L"data\\inUse.dat"), FILE_SHARE_READ);
-    EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(),
-                UnorderedElementsAre(L"RepairTool.exe", L"data/", L"data/inUse.dat"));
-}
-
-TEST_F(ReinstallCleanup, PublishesStageAndTexts) {
-    EXPECT_TRUE(PrepareCleanReinstall());
-    const JobState state = snapshot();
-    EXPECT_EQ(state.stage, JobStage::Finishing);
-    EXPECT_EQ(state.statusLine, L"Preparing clean reinstall...");
-    EXPECT_EQ(state.detailLine, L"Removing old client files...");
-}
-
-TEST_F(ReinstallCleanup, GoesOnAfterACancel) {
+TEST_F(ReinstallCleanup, IgnoresACancel) {
     bench::WriteFile(InClient(L"a.dat"), "a");
     jobProgress.cancelRequested = true;
     EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+    ExpectOnlyTheTool();
 }
 
-TEST_F(ReinstallCleanup, WithoutAListingThereIsNothingToRemove) {
+TEST_F(ReinstallCleanup, AMissingFolderHasNothingToRemove) {
     const fs::path missing = Scratch() / L"missing";
     const bench::ToolLocation location(missing, missing / L"tool.exe");
     EXPECT_TRUE(PrepareCleanReinstall());
     EXPECT_EQ(snapshot().stage, JobStage::Finishing);
 }
 
-TEST_F(ReinstallCleanup, AListingThatBreaksOffIsAnException) {
+TEST_F(ReinstallCleanup, AnIncompleteListingThrows) {
     std::vector<std::wstring> listed;
     bench::WriteFile(InClient(L"a.dat"), "a");
     bench::WriteFile(InClient(L"b.dat"), "b");
@@ -223,24 +174,24 @@ TEST_F(ReinstallCleanup, RefusesAndTouchesNothingWhenTheFolderIsNotSafe) {
     EXPECT_THAT(bench::FolderListing(Scratch()),
                 ElementsAre(L"games/", L"games/Client/", L"games/Client/RepairTool.exe",
                             L"games/Client/a.dat", L"package/"));
-    ExpectRefusal();
+    ExpectFailure(bench::kUnsafeReinstall);
 }
 
-TEST_F(ReinstallCleanup, RefusesToDeleteThePackageThatItIsFor) {
+TEST_F(ReinstallCleanup, RefusesToDeleteThePackageItself) {
     const fs::path staging = InClient(L"temp\\staging");
     const fs::path archive = InClient(L"temp\\package.zip");
     bench::WriteFile(staging / L"a.dat", "a");
     bench::WriteFile(archive, "zip");
-    const std::vector<std::wstring> before = ClientListing();
+    const std::vector<std::wstring> before = Listing();
     for (const std::vector<fs::path>& packagePaths :
          {std::vector{staging, archive}, std::vector{staging, Scratch() / L"package.zip"},
           std::vector{Package(), archive}}) {
         resetJobProgress();
         jobProgress.running = true;
         EXPECT_FALSE(PrepareCleanReinstall(packagePaths));
-        EXPECT_EQ(ClientListing(), before);
-        ExpectRefusal();
+        EXPECT_EQ(Listing(), before);
+        ExpectFailure(bench::kUnsafeReinstall);
     }
     EXPECT_TRUE(PrepareCleanReinstall({Package(), Scratch() / L"package.zip"}));
-    EXPECT_THAT(ClientListing(), ElementsAre(L"RepairTool.exe"));
+    ExpectOnlyTheTool();
 }

@@ -1,22 +1,26 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+#include <utility>
+
 #include "bench_parts/call_hook.h"
+#include "bench_parts/current_folder.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/skipping.h"
 #include "common/tool_instance.h"
 #include "job/client/client_folders.h"
-#include "job/client/file_hooks.h"
 #include "job/client/reinstall_cleanup.h"
 #include "job/client/substituted_drive.h"
 #include "job/progress/job_progress.h"
 
 namespace fs = std::filesystem;
 
-// What a wrong answer here costs is a disk: every condition is met with real folders, also at the
+// A wrong answer here can cost a disk, so every condition is tested with real folders, also at the
 // root of drive C:, which belongs to the test alone.
 
 namespace {
 
-// A folder outside the scratch folder with a tool in it; goes with the object.
+// A folder outside the scratch folder with a tool in it, as long as the object lives.
 class ToolFolderAt {
 public:
     explicit ToolFolderAt(const fs::path& folder) : folder_(folder) {
@@ -53,36 +57,37 @@ std::wstring FinalPath(const fs::path& folder) {
     return path;
 }
 
-class CurrentFolder {
-public:
-    explicit CurrentFolder(const fs::path& folder) : former_(fs::current_path()) {
-        fs::current_path(folder);
-    }
-    ~CurrentFolder() {
-        fs::current_path(former_);
-    }
-    CurrentFolder(const CurrentFolder&) = delete;
-    CurrentFolder& operator=(const CurrentFolder&) = delete;
-
-private:
-    fs::path former_;
-};
-
 }  // namespace
 
-TEST(ReinstallSafety, AllowsAClientFolder) {
-    const bench::ClientFolders folders;
-    EXPECT_TRUE(IsSafeReinstallFolder());
-}
-
-TEST(ReinstallSafety, RefusesTheRootOfTheSystemDrive) {
+TEST(ReinstallSafety, RefusesRootsAndResolvedPathsOfLessThanSixUtf16Units) {
+    const ToolFolderAt four(L"C:\\a");
+    const ToolFolderAt five(L"C:\\ab");
+    const ToolFolderAt six(L"C:\\abc");
+    const ToolFolderAt twoUnits(L"C:\\\U0001F3AE");
+    const ToolFolderAt threeUnits(L"C:\\\U0001F3AEa");
     bench::WriteFile(L"C:\\tool.exe", "tool");
-    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\"));
-    EXPECT_FALSE(IsSafeWithToolIn(L"c:\\"));
-    EXPECT_FALSE(IsSafeWithToolIn(L"C:/"));
-    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\\\"));
-    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\windows\\.."));
-    EXPECT_FALSE(IsSafeWithToolIn(L"\\\\?\\C:\\"));
+    const std::pair<const wchar_t*, bool> rows[] = {
+        {L"C:\\", false},
+        {L"c:\\", false},
+        {L"C:/", false},
+        {L"C:\\\\", false},
+        {L"C:\\windows\\..", false},
+        {L"\\\\?\\C:\\", false},
+        {L"Q:\\", false},  // Not there.
+        {L"C:\\a", false},
+        {L"C:\\ab", false},
+        {L"C:\\windows\\..\\ab", false},
+        {L"C:\\ab\\", false},
+        {L"C:\\ab\\.\\\\", false},
+        {L"\\\\?\\C:\\ab", false},
+        {L"C:\\\U0001F3AE", false},
+        {L"C:\\abc", true},
+        {L"C:\\ABC\\", true},
+        {L"C:\\\U0001F3AEa", true},
+    };
+    for (const auto& [folder, isSafe] : rows) {
+        EXPECT_EQ(IsSafeWithToolIn(folder), isSafe) << fs::path(folder);
+    }
     fs::remove(L"C:\\tool.exe");
 }
 
@@ -91,13 +96,9 @@ TEST(ReinstallSafety, RefusesADriveWithoutSeparatorWhateverIsCurrentOnIt) {
     // drive's current folder.
     const ToolFolderAt folder(L"C:\\abcdef");
     EXPECT_FALSE(IsSafeAt(L"C:", L"C:\\tool.exe"));
-    const CurrentFolder current(L"C:\\abcdef");
-    EXPECT_FALSE(IsSafeAt(L"C:", L"C:\\tool.exe"));
-}
-
-TEST(ReinstallSafety, RefusesTheRootOfAMissingDrive) {
-    EXPECT_FALSE(IsSafeWithToolIn(L"Q:\\"));
     EXPECT_FALSE(IsSafeAt(L"Q:", L"Q:\\tool.exe"));
+    const bench::CurrentFolder current(L"C:\\abcdef");
+    EXPECT_FALSE(IsSafeAt(L"C:", L"C:\\tool.exe"));
 }
 
 TEST(ReinstallSafety, RefusesTheRootOfAnotherDrive) {
@@ -109,7 +110,7 @@ TEST(ReinstallSafety, RefusesTheRootOfAnotherDrive) {
     EXPECT_FALSE(IsSafeAt(L"X:", L"X:\\RepairTool.exe"));
 }
 
-TEST(ReinstallSafety, AllowsASubstitutedDriveThatStandsForAClientFolder) {
+TEST(ReinstallSafety, AllowsASubstitutedDriveOfAClientFolder) {
     const bench::ClientFolders folders;
     const bench::SubstitutedDrive drive(L"X:", folders.Client());
     ASSERT_TRUE(drive.Made());
@@ -118,7 +119,7 @@ TEST(ReinstallSafety, AllowsASubstitutedDriveThatStandsForAClientFolder) {
     EXPECT_TRUE(IsSafeAt(L"X:\\", L"X:\\RepairTool.exe"));
 }
 
-TEST(ReinstallSafety, RefusesASubstitutedDriveThatStandsForARoot) {
+TEST(ReinstallSafety, RefusesASubstitutedDriveOfARoot) {
     const bench::SubstitutedDrive drive(L"X:", L"C:\\");
     ASSERT_TRUE(drive.Made());
     EXPECT_FALSE(IsSafeAt(L"X:\\", L"X:\\tool.exe"));
@@ -137,67 +138,27 @@ TEST(ReinstallSafety, RefusesTheRootOfAVolumeMountedInAFolder) {
     EXPECT_TRUE(IsSafeReinstallFolder());
 }
 
-TEST(ReinstallSafety, RefusesPathsOfFourAndFiveCharactersAndAllowsSix) {
-    const ToolFolderAt four(L"C:\\a");
-    const ToolFolderAt five(L"C:\\ab");
-    const ToolFolderAt six(L"C:\\abc");
-    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\a"));
-    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\ab"));
-    EXPECT_TRUE(IsSafeWithToolIn(L"C:\\abc"));
-}
-
-TEST(ReinstallSafety, MeasuresTheResolvedPath) {
-    const ToolFolderAt five(L"C:\\ab");
-    const ToolFolderAt six(L"C:\\abc");
-    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\windows\\..\\ab"));
-    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\ab\\"));
-    EXPECT_FALSE(IsSafeWithToolIn(L"C:\\ab\\.\\\\"));
-    EXPECT_FALSE(IsSafeWithToolIn(L"\\\\?\\C:\\ab"));
-    EXPECT_TRUE(IsSafeWithToolIn(L"C:\\ABC\\"));
-}
-
-TEST(ReinstallSafety, CountsUtf16Units) {
-    const fs::path twoUnits = L"C:\\\U0001F3AE";
-    const fs::path threeUnits = L"C:\\\U0001F3AEa";
-    const ToolFolderAt five(twoUnits);
-    const ToolFolderAt six(threeUnits);
-    EXPECT_FALSE(IsSafeWithToolIn(twoUnits));
-    EXPECT_TRUE(IsSafeWithToolIn(threeUnits));
-}
-
-TEST(ReinstallSafety, RefusesALinkToADrivesRoot) {
-    const bench::ClientFolders folders;
-    const fs::path link = folders.Scratch() / L"link to the root";
-    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, L"C:\\"), "links for this user");
-    bench::WriteFile(L"C:\\tool.exe", "tool");
-    EXPECT_FALSE(IsSafeWithToolIn(link));
-    fs::remove(L"C:\\tool.exe");
-}
-
-TEST(ReinstallSafety, RefusesALinkToAShortPath) {
+TEST(ReinstallSafety, JudgesWhereLinksLead) {
     const bench::ClientFolders folders;
     const ToolFolderAt five(L"C:\\ab");
-    const fs::path link = folders.Scratch() / L"link to a short path";
-    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, L"C:\\ab"), "links for this user");
-    EXPECT_FALSE(IsSafeWithToolIn(link));
-}
-
-TEST(ReinstallSafety, AllowsALinkToTheClientFolder) {
-    const bench::ClientFolders folders;
-    const fs::path link = folders.Scratch() / L"link";
-    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, folders.Client()), "links for this user");
-    EXPECT_TRUE(IsSafeAt(link, link / L"RepairTool.exe"));
-    EXPECT_TRUE(IsSafeAt(link, folders.Tool()));
-    EXPECT_TRUE(IsSafeAt(folders.Client(), link / L"RepairTool.exe"));
-}
-
-TEST(ReinstallSafety, RefusesALinkThatLeadsTheToolElsewhere) {
-    const bench::ClientFolders folders;
-    const fs::path other = folders.Scratch() / L"other";
-    bench::WriteFile(other / L"RepairTool.exe", "another tool");
-    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(folders.Scratch() / L"link", other),
+    const fs::path toRoot = folders.Scratch() / L"to the root";
+    const fs::path toShortPath = folders.Scratch() / L"to a short path";
+    const fs::path toClient = folders.Scratch() / L"to the client";
+    const fs::path elsewhere = folders.Scratch() / L"elsewhere";
+    bench::WriteFile(folders.Scratch() / L"other" / L"RepairTool.exe", "another tool");
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(toRoot, L"C:\\") &&
+                                bench::MakeFolderLink(toShortPath, L"C:\\ab") &&
+                                bench::MakeFolderLink(toClient, folders.Client()) &&
+                                bench::MakeFolderLink(elsewhere, folders.Scratch() / L"other"),
                             "links for this user");
-    EXPECT_FALSE(IsSafeAt(folders.Client(), folders.Scratch() / L"link" / L"RepairTool.exe"));
+    bench::WriteFile(L"C:\\tool.exe", "tool");
+    EXPECT_FALSE(IsSafeWithToolIn(toRoot));
+    fs::remove(L"C:\\tool.exe");
+    EXPECT_FALSE(IsSafeWithToolIn(toShortPath));
+    EXPECT_TRUE(IsSafeAt(toClient, toClient / L"RepairTool.exe"));
+    EXPECT_TRUE(IsSafeAt(toClient, folders.Tool()));
+    EXPECT_TRUE(IsSafeAt(folders.Client(), toClient / L"RepairTool.exe"));
+    EXPECT_FALSE(IsSafeAt(folders.Client(), elsewhere / L"RepairTool.exe"));
 }
 
 TEST(ReinstallSafety, AllowsTheClientFolderInAnotherLetterCase) {
@@ -228,55 +189,39 @@ TEST(ReinstallSafety, RefusesWhenTheToolIsNotDirectlyInTheFolder) {
     EXPECT_FALSE(IsSafeAt(folders.Scratch() / L"games" / L"Clien", folders.Tool())) << "a prefix";
 }
 
-TEST(ReinstallSafety, RefusesWhenAPathIsUnknown) {
+TEST(ReinstallSafety, RefusesPathsThatAreUnknownOrCannotBeResolved) {
     const bench::ClientFolders folders;
     EXPECT_FALSE(IsSafeAt(L"", folders.Tool()));
     EXPECT_FALSE(IsSafeAt(folders.Client(), L""));
     EXPECT_FALSE(IsSafeAt(L"", L""));
-}
-
-TEST(ReinstallSafety, RefusesWhenTheFolderCannotBeResolved) {
-    const bench::ClientFolders folders;
-    const std::wstring client = folders.Client();
-    const bench::OpenHook hook([&](const std::wstring& path) -> DWORD {
-        return path == client ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
-    });
-    EXPECT_FALSE(IsSafeReinstallFolder());
-}
-
-TEST(ReinstallSafety, RefusesWhenTheToolCannotBeResolved) {
-    const bench::ClientFolders folders;
-    const std::wstring tool = folders.Tool();
-    const bench::OpenHook hook([&](const std::wstring& path) -> DWORD {
-        return path == tool ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
-    });
-    EXPECT_FALSE(IsSafeReinstallFolder());
+    for (const fs::path& path : {folders.Client(), folders.Tool()}) {
+        const auto hook = bench::RefuseToOpen(path);
+        EXPECT_FALSE(IsSafeReinstallFolder()) << path;
+    }
+    EXPECT_TRUE(IsSafeReinstallFolder());
 }
 
 TEST(ReinstallSafety, JudgesNetworkPathsByTheirText) {
     SKIP_ON_WINDOWS("asking the network for a missing server takes too long");
-    EXPECT_TRUE(IsSafeWithToolIn(L"\\\\server\\share\\game"));
-    EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\game", L"\\\\server\\share\\tool.exe"));
-    EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\game", L"\\\\server\\other\\game\\tool.exe"));
-    EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\game", L"C:\\share\\game\\tool.exe"));
-    EXPECT_FALSE(IsSafeAt(L"\\\\server\\", L"\\\\server\\tool.exe")) << "a root of any length";
+    const fs::path game = L"\\\\server\\share\\game";
+    EXPECT_TRUE(IsSafeWithToolIn(game));
+    EXPECT_FALSE(IsSafeAt(game, L"\\\\server\\share\\tool.exe"));
+    EXPECT_FALSE(IsSafeAt(game, L"\\\\server\\other\\game\\tool.exe"));
+    EXPECT_FALSE(IsSafeAt(game, L"C:\\share\\game\\tool.exe"));
+    for (const wchar_t* root :
+         {L"\\\\server\\share", L"\\\\server\\share\\", L"//server/share/", L"\\\\server\\"}) {
+        EXPECT_FALSE(IsSafeWithToolIn(root)) << fs::path(root);
+    }
 }
 
-TEST(ReinstallSafety, RefusesTheRootOfANetworkShare) {
-    SKIP_ON_WINDOWS("asking the network for a missing server takes too long");
-    EXPECT_FALSE(IsSafeWithToolIn(L"\\\\server\\share"));
-    EXPECT_FALSE(IsSafeAt(L"\\\\server\\share\\", L"\\\\server\\share\\tool.exe"));
-    EXPECT_FALSE(IsSafeAt(L"//server/share/", L"//server/share/tool.exe"));
-}
-
-TEST(ReinstallSafety, RefusesAToolPathThatMayHaveBeenCut) {
-    // As it is read from the system: cut in the middle of a folder's name, two levels too high.
+TEST(ReinstallSafety, RefusesAToolPathThatMayBeTruncated) {
+    // Read into a full buffer: truncated within a folder's name, two levels too high.
     const bench::ScratchFolder scratch;
     const std::wstring parent = scratch.Path().native();
-    const std::wstring cut = parent + L"\\" + std::wstring(259 - parent.size() - 1, L'f');
-    ASSERT_EQ(cut.size(), 259u);
-    EXPECT_FALSE(IsSafeAt(parent, cut));
-    EXPECT_TRUE(IsSafeAt(parent, cut.substr(0, 258)));
+    const std::wstring truncated = parent + L"\\" + std::wstring(259 - parent.size() - 1, L'f');
+    ASSERT_EQ(truncated.size(), 259u);
+    EXPECT_FALSE(IsSafeAt(parent, truncated));
+    EXPECT_TRUE(IsSafeAt(parent, truncated.substr(0, 258)));
 }
 
 TEST(OutsideClientFolder, IsJudgedByWhereThePathLeads) {
@@ -305,15 +250,15 @@ TEST(OutsideClientFolder, IsJudgedByWhereThePathLeads) {
 TEST(OutsideClientFolder, TakesARelativePathFromTheCurrentFolder) {
     const bench::ClientFolders folders;
     {
-        const CurrentFolder current(folders.Client());
+        const bench::CurrentFolder current(folders.Client());
         EXPECT_FALSE(IsOutsideClientFolder(L"package.zip"));
         EXPECT_TRUE(IsOutsideClientFolder(L"..\\package.zip"));
     }
-    const CurrentFolder current(folders.Package());
+    const bench::CurrentFolder current(folders.Package());
     EXPECT_TRUE(IsOutsideClientFolder(L"package.zip"));
 }
 
-TEST(OutsideClientFolder, IgnoresTheLetterCaseThatAServerGivesBack) {
+TEST(OutsideClientFolder, IgnoresLetterCaseOnServers) {
     SKIP_ON_WINDOWS("asking the network for a missing server takes too long");
     const bench::ToolLocation location(L"\\\\server\\share\\Game",
                                        L"\\\\server\\share\\Game\\tool.exe");
@@ -333,19 +278,17 @@ TEST(OutsideClientFolder, FollowsLinks) {
     EXPECT_TRUE(IsOutsideClientFolder(out / L"package.zip"));
 }
 
-TEST(OutsideClientFolder, IsSafeWhenAPathCannotBeResolved) {
+TEST(OutsideClientFolder, RefusesUnresolvablePathsOnTheClientsDrive) {
     const bench::ClientFolders folders;
     const bench::FolderOnAnotherDrive drive(folders.Package());
-    std::wstring unresolvable;
-    const bench::OpenHook hook([&](const std::wstring& path) -> DWORD {
-        return path == unresolvable ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
-    });
-    unresolvable = folders.Package();
-    EXPECT_FALSE(IsOutsideClientFolder(unresolvable)) << "on the client's drive";
-    unresolvable = drive.Path();
-    EXPECT_TRUE(IsOutsideClientFolder(unresolvable)) << "on another drive";
-    unresolvable = folders.Client();
-    EXPECT_FALSE(IsOutsideClientFolder(folders.Package())) << "the client itself";
+    const std::tuple<const char*, fs::path, fs::path, bool> rows[] = {
+        {"a path on the client's drive", folders.Package(), folders.Package(), false},
+        {"a path on another drive", drive.Path(), drive.Path(), true},
+        {"the client itself", folders.Client(), folders.Package(), false}};
+    for (const auto& [name, unresolvable, path, isOutside] : rows) {
+        const auto hook = bench::RefuseToOpen(unresolvable);
+        EXPECT_EQ(IsOutsideClientFolder(path), isOutside) << name;
+    }
 }
 
 TEST(ReinstallSafety, TouchesNothing) {

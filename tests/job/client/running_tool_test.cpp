@@ -2,25 +2,23 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/skipping.h"
 #include "common/tool_instance.h"
 #include "job/client/client_folders.h"
-#include "job/client/file_hooks.h"
 
 namespace fs = std::filesystem;
 
-TEST(RunningTool, IsRecognizedByItsOwnPath) {
+TEST(RunningTool, IsRecognizedByItsOwnPathInAnyLetterCase) {
     const bench::ClientFolders folders;
     EXPECT_TRUE(IsRunningTool(folders.Tool()));
-}
-
-TEST(RunningTool, IsRecognizedInAnotherLetterCase) {
-    const bench::ClientFolders folders;
     EXPECT_TRUE(IsRunningTool(folders.Client() / L"REPAIRTOOL.exe"));
     EXPECT_TRUE(IsRunningTool(folders.Scratch() / L"GAMES" / L"client" / L"repairtool.EXE"));
 }
 
-TEST(RunningTool, IsRecognizedWhenItsOwnPathIsWrittenDifferently) {
+TEST(RunningTool, IsRecognizedIfItsOwnPathIsWrittenDifferently) {
     const bench::ClientFolders folders;
     const bench::ToolLocation location(
         folders.Client(), folders.Scratch() / L"games/CLIENT\\.\\..\\client/repairTOOL.exe");
@@ -58,7 +56,7 @@ TEST(RunningTool, OtherEntriesAreNotTheTool) {
     EXPECT_FALSE(IsRunningTool(L""));
 }
 
-TEST(RunningTool, NothingIsTheToolWhileItsPlaceIsUnknown) {
+TEST(RunningTool, NoPathIsTheToolWhileItsLocationIsUnknown) {
     const bench::ClientFolders folders;
     const bench::ToolLocation location(L"", L"");
     EXPECT_FALSE(IsRunningTool(folders.Tool()));
@@ -67,13 +65,11 @@ TEST(RunningTool, NothingIsTheToolWhileItsPlaceIsUnknown) {
 
 TEST(RunningTool, APathThatCannotBeResolvedIsNotTheTool) {
     const bench::ClientFolders folders;
-    const bench::OpenHook hook([](const std::wstring& path) -> DWORD {
-        return path.ends_with(L"RepairTool.exe") ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
-    });
+    const auto hook = bench::RefuseToOpen(folders.Tool());
     EXPECT_FALSE(IsRunningTool(folders.Tool()));
 }
 
-TEST(RunningTool, IsKnownByItsPathAloneOnceItsFileIsGone) {
+TEST(RunningTool, IsRecognizedByItsPathOnceItsFileIsRemoved) {
     const bench::ClientFolders folders;
     fs::remove(folders.Tool());
     EXPECT_TRUE(IsRunningTool(folders.Tool()));
@@ -81,20 +77,16 @@ TEST(RunningTool, IsKnownByItsPathAloneOnceItsFileIsGone) {
 }
 
 TEST(RunningTool, OnlyAFileOfItsSizeOrAnUnreadableEntryCanBeIt) {
+    const RunningTool ofUnknownSize;
     RunningTool tool;
     tool.size = 100;
-    EXPECT_TRUE(CanBeRunningTool({EntryKind::RegularFile, 100, 0}, tool));
-    EXPECT_TRUE(CanBeRunningTool({EntryKind::Unreadable, 0, 0}, tool));
-    EXPECT_FALSE(CanBeRunningTool({EntryKind::RegularFile, 99, 0}, tool));
-    EXPECT_FALSE(CanBeRunningTool({EntryKind::RegularFile, 101, 0}, tool));
-    EXPECT_FALSE(CanBeRunningTool({EntryKind::Folder, 0, 0}, tool));
-    EXPECT_FALSE(CanBeRunningTool({EntryKind::Missing, 0, 0}, tool));
-}
-
-TEST(RunningTool, AnythingCanBeItWhileItsSizeIsUnknown) {
-    const RunningTool tool;
-    for (const EntryKind kind :
-         {EntryKind::RegularFile, EntryKind::Unreadable, EntryKind::Folder, EntryKind::Missing}) {
-        EXPECT_TRUE(CanBeRunningTool({kind, 0, 0}, tool));
+    const std::pair<EntryFacts, bool> rows[] = {
+        {{EntryKind::RegularFile, 100, 0}, true}, {{EntryKind::Unreadable, 0, 0}, true},
+        {{EntryKind::RegularFile, 99, 0}, false}, {{EntryKind::RegularFile, 101, 0}, false},
+        {{EntryKind::Folder, 100, 0}, false},     {{EntryKind::Missing, 100, 0}, false},
+    };
+    for (const auto& [facts, canBeIt] : rows) {
+        EXPECT_EQ(CanBeRunningTool(facts, tool), canBeIt) << static_cast<int>(facts.kind);
+        EXPECT_TRUE(CanBeRunningTool(facts, ofUnknownSize));
     }
 }

@@ -15,24 +15,24 @@ namespace fs = std::filesystem;
 
 using testing::ElementsAre;
 
-// Client files that the system protects: running, mapped, a hard link to the running tool,
-// hidden or system files, files and folders without write access. What Windows refuses must be
-// reported, never passed over, and nothing else may be lost.
+// Client files that the system protects: running, mapped, a hard link to the running tool, hidden
+// or system files, files and folders without write access. What Windows refuses must be reported,
+// and nothing else may be lost.
 
 namespace {
 
 constexpr wchar_t kChildProgram[] = L"child_program.exe";
 constexpr wchar_t kLongSleep[] = L"sleep 60000";
 
-class StubbornTargets : public testing::Test, protected bench::ClientFolders {
+class StubbornTargets : public bench::ClientTest {
 protected:
     bool Repair() const {
         StartRecord();
-        return VerifyAndRepairClient(Package(), false);
+        return ClientTest::Repair();
     }
     bool Reinstall() const {
         StartRecord();
-        return VerifyAndRepairClient(Package(), true);
+        return ClientTest::Reinstall();
     }
 
     // Every file of the package is in the client, byte for byte; the client may hold more.
@@ -49,14 +49,8 @@ protected:
         if (succeeded) {
             ExpectComplete();
         } else {
-            ExpectReported(relativePath);
+            ExpectFailureOf(relativePath);
         }
-    }
-
-    static void ExpectReported(const std::wstring& relativePath) {
-        EXPECT_EQ(snapshot().errorMessage, L"Could not repair this file: " + relativePath);
-        EXPECT_EQ(snapshot().stage, JobStage::Failed);
-        EXPECT_TRUE(jobProgress.failed);
     }
 
     static std::string ChildProgramBytes() {
@@ -101,7 +95,8 @@ private:
     void* view_ = nullptr;
 };
 
-// Lets everybody read and delete a file or folder, but not write to it, while the object lives.
+// Allows everyone to read and delete a file or folder, but not to write to it, while the object
+// lives.
 class WriteProtected {
 public:
     explicit WriteProtected(fs::path path) : path_(std::move(path)) {
@@ -148,34 +143,26 @@ private:
     bool made_ = false;
 };
 
-TEST_F(StubbornTargets, ARunningProgramThatDiffersFailsTheRepair) {
-    bench::WriteFile(InPackage(L"bin\\game.exe"), "new");
-    bench::WriteFile(InClient(L"bin\\settings.ini"), "mine");
-    const bench::RunningCopy game(kChildProgram, InClient(L"bin\\game.exe"), kLongSleep);
+TEST_F(StubbornTargets, ARunningProgramThatDiffersFailsBothJobs) {
+    bench::WriteFile(InPackage(L"game.exe"), "new");
+    bench::WriteFile(InClient(L"settings.ini"), "mine");
+    const bench::RunningCopy game(kChildProgram, InClient(L"game.exe"), kLongSleep);
     ASSERT_TRUE(game.Process());
     EXPECT_FALSE(Repair());
-    ExpectReported(L"bin\\game.exe");
-    EXPECT_EQ(bench::ReadFile(InClient(L"bin\\settings.ini")), "mine");
-    EXPECT_TRUE(bench::ReadFile(InClient(L"bin\\game.exe")) == ChildProgramBytes());
+    ExpectFailureOf(L"game.exe");
+    EXPECT_EQ(bench::ReadFile(InClient(L"settings.ini")), "mine");
+    EXPECT_FALSE(Reinstall());
+    ExpectFailureOf(L"game.exe");
+    EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe", L"game.exe"));
+    EXPECT_TRUE(bench::ReadFile(InClient(L"game.exe")) == ChildProgramBytes());
 }
 
-TEST_F(StubbornTargets, ARunningProgramOfThePackagesBytesIsClean) {
+TEST_F(StubbornTargets, ARunningProgramThatMatchesThePackageIsClean) {
     bench::WriteFile(InPackage(L"game.exe"), ChildProgramBytes());
     const bench::RunningCopy game(kChildProgram, InClient(L"game.exe"), kLongSleep);
     ASSERT_TRUE(game.Process());
     EXPECT_TRUE(Repair());
     EXPECT_EQ(snapshot().detailLine, L"All files are already clean.");
-}
-
-TEST_F(StubbornTargets, AReinstallLeavesARunningProgramAndReportsIt) {
-    bench::WriteFile(InPackage(L"game.exe"), "new");
-    bench::WriteFile(InClient(L"old.dat"), "old");
-    const bench::RunningCopy game(kChildProgram, InClient(L"game.exe"), kLongSleep);
-    ASSERT_TRUE(game.Process());
-    EXPECT_FALSE(Reinstall());
-    ExpectReported(L"game.exe");
-    EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"game.exe"));
-    EXPECT_TRUE(bench::ReadFile(InClient(L"game.exe")) == ChildProgramBytes());
 }
 
 TEST_F(StubbornTargets, AMappedFileThatDiffersFailsTheRepairUntilItIsUnmapped) {
@@ -184,18 +171,8 @@ TEST_F(StubbornTargets, AMappedFileThatDiffersFailsTheRepairUntilItIsUnmapped) {
     MappedFile mapped(InClient(L"a.pak"));
     ASSERT_TRUE(mapped.Mapped());
     EXPECT_FALSE(Repair());
-    ExpectReported(L"a.pak");
+    ExpectFailureOf(L"a.pak");
     EXPECT_EQ(bench::ReadFile(InClient(L"a.pak")), "old and longer");
-    mapped.Unmap();
-    EXPECT_TRUE(Repair());
-    ExpectComplete();
-}
-
-TEST_F(StubbornTargets, AReinstallOverAMappedFileIsCompleteOrReported) {
-    bench::WriteFile(InPackage(L"a.pak"), "new");
-    bench::WriteFile(InClient(L"a.pak"), "old and longer");
-    MappedFile mapped(InClient(L"a.pak"));
-    ASSERT_TRUE(mapped.Mapped());
     ExpectCompleteOrReported(Reinstall(), L"a.pak");
     mapped.Unmap();
     EXPECT_TRUE(Repair());
@@ -208,29 +185,24 @@ TEST_F(StubbornTargets, AHardLinkToTheRunningToolIsReportedAndTheToolKeepsItsByt
     ASSERT_TRUE(::CreateHardLinkW(InClient(L"launcher.exe").c_str(), Tool().c_str(), nullptr));
     bench::WriteFile(InPackage(L"launcher.exe"), "the game's own launcher");
     EXPECT_FALSE(Repair());
-    ExpectReported(L"launcher.exe");
+    ExpectFailureOf(L"launcher.exe");
     EXPECT_TRUE(bench::ReadFile(Tool()) == ChildProgramBytes());
 
     ExpectCompleteOrReported(Reinstall(), L"launcher.exe");
     EXPECT_TRUE(bench::ReadFile(Tool()) == ChildProgramBytes());
+
+    fs::remove(InPackage(L"launcher.exe"));
+    bench::WriteFile(InPackage(L"a.dat"), "new");
+    EXPECT_TRUE(Reinstall()) << "the link is not in the package";
+    ExpectComplete();
     EXPECT_EQ(::WaitForSingleObject(tool.Process(), 0), static_cast<DWORD>(WAIT_TIMEOUT));
 }
 
-TEST_F(StubbornTargets, AReinstallSucceedsBesideAHardLinkToTheRunningTool) {
-    const bench::RunningCopy tool(kChildProgram, Tool(), kLongSleep);
-    ASSERT_TRUE(tool.Process());
-    ASSERT_TRUE(::CreateHardLinkW(InClient(L"launcher.exe").c_str(), Tool().c_str(), nullptr));
-    bench::WriteFile(InPackage(L"a.dat"), "new");
-    EXPECT_TRUE(Reinstall());
-    ExpectComplete();
-    EXPECT_TRUE(bench::ReadFile(Tool()) == ChildProgramBytes());
-}
-
 TEST_F(StubbornTargets, TheCleanOutOfAHardLinkToTheToolLeavesTheTool) {
-    // The tool does not run here, so nothing but the code protects its file.
+    // The tool does not run here, so only the code protects its file.
     ASSERT_TRUE(::CreateHardLinkW(InClient(L"launcher.exe").c_str(), Tool().c_str(), nullptr));
     EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe"));
+    EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe"));
     EXPECT_EQ(bench::ReadFile(Tool()), bench::kToolBytes);
 }
 
@@ -256,29 +228,22 @@ TEST_F(StubbornTargets, AFileWithoutWriteAccessFailsTheRepairUntilThereIsAccess)
     WriteProtected protection(InClient(L"a.dat"));
     ASSERT_TRUE(protection.Made());
     EXPECT_FALSE(Repair());
-    ExpectReported(L"a.dat");
+    ExpectFailureOf(L"a.dat");
     EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "old");
+    ExpectCompleteOrReported(Reinstall(), L"a.dat");
     protection.Lift();
     EXPECT_TRUE(Repair());
     ExpectComplete();
 }
 
-TEST_F(StubbornTargets, AReinstallOverAFileWithoutWriteAccessIsCompleteOrReported) {
-    bench::WriteFile(InPackage(L"a.dat"), "new");
-    bench::WriteFile(InClient(L"a.dat"), "old");
-    const WriteProtected protection(InClient(L"a.dat"));
-    ASSERT_TRUE(protection.Made());
-    ExpectCompleteOrReported(Reinstall(), L"a.dat");
-}
-
-TEST_F(StubbornTargets, AFolderWithoutWriteAccessFailsAtTheFileThatIsMissingThere) {
+TEST_F(StubbornTargets, AFolderWithoutWriteAccessFailsAtItsMissingFile) {
     WriteToBoth(L"data\\good.dat", "good");
     bench::WriteFile(InPackage(L"data\\missing.dat"), "new");
     bench::WriteFile(InClient(L"data\\save.dat"), "mine");
     WriteProtected protection(InClient(L"data"));
     ASSERT_TRUE(protection.Made());
     EXPECT_FALSE(Repair());
-    ExpectReported(L"data\\missing.dat");
+    ExpectFailureOf(L"data\\missing.dat");
     EXPECT_THAT(bench::FolderListing(InClient(L"data")), ElementsAre(L"good.dat", L"save.dat"));
     protection.Lift();
     EXPECT_TRUE(Repair());

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/file_hooks.h"
 #include "job/client/client_folders.h"
 #include "job/client/client_repair.h"
-#include "job/client/file_hooks.h"
 #include "job/client/substituted_drive.h"
 #include "job/progress/job_progress.h"
 
@@ -15,18 +15,17 @@ namespace fs = std::filesystem;
 
 using testing::ElementsAre;
 
-// Unpacked packages that cannot be read, or not to their end, and drives that have no resolved
-// paths. Nothing of it may end in a success without the package's files.
+// Unpacked packages that can be read only in part, and drives without resolved paths. No job may
+// succeed without all files of the package.
 
 namespace {
 
 constexpr wchar_t kUnreadablePackage[] = L"Could not read the unpacked client files.";
 
 // The parameter: whether it is a reinstall.
-class VanishingPackage : public testing::TestWithParam<bool>, protected bench::ClientFolders {
+class VanishingPackage : public bench::ClientTest, public testing::WithParamInterface<bool> {
 protected:
     VanishingPackage() {
-        jobProgress.running = true;
         bench::WriteFile(InClient(L"old.dat"), "old");
     }
 
@@ -35,9 +34,8 @@ protected:
     }
 
     void ExpectUntouchedClient() const {
-        EXPECT_THAT(bench::FolderListing(Client()), ElementsAre(L"RepairTool.exe", L"old.dat"));
-        EXPECT_EQ(snapshot().stage, JobStage::Failed);
-        EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
+        EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe", L"old.dat"));
+        ExpectFailure(kUnreadablePackage);
     }
 };
 
@@ -46,20 +44,18 @@ INSTANTIATE_TEST_SUITE_P(Reinstall, VanishingPackage, testing::Values(true));
 
 }  // namespace
 
-TEST_P(VanishingPackage, OneThatIsGoneFailsBeforeAnythingIsTouched) {
+TEST_P(VanishingPackage, FailsBeforeAnythingIsTouchedIfItCannotBeListed) {
     EXPECT_FALSE(Run(Scratch() / L"missing"));
     ExpectUntouchedClient();
-}
-
-TEST_P(VanishingPackage, OneThatCannotBeListedFailsBeforeAnythingIsTouched) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
     const bench::UnreadableFolder locked(Package());
     ASSERT_TRUE(locked.Made());
+    resetJobProgress();
     EXPECT_FALSE(Run(Package()));
     ExpectUntouchedClient();
 }
 
-TEST_P(VanishingPackage, OneWhoseTopFolderCannotBeListedToItsEndFailsBeforeAnythingIsTouched) {
+TEST_P(VanishingPackage, FailsBeforeAnythingIsTouchedIfItsTopFolderIsListedIncompletely) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
     bench::WriteFile(InPackage(L"b.dat"), "b");
     const bench::ListingHook hook([](WIN32_FIND_DATAW& entry) -> DWORD {
@@ -69,10 +65,10 @@ TEST_P(VanishingPackage, OneWhoseTopFolderCannotBeListedToItsEndFailsBeforeAnyth
     ExpectUntouchedClient();
 }
 
-TEST_P(VanishingPackage, OneThatLosesAFileWhileItIsCopiedFails) {
+TEST_P(VanishingPackage, FailsIfAFileVanishesDuringTheCopying) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
     bench::WriteFile(InPackage(L"z\\b.dat"), "b");
-    const bench::CopyHook hook([&](const std::wstring&, const std::wstring&) -> DWORD {
+    const auto hook = bench::HookCopy([&](const std::wstring&, const std::wstring&) -> DWORD {
         fs::remove(InPackage(L"z\\b.dat"));
         return ERROR_SUCCESS;
     });
@@ -81,11 +77,11 @@ TEST_P(VanishingPackage, OneThatLosesAFileWhileItIsCopiedFails) {
     EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");
 }
 
-TEST_P(VanishingPackage, OneWhoseFolderCannotBeListedAgainFails) {
+TEST_P(VanishingPackage, FailsIfAFolderCannotBeListedAgain) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
     bench::WriteFile(InPackage(L"z\\b.dat"), "b");
     std::unique_ptr<bench::UnreadableFolder> locked;
-    const bench::CopyHook hook([&](const std::wstring&, const std::wstring&) -> DWORD {
+    const auto hook = bench::HookCopy([&](const std::wstring&, const std::wstring&) -> DWORD {
         locked = std::make_unique<bench::UnreadableFolder>(InPackage(L"z"));
         return ERROR_SUCCESS;
     });
@@ -94,8 +90,8 @@ TEST_P(VanishingPackage, OneWhoseFolderCannotBeListedAgainFails) {
     EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
 }
 
-TEST_P(VanishingPackage, OneWhoseTopFolderIsGoneInTheMiddleFails) {
-    // Nothing was counted in it, so only the listing tells.
+TEST_P(VanishingPackage, FailsIfItsTopFolderVanishesAfterTheCounting) {
+    // No file was counted in it, so only the failed listing shows it.
     fs::create_directory(InPackage(L"empty"));
     const auto open =
         bench::RealFunction<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW");
@@ -114,14 +110,8 @@ TEST_P(VanishingPackage, OneWhoseTopFolderIsGoneInTheMiddleFails) {
     EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
 }
 
-TEST_P(VanishingPackage, AnEmptyOneIsASuccess) {
-    EXPECT_TRUE(Run(Package()));
-    EXPECT_EQ(snapshot().errorMessage, L"");
-}
-
-// As on a RAM disk: its driver does not know the mount manager, so no path on it has a name that a
-// drive letter begins.
-TEST_P(VanishingPackage, OneOnADriveWithoutResolvedPathsIsCopied) {
+// As on a RAM disk whose driver does not know the mount manager: final paths have no drive letter.
+TEST_P(VanishingPackage, IsCopiedFromADriveWithoutResolvedPaths) {
     const bench::FolderOnAnotherDrive drive(Package());
     bench::WriteFile(InPackage(L"a.dat"), "a");
     bench::WriteFile(InPackage(L"data\\empty"), "");
