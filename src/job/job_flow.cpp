@@ -22,8 +22,8 @@ bool IsReinstall(JobKind kind) {
     return kind == JobKind::Reinstall;
 }
 
-// A listing that breaks off in the middle of the clean-out is the one error that arrives as an
-// exception. Going on would mix the new client with an unknown rest of the old one.
+// The one error that arrives as an exception: the listing breaks off during the clean-out. Copying
+// anyway would mix the new client with leftovers of the old one.
 bool RepairClientFolder(const std::filesystem::path& archivePath,
                         const std::filesystem::path& stagingFolder, bool reinstall) {
     try {
@@ -54,7 +54,7 @@ bool RegisterGame() {
     return true;
 }
 
-// The stages in their order. Each reports its own failure; the first false ends the job.
+// Runs the stages in order. Each reports its own failure; the first false ends the job.
 bool RunStages(JobKind kind, const std::filesystem::path& archivePath,
                const std::filesystem::path& stagingFolder) {
     const std::optional<std::wstring> packageUrl =
@@ -69,8 +69,8 @@ bool RunStages(JobKind kind, const std::filesystem::path& archivePath,
            DeployUninstaller() && RegisterGame();
 }
 
-// After success and failure alike, so that a retry downloads afresh. What cannot be removed stays
-// in the user's temporary folder; nobody is bothered with it.
+// After success and failure alike, so that a retry downloads again. Errors are ignored; leftovers
+// stay in the user's temporary folder.
 void RemoveTemporaryFiles(const std::filesystem::path& archivePath,
                           const std::filesystem::path& stagingFolder) {
     if (toolConfig.cleanupArchive) {

@@ -5,9 +5,9 @@
 #include "common/windows_api.h"
 #include "job/progress/job_progress.h"
 
-// The job from end to end: package, digest, unpacking, client folder, uninstaller, registration.
+// The job from start to end: package, digest, unpacking, client folder, uninstaller, registration.
 
-// Posted to `mainWindow`, both parameters 0, when a job has succeeded. A failed job posts nothing:
+// Posted to `mainWindow`, both parameters 0, when a job has succeeded. A failed job posts nothing;
 // the window notices on its next tick.
 inline constexpr UINT kJobSucceededMessage = WM_APP + 1;
 
@@ -17,13 +17,13 @@ inline constexpr UINT kJobSucceededMessage = WM_APP + 1;
 // while a job thread exists or the record is marked as running.
 [[nodiscard]] bool PrepareJob(JobKind kind, std::wstring_view packageUrl);
 
-// The body of the job thread, after PrepareJob. Ends in the record's success or failure state, unless a stop request
-// is noticed in the download or in the client's verification: that ends it early without a report,
-// and `running` stays true until the window clears it. A stopped unpacking ends as a failure.
-// However it ends, the scratch folder is removed before it returns, and so is the downloaded
-// package when `cleanupArchive` is on.
+// The body of the job thread, after PrepareJob. Ends in the record's success or failure state; but
+// a stop request during the download or the client's verification ends it early without a report,
+// and `running` stays true until the window clears it. A stop while unpacking ends as a failure. In
+// every case the scratch folder is removed before this returns, and so is the downloaded package if
+// `cleanupArchive` is on.
 void runJob(JobKind kind);
 
-// Puts the record and the selected package URL back to "Ready.", after collecting the ended job's
-// thread. Window thread; blocks while a job still runs.
+// Joins the ended job's thread, clears the selected package URL and resets the record to "Ready.".
+// Window thread; blocks while a job is still running.
 void resetForRetry();

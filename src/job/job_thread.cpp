@@ -10,8 +10,8 @@ namespace {
 
 std::thread jobThread;
 
-// Keeps the system from going to sleep as long as the object lives, for this thread's sake; the
-// display may turn off. A download takes longer than many computers wait for their user.
+// Keeps the system awake while the object exists; the display may turn off. Must be destroyed on
+// the thread that created it. A download can outlast the system's idle timeout.
 class SystemAwake {
 public:
     SystemAwake() {

@@ -5,21 +5,20 @@
 // The one slot for the job thread. There is never more than one such thread; it is joined, never
 // detached. Window thread only.
 
-// Whether the slot holds a thread, ended or not, that nobody has collected yet.
+// Whether the slot holds a thread that has not been joined yet, ended or not.
 [[nodiscard]] bool JobThreadExists();
 
-// Whether a job may be started: no thread is left in the slot and none is marked as running.
+// Whether a job may be started: the slot is empty and the record is not marked as running.
 [[nodiscard]] bool CanStartJob();
 
-// Whether a thread waits in the slot for its collection: its job has ended.
+// Whether the slot holds the thread of a job that has ended and can be joined.
 [[nodiscard]] bool JobAwaitsCollection();
 
-// Starts the thread. Only after CanStartJob(): the slot must be empty. The system does not go to
-// sleep by itself until the body has ended, however it ends; the display may turn off. When the
-// system cannot create a thread, the program ends: noexcept, for no exception may travel through a
-// window procedure.
+// Starts the thread; the slot must be empty. Until `body` has ended, the system does not go to
+// sleep by itself; the display may turn off. If the thread cannot be created, the program ends:
+// noexcept, because no exception may leave a window procedure.
 void StartJobThread(std::function<void()> body) noexcept;
 
-// Waits for the thread and empties the slot; nothing happens when it is empty. Blocks until the
-// job has ended.
+// Joins the thread and empties the slot; does nothing when it is empty. Blocks until the job has
+// ended.
 void JoinJobThread() noexcept;

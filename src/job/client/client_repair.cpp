@@ -18,23 +18,23 @@
 
 namespace {
 
-// 3 seconds in 100 ns steps. File systems round time stamps, some to 2 seconds.
+// 3 seconds in units of 100 ns. File systems round time stamps, some to 2 seconds.
 constexpr uint64_t kTimeDifferenceThreshold = 30'000'000;
 
-// The earliest time that the standard library's file clock has. The system refuses negative times,
-// so that the one which the copying brought along stays.
+// The minimum of the standard library's file clock. The system refuses negative times, so the one
+// that the copy brought along stays.
 constexpr uint64_t kMinimumTime = uint64_t{1} << 63;
 
 constexpr wchar_t kUnreadablePackage[] = L"Could not read the unpacked client files.";
 
-// One pass over the package: what holds for all files of it, and how far it has come.
+// The working pass over the package: what is the same for all its files, and the progress.
 struct RepairPass {
     std::filesystem::path clientRoot;
     std::optional<std::filesystem::path> canonicalSourceRoot;  // None when it cannot be resolved.
     RunningTool tool;
     ComparisonBuffers buffers;
     bool reinstall = false;
-    uint64_t filesMet = 0;  // As many as were counted before, or some have vanished since.
+    uint64_t filesMet = 0;  // Fewer than were counted before if some have vanished.
     uint64_t filesChecked = 0;
     uint64_t filesFixed = 0;
 };
@@ -46,7 +46,7 @@ EntryKind KindOfEntry(const FolderEntry& entry) {
     return entry.IsFolder() ? EntryKind::Folder : EntryKind::RegularFile;
 }
 
-// None when the source root itself cannot be listed.
+// The number of regular files; none when the source root itself cannot be listed.
 std::optional<uint64_t> CountFiles(const std::filesystem::path& sourceRoot) {
     uint64_t count = 0;
     const ListingResult listing = WalkTree(sourceRoot, [&](const FolderEntry& entry) {
@@ -56,7 +56,7 @@ std::optional<uint64_t> CountFiles(const std::filesystem::path& sourceRoot) {
     return listing.Error() == ERROR_SUCCESS ? std::optional(count) : std::nullopt;
 }
 
-// The way from one canonical path to another; empty when they have different roots.
+// `path` relative to `base`, both canonical; empty when they have different roots.
 std::wstring RelativeTo(std::wstring_view path, std::wstring_view base) {
     const size_t pathRoot = RootPathLength(path);
     const size_t baseRoot = RootPathLength(base);
@@ -68,11 +68,11 @@ std::wstring RelativeTo(std::wstring_view path, std::wstring_view base) {
         .native();
 }
 
-// Where the entry belongs below the client root; empty when that cannot be told.
+// The entry's path below the client root; empty when the entry cannot be resolved.
 std::wstring RelativePathOf(const FolderEntry& entry, const RepairPass& pass) {
-    // Without a reparse point on its way an entry is where it is listed, even on a drive where no
-    // path can be resolved (RAM disks). An entry that vanishes or is refused afterwards is not
-    // skipped but fails with its message.
+    // Without a reparse point on its path an entry is where it is listed. So nothing is skipped on
+    // drives where no path can be resolved (RAM disks), and an entry that vanishes after it was
+    // listed fails with a message.
     if (!entry.isBehindReparsePoint) {
         return entry.relativePath;
     }
@@ -84,8 +84,8 @@ std::wstring RelativePathOf(const FolderEntry& entry, const RepairPass& pass) {
                          : std::wstring();
 }
 
-// Always with a separator between: "C:" as client root is the drive's root, not the folder that
-// happens to be current on it.
+// Always joined with a separator: "C:" as client root is the drive's root, not the current folder
+// of that drive.
 std::filesystem::path TargetPath(const std::filesystem::path& clientRoot,
                                  std::wstring_view relativePath) {
     return AsFolder(clientRoot).native() + std::wstring(relativePath);
@@ -100,7 +100,7 @@ void PublishFile(const RepairPass& pass, std::wstring_view relativePath) {
     });
 }
 
-// True when the target needs no copy. Its time stamp alone never makes it need one.
+// Whether the target needs no copy. A different time stamp is corrected, not a reason to copy.
 bool IsGoodTarget(const std::filesystem::path& source, const std::filesystem::path& target,
                   const EntryFacts& targetFacts, ComparisonBuffers& buffers) {
     const EntryFacts sourceFacts = FactsOf(source);
@@ -110,7 +110,7 @@ bool IsGoodTarget(const std::filesystem::path& source, const std::filesystem::pa
     }
     const auto [earlier, later] = std::minmax(sourceFacts.lastWriteTime, targetFacts.lastWriteTime);
     if (later - earlier >= kTimeDifferenceThreshold) {
-        // A client whose times cannot be changed is as playable as before.
+        // A wrong time stamp does not harm the game.
         static_cast<void>(SetLastWriteTime(target, sourceFacts.lastWriteTime));
     }
     return true;
@@ -118,21 +118,21 @@ bool IsGoodTarget(const std::filesystem::path& source, const std::filesystem::pa
 
 bool CopyClientFile(const std::filesystem::path& source, const std::filesystem::path& target,
                     std::wstring_view relativePath) {
-    // A folder that cannot be created makes the copy fail.
+    // If the folder cannot be created, the copy fails.
     static_cast<void>(EnsureDirectory(ParentFolder(target.native())));
     if (CopyFileOver(source, target) != ERROR_SUCCESS) {
         reportFailure(L"Could not repair this file: " + std::wstring(relativePath));
         return false;
     }
-    // The copy brings the time along as far as the file system can hold it.
+    // The copy normally brings the time along.
     const uint64_t sourceTime = LastWriteTime(source).value_or(kMinimumTime);
     if (LastWriteTime(target) != sourceTime) {
-        static_cast<void>(SetLastWriteTime(target, sourceTime));
+        static_cast<void>(SetLastWriteTime(target, sourceTime));  // As in IsGoodTarget.
     }
     return true;
 }
 
-// False when the pass must end: the file could not be copied.
+// False when the file could not be copied, which ends the pass.
 bool ProcessFile(const std::filesystem::path& source, const std::filesystem::path& target,
                  std::wstring_view relativePath, RepairPass& pass) {
     ++pass.filesChecked;
@@ -151,7 +151,7 @@ bool ProcessFile(const std::filesystem::path& source, const std::filesystem::pat
     return true;
 }
 
-// False when the pass must end.
+// False ends the pass.
 bool ProcessEntry(const FolderEntry& entry, RepairPass& pass) {
     if (jobProgress.cancelRequested) {
         return false;
@@ -165,7 +165,7 @@ bool ProcessEntry(const FolderEntry& entry, RepairPass& pass) {
     const std::filesystem::path target = TargetPath(pass.clientRoot, relativePath);
     switch (kind) {
         case EntryKind::Folder:
-            // Where it cannot be created, the copying of its files fails.
+            // If it cannot be created, copying its files fails.
             static_cast<void>(EnsureDirectory(target));
             return true;
         case EntryKind::RegularFile:
@@ -200,8 +200,8 @@ const wchar_t* ResultText(const RepairPass& pass) {
 
 bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall,
                            const std::filesystem::path& archivePath) {
-    // Counted before anything is done, so that the window can show a share of the whole, and so
-    // that a package that has become unreadable does not cost the client.
+    // Counted first, so that the window can show a percentage and a package that has become
+    // unreadable leaves the client untouched.
     const std::optional<uint64_t> filesTotal = CountFiles(sourceRoot);
     if (!filesTotal) {
         reportFailure(kUnreadablePackage);

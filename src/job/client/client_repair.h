@@ -2,27 +2,27 @@
 
 #include <filesystem>
 
-// The stage that makes the client folder (`toolFolder`) agree with the unpacked package below
-// `sourceRoot`: a repair copies the files that are missing or differ in any byte and aligns the
-// time stamp of the others when it is 3 seconds or more away; a reinstall first empties the client
-// folder (see reinstall_cleanup.h) and copies all. Folders are created, empty ones too. Files that
-// the package does not have are left alone, and so is the tool's own file.
+// The stage that makes the client folder (`toolFolder`) match the unpacked package below
+// `sourceRoot`. A repair copies files that are missing or differ in any byte, and corrects the time
+// stamp of the others if it is off by 3 seconds or more. A reinstall first empties the client
+// folder (see reinstall_cleanup.h) and then copies every file. Folders are created, empty ones too.
+// Files that are not in the package are left alone, and so is the tool's own file.
 //
-// Job thread; blocks until done, but looks at the cancel flag before each entry of the package.
-// Publishes the stage, the count of files and, before the work on each file, how many were begun
-// and copied and the file's name; at the end a text that says what was done.
+// Job thread; blocks until done, but checks the cancel flag before each entry of the package.
+// Publishes the stage and the number of files; before each file its name and how many have been
+// started and copied; at the end a text with the result.
 //
-// The package is counted first. Its top folder must be listable then (an empty one is), or nothing
-// is touched; and the work must meet as many files as were counted, for some can vanish meanwhile:
-// quarantined, cleaned away, unplugged. A folder further down that cannot be listed either time is
+// The package's files are counted first. If its top folder cannot be listed, nothing is touched.
+// Fewer files in the working pass than were counted are a failure: some have vanished (quarantined,
+// cleaned up, drive unplugged). A folder further down that cannot be listed in either pass is
 // skipped silently, and so is an entry behind a reparse point that cannot be resolved.
 //
-// `archivePath` is the file that the package was unpacked from, empty if there is none: a reinstall
-// is refused when the clean-out would delete it or `sourceRoot`.
+// `archivePath` is the file that the package was unpacked from, or empty. A reinstall is refused if
+// the clean-out would delete it or `sourceRoot`.
 //
-// True when every file was processed. False when the package cannot be read, the reinstall is
-// refused or a file cannot be copied, each reported; what was copied before stays. False without a
-// report when cancelled. Throws std::filesystem::filesystem_error when a reinstall's clean-out
-// breaks off.
+// True when every file was processed. False after a report when the package cannot be read, the
+// reinstall is refused or a file cannot be copied; earlier copies stay. False without a report when
+// cancelled. Throws std::filesystem::filesystem_error when the listing breaks off during a
+// reinstall's clean-out.
 [[nodiscard]] bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall,
                                          const std::filesystem::path& archivePath = {});

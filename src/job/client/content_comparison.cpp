@@ -8,9 +8,8 @@
 
 namespace {
 
-// Fills `chunk`, or as much of it as the file still has, and returns the count of bytes: fewer than
-// there should be when the file ends early, none when a read fails. Knowing how many bytes remain
-// saves the read that would only find the end.
+// Reads up to the end of `chunk` or of the file and returns the count of bytes; none when a read
+// fails. `bytesRemaining`, from the file's size, saves the read that would only find the end.
 std::optional<size_t> ReadChunk(HANDLE file, std::vector<std::byte>& chunk,
                                 uint64_t bytesRemaining) {
     const uint64_t bytesWanted = std::min<uint64_t>(chunk.size(), bytesRemaining);
@@ -64,7 +63,7 @@ bool HaveSameBytes(const std::filesystem::path& source, const std::filesystem::p
             return false;
         }
         if (*sourceCount < kComparisonChunkBytes) {
-            return true;  // Both end here.
+            return true;  // Both files end here.
         }
     }
     return true;

@@ -7,25 +7,25 @@
 
 #include "common/files.h"
 
-// Whether two files hold the same bytes. Any thread; blocks for the reading of both.
+// Whether two files hold the same bytes. Any thread; blocks while both are read.
 
-// Files are compared in pieces of this size, so memory use does not grow with them.
+// Files are compared in chunks of this size, so memory use does not grow with their size.
 inline constexpr size_t kComparisonChunkBytes = 0x100000;
 
-// The memory of a comparison. Allocating it takes far longer than comparing two small files, so
-// whoever compares many keeps it. For one comparison at a time.
+// The memory for one comparison at a time. Allocating it takes far longer than comparing two small
+// files, so reuse it when comparing many.
 struct ComparisonBuffers {
     std::vector<std::byte> source = std::vector<std::byte>(kComparisonChunkBytes);
     std::vector<std::byte> target = std::vector<std::byte>(kComparisonChunkBytes);
 };
 
-// Byte for byte. False as well when either is no regular file (links are followed), cannot be
-// opened for reading, or fails to be read, even if both fail at the same place.
+// Compares byte for byte. Also false when either is not a regular file (links are followed) or
+// cannot be opened or read, even if both fail at the same place.
 [[nodiscard]] bool FilesHaveSameContent(const std::filesystem::path& source,
                                         const std::filesystem::path& target);
 
-// The same question for one who has looked at both paths already, in these two steps: what the
-// sizes tell, and then, for two files of `size` bytes, what the bytes tell.
+// The same in two steps, for callers that know both files' facts: first kinds and sizes, then, for
+// two files of `size` bytes, the bytes.
 [[nodiscard]] bool CanHaveSameContent(const EntryFacts& source, const EntryFacts& target);
 [[nodiscard]] bool HaveSameBytes(const std::filesystem::path& source,
                                  const std::filesystem::path& target, uint64_t size,

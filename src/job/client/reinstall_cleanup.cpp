@@ -18,20 +18,19 @@
 
 namespace {
 
-// "C:\abc". A game client so close to a drive's root is less likely than a tool that was started
-// from the wrong place.
+// "C:\abc". A shorter path is more likely a tool started in the wrong folder than a game client.
 constexpr size_t kShortestSafePathLength = 6;
 
-// A drive's root, a network share's, or that of a volume without a letter. A mapped drive resolves
-// to its share.
+// The root of a drive, a network share or a volume without a letter. A mapped drive resolves to its
+// share.
 bool IsRoot(std::wstring_view canonicalPath) {
     const size_t volumeRoot =
         std::max(RootPathLength(canonicalPath), VolumeRootLength(canonicalPath));
     return canonicalPath.find_first_not_of(L"\\/", volumeRoot) == std::wstring_view::npos;
 }
 
-// Both canonical: backslashes only, none at the end of `folder`. Without regard to letter case:
-// some servers give a path back as it was asked for.
+// Both canonical: backslashes only, none at the end of `folder`. Letter case is ignored because
+// some file servers return a path in the case it was asked for.
 bool IsAtOrBelow(std::wstring_view path, std::wstring_view folder) {
     const int length = static_cast<int>(folder.size());
     return path.size() >= folder.size() &&
@@ -39,15 +38,15 @@ bool IsAtOrBelow(std::wstring_view path, std::wstring_view folder) {
            (path.size() == folder.size() || path[folder.size()] == L'\\');
 }
 
-// Whether a path that cannot be resolved has a drive letter, and another one than `canonicalPath`.
+// Whether a path that cannot be resolved begins with a different drive letter than `canonicalPath`.
 bool IsOnAnotherDrive(const std::filesystem::path& unresolved, std::wstring_view canonicalPath) {
     const std::wstring full = LowerCase(FullPath(unresolved.native()));
     return full.size() > 2 && full[1] == L':' && full[0] != LowerCase(canonicalPath).front();
 }
 
-// Whether the tool's path may have been cut at the end of the buffer that it was read into: what
-// looks like its folder is then one further up, which the tool does not lie in.
-bool MayBeCut(const std::filesystem::path& exePath) {
+// Whether the tool's path fills the buffer that it was read into. A truncated path makes an
+// ancestor look like the client folder.
+bool MayBeTruncated(const std::filesystem::path& exePath) {
     return exePath.native().size() >= MAX_PATH - 1;
 }
 
@@ -55,7 +54,7 @@ bool MayBeCut(const std::filesystem::path& exePath) {
 
 bool IsSafeReinstallFolder() {
     const std::optional<std::filesystem::path> clientRoot = WeaklyCanonical(toolFolder);
-    if (!clientRoot || clientRoot->empty() || MayBeCut(toolExePath)) {
+    if (!clientRoot || clientRoot->empty() || MayBeTruncated(toolExePath)) {
         return false;
     }
     const std::wstring& clientRootText = clientRoot->native();
@@ -89,17 +88,17 @@ bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePath
     }
     reportStage(JobStage::Finishing, L"Preparing clean reinstall...",
                 L"Removing old client files...");
-    // The tool is directly in this folder, so its name is enough when its path cannot be resolved
-    // for a moment: newer systems let the file of a running program be deleted.
+    // The tool is directly in this folder, so its name protects it even if its path cannot be
+    // resolved at the moment. Current Windows can delete the file of a running program.
     const std::wstring toolName = FileNamePart(tool.canonicalPath->native());
     const ListingResult listing = ListFolder(toolFolder, [&](const FolderEntry& entry) {
         if (entry.relativePath != toolName && !IsRunningTool(entry.path, tool)) {
-            // What stays is met again by the copying, which overwrites or reports it.
+            // The copying that follows overwrites what is left, or reports it.
             static_cast<void>(RemoveEntryOrTree(entry.path));
         }
         return true;
     });
-    // A folder that cannot be listed at all has nothing to remove.
+    // If the folder cannot be listed at all, there is nothing to remove.
     if (listing.advanceError != ERROR_SUCCESS) {
         throw std::filesystem::filesystem_error(
             "listing the client folder", toolFolder,

@@ -26,7 +26,7 @@ void reportStage(JobStage stage, std::wstring_view statusLine,
 void reportFailure(std::wstring message) noexcept {
     const std::lock_guard guard(jobProgress.lock);
     jobProgress.state.stage = JobStage::Failed;
-    // Running comes last: whoever sees it false sees the other two.
+    // `running` is last, so that a reader who sees it false also sees the other two.
     jobProgress.failed.exchange(true);
     jobProgress.finished.exchange(true);
     jobProgress.running.exchange(false);

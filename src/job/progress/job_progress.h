@@ -13,26 +13,26 @@ enum class JobStage : uint32_t {
     Idle = 0,              // Nothing reported yet.
     Downloading = 1,       // From the job's start to the end of the download.
     VerifyingPackage = 2,  // The SHA-256 check.
-    Extracting = 3,        // Unpacking, and lifting a lone top folder.
+    Extracting = 3,        // Unpacking and flattening.
     Finishing = 4,         // Clean-out, client files, uninstaller, registration.
     Done = 5,
     Failed = 6,
 };
 
-// Everything asks only whether the kind is Reinstall; any other value behaves as a repair.
+// The code only ever tests for Reinstall; any other value behaves as a repair.
 enum class JobKind : uint32_t {
     None = 0,  // No job since the start or the last reset.
     Repair = 1,
     Reinstall = 2,
 };
 
-// The part of the job's record that the window paints: always read and written as one, under
-// JobProgress::lock, so that stage, counters and texts agree.
+// The part of the record that the window paints. Read and written under JobProgress::lock, so that
+// stage, counters and texts match.
 struct JobState {
     JobStage stage = JobStage::Idle;
     JobKind kind = JobKind::None;
-    uint64_t bytesTotal = 0;     // Size of the package; 0 when the server does not tell.
-    uint64_t bytesReceived = 0;  // May exceed bytesTotal when the server misstates it.
+    uint64_t bytesTotal = 0;     // Size of the package; 0 if unknown.
+    uint64_t bytesReceived = 0;  // May exceed a wrong bytesTotal.
     double bytesPerSecond = 0.0;
     uint64_t filesTotal = 0;
     uint64_t filesDone = 0;               // Client files handled so far.
@@ -44,24 +44,22 @@ struct JobState {
 
 // The one record that the job thread and the window share.
 //
-// `running` false together with `finished` true means that the job has ended; a failure changes
-// the flags in the order failed, finished, running, so whoever sees `running` false also sees
-// `finished` true. The flags are changed by sequentially consistent exchanges and read without the
-// lock.
+// `running` false and `finished` true mean that the job has ended. A failure sets the flags in the
+// order failed, finished, running, so a reader who sees `running` false also sees `finished` true.
+// The flags are changed by sequentially consistent exchanges and read without the lock.
 //
-// Locking fails only when the mutex itself is broken. Nobody could go on then, and no exception may
-// travel through a window procedure: the operations are noexcept, so that a failure ends the
-// program.
+// Locking fails only if the mutex itself is broken. The operations are noexcept, so that this ends
+// the program and no exception leaves a window procedure.
 struct JobProgress {
-    std::atomic<bool> cancelRequested = false;  // Set by the window; loops of the job poll it.
+    std::atomic<bool> cancelRequested = false;  // Set by the window; polled by the job's loops.
     std::atomic<bool> running = false;          // From the job's start to its end.
     std::atomic<bool> finished = false;         // The job has ended, in success or failure.
     std::atomic<bool> failed = false;           // It ended through reportFailure.
 
-    std::mutex lock;  // Guards all below; held for copies only, never across work.
+    std::mutex lock;  // Guards the fields below; held for copies only, never across work.
     JobState state;
-    // The unpacking program that the job waits for, or null. Borrowed: the process runner owns the
-    // handle. After a cancelled wait the value stays, though the handle behind it is closed.
+    // The unpacking program that the job waits for, or null. Borrowed from the process runner,
+    // which closes the handle. A cancelled wait leaves a stale value.
     HANDLE childProcess = nullptr;
 };
 
@@ -74,33 +72,33 @@ void UpdateJobState(Change change) noexcept {
     change(jobProgress.state);
 }
 
-// Puts everything back to the values of a fresh start: "Ready.", no flag set. Only while no job
-// thread exists.
+// Resets everything to its initial value: "Ready.", no flag set. Only while no job thread exists.
 void resetJobProgress() noexcept;
 
-// What a stage does when it begins something: stage and both texts change in one step.
+// How a stage announces its next step: sets the stage and both texts at once.
 void reportStage(JobStage stage, std::wstring_view statusLine,
                  std::wstring_view detailLine) noexcept;
 
 // How a failing stage ends the job: stage Failed, headline "Repair failed." for both kinds of job,
-// `message` as detail and error. By value, so that the record's own texts may be passed. Posts
-// nothing; the window notices on its next tick.
+// `message` as detail and error. Takes the message by value, so that the record's own texts can be
+// passed. Posts nothing; the window notices on its next tick.
 void reportFailure(std::wstring message) noexcept;
 
-// How the job flow ends a successful job. The last stage's detail stays; "Client is ready." stands
-// in for an empty one.
+// How the job flow ends a successful job. The last detail line stays; only an empty one becomes
+// "Client is ready.".
 void ReportSuccess(std::wstring_view statusLine) noexcept;
 
-// The record's half of a job's start: flags and state as a running job of `kind` has them at
-// first. Only while no job thread exists.
+// Sets flags and state to those of a job of `kind` that has just been started. Only while no job
+// thread exists.
 void ClearForJobStart(JobKind kind) noexcept;
 
-// Clears `running` alone: a stopped job may end without a report. Only while no job thread exists.
+// Clears `running` and nothing else, because a cancelled job may end without a report. Only while
+// no job thread exists.
 void MarkAsNotRunning() noexcept;
 
 // A consistent copy for painting.
 [[nodiscard]] JobState snapshot() noexcept;
 
-// Asks the job to stop and ends the unpacking program it waits for, with exit code 1. Window
-// thread. Returns at once; the job ends when it notices.
+// Asks the job to stop and terminates the unpacking program that it waits for, with exit code 1.
+// Window thread. Returns at once; the job ends when it notices.
 void requestCancel() noexcept;
