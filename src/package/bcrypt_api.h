@@ -1,7 +1,6 @@
 #pragma once
 
-// The hash functions' part of the Windows headers. Apart from windows_api.h, because few files need
-// it.
+// The Windows header of the hash functions. Not in windows_api.h, because few files need it.
 
 // clang-format off
 #include "common/windows_api.h"

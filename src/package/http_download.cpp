@@ -30,7 +30,7 @@ struct CloseInternetHandle {
 };
 using InternetHandle = std::unique_ptr<std::remove_pointer_t<HINTERNET>, CloseInternetHandle>;
 
-// What one download holds open; goes in reverse order, the file first.
+// What one download holds open; closed in reverse order, the file first.
 struct Transfer {
     InternetHandle session;
     InternetHandle connection;
@@ -42,9 +42,9 @@ InternetHandle OpenSession() {
     InternetHandle session(::WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY,
                                          WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
     if (session) {
-        // Neither call is known to fail on a fresh session. Without them, Windows would resolve a
-        // name without a time limit, give a connection 60 s, and refuse redirects from HTTPS to
-        // HTTP.
+        // By default Windows resolves names without a time limit, allows 60 s for a connection and
+        // refuses redirects from HTTPS to HTTP. The results are ignored: neither call is known to
+        // fail on a new session.
         ::WinHttpSetTimeouts(session.get(), kTimeoutMs, kTimeoutMs, kTimeoutMs, kTimeoutMs);
         DWORD redirectPolicy = WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS;
         ::WinHttpSetOption(session.get(), WINHTTP_OPTION_REDIRECT_POLICY, &redirectPolicy,
@@ -73,7 +73,7 @@ uint32_t QueryStatus(const InternetHandle& request) {
     return status;
 }
 
-// Asked for as text, because the numeric query has only 32 bits. 0 without such a header.
+// Queried as text, because the numeric query has only 32 bits. 0 without such a header.
 uint64_t QueryContentLength(const InternetHandle& request) {
     std::array<wchar_t, kContentLengthBytes / sizeof(wchar_t)> text{};
     DWORD bytes = kContentLengthBytes;
@@ -103,8 +103,8 @@ void PublishReceived(uint64_t bytesReceived, double bytesPerSecond) {
     });
 }
 
-// From the first call to a body that can be read and a file to write it to. None with the message
-// in `failure`; everything is closed then.
+// Everything up to a body that can be read and a file to write it to. None, with the message in
+// `failure` and everything closed, when a step fails.
 std::optional<Transfer> BeginTransfer(const PackageAddress& address,
                                       const std::filesystem::path& archivePath,
                                       std::wstring& failure) {
@@ -151,9 +151,9 @@ bool WriteWhole(const KernelHandle& file, const std::byte* data, DWORD bytes) {
 
 enum class BodyState { Continues, Ended, Broken };
 
-// Reads the next block of the body into `buffer`, `bytes` long; a stop cuts it short.
-// WinHttpReadData returns only when it has all bytes that it was asked for, which takes long on a
-// slow line, so each read asks for what has arrived.
+// Reads the next block of the body into `buffer` and its length into `bytes`; a stop request ends
+// the block early. WinHttpReadData blocks until it has all the bytes that it was asked for, so each
+// read asks only for what has arrived.
 BodyState ReadBlock(const InternetHandle& request, std::vector<std::byte>& buffer, DWORD& bytes) {
     const auto start = DownloadPace::Clock::now();
     bytes = 0;
@@ -174,8 +174,8 @@ BodyState ReadBlock(const InternetHandle& request, std::vector<std::byte>& buffe
     return BodyState::Continues;
 }
 
-// Moves the body into the file until it ends or a stop is asked for; which of the two, the stop
-// flag tells. False after a failure, which it has reported.
+// Writes the body to the file until the body ends or a stop is requested; the caller checks the
+// flag. False after a reported failure.
 bool ReceiveBody(const Transfer& transfer, uint64_t& bytesReceived) {
     std::vector<std::byte> buffer(kBlockBytes);
     DownloadPace pace(DownloadPace::Clock::now());
@@ -222,7 +222,7 @@ bool DownloadPackage(const std::wstring& packageUrl, const std::filesystem::path
     transfer.reset();
     PublishReceived(bytesReceived, 0.0);
     if (jobProgress.cancelRequested) {
-        static_cast<void>(DeleteSingleFile(archivePath));  // The clean-up tries once more.
+        static_cast<void>(DeleteSingleFile(archivePath));  // The job's clean-up tries again.
         return false;
     }
     return complete;
@@ -233,13 +233,13 @@ std::optional<PackageAddress> SplitPackageUrl(const std::wstring& packageUrl) {
     std::array<wchar_t, kPathCharacters> path{};
     URL_COMPONENTS parts{};
     parts.dwStructSize = sizeof parts;
-    // Not wanted as text, but nScheme is sure to be filled in only with a component asked for.
+    // Requested so that nScheme is set.
     parts.dwSchemeLength = static_cast<DWORD>(-1);
     parts.lpszHostName = host.data();
     parts.dwHostNameLength = static_cast<DWORD>(host.size());
     parts.lpszUrlPath = path.data();
     parts.dwUrlPathLength = static_cast<DWORD>(path.size());
-    // Without a buffer the extra info points into the URL itself, so a query has no limit.
+    // Without a buffer the extra info points into the URL, so the query's length is not limited.
     parts.dwExtraInfoLength = static_cast<DWORD>(-1);
     if (!::WinHttpCrackUrl(packageUrl.c_str(), 0, 0, &parts)) {
         return std::nullopt;

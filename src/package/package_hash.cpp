@@ -35,8 +35,8 @@ struct DestroyHash {
 };
 using HashHandle = std::unique_ptr<std::remove_pointer_t<BCRYPT_HASH_HANDLE>, DestroyHash>;
 
-// A running hash with the memory that it works in. The order matters: the hash goes before its
-// memory and before its provider.
+// A running hash with its workspace. The order matters: the hash must be destroyed before its
+// workspace and its provider.
 struct Sha256 {
     HashProvider provider;
     std::vector<UCHAR> workspace;
@@ -84,7 +84,7 @@ std::optional<Sha256> BeginSha256() {
     return sha256;
 }
 
-// A plain handle rather than a stream: a read that fails must not look like the end of the file.
+// Reads through a handle, not a stream: a failing read must not look like the end of the file.
 bool HashWholeFile(HANDLE file, const Sha256& sha256) {
     std::vector<UCHAR> buffer(kReadChunkBytes);
     for (;;) {
@@ -113,7 +113,7 @@ std::wstring ToHex(std::span<const UCHAR> bytes) {
 }
 
 bool IsHexDigit(wchar_t character) {
-    // Not iswxdigit, which on Windows takes full-width digits too.
+    // Not iswxdigit, which on Windows also accepts full-width digits.
     return (character >= L'0' && character <= L'9') || (character >= L'a' && character <= L'f') ||
            (character >= L'A' && character <= L'F');
 }

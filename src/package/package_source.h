@@ -8,14 +8,14 @@
 
 #include "config/tool_config.h"
 
-// Where a job's package comes from, of which kind it is, and where the job's temporary files go.
+// Where a job's package comes from, which kind it is, and where the job's temporary files are.
 // Nothing here touches disk or network, and nothing reports an error.
 
-// The user's choice between two download servers; the primary one at first. Window thread only.
+// The user's choice between two download servers; initially the primary one. Window thread only.
 extern bool primaryServerChosen;
 
-// The package URL of the current job; empty before the first job and after a reset. The window
-// writes it while no job thread exists, the job thread reads it: no lock needed.
+// The package URL of the current job; empty before the first job and after a reset. Needs no lock:
+// the window writes it only while no job thread exists.
 extern std::wstring selectedPackageUrl;
 
 // Whether the user has two servers to choose from.
@@ -34,13 +34,13 @@ void SelectPackageUrl(std::wstring_view candidate);
 [[nodiscard]] std::optional<std::wstring> JobPackageUrl(std::wstring_view selectedUrl,
                                                         const std::wstring& archiveUrl);
 
-// The configured kind of the package. It decides nothing but the downloaded file's extension: what
-// an archive really is, the extraction reads from its first bytes.
+// The configured kind of the package. It only decides the downloaded file's extension; extraction
+// goes by the file's first bytes.
 enum class ArchiveKind { Zip, Rar };
 
-// `archiveType` decides; with "auto" the first text that is not empty among `hint`, the trimmed
-// `selectedUrl` and `archiveUrl`: it means RAR when it holds ".rar" anywhere, so that a name
-// inside a query counts too. A misspelt type never fails, it means ZIP.
+// The kind that `archiveType` names. With "auto", the first of `hint`, the trimmed `selectedUrl`
+// and `archiveUrl` that is not empty decides: RAR if it contains ".rar" anywhere, so that a name
+// inside a query counts too. A misspelled type means ZIP.
 ArchiveKind ArchiveKindFor(std::wstring_view archiveType, std::wstring_view hint,
                            std::wstring_view selectedUrl, std::wstring_view archiveUrl);
 
@@ -48,16 +48,16 @@ ArchiveKind ArchiveKindFor(std::wstring_view archiveType, std::wstring_view hint
 // name, usually empty.
 ArchiveKind DetectArchiveKind(std::wstring_view hint);
 
-// The downloaded archive's name without folder: made of the tool's own file name (its ".exe"
-// stays), process id and milliseconds since the system's start, so that no two jobs meet.
+// The downloaded archive's name without folder: the tool's file name (including its ".exe"), the
+// process id and the milliseconds since the system's start, which make it unique to the job.
 std::wstring ArchiveFileName(std::wstring_view repairToolName, uint32_t processId,
                              uint64_t milliseconds, ArchiveKind kind);
 
 // The scratch folder's name without its parent.
 std::wstring JobFolderName(uint32_t processId, uint64_t milliseconds);
 
-// Full paths for the next job in the user's temporary folder; neither is created. Each call gives
-// a new name: the job asks once, at its start. When the system cannot name the temporary folder
-// (or its name has 260 characters or more), the result is relative to the current folder.
+// Full paths in the user's temporary folder; neither is created. Each call makes a new name, so a
+// job calls them once, at its start. If the system cannot name the temporary folder or its name has
+// 260 characters or more, the result is relative to the current folder.
 std::filesystem::path MakeArchiveDownloadPath();
 std::filesystem::path MakeJobTempFolder();
