@@ -27,8 +27,8 @@ constexpr wchar_t kZipFailureMessage[] =
     L"Check that the downloaded package is a complete .zip archive and that you have permission to "
     L"write to the install folder.";
 
-// The third and the fourth byte are looked at separately, so pairs that no ZIP program writes,
-// such as 03 06, pass as well. That does no harm: the unpacking program has the last word.
+// The third and the fourth byte are checked independently, so pairs that no ZIP program writes,
+// such as 03 06, are accepted too. That is harmless: the unpacking program decides.
 bool HasZipSignature(std::span<const std::byte> bytes) {
     const auto isOneOf = [](std::byte character, int first, int second, int third) {
         const int value = std::to_integer<int>(character);
@@ -68,7 +68,7 @@ bool ExtractRar(const std::filesystem::path& archivePath,
     DWORD exitCode = 0;
     for (const ExtractorCommand& command : commands) {
         toolName = FileNamePart(command.toolPath);
-        exitCode = 0;  // What is shown for an attempt that a stop request cuts short.
+        exitCode = 0;  // Reported for an attempt that a stop request ends.
         UpdateJobState(
             [&](JobState& state) { state.detailLine = L"Extracting with " + toolName + L"..."; });
         if (RunHiddenAndWait(ExtractorCommandLine(command), &exitCode)) {

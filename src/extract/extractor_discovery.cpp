@@ -74,20 +74,20 @@ std::wstring RarToolArguments(std::wstring_view toolPath, const std::filesystem:
                               const std::filesystem::path& stagingFolder) {
     const bool isWinRar = LowerCase(FileNamePart(toolPath)) == L"winrar.exe";
     // x: with full paths; -ibck: in the background, without WinRAR's window; -o+: overwrite.
-    // The last backslash tells the RAR programs that the argument is a destination folder.
+    // The trailing backslash tells the RAR programs that the argument is a destination folder.
     return std::wstring(isWinRar ? L"x -ibck -o+ " : L"x -o+ ") + Quoted(archivePath.native()) +
            L" " + Quoted(stagingFolder.native() + L"\\");
 }
 
 std::wstring SevenZipArguments(const std::filesystem::path& archivePath,
                                const std::filesystem::path& stagingFolder) {
-    // x: with full paths; -y: yes to every question; -o: the output folder, without a blank.
+    // x: with full paths; -y: yes to every question; -o: the output folder, with no space after it.
     return L"x -y -o" + Quoted(stagingFolder.native()) + L" " + Quoted(archivePath.native());
 }
 
 std::wstring ReadEnvironmentPath(const std::wstring& name) {
     std::array<wchar_t, kEnvironmentBufferChars> buffer{};
-    // A value that does not fit gives the size it needs, which is larger than the buffer.
+    // If the value does not fit, the result is the size that it needs.
     const DWORD length =
         ::GetEnvironmentVariableW(name.c_str(), buffer.data(), static_cast<DWORD>(buffer.size()));
     return length < buffer.size() ? std::wstring(buffer.data(), length) : std::wstring();

@@ -19,12 +19,12 @@ struct Entry {
     bool isFolder;  // Links followed.
 };
 
-// A virus scanner or a network can disturb a listing for a moment.
+// A virus scanner or a network can disturb a listing briefly.
 constexpr int kListingAttempts = 2;
 
-// The folder's entries. A Win32 error code when it cannot be listed to its end: what a listing does
-// not show must not be taken for missing, or a lone folder would not be found, or would be removed
-// with files still in it. The listing is over before anything in the folder moves.
+// The folder's entries, listed to the end before anything is moved. A Win32 error code when the
+// listing fails or breaks off: entries that it misses must not count as absent, or a lone folder
+// would be overlooked, or removed with files still in it.
 DWORD ListEntries(const std::filesystem::path& folder, std::vector<Entry>& entries) {
     DWORD error = ERROR_SUCCESS;
     for (int attempt = 0; attempt < kListingAttempts; ++attempt) {
@@ -47,10 +47,10 @@ DWORD EnsureTargetFolder(const std::filesystem::path& target) {
     return KindOf(target) == EntryKind::Folder ? ERROR_SUCCESS : CreateSingleFolder(target);
 }
 
-// Copies the folder with everything below it, replacing files that are there. Ends at the first
-// error and returns it. Links are followed on both sides: below the target stands what a link in
-// the source leads to, and a link to a folder that is there already is filled like a folder. A
-// link to a folder above itself ends in an error, when its copy's path grows too long.
+// Copies the folder with everything below it, replacing existing files. Stops at the first error
+// and returns it. Links are followed on both sides: a link in the source is copied as its target,
+// and a link to a folder at the target is filled like a folder. A link to a folder above itself
+// ends in an error when the path of its copy grows too long.
 DWORD CopyTreeOver(const std::filesystem::path& source, const std::filesystem::path& target) {
     DWORD error = EnsureTargetFolder(target);
     if (error != ERROR_SUCCESS) {
@@ -72,9 +72,11 @@ DWORD CopyEntryOver(const std::filesystem::path& entry, const std::filesystem::p
     if (KindOf(entry) != EntryKind::Folder) {
         return CopyFileOver(entry, target);
     }
+    // Checked before the target is created: a folder that has become unreadable leaves no empty
+    // copy behind. If it is missing, the copy below reports that.
     if (::GetFileAttributesW(SystemPath(entry).Text()) == INVALID_FILE_ATTRIBUTES) {
         const DWORD error = ::GetLastError();
-        if (!IsNotFoundError(error)) {  // A folder that is gone shows up in the copying.
+        if (!IsNotFoundError(error)) {
             return error;
         }
     }
@@ -87,7 +89,7 @@ bool FlattenSingleTopFolder(const std::filesystem::path& stagingFolder) {
     std::vector<Entry> entries;
     DWORD error = ListEntries(stagingFolder, entries);
     if (IsNotFoundError(error)) {
-        return true;  // The stage that reads the package reports it.
+        return true;  // The next stage reports the missing package.
     }
     if (error != ERROR_SUCCESS) {
         reportFailure(L"Could not read the unpacked client files.");

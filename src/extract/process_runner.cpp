@@ -13,7 +13,7 @@ constexpr DWORD kPollIntervalMs = 250;
 constexpr UINT kCancelledExitCode = 1;
 constexpr DWORD kUnknownExitCode = 1;
 
-// Null when the program could not be started.
+// Null when the program cannot be started.
 KernelHandle StartHidden(std::wstring_view commandLine) {
     std::wstring buffer(commandLine);  // The call may write into it.
     STARTUPINFOW startup{};
@@ -42,7 +42,7 @@ void WithdrawChild() {
     jobProgress.childProcess = nullptr;
 }
 
-// False when the wait was given up because of a stop request; the program is then ended.
+// False after a stop request, which also terminates the program.
 bool WaitUnlessCancelled(HANDLE process) {
     while (::WaitForSingleObject(process, kPollIntervalMs) == WAIT_TIMEOUT) {
         if (jobProgress.cancelRequested) {
@@ -68,11 +68,11 @@ bool RunHiddenAndWait(std::wstring_view commandLine, DWORD* exitCode) {
         return false;
     }
     DWORD code = kUnknownExitCode;
-    ::GetExitCodeProcess(process.get(), &code);  // A failing query leaves the code for "unknown".
+    ::GetExitCodeProcess(process.get(), &code);  // If it fails, kUnknownExitCode stays.
     if (exitCode != nullptr) {
         *exitCode = code;
     }
-    // Before the handle is closed: the window must not end what may by then be another process.
+    // Before the handle is closed, or the window could terminate another process through it.
     WithdrawChild();
     return code == 0;
 }

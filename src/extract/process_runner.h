@@ -4,21 +4,20 @@
 
 #include "common/windows_api.h"
 
-// The exit code that stands for a program that could not be started.
+// Reported as exit code when the program could not be started.
 inline constexpr DWORD kNotStartedExitCode = 0xFFFFFFFF;
 
-// Runs one external program without a window and waits for its end, however long it takes. The
-// program is the first token of the command line; the platform searches for a bare name. It gets
-// the tool's environment and current folder, and none of its handles.
+// Runs one external program without a window and waits for it without a time limit. The program is
+// the first token of the command line; the platform searches for a bare name. It inherits the
+// tool's environment and current folder, but no handles.
 //
-// True exactly when it was started, ended by itself or by others, and left exit code 0. `exitCode`
-// takes that code, kNotStartedExitCode without a start, and 1 when the system does not tell it.
+// True exactly when it was started and ended with exit code 0. `exitCode` receives the exit code,
+// kNotStartedExitCode if the program could not be started, or 1 if the code cannot be read.
 //
-// While the program runs, jobProgress.childProcess is its handle, so that the window can end it.
-// jobProgress.cancelRequested is polled every 250 ms, after the first 250 ms: a program that is
-// quicker than that ends by itself in spite of a request. A request that is seen ends the program
-// with exit code 1 and the wait with false; `exitCode` is then not written, and childProcess keeps
-// its value, behind which there is no handle any more.
+// While the program runs, jobProgress.childProcess is its handle, so that the window can terminate
+// it. jobProgress.cancelRequested is first checked after 250 ms, then every 250 ms; a program that
+// is quicker than that is not stopped. A stop request terminates the program with exit code 1, and
+// the result is false; `exitCode` is then not written, and childProcess keeps the closed handle.
 //
-// Job thread. Reports stage and texts of its own, but no failure.
+// Job thread. Publishes stage and texts, but reports no failure.
 bool RunHiddenAndWait(std::wstring_view commandLine, DWORD* exitCode = nullptr);
