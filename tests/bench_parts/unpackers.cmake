@@ -43,6 +43,7 @@ add_custom_target(test_archives DEPENDS ${bench_archives}.stamp)
 add_library(bench_unpackers STATIC ${bench_parts_folder}/package_contents.cpp
                                    ${bench_parts_folder}/unpacker_machine.cpp)
 target_link_libraries(bench_unpackers PUBLIC bench_parts)
+compile_fast(bench_unpackers)
 target_compile_definitions(
     bench_unpackers
     PRIVATE BENCH_SEVEN_ZIP_FOLDER=L"${windows_root}${PROJECT_SOURCE_DIR}/build/bench/seven_zip"
