@@ -2,15 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/scratch_folder.h"
+#include "bench_parts/waiting.h"
 #include "common/files.h"
 #include "job/progress/job_progress.h"
 #include "package/http_download.h"
@@ -48,19 +47,11 @@ protected:
         return ::GetFileAttributesW(archive_.c_str()) != INVALID_FILE_ATTRIBUTES;
     }
 
-    // False when it takes the file more than 10 s.
     bool WaitForFileSize(uint64_t size) const {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (FileSize(archive_).value_or(0) < size) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return true;
+        return bench::Await([&] { return FileSize(archive_).value_or(0) >= size; });
     }
 
-    // The job as a reported failure leaves it.
+    // A reported failure's record.
     static void ExpectFailure(const std::wstring& message) {
         const JobState state = snapshot();
         EXPECT_EQ(state.stage, JobStage::Failed);
@@ -71,7 +62,7 @@ protected:
         EXPECT_FALSE(jobProgress.running);
     }
 
-    // The job goes on, or has been stopped without a word.
+    // The job continues or was stopped silently.
     static void ExpectNoFailure() {
         const JobState state = snapshot();
         EXPECT_EQ(state.stage, JobStage::Downloading);
@@ -82,5 +73,5 @@ protected:
 
     bench::ScratchFolder scratch_;
     bench::FaultServer server_;
-    const std::filesystem::path archive_ = scratch_.Path() / L"pkg.zip";
+    const std::filesystem::path archive_ = scratch_.Path() / L"it's \u4FEE\u7406 p\u00E4ck.zip";
 };

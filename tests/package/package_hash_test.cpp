@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cwctype>
 #include <filesystem>
 #include <string>
@@ -15,6 +16,7 @@
 #include "config/tool_config.h"
 #include "job/progress/job_progress.h"
 #include "package/bcrypt_api.h"
+#include "package/call_record.h"
 
 namespace {
 
@@ -54,8 +56,9 @@ protected:
         EXPECT_TRUE(jobProgress.failed);
     }
 
-    // The digest cannot be computed, and the stage says so.
+    // The digest cannot be computed, and the stage reports that.
     void ExpectCannotBeComputed() {
+        ClearForJobStart(JobKind::Repair);
         std::wstring hex = L"left over";
         EXPECT_FALSE(ComputeFileSha256(archive_, hex));
         EXPECT_EQ(hex, L"");
@@ -65,7 +68,7 @@ protected:
     }
 
     bench::ScratchFolder scratch_;
-    const std::filesystem::path archive_ = scratch_.Path() / L"pkg.zip";
+    const std::filesystem::path archive_ = scratch_.Path() / L"P\u00E4ck 'n' \u4FEE\u7406.zip";
 };
 
 constexpr wchar_t kMismatch[] =
@@ -101,17 +104,14 @@ TEST_F(PackageHash, ComputesKnownDigests) {
     }
 }
 
-TEST_F(PackageHash, ReadsPackagesThatSomebodyElseHasOpen) {
+TEST_F(PackageHash, ReadsReadOnlyPackagesAndPackagesOpenForWriting) {
     bench::WriteFile(archive_, "abc");
     const bench::OpenElsewhere writer(archive_, FILE_SHARE_READ | FILE_SHARE_WRITE, GENERIC_WRITE);
     EXPECT_EQ(DigestOf(archive_), kDigestOfAbc);
-}
-
-TEST_F(PackageHash, ReadsReadOnlyPackagesOfAnyName) {
-    const std::filesystem::path odd = scratch_.Path() / L"P\u00E4ck 'n' \u4FEE\u7406.zip";
-    bench::WriteFile(odd, "abc");
-    bench::SetReadOnly(odd, true);
-    EXPECT_EQ(DigestOf(odd), kDigestOfAbc);
+    const std::filesystem::path readOnly = scratch_.Path() / L"read-only.zip";
+    bench::WriteFile(readOnly, "abc");
+    bench::SetReadOnly(readOnly, true);
+    EXPECT_EQ(DigestOf(readOnly), kDigestOfAbc);
 }
 
 TEST_F(PackageHash, ReadsInPiecesOfOneMebibyteIntoOneZeroedBuffer) {
@@ -137,27 +137,6 @@ TEST_F(PackageHash, ReadsInPiecesOfOneMebibyteIntoOneZeroedBuffer) {
     EXPECT_THAT(buffers, testing::Each(buffers.front()));
 }
 
-TEST_F(PackageHash, NormalizesDigests) {
-    struct Row {
-        std::wstring text;
-        std::wstring digits;
-    };
-    const Row rows[] = {
-        {L"0123456789abcdef", L"0123456789abcdef"},
-        {L"ABCDEF", L"abcdef"},
-        {L" \t12:34-56 78\r\n", L"12345678"},
-        {L"sha256:ab", L"a256ab"},
-        {L"-", L""},
-        {L"", L""},
-        {L"ghxyzGHXYZ@`/:", L""},
-        {L"\uFF11\uFF21", L""},  // Full-width "1" and "A".
-        {L"\u0430\u00AA", L""},  // Cyrillic "a", feminine ordinal.
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(NormalizeHexDigest(row.text), row.digits);
-    }
-}
-
 TEST_F(PackageHash, SkipsTheCheckSilentlyWithoutADigest) {
     for (const wchar_t* const nothing : {L"", L" ", L" \t\r\n"}) {
         reportStage(JobStage::Downloading, L"status", L"detail");
@@ -171,6 +150,7 @@ TEST_F(PackageHash, SkipsTheCheckSilentlyWithoutADigest) {
 }
 
 TEST_F(PackageHash, AcceptsTheRightDigestAndLeavesTheStagesTexts) {
+    jobProgress.cancelRequested = true;  // Not looked at.
     EXPECT_TRUE(Verify("abc", kDigestOfAbc));
     const JobState state = snapshot();
     EXPECT_EQ(state.stage, JobStage::VerifyingPackage);
@@ -178,6 +158,7 @@ TEST_F(PackageHash, AcceptsTheRightDigestAndLeavesTheStagesTexts) {
     EXPECT_EQ(state.detailLine, L"Checking SHA-256 hash...");
     EXPECT_FALSE(jobProgress.failed);
     EXPECT_EQ(bench::ReadFile(archive_), "abc");
+    EXPECT_TRUE(Verify("", kDigestOfNothing));
 }
 
 TEST_F(PackageHash, PublishesTheStageBeforeItReads) {
@@ -193,22 +174,14 @@ TEST_F(PackageHash, PublishesTheStageBeforeItReads) {
 }
 
 TEST_F(PackageHash, AcceptsUpperCaseAndGroupedDigests) {
-    std::wstring upper;
-    std::wstring blanks;
-    std::wstring colons;
-    std::wstring dashes;
-    for (size_t i = 0; kDigestOfAbc[i] != L'\0'; i += 2) {
-        const std::wstring pair(kDigestOfAbc + i, 2);
-        blanks += pair + L" ";
-        colons += (i == 0 ? L"" : L":") + pair;
-        dashes += (i == 0 ? L"" : L"-") + pair;
-    }
-    for (const wchar_t digit : std::wstring(kDigestOfAbc)) {
-        upper += static_cast<wchar_t>(std::towupper(digit));
-    }
-    for (const std::wstring& digest :
-         {upper, blanks, colons, dashes, L" \t" + upper + L"\r\n", std::wstring(kDigestOfAbc)}) {
+    for (const wchar_t* const separator : {L"", L" ", L":", L"-"}) {
+        std::wstring digest;
+        for (size_t i = 0; kDigestOfAbc[i] != L'\0'; i += 2) {
+            digest += (i == 0 ? L"" : separator) + std::wstring(kDigestOfAbc + i, 2);
+        }
         EXPECT_TRUE(Verify("abc", digest)) << testing::PrintToString(digest);
+        std::transform(digest.begin(), digest.end(), digest.begin(), std::towupper);
+        EXPECT_TRUE(Verify("abc", L" \t" + digest + L"\r\n")) << testing::PrintToString(digest);
     }
 }
 
@@ -232,40 +205,16 @@ TEST_F(PackageHash, RefusesADigestThatDiffers) {
         ExpectFailure(kMismatch);
     }
     EXPECT_EQ(bench::ReadFile(archive_), "abc");
-}
-
-TEST_F(PackageHash, ComparesAnEmptyPackageLikeAnyOther) {
-    EXPECT_TRUE(Verify("", kDigestOfNothing));
+    ClearForJobStart(JobKind::Repair);
     EXPECT_FALSE(Verify("", kDigestOfAbc));
     ExpectFailure(kMismatch);
 }
 
-TEST_F(PackageHash, DoesNotLookAtTheStopFlag) {
-    jobProgress.cancelRequested = true;
-    EXPECT_TRUE(Verify("abc", kDigestOfAbc));
-}
-
-TEST_F(PackageHash, FailsWithoutAFile) {
+TEST_F(PackageHash, FailsForAPackageThatCannotBeOpened) {
     ExpectCannotBeComputed();
-}
-
-TEST_F(PackageHash, BeginsNoHashWithoutAFile) {
-    int calls = 0;
-    const auto hook = bench::HookCall<decltype(&::BCryptOpenAlgorithmProvider)>(
-        kBcrypt, "BCryptOpenAlgorithmProvider", [&](auto...) {
-            ++calls;
-            return kStatusUnsuccessful;
-        });
-    ExpectCannotBeComputed();
-    EXPECT_EQ(calls, 0);
-}
-
-TEST_F(PackageHash, FailsForAFolder) {
     std::filesystem::create_directory(archive_);
     ExpectCannotBeComputed();
-}
-
-TEST_F(PackageHash, FailsForAFileThatNobodyElseMayOpen) {
+    std::filesystem::remove(archive_);
     bench::WriteFile(archive_, "abc");
     const bench::OpenElsewhere owner(archive_, 0);
     ExpectCannotBeComputed();
@@ -287,125 +236,71 @@ TEST_F(PackageHash, FailsWhenAReadFailsInTheMiddle) {
     ExpectCannotBeComputed();
 }
 
-// How often the hash handles are given back, seen from inside the test program.
-class HashHandleCount {
-public:
-    int destroyedHashes = 0;
-    int closedProviders = 0;
+template <bench::FunctionName kName, class Function>
+using HashFunction = bench::RecordedFunction<kBcrypt, kName, Function>;
 
-private:
-    struct OnDestroy {
-        int* counter;
-        NTSTATUS operator()(BCRYPT_HASH_HANDLE hash) const {
-            ++*counter;
-            return bench::RealFunction<decltype(&::BCryptDestroyHash)>(kBcrypt,
-                                                                       "BCryptDestroyHash")(hash);
-        }
-    };
-    struct OnClose {
-        int* counter;
-        NTSTATUS operator()(BCRYPT_ALG_HANDLE provider, ULONG flags) const {
-            EXPECT_EQ(flags, 0u);
-            ++*counter;
-            return bench::RealFunction<decltype(&::BCryptCloseAlgorithmProvider)>(
-                kBcrypt, "BCryptCloseAlgorithmProvider")(provider, flags);
-        }
-    };
+using HashFunctions = bench::RecordedFunctions<
+    HashFunction<"BCryptOpenAlgorithmProvider", decltype(&::BCryptOpenAlgorithmProvider)>,
+    HashFunction<"BCryptGetProperty", decltype(&::BCryptGetProperty)>,
+    HashFunction<"BCryptCreateHash", decltype(&::BCryptCreateHash)>,
+    HashFunction<"BCryptHashData", decltype(&::BCryptHashData)>,
+    HashFunction<"BCryptFinishHash", decltype(&::BCryptFinishHash)>,
+    HashFunction<"BCryptDestroyHash", decltype(&::BCryptDestroyHash)>,
+    HashFunction<"BCryptCloseAlgorithmProvider", decltype(&::BCryptCloseAlgorithmProvider)>>;
 
-    bench::CallHook<decltype(&::BCryptDestroyHash), OnDestroy> destroy_{
-        kBcrypt, "BCryptDestroyHash", OnDestroy{&destroyedHashes}};
-    bench::CallHook<decltype(&::BCryptCloseAlgorithmProvider), OnClose> close_{
-        kBcrypt, "BCryptCloseAlgorithmProvider", OnClose{&closedProviders}};
+class HashCalls : public PackageHash {
+protected:
+    std::vector<std::string> CallsWithFailing(const std::string& failingCall) {
+        record_.calls.clear();
+        record_.failingCall = failingCall;
+        const HashFunctions functions(record_);
+        std::wstring hex;
+        EXPECT_EQ(ComputeFileSha256(archive_, hex), failingCall.empty());
+        return record_.calls;
+    }
+
+    bench::CallRecord record_;
 };
 
-TEST_F(PackageHash, GivesHashAndProviderBackAfterSuccess) {
+// How many bytes a hash needs to work in.
+std::string WorkspaceBytes() {
+    BCRYPT_ALG_HANDLE provider = nullptr;
+    ULONG bytes = 0;
+    ULONG written = 0;
+    EXPECT_EQ(::BCryptOpenAlgorithmProvider(&provider, L"SHA256", nullptr, 0), 0);
+    EXPECT_EQ(::BCryptGetProperty(provider, L"ObjectLength", reinterpret_cast<PUCHAR>(&bytes),
+                                  sizeof bytes, &written, 0),
+              0);
+    ::BCryptCloseAlgorithmProvider(provider, 0);
+    return std::to_string(bytes);
+}
+
+TEST_F(HashCalls, AreThePrescribedOnesAndGiveHashAndProviderBack) {
+    const std::vector<std::string> calls = {
+        "BCryptOpenAlgorithmProvider(*, SHA256, null, 0)",
+        "BCryptGetProperty(*, ObjectLength, *, 4, &0, 0)",
+        "BCryptCreateHash(*, *, *, " + WorkspaceBytes() + ", null, 0, 0)",
+        "BCryptHashData(*, *, 3, 0)",
+        "BCryptFinishHash(*, *, 32, 0)",
+    };
     bench::WriteFile(archive_, "abc");
-    const HashHandleCount count;
-    DigestOf(archive_);
-    EXPECT_EQ(count.destroyedHashes, 1);
-    EXPECT_EQ(count.closedProviders, 1);
+    for (size_t made = 1; made <= calls.size(); ++made) {
+        std::vector<std::string> expected(calls.begin(), calls.begin() + static_cast<int>(made));
+        if (made > 3) {
+            expected.emplace_back("BCryptDestroyHash(*)");
+        }
+        if (made > 1) {
+            expected.emplace_back("BCryptCloseAlgorithmProvider(*, 0)");
+        }
+        SCOPED_TRACE(calls[made - 1]);
+        EXPECT_EQ(CallsWithFailing(calls[made - 1]), expected);
+        if (made == calls.size()) {
+            EXPECT_EQ(CallsWithFailing(""), expected);
+        }
+    }
+    // No handle of the file is left.
     EXPECT_TRUE(::DeleteFileW(archive_.c_str()));
-}
-
-TEST_F(PackageHash, FailsWhenTheProviderCannotBeOpened) {
-    bench::WriteFile(archive_, "abc");
-    const auto hook = bench::HookCall<decltype(&::BCryptOpenAlgorithmProvider)>(
-        kBcrypt, "BCryptOpenAlgorithmProvider",
-        [](BCRYPT_ALG_HANDLE*, LPCWSTR algorithm, LPCWSTR implementation, ULONG flags) {
-            EXPECT_STREQ(algorithm, L"SHA256");
-            EXPECT_EQ(implementation, nullptr);
-            EXPECT_EQ(flags, 0u);
-            return kStatusUnsuccessful;
-        });
-    ExpectCannotBeComputed();
-}
-
-TEST_F(PackageHash, FailsWhenTheObjectLengthIsUnknown) {
-    bench::WriteFile(archive_, "abc");
-    const HashHandleCount count;
-    const auto hook = bench::HookCall<decltype(&::BCryptGetProperty)>(
-        kBcrypt, "BCryptGetProperty",
-        [](BCRYPT_HANDLE, LPCWSTR property, PUCHAR, ULONG bytes, ULONG*, ULONG flags) {
-            EXPECT_STREQ(property, L"ObjectLength");
-            EXPECT_EQ(bytes, 4u);
-            EXPECT_EQ(flags, 0u);
-            return kStatusUnsuccessful;
-        });
-    ExpectCannotBeComputed();
-    EXPECT_EQ(count.destroyedHashes, 0);
-    EXPECT_EQ(count.closedProviders, 2);
-}
-
-TEST_F(PackageHash, FailsWhenTheHashCannotBeCreated) {
-    bench::WriteFile(archive_, "abc");
-    const HashHandleCount count;
-    const auto hook = bench::HookCall<decltype(&::BCryptCreateHash)>(
-        kBcrypt, "BCryptCreateHash",
-        [](BCRYPT_ALG_HANDLE provider, BCRYPT_HASH_HANDLE*, PUCHAR, ULONG objectBytes,
-           PUCHAR secret, ULONG secretBytes, ULONG flags) {
-            ULONG wanted = 0;
-            ULONG written = 0;
-            EXPECT_EQ(
-                ::BCryptGetProperty(provider, L"ObjectLength", reinterpret_cast<PUCHAR>(&wanted),
-                                    sizeof wanted, &written, 0),
-                0);
-            EXPECT_EQ(objectBytes, wanted);
-            EXPECT_EQ(secret, nullptr);
-            EXPECT_EQ(secretBytes, 0u);
-            EXPECT_EQ(flags, 0u);
-            return kStatusUnsuccessful;
-        });
-    ExpectCannotBeComputed();
-    EXPECT_EQ(count.closedProviders, 2);
-}
-
-TEST_F(PackageHash, FailsWhenHashingFails) {
-    bench::WriteFile(archive_, "abc");
-    const HashHandleCount count;
-    const auto hook = bench::HookCall<decltype(&::BCryptHashData)>(
-        kBcrypt, "BCryptHashData", [](BCRYPT_HASH_HANDLE, PUCHAR, ULONG bytes, ULONG flags) {
-            EXPECT_EQ(bytes, 3u);
-            EXPECT_EQ(flags, 0u);
-            return kStatusUnsuccessful;
-        });
-    ExpectCannotBeComputed();
-    EXPECT_EQ(bench::ReadFile(archive_), "abc") << "removing the package is the job's business";
-    EXPECT_EQ(count.destroyedHashes, 2);
-    EXPECT_EQ(count.closedProviders, 2);
-}
-
-TEST_F(PackageHash, FailsWhenTheHashCannotBeFinished) {
-    bench::WriteFile(archive_, "abc");
-    const HashHandleCount count;
-    const auto hook = bench::HookCall<decltype(&::BCryptFinishHash)>(
-        kBcrypt, "BCryptFinishHash", [](BCRYPT_HASH_HANDLE, PUCHAR, ULONG bytes, ULONG flags) {
-            EXPECT_EQ(bytes, 32u);
-            EXPECT_EQ(flags, 0u);
-            return kStatusUnsuccessful;
-        });
-    ExpectCannotBeComputed();
-    EXPECT_EQ(count.destroyedHashes, 2);
-    EXPECT_EQ(count.closedProviders, 2);
+    EXPECT_THAT(CallsWithFailing("CreateFileW"), testing::IsEmpty()) << "without a file, no hash";
 }
 
 }  // namespace
