@@ -1,13 +1,10 @@
-// Takes the place of powershell.exe; Wine's own does nothing and ends with 0. It knows one command
-// line, to the letter:
+// Replaces powershell.exe, because Wine's own does nothing and ends with exit code 0. Accepts
+// exactly one command line:
 //   powershell.exe -NoProfile -ExecutionPolicy Bypass -Command
 //       "Expand-Archive -LiteralPath 'ARCHIVE' -DestinationPath 'FOLDER' -Force"
-// in which a doubled single quote stands for one. Ends with 0 when everything was unpacked, with 1
-// when it could not be, with kNotUnderstood for any other command line. With the environment
-// variable BENCH_POWERSHELL_EXIT it does nothing and ends with that code.
+// in which a doubled single quote means one. The exit code is 0 when everything was unpacked,
+// kFailed when not, and kNotUnderstood for any other command line.
 
-#include <array>
-#include <cwchar>
 #include <string>
 #include <string_view>
 
@@ -18,7 +15,7 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kNotUnderstood = 64;
 
-// Takes `expected` off the front of `text`; false when something else stands there.
+// Removes `expected` from the start of `text`; false when `text` starts differently.
 bool Take(std::wstring_view& text, std::wstring_view expected) {
     if (!text.starts_with(expected)) {
         return false;
@@ -27,7 +24,7 @@ bool Take(std::wstring_view& text, std::wstring_view expected) {
     return true;
 }
 
-// Takes a single-quoted string off the front of `text`.
+// Removes a single-quoted string from the start of `text`.
 bool TakeQuoted(std::wstring_view& text, std::wstring& value) {
     if (!Take(text, L"'")) {
         return false;
@@ -45,7 +42,7 @@ bool TakeQuoted(std::wstring_view& text, std::wstring& value) {
     return false;
 }
 
-bool Understand(std::wstring_view commandLine, std::wstring& archive, std::wstring& folder) {
+bool Parse(std::wstring_view commandLine, std::wstring& archive, std::wstring& folder) {
     return Take(commandLine,
                 L"powershell.exe -NoProfile -ExecutionPolicy Bypass -Command \"Expand-Archive "
                 L"-LiteralPath ") &&
@@ -57,17 +54,12 @@ bool Understand(std::wstring_view commandLine, std::wstring& archive, std::wstri
 }  // namespace
 
 int wmain() {
-    std::array<wchar_t, 16> wanted{};
-    if (::GetEnvironmentVariableW(L"BENCH_POWERSHELL_EXIT", wanted.data(),
-                                  static_cast<DWORD>(wanted.size())) != 0) {
-        return static_cast<int>(std::wcstoll(wanted.data(), nullptr, 0));
-    }
     std::wstring archive;
     std::wstring folder;
-    if (!Understand(::GetCommandLineW(), archive, folder)) {
+    if (!Parse(::GetCommandLineW(), archive, folder)) {
         return kNotUnderstood;
     }
-    // The original refuses a file of any other name.
+    // Expand-Archive refuses a file with any other extension.
     if (!archive.ends_with(L".zip")) {
         return kFailed;
     }

@@ -5,39 +5,27 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "bench_parts/import_hook.h"
+#include "bench_parts/call_hook.h"
 #include "bench_parts/skipping.h"
 #include "bench_parts/unpacker_machine.h"
+#include "extract/extraction_samples.h"
 #include "job/progress/job_progress.h"
 
 namespace {
 
-using bench::ImportHook;
+using bench::kRarStart;
+using bench::kZipStart;
 using bench::ProgramRun;
+using bench::RarFailed;
 using bench::UnpackerMachine;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr std::string_view kZipStart("PK\x03\x04 and so on");
-constexpr std::string_view kRarStart("Rar!\x1a\x07\x01\x00 and so on", 18);
-
-constexpr wchar_t kNotAnArchive[] =
-    L"The downloaded package is not a valid ZIP or RAR archive.\nCheck that the CDN URL points "
-    L"directly to the client .zip/.rar file, not an installer EXE or website page.";
-constexpr wchar_t kNoRarProgram[] =
-    L"RAR repair needs WinRAR, UnRAR, or 7-Zip. Install one of them or place unrar.exe/7z.exe "
-    L"beside this tool.";
-constexpr wchar_t kZipFailed[] =
-    L"ZIP extraction failed.\nCheck that the downloaded package is a complete .zip archive and "
-    L"that you have permission to write to the install folder.";
-
-std::wstring RarFailed(const std::wstring& nameAndCode) {
-    return L"RAR extraction failed with " + nameAndCode +
-           L".\nCheck that the CDN file is a complete, non-password-protected .rar archive. If it "
-           L"still fails, install 7-Zip or place 7z.exe beside this tool.";
-}
+constexpr wchar_t kPreparing[] = L"3|Extracting package...|Preparing client files for repair...";
 
 std::filesystem::path PutArchive(const UnpackerMachine& machine, std::string_view bytes) {
     std::filesystem::path archive = machine.Root() / L"the package.bin";
@@ -46,9 +34,13 @@ std::filesystem::path PutArchive(const UnpackerMachine& machine, std::string_vie
 }
 
 // The failure message; empty when none was reported.
-std::wstring ExtractAndGetMessage(const UnpackerMachine& machine, std::string_view archiveBytes) {
-    EXPECT_FALSE(ExtractPackage(PutArchive(machine, archiveBytes), machine.StagingFolder()));
-    return snapshot().errorMessage;
+std::wstring MessageOfExtraction(const UnpackerMachine& machine, std::string_view archiveBytes) {
+    const bool succeeded =
+        ExtractPackage(PutArchive(machine, archiveBytes), machine.StagingFolder());
+    const std::wstring message = snapshot().errorMessage;
+    EXPECT_EQ(succeeded, message.empty());
+    EXPECT_EQ(jobProgress.failed, !succeeded);
+    return message;
 }
 
 std::vector<std::wstring> StartedPrograms(const UnpackerMachine& machine) {
@@ -59,161 +51,133 @@ std::vector<std::wstring> StartedPrograms(const UnpackerMachine& machine) {
     return programs;
 }
 
-TEST(ExtractPackage, RefusesWhatIsNoArchive) {
-    for (const std::string_view bytes : {std::string_view("<html><body>Not found</body></html>"),
-                                         std::string_view("PK\x03"), std::string_view("")}) {
-        const UnpackerMachine machine;
-        machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "");
-        machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "");
-        EXPECT_EQ(ExtractAndGetMessage(machine, bytes), kNotAnArchive);
-        EXPECT_THAT(StartedPrograms(machine), IsEmpty());
+// Notes stage and texts at the start of each program.
+auto NoteTexts(std::vector<std::wstring>& texts) {
+    return bench::HookCall<decltype(&::CreateProcessW)>(
+        L"kernel32.dll", "CreateProcessW", [&](auto... values) -> BOOL {
+            const JobState state = snapshot();
+            texts.push_back(std::to_wstring(static_cast<uint32_t>(state.stage)) + L"|" +
+                            state.statusLine + L"|" + state.detailLine);
+            return bench::RealFunction<decltype(&::CreateProcessW)>(L"kernel32.dll",
+                                                                    "CreateProcessW")(values...);
+        });
+}
+
+TEST(SniffPackageSignature, ReadsTheFirstBytes) {
+    using enum PackageSignature;
+    const std::pair<std::string_view, PackageSignature> rows[] = {
+        {kZipStart, Zip},
+        {{"PK\x05\x06", 4}, Zip},
+        {kRarStart, Rar},
+        {{"Rar!\x1a\x07\x00", 7}, Rar},
+        {{"PK\x03", 3}, Unknown},
+        {{}, Unknown},
+        {{"\r\nPK\x03\x04", 6}, Unknown},
+    };
+    const bench::ScratchFolder folder;
+    const std::filesystem::path archive = folder.Path() / L"package.bin";
+    EXPECT_EQ(SniffPackageSignature(archive), Unknown) << "missing";
+    EXPECT_EQ(SniffPackageSignature(folder.Path()), Unknown) << "folder";
+    for (const auto& [bytes, signature] : rows) {
+        bench::WriteFile(archive, bytes);
+        EXPECT_EQ(SniffPackageSignature(archive), signature) << testing::PrintToString(bytes);
     }
-}
-
-TEST(ExtractPackage, RefusesAMissingFile) {
-    const UnpackerMachine machine;
-    EXPECT_FALSE(ExtractPackage(machine.Root() / L"missing.zip", machine.StagingFolder()));
-    const JobState state = snapshot();
-    EXPECT_EQ(state.errorMessage, kNotAnArchive);
-    EXPECT_EQ(state.detailLine, kNotAnArchive);
-    EXPECT_EQ(state.statusLine, L"Repair failed.");
-    EXPECT_EQ(state.stage, JobStage::Failed);
-}
-
-TEST(ExtractPackage, GoesByTheContentAndNotByTheName) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "");
-    const std::filesystem::path archive = machine.Root() / L"package.rar";
     bench::WriteFile(archive, kZipStart);
-    EXPECT_TRUE(ExtractPackage(archive, machine.StagingFolder()));
-    EXPECT_THAT(StartedPrograms(machine),
-                ElementsAre((machine.CurrentFolder() / L"tar.exe").native()));
+    const bench::OpenElsewhere lock(archive, 0);
+    EXPECT_EQ(SniffPackageSignature(archive), Unknown) << "in use";
 }
 
-TEST(ExtractPackage, CreatesTheStagingFolderWithItsParents) {
+TEST(ExtractPackage, RefusesWhatIsNoArchive) {
     const UnpackerMachine machine;
     machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "");
-    const std::filesystem::path staging = machine.Root() / L"a" / L"b" / L"staging";
-    EXPECT_TRUE(ExtractPackage(PutArchive(machine, kZipStart), staging));
-    EXPECT_THAT(bench::FolderListing(machine.Root() / L"a"), ElementsAre(L"b/", L"b/staging/"));
-}
-
-TEST(ExtractPackage, CreatesTheStagingFolderAlsoForWhatIsNoArchive) {
-    const UnpackerMachine machine;
-    ExtractAndGetMessage(machine, "no archive");
+    machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "");
+    EXPECT_EQ(MessageOfExtraction(machine, "<html><body>Not found</body></html>"),
+              L"The downloaded package is not a valid ZIP or RAR archive.\nCheck that the CDN URL "
+              L"points directly to the client .zip/.rar file, not an installer EXE or website "
+              L"page.");
+    EXPECT_EQ(snapshot().stage, JobStage::Failed);
+    EXPECT_THAT(StartedPrograms(machine), IsEmpty());
     EXPECT_TRUE(std::filesystem::is_directory(machine.StagingFolder()));
 }
 
-TEST(ExtractPackage, KeepsWhatIsInTheStagingFolder) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "");
-    bench::WriteFile(machine.StagingFolder() / L"old.dat", "old");
-    EXPECT_TRUE(ExtractPackage(PutArchive(machine, kZipStart), machine.StagingFolder()));
-    EXPECT_EQ(bench::ReadFile(machine.StagingFolder() / L"old.dat"), "old");
-}
-
-TEST(ExtractPackage, LiftsALoneFolderAfterUnpacking) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "");
-    bench::WriteFile(machine.StagingFolder() / L"Client" / L"a.dat", "a");
-    EXPECT_TRUE(ExtractPackage(PutArchive(machine, kZipStart), machine.StagingFolder()));
-    EXPECT_THAT(bench::FolderListing(machine.StagingFolder()), ElementsAre(L"a.dat"));
-}
-
-TEST(ExtractPackage, LiftsNothingAfterAFailure) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "exit 1");
-    machine.PutRecorder(machine.CurrentFolder() / L"powershell.exe", "exit 1");
-    bench::WriteFile(machine.StagingFolder() / L"Client" / L"a.dat", "a");
-    EXPECT_EQ(ExtractAndGetMessage(machine, kZipStart), kZipFailed);
-    EXPECT_THAT(bench::FolderListing(machine.StagingFolder()),
-                ElementsAre(L"Client/", L"Client/a.dat"));
-}
-
-TEST(ExtractPackage, FailsWithTheFlatteningsMessage) {
-    for (const bool isZip : {true, false}) {
-        const UnpackerMachine machine;
-        machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "");
-        machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "");
-        bench::WriteFile(machine.StagingFolder() / L"Client" / L"Client" / L"a.dat", "a");
-        EXPECT_EQ(ExtractAndGetMessage(machine, isZip ? kZipStart : kRarStart),
-                  L"Could not move extracted client files into place.");
-    }
-}
-
-TEST(ExtractPackage, UnpacksAZipWithTarAlone) {
+TEST(ExtractPackage, UnpacksAZipWithTarAloneWhateverItsName) {
     const UnpackerMachine machine;
     machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "exit 0");
     machine.PutRecorder(machine.CurrentFolder() / L"powershell.exe", "exit 0");
-    const std::filesystem::path archive = PutArchive(machine, kZipStart);
+    const std::filesystem::path archive = machine.Root() / L"package.rar";
+    bench::WriteFile(archive, kZipStart);
+    const std::filesystem::path staging = machine.Root() / L"a" / L"b" / L"staging";
 
-    EXPECT_TRUE(ExtractPackage(archive, machine.StagingFolder()));
+    EXPECT_TRUE(ExtractPackage(archive, staging));
 
+    EXPECT_TRUE(std::filesystem::is_directory(staging));
     const std::vector<ProgramRun> runs = machine.Runs();
     ASSERT_EQ(runs.size(), 1u);
-    EXPECT_EQ(runs[0].commandLine, L"tar.exe -xf \"" + archive.native() + L"\" -C \"" +
-                                       machine.StagingFolder().native() + L"\"");
+    EXPECT_EQ(runs[0].commandLine,
+              L"tar.exe -xf \"" + archive.native() + L"\" -C \"" + staging.native() + L"\"");
     EXPECT_EQ(runs[0].show, "0");
     EXPECT_FALSE(jobProgress.failed);
-    EXPECT_EQ(snapshot().errorMessage, L"");
 }
 
-TEST(ExtractPackage, FindsTarOnTheSearchPath) {
+TEST(ExtractPackage, FindsTarOnTheSearchPathAndKeepsTheStagingFoldersContent) {
     const UnpackerMachine machine;
     const std::filesystem::path tar = machine.SearchFolder() / L"tar.exe";
     machine.PutRecorder(tar, "exit 0");
     SKIP_ON_WINDOWS_WITHOUT(SearchProgramPath(L"tar.exe") == tar.native(),
                             "a system without a tar.exe of its own");
-    EXPECT_TRUE(ExtractPackage(PutArchive(machine, kZipStart), machine.StagingFolder()));
+    bench::WriteFile(machine.StagingFolder() / L"old.dat", "old");
+    EXPECT_EQ(MessageOfExtraction(machine, kZipStart), L"");
     EXPECT_THAT(StartedPrograms(machine), ElementsAre(tar.native()));
+    EXPECT_EQ(bench::ReadFile(machine.StagingFolder() / L"old.dat"), "old");
 }
 
-TEST(ExtractPackage, FallsBackToPowerShellWhenTarFails) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "exit 1");
-    machine.PutRecorder(machine.CurrentFolder() / L"powershell.exe", "exit 0");
-    const std::filesystem::path archive = PutArchive(machine, kZipStart);
+TEST(ExtractPackage, FallsBackToPowerShell) {
+    for (const bool tarStarts : {true, false}) {
+        SCOPED_TRACE(tarStarts);
+        const UnpackerMachine machine;
+        const std::filesystem::path tar = machine.CurrentFolder() / L"tar.exe";
+        tarStarts ? machine.PutRecorder(tar, "exit 1") : machine.PutUnstartable(tar);
+        machine.PutRecorder(machine.CurrentFolder() / L"powershell.exe", "exit 0");
+        std::vector<std::wstring> texts;
+        const auto hook = NoteTexts(texts);
 
-    EXPECT_TRUE(ExtractPackage(archive, machine.StagingFolder()));
+        EXPECT_EQ(MessageOfExtraction(machine, kZipStart), L"");
 
-    const std::vector<ProgramRun> runs = machine.Runs();
-    ASSERT_EQ(runs.size(), 2u);
-    EXPECT_EQ(runs[1].commandLine,
-              L"powershell.exe -NoProfile -ExecutionPolicy Bypass -Command \"Expand-Archive "
-              L"-LiteralPath '" +
-                  archive.native() + L"' -DestinationPath '" + machine.StagingFolder().native() +
-                  L"' -Force\"");
-    EXPECT_EQ(runs[1].show, "0");
-    EXPECT_FALSE(jobProgress.failed);
+        EXPECT_THAT(texts, ElementsAre(kPreparing, kPreparing));
+        EXPECT_EQ(snapshot().detailLine, L"Preparing client files for repair...");
+        const std::vector<ProgramRun> runs = machine.Runs();
+        ASSERT_FALSE(runs.empty());
+        EXPECT_EQ(runs.back().commandLine,
+                  L"powershell.exe -NoProfile -ExecutionPolicy Bypass -Command \"Expand-Archive "
+                  L"-LiteralPath '" +
+                      (machine.Root() / L"the package.bin").native() + L"' -DestinationPath '" +
+                      machine.StagingFolder().native() + L"' -Force\"");
+        EXPECT_EQ(runs.back().show, "0");
+    }
 }
 
-TEST(ExtractPackage, FallsBackToPowerShellWhenTarCannotBeStarted) {
-    const UnpackerMachine machine;
-    machine.PutUnstartable(machine.CurrentFolder() / L"tar.exe");
-    machine.PutRecorder(machine.CurrentFolder() / L"powershell.exe", "exit 0");
-    EXPECT_TRUE(ExtractPackage(PutArchive(machine, kZipStart), machine.StagingFolder()));
-    EXPECT_FALSE(jobProgress.failed);
-}
-
-TEST(ExtractPackage, ReportsAZipThatNeitherProgramUnpacks) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "exit 1");
-    machine.PutRecorder(machine.CurrentFolder() / L"powershell.exe", "exit 5");
-    EXPECT_EQ(ExtractAndGetMessage(machine, kZipStart), kZipFailed);
-    EXPECT_TRUE(jobProgress.failed);
-}
-
-TEST(ExtractPackage, ReportsAZipForWhichNoProgramCanBeStarted) {
-    const UnpackerMachine machine;
-    machine.PutUnstartable(machine.CurrentFolder() / L"tar.exe");
-    machine.PutUnstartable(machine.CurrentFolder() / L"powershell.exe");
-    EXPECT_EQ(ExtractAndGetMessage(machine, kZipStart), kZipFailed);
+TEST(ExtractPackage, ReportsAZipThatNeitherProgramUnpacksAndFlattensNothing) {
+    for (const bool programsStart : {true, false}) {
+        SCOPED_TRACE(programsStart);
+        const UnpackerMachine machine;
+        for (const wchar_t* const name : {L"tar.exe", L"powershell.exe"}) {
+            const std::filesystem::path program = machine.CurrentFolder() / name;
+            programsStart ? machine.PutRecorder(program, "exit 5")
+                          : machine.PutUnstartable(program);
+        }
+        bench::WriteFile(machine.StagingFolder() / L"Client" / L"a.dat", "a");
+        EXPECT_EQ(MessageOfExtraction(machine, kZipStart), bench::kZipFailed);
+        EXPECT_THAT(bench::FolderListing(machine.StagingFolder()),
+                    ElementsAre(L"Client/", L"Client/a.dat"));
+    }
 }
 
 TEST(ExtractPackage, NeedsARarProgramForARar) {
     const UnpackerMachine machine;
     machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "");
-    EXPECT_EQ(ExtractAndGetMessage(machine, kRarStart), kNoRarProgram);
+    EXPECT_EQ(MessageOfExtraction(machine, kRarStart),
+              L"RAR repair needs WinRAR, UnRAR, or 7-Zip. Install one of them or place "
+              L"unrar.exe/7z.exe beside this tool.");
     EXPECT_THAT(StartedPrograms(machine), IsEmpty());
 }
 
@@ -224,30 +188,22 @@ TEST(ExtractPackage, TriesRarProgramsInOrderUntilOneSucceeds) {
     const std::filesystem::path sevenZip = machine.ProgramFolder32() / L"7-Zip" / L"7z.exe";
     machine.PutRecorder(unrar, "exit 3");
     machine.PutRecorder(winrar, "exit 10");
+    machine.PutUnstartable(machine.ToolFolder() / L"7z.exe");
     machine.PutRecorder(sevenZip, "exit 0");
     machine.PutRecorder(machine.SearchFolder() / L"7za.exe", "exit 0");
-
-    EXPECT_TRUE(ExtractPackage(PutArchive(machine, kRarStart), machine.StagingFolder()));
-
-    EXPECT_THAT(StartedPrograms(machine),
-                ElementsAre(unrar.native(), winrar.native(), sevenZip.native()));
-    EXPECT_FALSE(jobProgress.failed);
-    EXPECT_EQ(snapshot().errorMessage, L"");
-}
-
-TEST(ExtractPackage, StartsEachRarProgramWithItsArgumentsToTheLetter) {
-    const UnpackerMachine machine;
-    const std::filesystem::path unrar = machine.ToolFolder() / L"unrar.exe";
-    const std::filesystem::path winrar = machine.SearchFolder() / L"WinRAR.exe";
-    const std::filesystem::path sevenZip = machine.ToolFolder() / L"7z.exe";
-    for (const auto& program : {unrar, winrar, sevenZip}) {
-        machine.PutRecorder(program, "exit 1");
-    }
     const std::filesystem::path archive = PutArchive(machine, kRarStart);
     const std::filesystem::path staging = machine.Root() / L"O'Brien's \u00fcb\u8aad (1)";
+    std::vector<std::wstring> texts;
+    const auto hook = NoteTexts(texts);
 
-    EXPECT_FALSE(ExtractPackage(archive, staging));
+    EXPECT_TRUE(ExtractPackage(archive, staging));
 
+    EXPECT_EQ(snapshot().errorMessage, L"");
+    EXPECT_THAT(texts, ElementsAre(L"3|Extracting package...|Extracting with unrar.exe...",
+                                   L"3|Extracting package...|Extracting with WinRAR.exe...",
+                                   L"3|Extracting package...|Extracting with 7z.exe...",
+                                   L"3|Extracting package...|Extracting with 7z.exe..."));
+    EXPECT_EQ(snapshot().detailLine, L"Preparing client files for repair...");
     const std::vector<ProgramRun> runs = machine.Runs();
     ASSERT_EQ(runs.size(), 3u);
     EXPECT_EQ(runs[0].commandLine, L"\"" + unrar.native() + L"\" x -o+ \"" + archive.native() +
@@ -256,81 +212,43 @@ TEST(ExtractPackage, StartsEachRarProgramWithItsArgumentsToTheLetter) {
                                        archive.native() + L"\" \"" + staging.native() + L"\\\"");
     EXPECT_EQ(runs[2].commandLine, L"\"" + sevenZip.native() + L"\" x -y -o\"" + staging.native() +
                                        L"\" \"" + archive.native() + L"\"");
-    for (const ProgramRun& run : runs) {
-        EXPECT_EQ(run.show, "0");
-        EXPECT_EQ(run.currentFolder, machine.CurrentFolder().native());
-    }
+    EXPECT_THAT(runs, Each(testing::Field(&ProgramRun::show, "0")));
 }
 
 TEST(ExtractPackage, NamesTheLastRarProgramAndItsExitCode) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", "exit 3");
-    machine.PutRecorder(machine.ToolFolder() / L"7za.exe", "exit 4294967294");
-    EXPECT_EQ(ExtractAndGetMessage(machine, kRarStart), RarFailed(L"7za.exe exit code 4294967294"));
+    constexpr char kUnstartable[] = "";
+    struct Row {
+        const char* firstPlan;
+        const char* lastPlan;
+        const wchar_t* exitCode;
+    };
+    const Row rows[] = {
+        {"exit 3", "exit 4294967294", L"4294967294"},
+        {"exit 3", kUnstartable, L"4294967295"},
+        {kUnstartable, "exit 2", L"2"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.lastPlan);
+        const UnpackerMachine machine;
+        const auto put = [&](const std::filesystem::path& program, std::string_view plan) {
+            plan.empty() ? machine.PutUnstartable(program) : machine.PutRecorder(program, plan);
+        };
+        put(machine.ToolFolder() / L"unrar.exe", row.firstPlan);
+        put(machine.ProgramFolder64() / L"7-Zip" / L"7z.exe", row.lastPlan);
+        EXPECT_EQ(MessageOfExtraction(machine, kRarStart),
+                  RarFailed(std::wstring(L"7z.exe exit code ") + row.exitCode));
+    }
 }
 
-TEST(ExtractPackage, NamesALastRarProgramThatCannotBeStarted) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", "exit 3");
-    machine.PutUnstartable(machine.ProgramFolder64() / L"7-Zip" / L"7z.exe");
-    EXPECT_EQ(ExtractAndGetMessage(machine, kRarStart), RarFailed(L"7z.exe exit code 4294967295"));
-}
-
-TEST(ExtractPackage, ShowsNothingOfAnEarlierProgramThatCannotBeStarted) {
-    const UnpackerMachine machine;
-    machine.PutUnstartable(machine.ToolFolder() / L"unrar.exe");
-    machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "exit 2");
-    EXPECT_EQ(ExtractAndGetMessage(machine, kRarStart), RarFailed(L"7z.exe exit code 2"));
-}
-
-// The texts on screen at the moment when each program is started.
-std::vector<std::wstring> textsAtStart;
-decltype(&::CreateProcessW) realCreateProcess;
-
-BOOL WINAPI NoteTextsAndStart(LPCWSTR application, LPWSTR commandLine,
-                              LPSECURITY_ATTRIBUTES processAttributes,
-                              LPSECURITY_ATTRIBUTES threadAttributes, BOOL inherit, DWORD flags,
-                              LPVOID environment, LPCWSTR folder, LPSTARTUPINFOW startup,
-                              LPPROCESS_INFORMATION started) {
-    const JobState state = snapshot();
-    textsAtStart.push_back(std::to_wstring(static_cast<uint32_t>(state.stage)) + L"|" +
-                           state.statusLine + L"|" + state.detailLine);
-    return realCreateProcess(application, commandLine, processAttributes, threadAttributes, inherit,
-                             flags, environment, folder, startup, started);
-}
-
-std::vector<std::wstring> TextsAtStarts(const UnpackerMachine& machine, std::string_view bytes) {
-    const ImportHook hook(L"kernel32.dll", "CreateProcessW",
-                          reinterpret_cast<void*>(&NoteTextsAndStart));
-    EXPECT_TRUE(hook.Installed());
-    realCreateProcess = hook.Original<decltype(&::CreateProcessW)>();
-    textsAtStart.clear();
-    reportStage(JobStage::VerifyingPackage, L"headline", L"detail");
-    ExtractPackage(PutArchive(machine, bytes), machine.StagingFolder());
-    return textsAtStart;
-}
-
-TEST(ExtractPackage, NamesEachRarProgramOnScreenBeforeItsStart) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", "exit 1");
-    machine.PutUnstartable(machine.ToolFolder() / L"7z.exe");
-    machine.PutRecorder(machine.ToolFolder() / L"7za.exe", "exit 0");
-    EXPECT_THAT(TextsAtStarts(machine, kRarStart),
-                ElementsAre(L"3|Extracting package...|Extracting with unrar.exe...",
-                            L"3|Extracting package...|Extracting with 7z.exe...",
-                            L"3|Extracting package...|Extracting with 7za.exe..."));
-    // What the running program put in its place.
-    EXPECT_EQ(snapshot().detailLine, L"Preparing client files for repair...");
-}
-
-TEST(ExtractPackage, NamesNoProgramOnScreenForAZip) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "exit 1");
-    machine.PutRecorder(machine.CurrentFolder() / L"powershell.exe", "exit 0");
-    EXPECT_THAT(TextsAtStarts(machine, kZipStart),
-                ElementsAre(L"3|Extracting package...|Preparing client files for repair...",
-                            L"3|Extracting package...|Preparing client files for repair..."));
-    EXPECT_EQ(snapshot().detailLine, L"Preparing client files for repair...");
+TEST(ExtractPackage, FailsWithTheFlatteningsMessage) {
+    for (const std::string_view archive : {kZipStart, kRarStart}) {
+        const UnpackerMachine machine;
+        machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "");
+        machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "");
+        bench::WriteFile(machine.StagingFolder() / L"Client" / L"Client" / L"a.dat", "a");
+        EXPECT_EQ(MessageOfExtraction(machine, archive),
+                  L"Could not move extracted client files into place.");
+    }
 }
 
 }  // namespace

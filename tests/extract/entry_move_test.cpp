@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
 #include <string_view>
+#include <vector>
 
-#include "bench_parts/import_hook.h"
+#include "bench_parts/call_hook.h"
 #include "bench_parts/scratch_folder.h"
 #include "extract/flattening_fixture.h"
 #include "extract/folder_flattening.h"
@@ -13,7 +15,6 @@
 namespace {
 
 using bench::FolderListing;
-using bench::ImportHook;
 using bench::OpenElsewhere;
 using bench::ReadFile;
 using bench::WriteFile;
@@ -35,7 +36,7 @@ protected:
     fs::path Into() const {
         return Beside(L"into");
     }
-    // The error; with a success it must be none.
+    // The error. A success must leave none.
     DWORD Move(const wchar_t* name) const {
         DWORD error = ERROR_GEN_FAILURE;
         const bool succeeded = MoveEntryInto(From() / name, Into(), error);
@@ -44,47 +45,35 @@ protected:
     }
 };
 
-TEST_F(MoveEntryIntoTest, MovesAFileUnderItsName) {
-    WriteFile(From() / L"a.dat", "a");
-    EXPECT_EQ(Move(L"a.dat"), DWORD{ERROR_SUCCESS});
-    EXPECT_THAT(FolderListing(From()), IsEmpty());
-    EXPECT_EQ(ReadFile(Into() / L"a.dat"), "a");
-}
-
-TEST_F(MoveEntryIntoTest, MovesAFolderWithItsContent) {
-    WriteFile(From() / L"Data" / L"sub" / L"b.dat", "b");
-    EXPECT_EQ(Move(L"Data"), DWORD{ERROR_SUCCESS});
-    EXPECT_THAT(FolderListing(From()), IsEmpty());
-    EXPECT_THAT(FolderListing(Into()), ElementsAre(L"Data/", L"Data/sub/", L"Data/sub/b.dat"));
-}
-
-TEST_F(MoveEntryIntoTest, ReplacesAFile) {
-    WriteFile(From() / L"a.dat", "new");
-    WriteFile(Into() / L"a.dat", "the old one");
-    bench::SetReadOnly(Into() / L"a.dat", true);
-    EXPECT_EQ(Move(L"a.dat"), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(ReadFile(Into() / L"a.dat"), "new");
-}
-
-TEST_F(MoveEntryIntoTest, ReplacesAFolderByAFolderWithoutMixingThem) {
-    WriteFile(From() / L"Data" / L"new.dat", "new");
-    WriteFile(Into() / L"Data" / L"sub" / L"old.dat", "old");
-    EXPECT_EQ(Move(L"Data"), DWORD{ERROR_SUCCESS});
-    EXPECT_THAT(FolderListing(Into()), ElementsAre(L"Data/", L"Data/new.dat"));
-}
-
-TEST_F(MoveEntryIntoTest, ReplacesAFolderByAFile) {
-    WriteFile(From() / L"Data", "file");
-    WriteFile(Into() / L"Data" / L"old.dat", "old");
-    EXPECT_EQ(Move(L"Data"), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(ReadFile(Into() / L"Data"), "file");
-}
-
-TEST_F(MoveEntryIntoTest, ReplacesAFileByAFolder) {
-    WriteFile(From() / L"Data" / L"new.dat", "new");
-    WriteFile(Into() / L"Data", "file");
-    EXPECT_EQ(Move(L"Data"), DWORD{ERROR_SUCCESS});
-    EXPECT_THAT(FolderListing(Into()), ElementsAre(L"Data/", L"Data/new.dat"));
+TEST_F(MoveEntryIntoTest, ReplacesWhatIsThere) {
+    struct Row {
+        std::vector<std::wstring> entries;  // Below "from".
+        std::vector<std::wstring> former;   // Below "into".
+        std::vector<std::wstring> expected;
+    };
+    const Row rows[] = {
+        {{L"Data"}, {}, {L"Data"}},
+        {{L"Data"}, {L"Data"}, {L"Data"}},
+        {{L"Data"}, {L"Data/old"}, {L"Data"}},
+        {{L"Data/sub/new"}, {}, {L"Data/", L"Data/sub/", L"Data/sub/new"}},
+        {{L"Data/new"}, {L"Data"}, {L"Data/", L"Data/new"}},
+        {{L"Data/new"}, {L"Data/sub/old"}, {L"Data/", L"Data/new"}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.entries) + testing::PrintToString(row.former));
+        for (const std::wstring& entry : row.entries) {
+            WriteFile(From() / entry, "new");
+        }
+        for (const std::wstring& entry : row.former) {
+            WriteFile(Into() / entry, "the old one");
+            bench::SetReadOnly(Into() / entry, true);
+        }
+        EXPECT_EQ(Move(L"Data"), DWORD{ERROR_SUCCESS});
+        EXPECT_THAT(FolderListing(From()), IsEmpty());
+        EXPECT_EQ(FolderListing(Into()), row.expected);
+        EXPECT_EQ(ReadFile(Into() / row.expected.back()), "new");
+        fs::remove_all(Into() / L"Data");
+    }
 }
 
 TEST_F(MoveEntryIntoTest, FailsForAMissingEntry) {
@@ -108,22 +97,19 @@ TEST_F(MoveEntryIntoTest, FailsWhenTheCopiedSourceCannotBeRemoved) {
     EXPECT_EQ(ReadFile(Into() / L"a.dat"), "a");
 }
 
-// As between two volumes, where folders cannot be renamed.
-BOOL WINAPI RefuseToMove(LPCWSTR, LPCWSTR, DWORD) {
-    ::SetLastError(ERROR_NOT_SAME_DEVICE);
+BOOL FailWith(DWORD error) {
+    ::SetLastError(error);
     return FALSE;
 }
 
-class MoveByCopyTest : public MoveEntryIntoTest {
-protected:
-    MoveByCopyTest()
-        : hook_(L"kernel32.dll", "MoveFileExW", reinterpret_cast<void*>(&RefuseToMove)) {}
-    void SetUp() override {
-        ASSERT_TRUE(hook_.Installed());
-    }
+auto RefuseToMove() {
+    return bench::HookCall<decltype(&::MoveFileExW)>(
+        L"kernel32.dll", "MoveFileExW", [](auto...) { return FailWith(ERROR_NOT_SAME_DEVICE); });
+}
 
-private:
-    ImportHook hook_;
+// As between two volumes, where folders cannot be renamed.
+class MoveByCopyTest : public MoveEntryIntoTest {
+    decltype(RefuseToMove()) hook_ = RefuseToMove();
 };
 
 TEST_F(MoveByCopyTest, CopiesAFileAndRemovesTheSource) {
@@ -154,7 +140,7 @@ TEST_F(MoveByCopyTest, CopiesWhatALinkLeadsTo) {
     WriteFile(Beside(L"elsewhere") / L"x.dat", "x");
     fs::create_directories(From() / L"Data");
     ASSERT_TRUE(bench::MakeFolderLink(From() / L"Data" / L"link", Beside(L"elsewhere")));
-    // Whether the link itself can be removed is not the matter here.
+    // Removing the link itself may fail, which does not matter here.
     DWORD error = ERROR_SUCCESS;
     MoveEntryInto(From() / L"Data", Into(), error);
     EXPECT_THAT(FolderListing(Into()), ElementsAre(L"Data/", L"Data/link/", L"Data/link/x.dat"));
@@ -164,7 +150,7 @@ TEST_F(MoveByCopyTest, CopiesWhatALinkLeadsTo) {
 TEST_F(MoveByCopyTest, CopiesOverFilesThatCouldNotBeRemoved) {
     WriteFile(From() / L"Data" / L"a.dat", "new");
     WriteFile(Into() / L"Data" / L"kept" / L"b.dat", "b");
-    // Whoever has this open keeps it and the folders above it, but not its neighbors.
+    // The open file and the folders above it cannot be removed, its neighbors can.
     const OpenElsewhere lock(Into() / L"Data" / L"kept" / L"b.dat", FILE_SHARE_READ);
     WriteFile(Into() / L"Data" / L"a.dat", "old");
     EXPECT_EQ(Move(L"Data"), DWORD{ERROR_SUCCESS});
@@ -180,35 +166,23 @@ TEST_F(MoveByCopyTest, FailsForAFolderWhereAFileCouldNotBeRemoved) {
     EXPECT_EQ(ReadFile(From() / L"Data" / L"a.dat"), "a");
 }
 
-decltype(&::CopyFileW) realCopyFile;
-
-BOOL WINAPI FailForOneFile(LPCWSTR source, LPCWSTR target, BOOL failIfExists) {
-    if (std::wstring_view(source).ends_with(L"\\bad.dat")) {
-        ::SetLastError(ERROR_CRC);
-        return FALSE;
-    }
-    return realCopyFile(source, target, failIfExists);
-}
-
-TEST_F(MoveByCopyTest, FailsAndKeepsTheSourceWhenAFileInTheFolderCannotBeCopied) {
+TEST_F(MoveByCopyTest, FailsAndKeepsTheSourceWhenAFileCannotBeCopied) {
+    const auto copy = bench::RealFunction<decltype(&::CopyFileW)>(L"kernel32.dll", "CopyFileW");
+    const auto hook = bench::HookCall<decltype(&::CopyFileW)>(
+        L"kernel32.dll", "CopyFileW", [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) {
+            return std::wstring_view(source).ends_with(L"\\bad.dat")
+                       ? FailWith(ERROR_CRC)
+                       : copy(source, target, failIfExists);
+        });
+    WriteFile(From() / L"bad.dat", "bad");
+    EXPECT_EQ(Move(L"bad.dat"), DWORD{ERROR_CRC});
+    EXPECT_EQ(ReadFile(From() / L"bad.dat"), "bad");
     WriteFile(From() / L"Data" / L"good.dat", "good");
     WriteFile(From() / L"Data" / L"sub" / L"bad.dat", "bad");
     WriteFile(From() / L"Data" / L"sub" / L"deep" / L"good.dat", "good");
-    const ImportHook hook(L"kernel32.dll", "CopyFileW", reinterpret_cast<void*>(&FailForOneFile));
-    ASSERT_TRUE(hook.Installed());
-    realCopyFile = hook.Original<decltype(&::CopyFileW)>();
+    const auto before = FolderListing(From());
     EXPECT_EQ(Move(L"Data"), DWORD{ERROR_CRC});
-    EXPECT_THAT(FolderListing(From()),
-                ElementsAre(L"Data/", L"Data/good.dat", L"Data/sub/", L"Data/sub/bad.dat",
-                            L"Data/sub/deep/", L"Data/sub/deep/good.dat"));
-}
-
-TEST_F(MoveByCopyTest, FailsWhenAFileCannotBeCopied) {
-    WriteFile(From() / L"bad.dat", "bad");
-    const ImportHook hook(L"kernel32.dll", "CopyFileW", reinterpret_cast<void*>(&FailForOneFile));
-    ASSERT_TRUE(hook.Installed());
-    EXPECT_EQ(Move(L"bad.dat"), DWORD{ERROR_CRC});
-    EXPECT_EQ(ReadFile(From() / L"bad.dat"), "bad");
+    EXPECT_EQ(FolderListing(From()), before);
 }
 
 TEST_F(MoveByCopyTest, FailsWhenAFolderInTheFolderCannotBeListed) {
@@ -218,56 +192,37 @@ TEST_F(MoveByCopyTest, FailsWhenAFolderInTheFolderCannotBeListed) {
     EXPECT_EQ(Move(L"Data"), DWORD{ERROR_ACCESS_DENIED});
 }
 
-BOOL WINAPI RefuseAFolder(LPCWSTR, LPSECURITY_ATTRIBUTES) {
-    ::SetLastError(ERROR_DISK_FULL);
-    return FALSE;
-}
-
 TEST_F(MoveByCopyTest, FailsWhenTheFolderCannotBeCreated) {
     WriteFile(From() / L"Data" / L"a.dat", "a");
-    const ImportHook hook(L"kernel32.dll", "CreateDirectoryW",
-                          reinterpret_cast<void*>(&RefuseAFolder));
-    ASSERT_TRUE(hook.Installed());
+    const auto hook = bench::HookCall<decltype(&::CreateDirectoryW)>(
+        L"kernel32.dll", "CreateDirectoryW", [](auto...) { return FailWith(ERROR_DISK_FULL); });
     EXPECT_EQ(Move(L"Data"), DWORD{ERROR_DISK_FULL});
     EXPECT_EQ(ReadFile(From() / L"Data" / L"a.dat"), "a");
 }
 
-decltype(&::GetFileAttributesW) realGetFileAttributes;
-DWORD attributesError;
-
-DWORD WINAPI FailForTheSource(LPCWSTR path) {
-    if (std::wstring_view(path).ends_with(L"\\from\\Data")) {
-        ::SetLastError(attributesError);
-        return INVALID_FILE_ATTRIBUTES;
-    }
-    return realGetFileAttributes(path);
-}
-
-TEST_F(MoveByCopyTest, FailsWhenTheFoldersFactsCannotBeReadAfresh) {
-    WriteFile(From() / L"Data" / L"a.dat", "a");
-    const ImportHook hook(L"kernel32.dll", "GetFileAttributesW",
-                          reinterpret_cast<void*>(&FailForTheSource));
-    ASSERT_TRUE(hook.Installed());
-    realGetFileAttributes = hook.Original<decltype(&::GetFileAttributesW)>();
-    attributesError = ERROR_ACCESS_DENIED;
-    EXPECT_EQ(Move(L"Data"), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_THAT(FolderListing(Into()), IsEmpty());
-}
-
-TEST_F(MoveByCopyTest, TriesToCopyAFolderThatSeemsToBeGone) {
-    for (const DWORD meansGone :
-         {DWORD{ERROR_FILE_NOT_FOUND}, DWORD{ERROR_PATH_NOT_FOUND}, DWORD{ERROR_BAD_NETPATH}}) {
+// Reading the folder's attributes afresh: not found is ignored, any other error is not.
+TEST_F(MoveByCopyTest, LooksAtTheFolderAfreshBeforeItCopies) {
+    const auto real =
+        bench::RealFunction<decltype(&::GetFileAttributesW)>(L"kernel32.dll", "GetFileAttributesW");
+    for (const DWORD error : {DWORD{ERROR_ACCESS_DENIED}, DWORD{ERROR_FILE_NOT_FOUND},
+                              DWORD{ERROR_PATH_NOT_FOUND}, DWORD{ERROR_BAD_NETPATH}}) {
+        SCOPED_TRACE(error);
         WriteFile(From() / L"Data" / L"a.dat", "a");
-        DWORD error = ERROR_SUCCESS;
+        DWORD result = ERROR_SUCCESS;
         {
-            const ImportHook hook(L"kernel32.dll", "GetFileAttributesW",
-                                  reinterpret_cast<void*>(&FailForTheSource));
-            ASSERT_TRUE(hook.Installed());
-            realGetFileAttributes = hook.Original<decltype(&::GetFileAttributesW)>();
-            attributesError = meansGone;
-            MoveEntryInto(From() / L"Data", Into(), error);
+            const auto hook = bench::HookCall<decltype(&::GetFileAttributesW)>(
+                L"kernel32.dll", "GetFileAttributesW", [&](LPCWSTR path) {
+                    const bool isSource = std::wstring_view(path).ends_with(L"\\from\\Data");
+                    return isSource ? (FailWith(error), INVALID_FILE_ATTRIBUTES) : real(path);
+                });
+            MoveEntryInto(From() / L"Data", Into(), result);
         }
-        EXPECT_EQ(ReadFile(Into() / L"Data" / L"a.dat"), "a") << meansGone;
+        if (error == ERROR_ACCESS_DENIED) {
+            EXPECT_EQ(result, error);
+            EXPECT_THAT(FolderListing(Into()), IsEmpty());
+        } else {
+            EXPECT_EQ(ReadFile(Into() / L"Data" / L"a.dat"), "a");
+        }
         fs::remove_all(Into() / L"Data");
     }
 }

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "bench_parts/import_hook.h"
+#include "bench_parts/call_hook.h"
 #include "bench_parts/package_contents.h"
 #include "bench_parts/unpacker_machine.h"
 #include "extract/archive_extraction.h"
@@ -38,53 +38,39 @@ private:
     fs::path disk_ = bench::EmptySmallDisk();
 };
 
-TEST_F(SmallDisk, MakesAZipFail) {
+TEST_F(SmallDisk, MakesZipAndRarFail) {
     NearlyFill();
     Machine().PutTar();
     Machine().PutPowerShell();
+    Machine().PutSevenZip(Machine().ToolFolder() / L"7z.exe");
     EXPECT_FALSE(ExtractPackage(bench::PackagePath(L"zip_deflated.zip"), Disk() / L"staging"));
     EXPECT_THAT(snapshot().errorMessage, testing::StartsWith(L"ZIP extraction failed.\n"));
-}
-
-TEST_F(SmallDisk, MakesARarFail) {
-    NearlyFill();
-    Machine().PutSevenZip(Machine().ToolFolder() / L"7z.exe");
     EXPECT_FALSE(ExtractPackage(bench::PackagePath(L"rar5_plain.rar"), Disk() / L"staging"));
     EXPECT_THAT(snapshot().errorMessage,
                 testing::StartsWith(L"RAR extraction failed with 7z.exe exit code 2."));
 }
 
-TEST_F(SmallDisk, StopsAFileThatIsMovedToIt) {
-    NearlyFill();
-    const fs::path file = Machine().Root() / L"a.dat";
-    bench::WriteFile(file, std::string(1'000'000, 'a'));
-    DWORD error = ERROR_SUCCESS;
-    EXPECT_FALSE(MoveEntryInto(file, Disk(), error));
-    EXPECT_EQ(error, DWORD{ERROR_DISK_FULL});
-    EXPECT_EQ(bench::ReadFile(file).size(), 1'000'000u);
-}
-
-TEST_F(SmallDisk, StopsAFolderThatIsMovedToIt) {
+TEST_F(SmallDisk, StopsFilesAndFoldersThatAreMovedToIt) {
     NearlyFill();
     const fs::path folder = Machine().Root() / L"Data";
-    bench::WriteFile(folder / L"sub" / L"a.dat", std::string(1'000'000, 'a'));
-    DWORD error = ERROR_SUCCESS;
-    EXPECT_FALSE(MoveEntryInto(folder, Disk(), error));
-    EXPECT_EQ(error, DWORD{ERROR_DISK_FULL});
-    EXPECT_EQ(bench::ReadFile(folder / L"sub" / L"a.dat").size(), 1'000'000u);
-}
-
-BOOL WINAPI RefuseToMove(LPCWSTR, LPCWSTR, DWORD) {
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
+    const fs::path file = folder / L"sub" / L"a.dat";
+    bench::WriteFile(file, std::string(1'000'000, 'a'));
+    for (const fs::path& entry : {file, folder}) {
+        DWORD error = ERROR_SUCCESS;
+        EXPECT_FALSE(MoveEntryInto(entry, Disk(), error));
+        EXPECT_EQ(error, DWORD{ERROR_DISK_FULL});
+        EXPECT_EQ(bench::ReadFile(file).size(), 1'000'000u);
+    }
 }
 
 TEST_F(SmallDisk, StopsAFlatteningThatHasToCopy) {
     const fs::path client = Disk() / L"staging" / L"Client";
     bench::WriteFile(client / L"Data" / L"a.dat", std::string(1'200'000, 'a'));
-    const bench::ImportHook hook(L"kernel32.dll", "MoveFileExW",
-                                 reinterpret_cast<void*>(&RefuseToMove));
-    ASSERT_TRUE(hook.Installed());
+    const auto hook =
+        bench::HookCall<decltype(&::MoveFileExW)>(L"kernel32.dll", "MoveFileExW", [](auto...) {
+            ::SetLastError(ERROR_ACCESS_DENIED);
+            return FALSE;
+        });
     EXPECT_FALSE(FlattenSingleTopFolder(Disk() / L"staging"));
     EXPECT_EQ(snapshot().errorMessage, L"Could not move extracted client files into place.");
     EXPECT_EQ(bench::ReadFile(client / L"Data" / L"a.dat").size(), 1'200'000u);

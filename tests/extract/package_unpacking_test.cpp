@@ -3,12 +3,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <ostream>
+#include <future>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "bench_parts/package_contents.h"
 #include "bench_parts/unpacker_machine.h"
+#include "bench_parts/waiting.h"
 #include "extract/archive_extraction.h"
+#include "extract/extraction_samples.h"
 #include "job/progress/job_progress.h"
 
 namespace {
@@ -18,7 +23,7 @@ using bench::UnpackerMachine;
 
 enum class Unpacker { Tar, PowerShell, SevenZip };
 
-// A copy of the package, under a name as the download gives it, with blanks and quotes in its path.
+// A copy of the package in a folder with blanks and quotes.
 std::filesystem::path PutPackage(const UnpackerMachine& machine, const std::wstring& fileName) {
     const std::filesystem::path folder = machine.Root() / L"O'Brien's T\u00e9mp";
     std::filesystem::create_directories(folder);
@@ -43,169 +48,145 @@ void PutUnpacker(const UnpackerMachine& machine, Unpacker unpacker) {
     }
 }
 
-struct Case {
-    const wchar_t* package;
-    Unpacker unpacker;
-    const wchar_t* loneFolder = L"";  // The one folder that the package holds.
-};
-
-// What Google Test prints of it.
-void PrintTo(Unpacker unpacker, std::ostream* out) {
-    const char* const names[] = {"tar", "powershell", "seven_zip"};
-    *out << names[static_cast<size_t>(unpacker)];
-}
-
-void PrintTo(const Case& value, std::ostream* out) {
-    *out << std::filesystem::path(value.package).string() << " by ";
-    PrintTo(value.unpacker, out);
-}
-
-class RealPackage : public testing::TestWithParam<Case> {};
-
-TEST_P(RealPackage, IsUnpackedInEveryByte) {
-    const UnpackerMachine machine;
-    PutUnpacker(machine, GetParam().unpacker);
-    const std::filesystem::path package = PutPackage(machine, GetParam().package);
-
-    ASSERT_TRUE(ExtractPackage(package, machine.StagingFolder())) << snapshot().errorMessage;
-
-    const std::wstring loneFolder = GetParam().loneFolder;
-    const Contents all = bench::PackageContents(GetParam().package);
-    EXPECT_EQ(bench::FirstDifference(loneFolder.empty() ? all : bench::Below(loneFolder, all),
-                                     bench::FolderContents(machine.StagingFolder())),
-              "");
-}
-
-std::string UnpackerName(const testing::TestParamInfo<Unpacker>& unpacker) {
-    return testing::PrintToString(unpacker.param);
-}
-
-// A file name without its extension, as a part of a test's name.
-std::string BaseName(const testing::TestParamInfo<const wchar_t*>& fileName) {
-    return std::filesystem::path(fileName.param).stem().string();
-}
-
-std::string CaseName(const testing::TestParamInfo<Case>& value) {
-    return BaseName({value.param.package, value.index}) + "_by_" +
-           UnpackerName({value.param.unpacker, value.index});
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Each, RealPackage,
-    testing::Values(Case{L"zip_stored.zip", Unpacker::Tar},
-                    Case{L"zip_deflated.zip", Unpacker::Tar}, Case{L"zip_64.zip", Unpacker::Tar},
-                    Case{L"zip_unicode.zip", Unpacker::Tar}, Case{L"zip_many.zip", Unpacker::Tar},
-                    Case{L"zip_lone_folder.zip", Unpacker::Tar, L"Client"},
-                    Case{L"zip_deflated.zip", Unpacker::PowerShell},
-                    Case{L"zip_unicode.zip", Unpacker::PowerShell},
-                    Case{L"zip_lone_folder.zip", Unpacker::PowerShell, L"Client"},
-                    Case{L"rar4_plain.rar", Unpacker::SevenZip},
-                    Case{L"rar4_unicode.rar", Unpacker::SevenZip},
-                    Case{L"rar4_lone_folder.rar", Unpacker::SevenZip, L"Client"},
-                    Case{L"rar5_plain.rar", Unpacker::SevenZip},
-                    Case{L"rar5_unicode.rar", Unpacker::SevenZip},
-                    Case{L"rar5_lone_folder.rar", Unpacker::SevenZip, L"Client"}),
-    CaseName);
-
-// Quotes, blanks and letters of many alphabets in the folder to unpack into.
-class OddStagingFolder : public testing::TestWithParam<Unpacker> {};
-
-TEST_P(OddStagingFolder, TakesThePackage) {
-    const UnpackerMachine machine;
-    PutUnpacker(machine, GetParam());
-    const std::wstring fileName =
-        GetParam() == Unpacker::SevenZip ? L"rar5_plain.rar" : L"zip_deflated.zip";
-    const std::filesystem::path staging =
-        machine.Root() / L"O'Brien''s Spiele" / L"\u00fcb\u8aad & (1) %TEMP% $x";
-
-    ASSERT_TRUE(ExtractPackage(PutPackage(machine, fileName), staging)) << snapshot().errorMessage;
-
+void ExpectUnpacked(const std::wstring& package, const std::filesystem::path& folder) {
     EXPECT_EQ(
-        bench::FirstDifference(bench::PackageContents(fileName), bench::FolderContents(staging)),
-        "");
+        bench::FirstDifference(bench::PackageContents(package), bench::FolderContents(folder)), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, OddStagingFolder,
-                         testing::Values(Unpacker::Tar, Unpacker::PowerShell, Unpacker::SevenZip),
-                         UnpackerName);
+// Unpacks the packages into a folder with quotes, blanks and letters of several alphabets.
+void ExpectEachUnpackedBy(Unpacker unpacker, const std::vector<std::wstring>& packages) {
+    for (const std::wstring& package : packages) {
+        SCOPED_TRACE(testing::PrintToString(package));
+        const UnpackerMachine machine;
+        PutUnpacker(machine, unpacker);
+        const std::filesystem::path staging =
+            machine.Root() / L"O'Brien''s Spiele" / L"\u00fcb\u8aad & (1) %TEMP% $x";
 
-TEST(UnpackingRealPackages, ReplacesWhatAFormerAttemptLeft) {
+        EXPECT_TRUE(ExtractPackage(PutPackage(machine, package), staging))
+            << snapshot().errorMessage;
+
+        const bool hasLoneFolder = package.find(L"lone_folder") != std::wstring::npos;
+        const Contents all = bench::PackageContents(package);
+        EXPECT_EQ(bench::FirstDifference(hasLoneFolder ? bench::Below(L"Client", all) : all,
+                                         bench::FolderContents(staging)),
+                  "");
+    }
+}
+
+TEST(RealPackages, AreUnpackedByTar) {
+    ExpectEachUnpackedBy(Unpacker::Tar, {L"zip_stored.zip", L"zip_64.zip", L"zip_unicode.zip",
+                                         L"zip_lone_folder.zip", L"zip_many.zip"});
+}
+
+TEST(RealPackages, AreUnpackedByPowerShell) {
+    ExpectEachUnpackedBy(Unpacker::PowerShell, {L"zip_unicode.zip", L"zip_lone_folder.zip"});
+}
+
+TEST(RealPackages, AreUnpackedByARarProgram) {
+    ExpectEachUnpackedBy(Unpacker::SevenZip, {L"rar4_plain.rar", L"rar4_unicode.rar",
+                                              L"rar5_unicode.rar", L"rar5_lone_folder.rar"});
+}
+
+TEST(RealPackages, AreUnpackedOverWhatAFailedProgramLeft) {
+    constexpr char kLeave[] = "leave readme.txt leave data/maps/b.map exit 1";
+    {
+        const UnpackerMachine machine;
+        machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", kLeave);
+        machine.PutPowerShell();
+        EXPECT_TRUE(
+            ExtractPackage(PutPackage(machine, L"zip_deflated.zip"), machine.StagingFolder()));
+        EXPECT_EQ(machine.Runs().size(), 1U);
+        ExpectUnpacked(L"zip_deflated.zip", machine.StagingFolder());
+    }
+    const UnpackerMachine machine;
+    machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", kLeave);
+    machine.PutSevenZip(machine.ToolFolder() / L"7z.exe");
+    EXPECT_TRUE(ExtractPackage(PutPackage(machine, L"rar5_plain.rar"), machine.StagingFolder()));
+    EXPECT_EQ(machine.Runs().size(), 1U);
+    ExpectUnpacked(L"rar5_plain.rar", machine.StagingFolder());
+}
+
+TEST(RealPackages, AreUnpackedByProgramsBelowTheCurrentFolder) {
+    const UnpackerMachine machine;
+    const bench::EnvironmentVariable programs64(L"ProgramFiles", std::nullopt);
+    const bench::EnvironmentVariable programs32(L"ProgramFiles(x86)", std::nullopt);
+    machine.PutRecorder(machine.CurrentFolder() / L"WinRAR" / L"UnRAR.exe", "exit 1");
+    machine.PutSevenZip(machine.CurrentFolder() / L"7-Zip" / L"7z.exe");
+    EXPECT_TRUE(ExtractPackage(PutPackage(machine, L"rar5_plain.rar"), machine.StagingFolder()))
+        << snapshot().errorMessage;
+    ExpectUnpacked(L"rar5_plain.rar", machine.StagingFolder());
+    EXPECT_THAT(machine.AwaitRuns(1).front().commandLine,
+                testing::StartsWith(L"\"WinRAR\\UnRAR.exe\" x -o+ "));
+}
+
+// The program asks for the password on an invisible console.
+TEST(RealPackages, WithAPasswordWaitUntilTheToolIsClosed) {
     const UnpackerMachine machine;
     machine.PutTar();
-    bench::WriteFile(machine.StagingFolder() / L"readme.txt", "half of an earl");
-
-    ASSERT_TRUE(ExtractPackage(PutPackage(machine, L"zip_deflated.zip"), machine.StagingFolder()));
-
-    EXPECT_EQ(bench::FirstDifference(bench::PackageContents(L"zip_deflated.zip"),
-                                     bench::FolderContents(machine.StagingFolder())),
-              "");
+    machine.PutPowerShell();
+    const std::filesystem::path package = PutPackage(machine, L"zip_password.zip");
+    const std::filesystem::path secret = machine.StagingFolder() / L"secret.dat";
+    auto extraction = std::async(std::launch::async,
+                                 [&] { return ExtractPackage(package, machine.StagingFolder()); });
+    // The file is created before its password is asked for.
+    EXPECT_TRUE(bench::Await([&] { return std::filesystem::exists(secret); }));
+    requestCancel();
+    EXPECT_FALSE(extraction.get());
+    EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
+    // The program has ended with its parent and holds nothing any more.
+    EXPECT_TRUE(bench::Await([&] { return ::DeleteFileW(secret.c_str()) != FALSE; }));
 }
 
-TEST(UnpackingRealPackages, GoesOnWithTheNextProgramWhenOneFails) {
+// PowerShell refuses a file of that name, so only tar.exe can unpack it.
+TEST(RealPackages, ZipNamedRarFailsWhenTarFails) {
     const UnpackerMachine machine;
-    machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", "exit 3");
+    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "exit 1");
+    machine.PutPowerShell();
     machine.PutSevenZip(machine.ToolFolder() / L"7z.exe");
-    ASSERT_TRUE(ExtractPackage(PutPackage(machine, L"rar5_plain.rar"), machine.StagingFolder()));
-    EXPECT_EQ(bench::FirstDifference(bench::PackageContents(L"rar5_plain.rar"),
-                                     bench::FolderContents(machine.StagingFolder())),
-              "");
+    const std::filesystem::path package = machine.Root() / L"package.rar";
+    bench::WriteFile(package, bench::ReadFile(bench::PackagePath(L"zip_deflated.zip")));
+    EXPECT_FALSE(ExtractPackage(package, machine.StagingFolder()));
+    EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
+    EXPECT_THAT(bench::FolderListing(machine.StagingFolder()), testing::IsEmpty());
 }
 
-TEST(UnpackingRealPackages, FailsForALoneFolderWithAnEntryOfItsName) {
+TEST(RealPackages, FailForALoneFolderWithAnEntryOfItsName) {
     const UnpackerMachine machine;
     machine.PutTar();
     EXPECT_FALSE(ExtractPackage(PutPackage(machine, L"zip_own_name.zip"), machine.StagingFolder()));
     EXPECT_EQ(snapshot().errorMessage, L"Could not move extracted client files into place.");
 }
 
-TEST(UnpackingRealPackages, FailsWithoutAStagingFolder) {
+TEST(RealPackages, FailWithoutAStagingFolder) {
     const UnpackerMachine machine;
     machine.PutTar();
     machine.PutPowerShell();
-    // Where a file is, no folder can be created.
+    // No folder can be created in place of a file.
     bench::WriteFile(machine.StagingFolder(), "in the way");
     EXPECT_FALSE(ExtractPackage(PutPackage(machine, L"zip_deflated.zip"), machine.StagingFolder()));
-    EXPECT_THAT(snapshot().errorMessage, testing::StartsWith(L"ZIP extraction failed."));
+    EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
     EXPECT_EQ(bench::ReadFile(machine.StagingFolder()), "in the way");
 }
 
-TEST(UnpackingRealPackages, FailsWhenPowerShellFailsToo) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "exit 1");
-    machine.PutPowerShell();
-    const bench::EnvironmentVariable failure(L"BENCH_POWERSHELL_EXIT", L"5");
-    EXPECT_FALSE(ExtractPackage(PutPackage(machine, L"zip_deflated.zip"), machine.StagingFolder()));
-    EXPECT_THAT(snapshot().errorMessage, testing::StartsWith(L"ZIP extraction failed."));
-    EXPECT_THAT(bench::FolderListing(machine.StagingFolder()), testing::IsEmpty());
-}
-
-class BrokenPackage : public testing::TestWithParam<const wchar_t*> {};
-
-TEST_P(BrokenPackage, FailsWithAMessageAndKeepsWhatWasUnpacked) {
-    const UnpackerMachine machine;
-    const std::wstring fileName = GetParam();
-    const bool isRar = fileName.ends_with(L".rar");
-    machine.PutTar();
-    machine.PutPowerShell();
-    if (isRar) {
-        machine.PutSevenZip(machine.ToolFolder() / L"7z.exe");
-    }
-
-    EXPECT_FALSE(ExtractPackage(PutPackage(machine, fileName), machine.StagingFolder()));
-
-    EXPECT_THAT(snapshot().errorMessage,
-                testing::StartsWith(isRar ? L"RAR extraction failed with 7z.exe exit code 2."
-                                          : L"ZIP extraction failed."));
-    // The file before the broken place was good. A ZIP's list of files is at its end.
-    if (fileName != L"zip_truncated.zip") {
-        EXPECT_EQ(bench::ReadFile(machine.StagingFolder() / L"first.dat"), "first");
+TEST(RealPackages, FailWhenDamagedOrTruncatedAndKeepWhatWasUnpacked) {
+    for (const wchar_t* const fileName :
+         {L"zip_damaged.zip", L"zip_truncated.zip", L"rar4_truncated.rar", L"rar5_damaged.rar"}) {
+        SCOPED_TRACE(testing::PrintToString(fileName));
+        const bool isRar = std::wstring_view(fileName).ends_with(L".rar");
+        const UnpackerMachine machine;
+        machine.PutTar();
+        machine.PutPowerShell();
+        if (isRar) {
+            machine.PutSevenZip(machine.ToolFolder() / L"7z.exe");
+        }
+        EXPECT_FALSE(ExtractPackage(PutPackage(machine, fileName), machine.StagingFolder()));
+        EXPECT_EQ(snapshot().errorMessage,
+                  isRar ? bench::RarFailed(L"7z.exe exit code 2") : bench::kZipFailed);
+        // The first file is intact. A ZIP's list of files is at its end.
+        if (std::wstring_view(fileName) != L"zip_truncated.zip") {
+            EXPECT_EQ(bench::ReadFile(machine.StagingFolder() / L"first.dat"), "first");
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Each, BrokenPackage,
-                         testing::Values(L"zip_damaged.zip", L"zip_truncated.zip",
-                                         L"rar4_damaged.rar", L"rar4_truncated.rar",
-                                         L"rar5_damaged.rar", L"rar5_truncated.rar"),
-                         BaseName);
 
 }  // namespace

@@ -3,30 +3,33 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
-#include "bench_parts/import_hook.h"
+#include "bench_parts/call_hook.h"
 #include "bench_parts/unpacker_machine.h"
+#include "bench_parts/waiting.h"
 #include "job/progress/job_progress.h"
 
 namespace {
 
-using bench::ImportHook;
 using bench::ProgramRun;
-using bench::UnpackerMachine;
+using testing::ElementsAre;
+using testing::SizeIs;
+using testing::UnorderedElementsAreArray;
 
+constexpr wchar_t kKernel32[] = L"kernel32.dll";
 constexpr DWORD kUntouched = 0x1234;
+// Longer than any program of these tests runs.
+constexpr DWORD kToTheEndMs = 60'000;
 
-std::wstring RecorderPath(const UnpackerMachine& machine) {
-    return (machine.Root() / L"some program.exe").native();
-}
-
-// The command line of a recorder with that plan.
-std::wstring Recorder(const UnpackerMachine& machine, std::string_view plan) {
-    machine.PutRecorder(RecorderPath(machine), plan);
-    return L"\"" + RecorderPath(machine) + L"\"";
+template <class Function>
+Function Real(const char* name) {
+    return bench::RealFunction<Function>(kKernel32, name);
 }
 
 HANDLE PublishedChild() {
@@ -34,16 +37,7 @@ HANDLE PublishedChild() {
     return jobProgress.childProcess;
 }
 
-// A program can be up before its handle is published, hence the waiting. Null after a long while.
-HANDLE AwaitPublishedChild() {
-    const ULONGLONG deadline = ::GetTickCount64() + 30'000;
-    while (PublishedChild() == nullptr && ::GetTickCount64() < deadline) {
-        ::Sleep(1);
-    }
-    return PublishedChild();
-}
-
-// RunHiddenAndWait on a thread of its own, as the job has it.
+// RunHiddenAndWait on a second thread, as in a job.
 struct BackgroundRun {
     explicit BackgroundRun(std::wstring commandLine)
         : thread([this, line = std::move(commandLine)] {
@@ -61,64 +55,76 @@ struct BackgroundRun {
     std::thread thread;  // Last: it writes to the others.
 };
 
-TEST(RunHiddenAndWait, SucceedsOnlyWithExitCode0) {
+class ProcessRunner : public testing::Test {
+protected:
+    // The command line of a recorder with that plan.
+    std::wstring Recorder(std::string_view plan) const {
+        const std::filesystem::path program = machine_.Root() / L"some program.exe";
+        machine_.PutRecorder(program, plan);
+        return L"\"" + program.native() + L"\"";
+    }
+
+    bench::UnpackerMachine machine_;
+};
+
+TEST_F(ProcessRunner, SucceedsOnlyWithExitCode0) {
     struct Row {
         const char* plan;
-        bool expected;
+        bool succeeds;
         DWORD exitCode;
     };
-    const Row rows[] = {
-        {"exit 0", true, 0},
-        {"exit 1", false, 1},
-        {"exit 3", false, 3},
-        {"exit 256", false, 256},
-        {"exit 4294967294", false, 4294967294},
-    };
-    const UnpackerMachine machine;
-    for (const Row& row : rows) {
+    for (const Row& row :
+         {Row{"exit 0", true, 0}, Row{"exit 1", false, 1}, Row{"exit 256", false, 256},
+          Row{"exit 4294967294", false, 4294967294}}) {
+        SCOPED_TRACE(row.plan);
         DWORD exitCode = kUntouched;
-        EXPECT_EQ(RunHiddenAndWait(Recorder(machine, row.plan), &exitCode), row.expected)
-            << row.plan;
-        EXPECT_EQ(exitCode, row.exitCode) << row.plan;
+        EXPECT_EQ(RunHiddenAndWait(Recorder(row.plan), &exitCode), row.succeeds);
+        EXPECT_EQ(exitCode, row.exitCode);
     }
+    EXPECT_TRUE(RunHiddenAndWait(Recorder("exit 0"), nullptr));
 }
 
-TEST(RunHiddenAndWait, WaitsForAProgramThatOutlastsAPoll) {
-    const UnpackerMachine machine;
+TEST_F(ProcessRunner, RunsTheProgramHiddenInTheToolsFolderAndEnvironmentToItsEnd) {
+    const bench::EnvironmentVariable mark(L"BENCH_MARK", L"\u00fcberall");
+    const std::wstring commandLine =
+        Recorder("sleep 300 exit 5") +
+        L"  x -o\"C:\\a b\\\\\"  'O''Brien' \u00fc\u8aad \"unbalanced ";
+    reportStage(JobStage::Downloading, L"headline", L"Extracting with unrar.exe...");
     DWORD exitCode = kUntouched;
-    EXPECT_FALSE(RunHiddenAndWait(Recorder(machine, "sleep 600 exit 5"), &exitCode));
+
+    EXPECT_FALSE(RunHiddenAndWait(
+        std::wstring_view(commandLine + L" not this").substr(0, commandLine.size()), &exitCode));
+
     EXPECT_EQ(exitCode, 5u);
-    EXPECT_EQ(machine.Runs().at(0).endCode, 5u);
+    const ProgramRun run = machine_.Runs().at(0);
+    EXPECT_EQ(run.endCode, 5u);
+    EXPECT_EQ(run.commandLine, commandLine);
+    EXPECT_EQ(run.currentFolder, machine_.CurrentFolder().native());
+    EXPECT_EQ(run.mark, L"\u00fcberall");
+    EXPECT_EQ(run.startup, "1");
+    EXPECT_EQ(run.show, "0");
+    const JobState state = snapshot();
+    EXPECT_EQ(state.stage, JobStage::Extracting);
+    EXPECT_EQ(state.statusLine, L"Extracting package...");
+    EXPECT_EQ(state.detailLine, L"Preparing client files for repair...");
+    EXPECT_EQ(PublishedChild(), nullptr);
+    EXPECT_FALSE(jobProgress.failed);
 }
 
-TEST(RunHiddenAndWait, NeedsNoExitCodeOutput) {
-    const UnpackerMachine machine;
-    EXPECT_TRUE(RunHiddenAndWait(Recorder(machine, "exit 0")));
-    EXPECT_FALSE(RunHiddenAndWait(Recorder(machine, "exit 2")));
-    EXPECT_FALSE(RunHiddenAndWait(L"no_such_program.exe"));
-}
-
-TEST(RunHiddenAndWait, StoresAllOnesForAProgramThatCannotBeStarted) {
-    const UnpackerMachine machine;
-    const std::filesystem::path folder = machine.Root() / L"folder.exe";
+TEST_F(ProcessRunner, StoresAllOnesAndReportsNothingForAProgramThatCannotBeStarted) {
+    reportStage(JobStage::Downloading, L"headline", L"detail");
+    const std::filesystem::path folder = machine_.Root() / L"folder.exe";
     std::filesystem::create_directories(folder);
-    const std::filesystem::path text = machine.Root() / L"text.exe";
-    machine.PutUnstartable(text);
+    const std::filesystem::path text = machine_.Root() / L"text.exe";
+    machine_.PutUnstartable(text);
     for (const std::wstring& commandLine :
          {std::wstring(L"no_such_program.exe -x"), L"\"" + folder.native() + L"\"",
           L"\"" + text.native() + L"\"", std::wstring()}) {
         DWORD exitCode = kUntouched;
         EXPECT_FALSE(RunHiddenAndWait(commandLine, &exitCode)) << commandLine;
         EXPECT_EQ(exitCode, 4294967295u) << commandLine;
+        EXPECT_FALSE(RunHiddenAndWait(commandLine, nullptr)) << commandLine;
     }
-}
-
-TEST(RunHiddenAndWait, ReportsNothingWhenTheProgramCannotBeStarted) {
-    const UnpackerMachine machine;
-    reportStage(JobStage::Downloading, L"headline", L"detail");
-
-    RunHiddenAndWait(L"no_such_program.exe");
-
     const JobState state = snapshot();
     EXPECT_EQ(state.stage, JobStage::Downloading);
     EXPECT_EQ(state.statusLine, L"headline");
@@ -127,212 +133,182 @@ TEST(RunHiddenAndWait, ReportsNothingWhenTheProgramCannotBeStarted) {
     EXPECT_FALSE(jobProgress.failed);
 }
 
-TEST(RunHiddenAndWait, ReportsStageAndTextsOverWhatStoodThere) {
-    const UnpackerMachine machine;
-    reportStage(JobStage::Downloading, L"headline", L"Extracting with unrar.exe...");
-
-    RunHiddenAndWait(Recorder(machine, "exit 7"));
-
-    const JobState state = snapshot();
-    EXPECT_EQ(state.stage, JobStage::Extracting);
-    EXPECT_EQ(state.statusLine, L"Extracting package...");
-    EXPECT_EQ(state.detailLine, L"Preparing client files for repair...");
-    EXPECT_FALSE(jobProgress.failed);
-}
-
-TEST(RunHiddenAndWait, PassesTheCommandLineOnToTheLetter) {
-    const UnpackerMachine machine;
-    const std::wstring commandLine =
-        Recorder(machine, "") + L"  x -o\"C:\\a b\\\\\"  'O''Brien' \u00fc\u8aad \"unbalanced ";
-    RunHiddenAndWait(commandLine);
-    EXPECT_EQ(machine.Runs().at(0).commandLine, commandLine);
-}
-
-TEST(RunHiddenAndWait, TakesAPieceOfALongerText) {
-    const UnpackerMachine machine;
-    const std::wstring commandLine = Recorder(machine, "");
-    RunHiddenAndWait(std::wstring_view(commandLine + L" not this").substr(0, commandLine.size()));
-    EXPECT_EQ(machine.Runs().at(0).commandLine, commandLine);
-}
-
-TEST(RunHiddenAndWait, FindsABareNameByThePlatformsSearch) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.SearchFolder() / L"bench_found.exe", "exit 4");
+TEST_F(ProcessRunner, FindsABareNameOnTheSearchPath) {
+    machine_.PutRecorder(machine_.SearchFolder() / L"bench_found.exe", "exit 4");
     DWORD exitCode = kUntouched;
     RunHiddenAndWait(L"bench_found.exe -xf", &exitCode);
     EXPECT_EQ(exitCode, 4u);
-    EXPECT_EQ(machine.Runs().at(0).commandLine, L"bench_found.exe -xf");
+    EXPECT_EQ(machine_.Runs().at(0).commandLine, L"bench_found.exe -xf");
 }
 
-TEST(RunHiddenAndWait, GivesTheToolsOwnFolderAndEnvironment) {
-    const UnpackerMachine machine;
-    const bench::EnvironmentVariable mark(L"BENCH_MARK", L"\u00fcberall");
-    RunHiddenAndWait(Recorder(machine, ""));
-    const ProgramRun run = machine.Runs().at(0);
-    EXPECT_EQ(run.currentFolder, machine.CurrentFolder().native());
-    EXPECT_EQ(run.mark, L"\u00fcberall");
+TEST_F(ProcessRunner, PublishesTheProgramWhileItRunsAndLeavesItNoOpenFile) {
+    const std::filesystem::path path = machine_.Root() / L"open.dat";
+    for (const DWORD exitCode : {9u, 0u}) {
+        SCOPED_TRACE(exitCode);
+        SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+        auto file = AdoptHandle<KernelHandle>(
+            ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, &inheritable, CREATE_ALWAYS, 0, nullptr));
+        ASSERT_TRUE(file);
+        BackgroundRun run(Recorder("hold"));
+        // The program can be up before its handle is published.
+        const HANDLE program = bench::Await(&PublishedChild);
+        const size_t number = exitCode == 9 ? 1 : 2;
+        EXPECT_EQ(::GetProcessId(program), machine_.AwaitRuns(number).back().processId);
+        EXPECT_EQ(snapshot().detailLine, L"Preparing client files for repair...");
+        file.reset();
+        EXPECT_TRUE(AdoptHandle<KernelHandle>(
+            ::CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
+
+        ::TerminateProcess(program, exitCode);
+        run.thread.join();
+
+        EXPECT_EQ(PublishedChild(), nullptr);
+        EXPECT_EQ(run.exitCode, exitCode);
+        EXPECT_EQ(run.result, exitCode == 0);
+    }
 }
 
-TEST(RunHiddenAndWait, AsksForAHiddenStart) {
-    const UnpackerMachine machine;
-    RunHiddenAndWait(Recorder(machine, ""));
-    const ProgramRun run = machine.Runs().at(0);
-    EXPECT_EQ(run.startup, "1");
-    EXPECT_EQ(run.show, "0");
-}
-
-TEST(RunHiddenAndWait, HandsNoOpenFileToTheProgram) {
-    const UnpackerMachine machine;
-    const std::filesystem::path path = machine.Root() / L"open.dat";
-    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
-    auto file = AdoptHandle<KernelHandle>(
-        ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, &inheritable, CREATE_ALWAYS, 0, nullptr));
-    ASSERT_TRUE(file);
-    BackgroundRun run(Recorder(machine, "hold"));
-    machine.AwaitRuns(1);
-
-    file.reset();
-
-    // Had the program a handle too, the file would still be in use.
-    EXPECT_TRUE(AdoptHandle<KernelHandle>(
-        ::CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
-}
-
-TEST(RunHiddenAndWait, PublishesTheProgramWhileItRuns) {
-    const UnpackerMachine machine;
-    BackgroundRun run(Recorder(machine, "hold"));
-    const DWORD processId = machine.AwaitRuns(1).at(0).processId;
-    EXPECT_EQ(::GetProcessId(AwaitPublishedChild()), processId);
-    EXPECT_EQ(snapshot().detailLine, L"Preparing client files for repair...");
-
-    ::TerminateProcess(PublishedChild(), 9);
-    run.thread.join();
-    EXPECT_EQ(PublishedChild(), nullptr);
-    EXPECT_EQ(run.exitCode, 9u);
-    EXPECT_FALSE(run.result);
-}
-
-TEST(RunHiddenAndWait, WithdrawsTheProgramAfterItsEnd) {
-    const UnpackerMachine machine;
-    RunHiddenAndWait(Recorder(machine, "exit 0"));
-    EXPECT_EQ(PublishedChild(), nullptr);
-}
-
-TEST(RunHiddenAndWait, CountsAProgramEndedFromOutsideWith0AsASuccess) {
-    const UnpackerMachine machine;
-    BackgroundRun run(Recorder(machine, "hold"));
-    const DWORD processId = machine.AwaitRuns(1).at(0).processId;
-    const KernelHandle process(::OpenProcess(PROCESS_TERMINATE, FALSE, processId));
-    ::TerminateProcess(process.get(), 0);
-    run.thread.join();
-    EXPECT_TRUE(run.result);
-    EXPECT_EQ(run.exitCode, 0u);
-}
-
-TEST(RunHiddenAndWait, EndsTheProgramWhenItSeesAStopRequest) {
-    const UnpackerMachine machine;
-    BackgroundRun run(Recorder(machine, "hold"));
-    const KernelHandle process = bench::OpenRunningProcess(machine.AwaitRuns(1).at(0).processId);
+TEST_F(ProcessRunner, EndsTheProgramWhenItSeesAStopRequest) {
+    BackgroundRun run(Recorder("hold"));
+    const KernelHandle process = bench::OpenRunningProcess(machine_.AwaitRuns(1).at(0).processId);
 
     jobProgress.cancelRequested = true;
 
     EXPECT_EQ(bench::AwaitExitCode(process), 1u);
     run.thread.join();
     EXPECT_FALSE(run.result);
-    EXPECT_EQ(machine.Runs().at(0).endCode, std::nullopt);
-}
-
-TEST(RunHiddenAndWait, LeavesExitCodeAndPublishedProgramAloneAfterAStopRequest) {
-    const UnpackerMachine machine;
-    BackgroundRun run(Recorder(machine, "hold"));
-    machine.AwaitRuns(1);
-    jobProgress.cancelRequested = true;
-    run.thread.join();
+    EXPECT_EQ(machine_.Runs().at(0).endCode, std::nullopt);
     EXPECT_EQ(run.exitCode, kUntouched);
-    EXPECT_NE(PublishedChild(), nullptr);
     EXPECT_FALSE(jobProgress.failed);
-}
-
-TEST(RunHiddenAndWait, LeavesNoHandleBehindAfterAStopRequest) {
-    const UnpackerMachine machine;
-    BackgroundRun run(Recorder(machine, "hold"));
-    machine.AwaitRuns(1);
-    jobProgress.cancelRequested = true;
-    run.thread.join();
+    // The handle is still published, but closed.
+    EXPECT_NE(PublishedChild(), nullptr);
     DWORD flags = 0;
     EXPECT_FALSE(::GetHandleInformation(PublishedChild(), &flags));
     EXPECT_EQ(::GetLastError(), DWORD{ERROR_INVALID_HANDLE});
 }
 
-decltype(&::WaitForSingleObject) realWait;
-
-// As if no poll ever came in time before the program's end.
-DWORD WINAPI WaitToTheEnd(HANDLE handle, DWORD) {
-    return realWait(handle, 60'000);
+TEST_F(ProcessRunner, PollsEvery250Milliseconds) {
+    const auto wait = Real<decltype(&::WaitForSingleObject)>("WaitForSingleObject");
+    std::vector<DWORD> intervals;
+    const auto hook = bench::HookCall<decltype(&::WaitForSingleObject)>(
+        kKernel32, "WaitForSingleObject", [&](HANDLE handle, DWORD milliseconds) -> DWORD {
+            if (::GetProcessId(handle) == 0) {
+                return wait(handle, milliseconds);
+            }
+            intervals.push_back(milliseconds);
+            // As if the program outlasted three polls, however fast this machine is.
+            return intervals.size() <= 3 ? WAIT_TIMEOUT : wait(handle, kToTheEndMs);
+        });
+    EXPECT_TRUE(RunHiddenAndWait(Recorder("exit 0")));
+    EXPECT_THAT(intervals, ElementsAre(250u, 250u, 250u, 250u));
 }
 
-TEST(RunHiddenAndWait, LetsAProgramEndThatIsQuickerThanTheFirstPoll) {
-    const UnpackerMachine machine;
-    const ImportHook hook(L"kernel32.dll", "WaitForSingleObject",
-                          reinterpret_cast<void*>(&WaitToTheEnd));
-    ASSERT_TRUE(hook.Installed());
-    realWait = hook.Original<decltype(&::WaitForSingleObject)>();
-    jobProgress.cancelRequested = true;
+// A program that ends before the first poll is not ended by a stop; a failing wait counts as the
+// end.
+TEST_F(ProcessRunner, TakesAnyOtherResultOfTheWaitForTheEnd) {
+    for (const DWORD waitResult : {DWORD{WAIT_OBJECT_0}, DWORD{WAIT_FAILED}}) {
+        const auto wait = Real<decltype(&::WaitForSingleObject)>("WaitForSingleObject");
+        const auto hook = bench::HookCall<decltype(&::WaitForSingleObject)>(
+            kKernel32, "WaitForSingleObject", [&](HANDLE handle, DWORD) -> DWORD {
+                wait(handle, kToTheEndMs);
+                return waitResult;
+            });
+        jobProgress.cancelRequested = true;
+        DWORD exitCode = kUntouched;
+        EXPECT_FALSE(RunHiddenAndWait(Recorder("exit 6"), &exitCode));
+        EXPECT_EQ(exitCode, 6u);
+        EXPECT_EQ(PublishedChild(), nullptr);
+    }
+}
 
+TEST_F(ProcessRunner, TakesAnUnknownExitCodeFor1) {
+    const auto hook = bench::HookCall<decltype(&::GetExitCodeProcess)>(
+        kKernel32, "GetExitCodeProcess", [](HANDLE, LPDWORD) -> BOOL { return FALSE; });
     DWORD exitCode = kUntouched;
-    EXPECT_TRUE(RunHiddenAndWait(Recorder(machine, "exit 0"), &exitCode));
-
-    EXPECT_EQ(exitCode, 0u);
-    EXPECT_EQ(PublishedChild(), nullptr);
-}
-
-TEST(RunHiddenAndWait, TellsThatTheWindowEndedTheProgram) {
-    const UnpackerMachine machine;
-    // The window ends the program before a poll sees the request.
-    const ImportHook hook(L"kernel32.dll", "WaitForSingleObject",
-                          reinterpret_cast<void*>(&WaitToTheEnd));
-    ASSERT_TRUE(hook.Installed());
-    realWait = hook.Original<decltype(&::WaitForSingleObject)>();
-    BackgroundRun run(Recorder(machine, "hold"));
-    ASSERT_NE(AwaitPublishedChild(), nullptr);
-
-    requestCancel();
-    run.thread.join();
-
-    EXPECT_FALSE(run.result);
-    EXPECT_EQ(run.exitCode, 1u);
-    EXPECT_EQ(PublishedChild(), nullptr);
-}
-
-BOOL WINAPI FailExitCodeQuery(HANDLE, LPDWORD) {
-    return FALSE;
-}
-
-TEST(RunHiddenAndWait, TakesAnUnknownExitCodeFor1) {
-    const UnpackerMachine machine;
-    const ImportHook hook(L"kernel32.dll", "GetExitCodeProcess",
-                          reinterpret_cast<void*>(&FailExitCodeQuery));
-    ASSERT_TRUE(hook.Installed());
-    DWORD exitCode = kUntouched;
-    EXPECT_FALSE(RunHiddenAndWait(Recorder(machine, "exit 0"), &exitCode));
+    EXPECT_FALSE(RunHiddenAndWait(Recorder("exit 0"), &exitCode));
     EXPECT_EQ(exitCode, 1u);
 }
 
-DWORD WINAPI FailWait(HANDLE handle, DWORD) {
-    realWait(handle, 60'000);
-    return WAIT_FAILED;
+// What CreateProcessW is called with, in its order.
+struct StartArguments {
+    LPCWSTR application;
+    LPWSTR commandLine;
+    LPSECURITY_ATTRIBUTES processAttributes;
+    LPSECURITY_ATTRIBUTES threadAttributes;
+    BOOL inherit;
+    DWORD flags;
+    LPVOID environment;
+    LPCWSTR folder;
+    LPSTARTUPINFOW startup;
+    LPPROCESS_INFORMATION started;
+};
+
+void ExpectAHiddenStartAndNothingElse(const StartArguments& arguments) {
+    EXPECT_EQ(arguments.application, nullptr);
+    EXPECT_EQ(arguments.processAttributes, nullptr);
+    EXPECT_EQ(arguments.threadAttributes, nullptr);
+    EXPECT_FALSE(arguments.inherit);
+    EXPECT_EQ(arguments.flags, 0x08000000u);
+    EXPECT_EQ(arguments.environment, nullptr);
+    EXPECT_EQ(arguments.folder, nullptr);
+    const STARTUPINFOW& startup = *arguments.startup;
+    EXPECT_EQ(startup.cb, sizeof startup);
+    EXPECT_EQ(startup.dwFlags, 1u);
+    EXPECT_EQ(startup.wShowWindow, 0u);
+    for (const void* const pointer : std::initializer_list<const void*>{
+             startup.lpReserved, startup.lpDesktop, startup.lpTitle, startup.lpReserved2,
+             startup.hStdInput, startup.hStdOutput, startup.hStdError}) {
+        EXPECT_EQ(pointer, nullptr);
+    }
+    for (const DWORD number :
+         {startup.dwX, startup.dwY, startup.dwXSize, startup.dwYSize, startup.dwXCountChars,
+          startup.dwYCountChars, startup.dwFillAttribute, DWORD{startup.cbReserved2}}) {
+        EXPECT_EQ(number, 0u);
+    }
 }
 
-TEST(RunHiddenAndWait, TakesAFailingWaitForTheEnd) {
-    const UnpackerMachine machine;
-    const ImportHook hook(L"kernel32.dll", "WaitForSingleObject",
-                          reinterpret_cast<void*>(&FailWait));
-    ASSERT_TRUE(hook.Installed());
-    realWait = hook.Original<decltype(&::WaitForSingleObject)>();
+// Runs programs and notes which handles the system gave for them and which were closed.
+class HandlesOfAProgram : public ProcessRunner {
+protected:
+    bool Run(const std::wstring& commandLine) {
+        opened_.clear();
+        closed_.clear();
+        const auto start = Real<decltype(&::CreateProcessW)>("CreateProcessW");
+        const auto close = Real<decltype(&::CloseHandle)>("CloseHandle");
+        const auto startHook = bench::HookCall<decltype(&::CreateProcessW)>(
+            kKernel32, "CreateProcessW", [&](auto... values) -> BOOL {
+                const StartArguments arguments{values...};
+                ExpectAHiddenStartAndNothingElse(arguments);
+                const BOOL succeeded = start(values...);
+                if (succeeded) {
+                    opened_ = {arguments.started->hThread, arguments.started->hProcess};
+                }
+                return succeeded;
+            });
+        const auto closeHook = bench::HookCall<decltype(&::CloseHandle)>(
+            kKernel32, "CloseHandle", [&](HANDLE handle) -> BOOL {
+                closed_.push_back(handle);
+                return close(handle);
+            });
+        return RunHiddenAndWait(commandLine);
+    }
+
+    std::vector<HANDLE> opened_;
+    std::vector<HANDLE> closed_;
+};
+
+TEST_F(HandlesOfAProgram, AreClosedOnceHoweverItEnds) {
+    EXPECT_TRUE(Run(Recorder("exit 0")));
+    EXPECT_THAT(opened_, SizeIs(2));
+    EXPECT_THAT(closed_, UnorderedElementsAreArray(opened_));
+
+    EXPECT_FALSE(Run(L"no_such_program.exe"));
+    EXPECT_THAT(closed_, SizeIs(0));
+
     jobProgress.cancelRequested = true;
-    DWORD exitCode = kUntouched;
-    EXPECT_FALSE(RunHiddenAndWait(Recorder(machine, "exit 6"), &exitCode));
-    EXPECT_EQ(exitCode, 6u);
+    EXPECT_FALSE(Run(Recorder("hold")));
+    EXPECT_THAT(opened_, SizeIs(2));
+    EXPECT_THAT(closed_, UnorderedElementsAreArray(opened_));
 }
 
 }  // namespace

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// What several tests of unpacking share. The archives are long enough to be recognized, no more:
+// they are for recorders, which do not read them.
+
+namespace bench {
+
+inline constexpr std::string_view kZipStart("PK\x03\x04 and so on");
+inline constexpr std::string_view kRarStart("Rar!\x1a\x07\x01\x00 and so on", 18);
+
+inline constexpr wchar_t kZipFailed[] =
+    L"ZIP extraction failed.\nCheck that the downloaded package is a complete .zip archive and "
+    L"that you have permission to write to the install folder.";
+
+inline std::wstring RarFailed(const std::wstring& nameAndCode) {
+    return L"RAR extraction failed with " + nameAndCode +
+           L".\nCheck that the CDN file is a complete, non-password-protected .rar archive. If it "
+           L"still fails, install 7-Zip or place 7z.exe beside this tool.";
+}
+
+}  // namespace bench
