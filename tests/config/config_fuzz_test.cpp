@@ -13,7 +13,7 @@
 namespace {
 
 constexpr uint32_t kSeed = 20261121;
-constexpr int kTexts = 100'000;
+constexpr int kTexts = 25'000;
 
 // Texts made of what the format finds meaningful, mixed with any bytes at all.
 class ConfigTextGenerator {
@@ -35,28 +35,12 @@ private:
     }
 
     void AppendPiece(std::string& text) {
-        static constexpr std::array<std::string_view, 22> kPieces{"=",
-                                                                  "\\",
-                                                                  "\\\\",
-                                                                  "\\=",
-                                                                  "\\e",
-                                                                  "\\n",
-                                                                  "\\r",
-                                                                  "\\t",
-                                                                  "\n",
-                                                                  "\r\n",
-                                                                  "\r",
-                                                                  " ",
-                                                                  "1",
-                                                                  "true",
-                                                                  "\xEF\xBB\xBF",
-                                                                  "\xC3\xA4",
-                                                                  "\xFF",
-                                                                  "\xED\xA0\x80",
-                                                                  "#",
-                                                                  "format=Quellstone.v1\n",
-                                                                  "http://",
-                                                                  "\xF0\x9F"};
+        // clang-format off
+        static constexpr std::array<std::string_view, 22> kPieces{
+            "=", "\\", "\\\\", "\\=", "\\e", "\\n", "\\r", "\\t", "\n", "\r\n", "\r", " ", "1",
+            "true", "\xEF\xBB\xBF", "\xC3\xA4", "\xFF", "\xED\xA0\x80", "#",
+            "format=Quellstone.v1\n", "http://", "\xF0\x9F"};
+        // clang-format on
         switch (Below(4)) {
             case 0:
                 text += ConfigKeys()[Below(ConfigKeys().size())].name;
@@ -83,7 +67,7 @@ bool AreEqual(const ToolConfig& left, const ToolConfig& right) {
     return true;
 }
 
-TEST(ParseConfigTextFuzz, SurvivesAHundredThousandGeneratedTexts) {
+TEST(ParseConfigTextFuzz, KeepsItsRulesForGeneratedTexts) {
     ConfigTextGenerator generator(kSeed);
     const ToolConfig defaults;
     int changed = 0;
@@ -93,8 +77,8 @@ TEST(ParseConfigTextFuzz, SurvivesAHundredThousandGeneratedTexts) {
         const ToolConfig config = ParseConfigText(text);
         changed += AreEqual(config, defaults) ? 0 : 1;
 
-        // What holds for every text: a further line feed says nothing, a comment neither, a later
-        // line wins, and a mirror is never blank.
+        // For every text: another line feed or comment changes nothing, a later line wins, and a
+        // mirror is never blank.
         ASSERT_TRUE(AreEqual(ParseConfigText(text + "\n"), config) || text.ends_with('\r'));
         ASSERT_TRUE(AreEqual(ParseConfigText("no equals sign\n" + text), config));
         ASSERT_EQ(ParseConfigText(text + "\narchiveUrl=last").archiveUrl, L"last");
@@ -103,29 +87,22 @@ TEST(ParseConfigTextFuzz, SurvivesAHundredThousandGeneratedTexts) {
             ASSERT_NE(mirror.find_first_not_of(L" \t\r\n"), std::wstring::npos);
         }
     }
-    // The generator reaches the fields: otherwise the loop above would test nothing.
+    // Otherwise the generator does not reach the fields.
     EXPECT_GT(changed, kTexts / 4);
 }
 
 TEST(ParseConfigTextFuzz, EscapingAnyTextAndReadingItBackGivesTheSameText) {
     ConfigTextGenerator generator(kSeed + 1);
-    for (int i = 0; i < 20'000; ++i) {
+    for (int i = 0; i < 5'000; ++i) {
         const std::string text = generator.Next();
         std::string escaped;
         for (const char character : text) {
-            switch (character) {
-                case '\\':
-                    escaped += "\\\\";
-                    break;
-                case '\n':
-                    escaped += "\\n";
-                    break;
-                case '\r':
-                    escaped += "\\r";
-                    break;
-                default:
-                    escaped += character;
-                    break;
+            constexpr std::string_view kEscaped = "\\\n\r";
+            const size_t found = kEscaped.find(character);
+            if (found == std::string_view::npos) {
+                escaped += character;
+            } else {
+                escaped += {'\\', "\\nr"[found]};
             }
         }
         ASSERT_EQ(UnescapeConfigValue(escaped), text);

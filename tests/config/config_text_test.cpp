@@ -3,10 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using std::string_view_literals::operator""sv;
 
 TEST(ParseConfigText, TakesKeyAndValueOfEachLine) {
     const ToolConfig config = ParseConfigText(
@@ -17,178 +21,100 @@ TEST(ParseConfigText, TakesKeyAndValueOfEachLine) {
         "showDiscord=1\n");
     EXPECT_EQ(config.downloaderName, L"Karvoth Downloader");
     EXPECT_EQ(config.defaultInstallPath, L"C:\\Games\\Karvoth");
-    EXPECT_THAT(config.archiveMirrorUrls, ElementsAre(L"http://a/", L"http://b/"));
+    EXPECT_THAT(config.archiveMirrorUrls, testing::ElementsAre(L"http://a/", L"http://b/"));
     EXPECT_TRUE(config.showDiscord);
 }
 
-TEST(ParseConfigText, TextThatSetsOnlyTheUrlLeavesKindAndMirrorsAtTheirDefaults) {
-    const ToolConfig config = ParseConfigText("archiveUrl=http://host/a.zip\n");
-    EXPECT_EQ(config.archiveUrl, L"http://host/a.zip");
+TEST(ParseConfigText, KeepsTheDefaultsOfAbsentKeysAndReplacesThoseOfEmptyValues) {
+    const ToolConfig config = ParseConfigText("archiveUrl=u\nrepairToolName=");
+    EXPECT_EQ(config.archiveUrl, L"u");
     EXPECT_EQ(config.archiveType, L"zip");
-    EXPECT_THAT(config.archiveMirrorUrls, IsEmpty());
-}
-
-TEST(ParseConfigText, YieldsTheLastLineWithoutLineFeed) {
-    const ToolConfig config = ParseConfigText("archiveUrl=u\nstartupExe=game.exe");
-    EXPECT_EQ(config.startupExe, L"game.exe");
-}
-
-TEST(ParseConfigText, DropsOneCarriageReturnAtTheEndOfALine) {
-    const ToolConfig config = ParseConfigText("archiveUrl=u\r\nstartupExe=g\r\r\nwebsiteUrl=w\r");
-    EXPECT_EQ(config.archiveUrl, L"u");
-    EXPECT_EQ(config.startupExe, L"g\r");
-    EXPECT_EQ(config.websiteUrl, L"w");
-}
-
-TEST(ParseConfigText, SwitchAtTheEndOfACrLfLineIsReadWithoutTheCarriageReturn) {
-    EXPECT_TRUE(ParseConfigText("multiRepairTool=1\r\n").multiRepairTool);
-}
-
-TEST(ParseConfigText, SkipsEmptyLinesAndLinesWithoutEqualsSign) {
-    const ToolConfig config = ParseConfigText(
-        "\n\r\n# a comment\n; another\narchiveUrl\nstartupExe: x\narchiveUrl=u\n\n");
-    EXPECT_EQ(config.archiveUrl, L"u");
-    EXPECT_EQ(config.startupExe, L"");
-}
-
-TEST(ParseConfigText, StoresACommentedLineWithEqualsSignUnderItsOddKey) {
-    EXPECT_EQ(ParseConfigText("#archiveUrl=u\n;archiveUrl=v").archiveUrl, L"");
-}
-
-TEST(ParseConfigText, SplitsAtTheFirstUnprotectedEqualsSign) {
-    EXPECT_EQ(ParseConfigText("archiveUrl=http://h/?a=b=c").archiveUrl, L"http://h/?a=b=c");
-    EXPECT_EQ(ParseConfigText("archiveUrl==").archiveUrl, L"=");
-}
-
-TEST(ParseConfigText, IgnoresALineWhoseKeyHoldsAProtectedEqualsSign) {
-    const ToolConfig config = ParseConfigText("path\\=x=1\narchiveUrl\\=u=v\n");
-    EXPECT_EQ(config.archiveUrl, L"");
-}
-
-TEST(ParseConfigText, IgnoresALineWhoseOnlyEqualsSignIsProtected) {
-    EXPECT_EQ(ParseConfigText("archiveUrl\\=u").archiveUrl, L"");
-}
-
-TEST(FindConfigSplitPoint, FindsTheFirstEqualsSignThatNoBackslashProtects) {
-    constexpr size_t kNone = std::string_view::npos;
-    const std::pair<std::string_view, size_t> rows[] = {
-        {"a=b", 1},        {"=", 0},        {"a=b=c", 1},         {"", kNone},
-        {"a", kNone},      {"a\\", kNone},  {"\\=", kNone},       {"\\=x=1", 3},
-        {"path\\=x=1", 7}, {"\\\\=x", 2},   {"\\\\\\=x=1", 5},    {"\\x=1", 2},
-        {"\\\\\\\\=", 4},  {"\\a\\==x", 4}, {"x\\\\\\=y", kNone},
-    };
-    for (const auto& [line, split] : rows) {
-        EXPECT_EQ(FindConfigSplitPoint(line), split) << line;
-    }
-}
-
-TEST(ParseConfigText, NeitherTrimsNorFoldsKeys) {
-    const ToolConfig config = ParseConfigText(
-        "archiveUrl =a\n archiveUrl=b\nARCHIVEURL=c\narchiveurl=d\n\tarchiveUrl=e\n");
-    EXPECT_EQ(config.archiveUrl, L"");
-}
-
-TEST(ParseConfigText, KeepsBlanksOfAValue) {
-    EXPECT_EQ(ParseConfigText("welcomeBody=  a\t ").welcomeBody, L"  a\t ");
-}
-
-TEST(ParseConfigText, TakesTheLastOfSeveralLinesWithOneKey) {
-    EXPECT_EQ(ParseConfigText("archiveUrl=first\narchiveUrl=second").archiveUrl, L"second");
-    EXPECT_EQ(ParseConfigText("archiveUrl=first\narchiveUrl=").archiveUrl, L"");
-    EXPECT_FALSE(ParseConfigText("showLogo=1\nshowLogo=0").showLogo);
-}
-
-TEST(ParseConfigText, EmptyTextReplacesItsDefault) {
-    const ToolConfig config = ParseConfigText("downloaderName=\nrepairToolName=\nstartupExe=");
-    EXPECT_EQ(config.downloaderName, L"");
-    EXPECT_EQ(config.repairToolName, L"");
-    EXPECT_EQ(config.startupExe, L"");
-}
-
-TEST(ParseConfigText, AbsentKeysKeepTheirDefaults) {
-    const ToolConfig config = ParseConfigText("archiveUrl=u");
     EXPECT_EQ(config.downloaderName, L"Karvoth Downloader");
+    EXPECT_EQ(config.repairToolName, L"");
     EXPECT_TRUE(config.cleanupArchive);
     EXPECT_FALSE(config.multiRepairTool);
 }
 
+// The values of archiveUrl and startupExe, empty by default, after a text.
+TEST(ParseConfigText, SplitsLinesKeysAndValues) {
+    const struct {
+        std::string_view text;
+        std::wstring_view archiveUrl;
+        std::wstring_view startupExe;
+    } cases[] = {
+        // Ends of lines: LF, one CR before it, none.
+        {"archiveUrl=u\nstartupExe=game.exe", L"u", L"game.exe"},
+        {"archiveUrl=u\r\nstartupExe=g\r\r\n", L"u", L"g\r"},
+        {"archiveUrl=u\r", L"u", L""},
+        {"archiveUrl=a\\r\r\n", L"a\r", L""},
+        // No line of a value.
+        {"\n\r\n# a comment\n; another\narchiveUrl\nstartupExe: x\narchiveUrl=u\n\n", L"u", L""},
+        {"#archiveUrl=u\n;startupExe=v", L"", L""},
+        {"format=Something.v9\nnoSuchKey=1\narchiveUrl=u", L"u", L""},
+        // The first equals sign that no backslash protects.
+        {"archiveUrl=http://h/?a=b=c", L"http://h/?a=b=c", L""},
+        {"archiveUrl==", L"=", L""},
+        {"path\\=x=1\narchiveUrl\\=u=v\nstartupExe\\=x", L"", L""},
+        // Keys are neither trimmed nor folded, values not trimmed.
+        {"archiveUrl =a\n archiveUrl=b\nARCHIVEURL=c\narchiveurl=d\n\tarchiveUrl=e\n", L"", L""},
+        {"archiveUrl=  a\t ", L"  a\t ", L""},
+        // The last line wins.
+        {"archiveUrl=first\nstartupExe=first\narchiveUrl=second\nstartupExe=", L"second", L""},
+        // A byte order mark is part of the first key.
+        {"\xEF\xBB\xBF"
+         "archiveUrl=a\nstartupExe=b",
+         L"", L"b"},
+        {"\xEF\xBB\xBF"
+         "format=x\narchiveUrl=a",
+         L"a", L""},
+        // Escapes and UTF-8.
+        {"archiveUrl=a\\nb\nstartupExe=x\\qy", L"a\nb", L"x\\qy"},
+        {"archiveUrl=a\\eb\\tc\\rd\\\\e", L"a=b\tc\rd\\e", L""},
+        {"archiveUrl=\xC3\x84\xE4\xB8\xAD\xF0\x9F\x98\x80", L"\u00C4\u4E2D\U0001F600", L""},
+        {"archiveUrl=a\xFFz", L"a\uFFFDz", L""},
+        {"archiveUrl=a\0b\nstartupExe=x"sv, std::wstring_view(L"a\0b", 3), L"x"},
+    };
+    for (const auto& [text, archiveUrl, startupExe] : cases) {
+        const ToolConfig config = ParseConfigText(text);
+        EXPECT_EQ(config.archiveUrl, archiveUrl) << text;
+        EXPECT_EQ(config.startupExe, startupExe) << text;
+    }
+}
+
 TEST(ParseConfigText, ReadsASwitchAsTrueForExactlyThreeSpellings) {
     const std::pair<const char*, bool> cases[] = {
-        {"1", true},    {"true", true}, {"TRUE", true},    {"True", false},
-        {"yes", false}, {" 1", false},  {"1 ", false},     {"", false},
-        {"0", false},   {"11", false},  {"tRUE", false},   {"on", false},
-        {"\\1", false}, {"1\\", false}, {"true\t", false}, {"\\true", false}};
+        {"1", true},       {"true", true},   {"TRUE", true}, {"1\r\n", true}, {"True", false},
+        {"yes", false},    {" 1", false},    {"1 ", false},  {"", false},     {"0", false},
+        {"11", false},     {"tRUE", false},  {"on", false},  {"\\1", false},  {"1\\", false},
+        {"true\t", false}, {"\\true", false}};
     for (const auto& [value, expected] : cases) {
-        const std::string line = std::string("cleanupArchive=") + value;
-        EXPECT_EQ(ParseConfigText(line).cleanupArchive, expected) << value;
-        // A switch whose default is off shows the same.
+        SCOPED_TRACE(value);
+        // One whose default is on and one whose default is off.
+        EXPECT_EQ(ParseConfigText(std::string("cleanupArchive=") + value).cleanupArchive, expected);
         EXPECT_EQ(ParseConfigText(std::string("multiRepairTool=") + value).multiRepairTool,
-                  expected)
+                  expected);
+    }
+}
+
+TEST(ParseConfigText, UnescapesMirrorsBeforeSplittingThem) {
+    const std::pair<const char*, std::vector<std::wstring>> cases[] = {
+        {"  u1 \\n\\n u2\\r", {L"u1", L"u2"}},
+        {"a\\r\\nb\\tc\\n\\t \\r\\n", {L"a", L"b\tc"}},
+        // An escaped backslash before "n" is a backslash and the letter, no separator.
+        {"a\\\\nb", {L"a\\nb"}},
+        {"x?a\\eb", {L"x?a=b"}},
+        {"", {}},
+        {" \\n \\r\\n", {}},
+        {"a\narchiveMirrorUrls=", {}},
+    };
+    for (const auto& [value, mirrors] : cases) {
+        EXPECT_EQ(ParseConfigText(std::string("archiveMirrorUrls=") + value).archiveMirrorUrls,
+                  mirrors)
             << value;
     }
 }
 
-TEST(ParseConfigText, ResolvesTheEscapePairsOfTexts) {
-    EXPECT_EQ(ParseConfigText("welcomeBody=a\\nb").welcomeBody, L"a\nb");
-    EXPECT_EQ(ParseConfigText("welcomeBody=x\\qy").welcomeBody, L"x\\qy");
-    EXPECT_EQ(ParseConfigText("welcomeBody=a\\eb\\tc\\rd\\\\e").welcomeBody, L"a=b\tc\rd\\e");
-}
-
-TEST(ParseConfigText, EscapedCarriageReturnAtTheEndOfALineStays) {
-    EXPECT_EQ(ParseConfigText("welcomeBody=a\\r\r\n").welcomeBody, L"a\r");
-}
-
-TEST(ParseConfigText, UnescapesMirrorsBeforeSplittingThem) {
-    EXPECT_THAT(ParseConfigText("archiveMirrorUrls=  u1 \\n\\n u2\\r").archiveMirrorUrls,
-                ElementsAre(L"u1", L"u2"));
-    EXPECT_THAT(ParseConfigText("archiveMirrorUrls=a\\r\\nb\\tc\\n\\t \\r\\n").archiveMirrorUrls,
-                ElementsAre(L"a", L"b\tc"));
-    // An escaped backslash before "n" is a backslash and the letter, no separator.
-    EXPECT_THAT(ParseConfigText("archiveMirrorUrls=a\\\\nb").archiveMirrorUrls,
-                ElementsAre(L"a\\nb"));
-    EXPECT_THAT(ParseConfigText("archiveMirrorUrls=x?a\\eb").archiveMirrorUrls,
-                ElementsAre(L"x?a=b"));
-}
-
-TEST(ParseConfigText, EmptyMirrorValueGivesAnEmptyList) {
-    EXPECT_THAT(ParseConfigText("archiveMirrorUrls=").archiveMirrorUrls, IsEmpty());
-    EXPECT_THAT(ParseConfigText("archiveMirrorUrls= \\n \\r\\n").archiveMirrorUrls, IsEmpty());
-    EXPECT_THAT(ParseConfigText("archiveMirrorUrls=a\narchiveMirrorUrls=").archiveMirrorUrls,
-                IsEmpty());
-}
-
-TEST(ParseConfigText, IgnoresUnknownKeysAndNeverExaminesTheFormatLine) {
-    const ToolConfig other = ParseConfigText("format=Something.v9\nnoSuchKey=1\narchiveUrl=u");
-    EXPECT_EQ(other.archiveUrl, L"u");
-    EXPECT_EQ(ParseConfigText("archiveUrl=u\n").archiveUrl, L"u");
-}
-
-TEST(ParseConfigText, ByteOrderMarkStaysPartOfTheFirstKey) {
-    EXPECT_EQ(ParseConfigText("\xEF\xBB\xBF"
-                              "archiveUrl=a\nstartupExe=b")
-                  .archiveUrl,
-              L"");
-    EXPECT_EQ(ParseConfigText("\xEF\xBB\xBF"
-                              "format=x\narchiveUrl=a")
-                  .archiveUrl,
-              L"a");
-}
-
-TEST(ParseConfigText, ConvertsValuesFromUtf8) {
-    EXPECT_EQ(ParseConfigText("shortcutName=\xC3\x84\xE4\xB8\xAD\xF0\x9F\x98\x80").shortcutName,
-              L"\u00C4\u4E2D\U0001F600");
-}
-
-TEST(ParseConfigText, TurnsBadUtf8IntoReplacementCharacters) {
-    EXPECT_EQ(ParseConfigText("shortcutName=a\xFFz").shortcutName, L"a\uFFFDz");
-}
-
-TEST(ParseConfigText, KeepsZeroBytesInsideAValue) {
-    EXPECT_EQ(ParseConfigText(std::string_view("shortcutName=a\0b\nstartupExe=x", 29)).shortcutName,
-              std::wstring(L"a\0b", 3));
-}
-
-TEST(ParseConfigText, KnowsNoLimitOfLengthOrCount) {
+TEST(ParseConfigText, HasNoLimitOfLengthOrCount) {
     std::string text = "welcomeBody=" + std::string(5'000'000, 'w') + "\n";
     for (int i = 0; i < 20'000; ++i) {
         text += "key" + std::to_string(i) + "=v\n";
@@ -197,6 +123,19 @@ TEST(ParseConfigText, KnowsNoLimitOfLengthOrCount) {
     const ToolConfig config = ParseConfigText(text);
     EXPECT_EQ(config.welcomeBody.size(), 5'000'000u);
     EXPECT_EQ(config.archiveUrl, L"u");
+}
+
+TEST(FindConfigSplitPoint, FindsTheFirstEqualsSignThatNoBackslashProtects) {
+    constexpr size_t kNone = std::string_view::npos;
+    const std::pair<std::string_view, size_t> cases[] = {
+        {"a=b", 1},        {"=", 0},        {"a=b=c", 1},         {"", kNone},
+        {"a", kNone},      {"a\\", kNone},  {"\\=", kNone},       {"\\=x=1", 3},
+        {"path\\=x=1", 7}, {"\\\\=x", 2},   {"\\\\\\=x=1", 5},    {"\\x=1", 2},
+        {"\\\\\\\\=", 4},  {"\\a\\==x", 4}, {"x\\\\\\=y", kNone},
+    };
+    for (const auto& [line, split] : cases) {
+        EXPECT_EQ(FindConfigSplitPoint(line), split) << line;
+    }
 }
 
 TEST(UnescapeConfigValue, ResolvesPairsFromLeftToRight) {
