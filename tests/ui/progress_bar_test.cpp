@@ -4,94 +4,51 @@
 
 namespace {
 
-JobState AtStage(JobStage stage) {
-    JobState state;
-    state.stage = stage;
-    return state;
-}
-
-TEST(ProgressPercent, StagesThatCountNothingAreEmptyOrFull) {
-    const std::pair<JobStage, double> rows[] = {
-        {JobStage::Idle, 0.0},
-        {JobStage::Downloading, 0.0},
-        {JobStage::VerifyingPackage, 100.0},
-        {JobStage::Extracting, 100.0},
-        {JobStage::Finishing, 0.0},
-        {JobStage::Done, 100.0},
-        {JobStage::Failed, 0.0},
-        {static_cast<JobStage>(9), 0.0},
+TEST(ProgressPercent, DependsOnTheStageAndItsOwnCounter) {
+    const struct {
+        JobStage stage;
+        uint64_t bytesReceived;
+        uint64_t bytesTotal;
+        uint64_t filesDone;
+        uint64_t filesTotal;
+        double percent;
+    } rows[] = {
+        {JobStage::Idle, 5, 5, 5, 5, 0.0},
+        {JobStage::Downloading, 1, 3, 5, 5, 100.0 / 3.0},
+        {JobStage::Downloading, 0, 3, 5, 5, 0.0},
+        {JobStage::Downloading, 3, 3, 0, 0, 100.0},
+        {JobStage::Downloading, 11, 10, 0, 0, 100.0},
+        {JobStage::Downloading, 1'000'000, 0, 5, 5, 0.0},  // The total is unknown.
+        {JobStage::Downloading, UINT64_MAX / 4, UINT64_MAX, 0, 0, 25.0},
+        {JobStage::VerifyingPackage, 0, 0, 0, 0, 100.0},
+        {JobStage::Extracting, 0, 0, 0, 0, 100.0},
+        {JobStage::Finishing, 10, 10, 2, 8, 25.0},
+        {JobStage::Finishing, 10, 10, 0, 8, 0.0},
+        {JobStage::Finishing, 10, 10, 5, 4, 100.0},
+        {JobStage::Finishing, 10, 10, 5, 0, 0.0},
+        {JobStage::Done, 0, 0, 0, 0, 100.0},
+        {JobStage::Failed, 5, 5, 5, 5, 0.0},
+        {static_cast<JobStage>(9), 5, 5, 5, 5, 0.0},
     };
-    for (const auto& [stage, percent] : rows) {
-        EXPECT_EQ(ProgressPercent(AtStage(stage)), percent) << static_cast<int>(stage);
+    for (const auto& row : rows) {
+        JobState state;
+        state.stage = row.stage;
+        state.bytesReceived = row.bytesReceived;
+        state.bytesTotal = row.bytesTotal;
+        state.filesDone = row.filesDone;
+        state.filesTotal = row.filesTotal;
+        EXPECT_DOUBLE_EQ(ProgressPercent(state), row.percent) << &row - rows;
     }
 }
 
-TEST(ProgressPercent, DownloadCountsBytes) {
-    JobState state = AtStage(JobStage::Downloading);
-    state.bytesTotal = 3;
-    state.bytesReceived = 1;
-    EXPECT_DOUBLE_EQ(ProgressPercent(state), 100.0 / 3.0);
-    state.bytesReceived = 3;
-    EXPECT_EQ(ProgressPercent(state), 100.0);
-}
-
-TEST(ProgressPercent, UnknownTotalIsNoProgress) {
-    JobState state = AtStage(JobStage::Downloading);
-    state.bytesReceived = 1'000'000;
-    EXPECT_EQ(ProgressPercent(state), 0.0);
-}
-
-TEST(ProgressPercent, MoreThanAnnouncedIsFullNeverMore) {
-    JobState state = AtStage(JobStage::Downloading);
-    state.bytesTotal = 10;
-    state.bytesReceived = 11;
-    EXPECT_EQ(ProgressPercent(state), 100.0);
-}
-
-TEST(ProgressPercent, FinishingCountsFilesAndDownloadedBytesNoMore) {
-    JobState state = AtStage(JobStage::Finishing);
-    state.bytesTotal = 10;
-    state.bytesReceived = 10;
-    state.filesTotal = 8;
-    state.filesDone = 2;
-    EXPECT_EQ(ProgressPercent(state), 25.0);
-}
-
-TEST(ProgressPercent, FailureEmptiesTheBarWhateverWasCounted) {
-    JobState state = AtStage(JobStage::Failed);
-    state.bytesTotal = state.bytesReceived = state.filesTotal = state.filesDone = 5;
-    EXPECT_EQ(ProgressPercent(state), 0.0);
-}
-
-TEST(ProgressPercent, FinishingWithoutFilesIsNoProgressAndMoreThanCountedIsFull) {
-    JobState state = AtStage(JobStage::Finishing);
-    state.filesDone = 5;
-    EXPECT_EQ(ProgressPercent(state), 0.0);
-    state.filesTotal = 4;
-    EXPECT_EQ(ProgressPercent(state), 100.0);
-}
-
-TEST(ProgressPercent, KeepsItsPrecisionForHugePackages) {
-    JobState state = AtStage(JobStage::Downloading);
-    state.bytesTotal = UINT64_MAX;
-    state.bytesReceived = UINT64_MAX / 4;
-    EXPECT_DOUBLE_EQ(ProgressPercent(state), 25.0);
-}
-
-TEST(ProgressFillWidth, LeavesAPixelEmptyThatIsNotFull) {
-    const struct {
-        double percent;
-        int fillPx;
-    } rows[] = {
+TEST(ProgressFillWidth, IsTruncatedToWholePixels) {
+    const std::pair<double, int> rows[] = {
         {0.0, 0},    {0.15, 0},   {0.16, 1},   {33.0, 207},   {33.3, 209},
         {50.0, 315}, {99.0, 623}, {99.8, 628}, {99.999, 629}, {100.0, 630},
     };
-    for (const auto& [percent, fillPx] : rows) {
-        EXPECT_EQ(ProgressFillWidth(percent, 630), fillPx) << percent;
+    for (const auto& [percent, widthPx] : rows) {
+        EXPECT_EQ(ProgressFillWidth(percent, 630), widthPx) << percent;
     }
-}
-
-TEST(ProgressFillWidth, FillsABarWithoutWidthWithNothing) {
     EXPECT_EQ(ProgressFillWidth(100.0, 0), 0);
 }
 

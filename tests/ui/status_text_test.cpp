@@ -4,7 +4,7 @@
 
 namespace {
 
-// Counters that would show if a stage mistook them for its own.
+// Every counter is set: one that the stage does not show must not appear.
 JobState AtStage(JobStage stage, const wchar_t* statusLine) {
     JobState state;
     state.stage = stage;
@@ -18,52 +18,62 @@ JobState AtStage(JobStage stage, const wchar_t* statusLine) {
     return state;
 }
 
-TEST(StatusText, IsTheHeadlineInTheStagesThatCountNothing) {
-    for (const JobStage stage : {JobStage::Idle, JobStage::VerifyingPackage, JobStage::Extracting,
-                                 JobStage::Done, JobStage::Failed, static_cast<JobStage>(9)}) {
-        EXPECT_EQ(StatusText(AtStage(stage, L"Working...")), L"Working...")
-            << static_cast<int>(stage);
+TEST(StatusText, IsTheHeadlineWithTheStagesCounter) {
+    const struct {
+        JobStage stage;
+        const wchar_t* headline;
+        const wchar_t* text;
+    } rows[] = {
+        {JobStage::Idle, L"Working...", L"Working..."},
+        {JobStage::Downloading, L"Downloading...", L"Downloading...  1.5 KB/s"},
+        {JobStage::VerifyingPackage, L"Working...", L"Working..."},
+        {JobStage::Extracting, L"Working...", L"Working..."},
+        {JobStage::Finishing, L"Verifying...", L"Verifying...  7/12 files"},
+        {JobStage::Done, L"Working...", L"Working..."},
+        {JobStage::Failed, L"Working...", L"Working..."},
+        {static_cast<JobStage>(9), L"Working...", L"Working..."},
+        // An empty headline, not a blank one.
+        {JobStage::Idle, L"", L"Ready."},
+        {JobStage::Failed, L"", L"Ready."},
+        {JobStage::Idle, L" ", L" "},
+        {JobStage::Downloading, L"", L"Ready.  1.5 KB/s"},
+        {JobStage::Finishing, L"", L"Ready.  7/12 files"},
+    };
+    for (const auto& [stage, headline, text] : rows) {
+        EXPECT_EQ(StatusText(AtStage(stage, headline)), text) << static_cast<int>(stage);
+    }
+    EXPECT_EQ(StatusText(JobState{}), L"Ready.");
+}
+
+TEST(StatusText, ShowsTheSpeed) {
+    JobState state = AtStage(JobStage::Downloading, L"Downloading...");
+    const std::pair<double, const wchar_t*> rows[] = {
+        {0.0, L"Downloading...  0 MB/s"},
+        {1023.0, L"Downloading...  1023 B/s"},
+        {1536.0, L"Downloading...  1.5 KB/s"},
+    };
+    for (const auto& [bytesPerSecond, text] : rows) {
+        state.bytesPerSecond = bytesPerSecond;
+        EXPECT_EQ(StatusText(state), text);
     }
 }
 
-TEST(StatusText, SaysReadyForAnEmptyHeadline) {
-    EXPECT_EQ(StatusText(AtStage(JobStage::Idle, L"")), L"Ready.");
-    EXPECT_EQ(StatusText(AtStage(JobStage::Failed, L"")), L"Ready.");
-    EXPECT_EQ(StatusText(JobState{}), L"Ready.");
-    EXPECT_EQ(StatusText(AtStage(JobStage::Idle, L" ")), L" ");
-}
-
-TEST(StatusText, AddsTheSpeedWhileThePackageComesIn) {
-    JobState state = AtStage(JobStage::Downloading, L"Downloading...");
-    EXPECT_EQ(StatusText(state), L"Downloading...  1.5 KB/s");
-    state.bytesPerSecond = 0.0;
-    EXPECT_EQ(StatusText(state), L"Downloading...  0 MB/s");
-    state.bytesPerSecond = 1023.0;
-    EXPECT_EQ(StatusText(state), L"Downloading...  1023 B/s");
-    state.statusLine.clear();
-    EXPECT_EQ(StatusText(state), L"Ready.  1023 B/s");
-}
-
-TEST(StatusText, AddsTheCountOfFilesWhileTheClientIsWorkedOn) {
+TEST(StatusText, CountsTheFilesInFullUnlessThereAreNone) {
     JobState state = AtStage(JobStage::Finishing, L"Verifying...");
-    EXPECT_EQ(StatusText(state), L"Verifying...  7/12 files");
-    state.filesDone = 0;
-    EXPECT_EQ(StatusText(state), L"Verifying...  0/12 files");
-    state.statusLine.clear();
-    EXPECT_EQ(StatusText(state), L"Ready.  0/12 files");
-}
-
-TEST(StatusText, CountsNoFilesWhenThereAreNone) {
-    JobState state = AtStage(JobStage::Finishing, L"Finishing...");
-    state.filesTotal = 0;
-    EXPECT_EQ(StatusText(state), L"Finishing...");
-}
-
-TEST(StatusText, WritesLargeCountsInFull) {
-    JobState state = AtStage(JobStage::Finishing, L"Verifying...");
-    state.filesDone = 4'294'967'297;
-    state.filesTotal = UINT64_MAX;
-    EXPECT_EQ(StatusText(state), L"Verifying...  4294967297/18446744073709551615 files");
+    const struct {
+        uint64_t done;
+        uint64_t total;
+        const wchar_t* text;
+    } rows[] = {
+        {0, 12, L"Verifying...  0/12 files"},
+        {7, 0, L"Verifying..."},
+        {4'294'967'297, UINT64_MAX, L"Verifying...  4294967297/18446744073709551615 files"},
+    };
+    for (const auto& [done, total, text] : rows) {
+        state.filesDone = done;
+        state.filesTotal = total;
+        EXPECT_EQ(StatusText(state), text);
+    }
 }
 
 }  // namespace
