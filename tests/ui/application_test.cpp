@@ -13,10 +13,11 @@
 #include "ui/controls_api.h"
 #include "ui/window_state.h"
 
-// The program's life around its window: what is set up, in which order, and how it is undone.
+// Set-up and teardown around the window, in order.
 
 namespace {
 
+using namespace bench;
 using testing::ElementsAre;
 
 constexpr wchar_t kKernel32[] = L"kernel32.dll";
@@ -61,28 +62,28 @@ protected:
     bool hadPicturesAtTheEnd_ = true;
 };
 
-// Tells `note` of each call, then makes it.
+// Calls `note` before the function itself, with the same arguments.
 template <class Function, class Note>
 auto HookBefore(const wchar_t* dllName, const char* functionName, Note note) {
-    return bench::HookCall<Function>(
+    return HookCall<Function>(
         dllName, functionName,
-        [note, real = bench::RealFunction<Function>(dllName, functionName)](auto... arguments) {
+        [note, real = RealFunction<Function>(dllName, functionName)](auto... arguments) {
             note(arguments...);
             return real(arguments...);
         });
 }
 
 int Application::Run() {
-    const auto dlls = bench::HookCall<decltype(&::SetDefaultDllDirectories)>(
+    const auto dlls = HookCall<decltype(&::SetDefaultDllDirectories)>(
         kKernel32, "SetDefaultDllDirectories", [this](DWORD flags) {
             steps_.emplace_back("dlls");
             dllDirectories_ = flags;
             return TRUE;
         });
     using Find = decltype(&::GetProcAddress);
-    const auto find = bench::RealFunction<Find>(kKernel32, "GetProcAddress");
-    const auto dpi = bench::HookCall<Find>(
-        kKernel32, "GetProcAddress", [&](HMODULE module, LPCSTR name) -> FARPROC {
+    const auto find = RealFunction<Find>(kKernel32, "GetProcAddress");
+    const auto dpi =
+        HookCall<Find>(kKernel32, "GetProcAddress", [&](HMODULE module, LPCSTR name) -> FARPROC {
             return std::string_view(name) == "SetProcessDpiAwarenessContext" ? setDpiAwareness_
                                                                              : find(module, name);
         });
@@ -131,7 +132,7 @@ TEST_F(Application, SetsUpTheProcessInOrderAndUndoesIt) {
 }
 
 // Windows 10 before version 1703.
-TEST_F(Application, GoesOnWhereWindowsKnowsNoDpiAwarenessContexts) {
+TEST_F(Application, DoesWithoutDpiAwarenessContexts) {
     setDpiAwareness_ = nullptr;
     EXPECT_EQ(Run(), 0);
     EXPECT_THAT(steps_, ElementsAre("dlls", "controls", "com", "gdi+", "window", "messages",
@@ -139,26 +140,26 @@ TEST_F(Application, GoesOnWhereWindowsKnowsNoDpiAwarenessContexts) {
 }
 
 TEST_F(Application, ReturnsTheExitCodeThatTheLoopEndedWith) {
-    const auto messages = bench::HookCall<decltype(&::GetMessageW)>(kUser32, "GetMessageW",
-                                                                    [](MSG* message, auto...) {
-                                                                        ::DestroyWindow(mainWindow);
-                                                                        message->wParam = 7;
-                                                                        return FALSE;
-                                                                    });
+    const auto messages =
+        HookCall<decltype(&::GetMessageW)>(kUser32, "GetMessageW", [](MSG* message, auto...) {
+            ::DestroyWindow(mainWindow);
+            message->wParam = 7;
+            return FALSE;
+        });
     EXPECT_EQ(RunApplication(::GetModuleHandleW(nullptr), SW_HIDE), 7);
 }
 
-// No message would ever come.
-TEST_F(Application, EndsAtOnceWithoutAWindow) {
-    const auto window = bench::HookCall<decltype(&::CreateWindowExW)>(
+// No message would ever end the loop.
+TEST_F(Application, ReturnsAtOnceWithoutAWindow) {
+    const auto window = HookCall<decltype(&::CreateWindowExW)>(
         kUser32, "CreateWindowExW", [](auto...) -> HWND { return nullptr; });
     bool waited = false;
-    const auto messages = bench::HookCall<decltype(&::GetMessageW)>(kUser32, "GetMessageW",
-                                                                    [&](MSG* message, auto...) {
-                                                                        waited = true;
-                                                                        message->wParam = 7;
-                                                                        return FALSE;
-                                                                    });
+    const auto messages =
+        HookCall<decltype(&::GetMessageW)>(kUser32, "GetMessageW", [&](MSG* message, auto...) {
+            waited = true;
+            message->wParam = 7;
+            return FALSE;
+        });
     EXPECT_EQ(RunApplication(::GetModuleHandleW(nullptr), SW_SHOW), 0);
     EXPECT_FALSE(waited);
 }

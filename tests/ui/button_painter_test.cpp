@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "ui/canvas.h"
 
 namespace {
+
+using namespace bench;
 
 constexpr Argb kBehind = 0xFF203040;
 constexpr Argb kGreenish = 0xFF33CC99;
@@ -93,48 +96,25 @@ std::string Describe(const ButtonPicture& button) {
 
 class ButtonPainter : public PaintingTest {};
 
-TEST_F(ButtonPainter, FillsEachButtonInEachState) {
-    for (const ButtonPicture& button : AllPictures()) {
-        const Pixels pixels = Paint(button);
-        const Argb fill = ExpectedColors(button).fill;
-        EXPECT_EQ(pixels.Value(43, 33), fill) << Describe(button);
-        EXPECT_EQ(pixels.Value(336, 33), fill) << Describe(button);
-        EXPECT_EQ(pixels.Value(43, 70), fill) << Describe(button);
-        EXPECT_EQ(pixels.Value(190, 52), fill) << Describe(button);
-        EXPECT_EQ(pixels.Value(336, 70), fill) << Describe(button);
-    }
-}
-
-TEST_F(ButtonPainter, OutlinesEachButtonInEachState) {
-    for (const ButtonPicture& button : AllPictures()) {
-        const Pixels pixels = Paint(button);
-        const Argb border = ExpectedColors(button).border;
-        // One pixel inside the right and bottom edges.
-        EXPECT_EQ(pixels.Value(40, 52), border) << Describe(button);
-        EXPECT_EQ(pixels.Value(339, 52), border) << Describe(button);
-        EXPECT_EQ(pixels.Value(190, 30), border) << Describe(button);
-        EXPECT_EQ(pixels.Value(190, 73), border) << Describe(button);
-        EXPECT_NE(pixels.Value(340, 52), border) << Describe(button);
-        EXPECT_NE(pixels.Value(190, 74), border) << Describe(button);
-    }
-}
-
-TEST_F(ButtonPainter, WritesEachTextInItsColor) {
+TEST_F(ButtonPainter, PaintsEachButtonInEachState) {
+    const Pixels behind = Canvas(400, 100, kBehind).Read();
     for (ButtonPicture& button : AllPictures()) {
-        const Pixels without = Paint(button);
-        button.text = L"IIHH||__";
-        const Argb color = StrongestColor(without, Paint(button));
-        EXPECT_LE(ColorDistance(color, ExpectedColors(button).text), 3)
-            << Describe(button) << ' ' << std::hex << color;
-    }
-}
+        SCOPED_TRACE(Describe(button));
+        const Colors expected = ExpectedColors(button);
+        const Pixels blank = Paint(button);
+        ExpectColor(blank, expected.fill, {{43, 33}, {336, 33}, {43, 70}, {190, 52}, {336, 70}});
+        // The border is one pixel inside the right and bottom edges.
+        ExpectColor(blank, expected.border, {{40, 52}, {339, 52}, {190, 30}, {190, 73}});
+        EXPECT_NE(blank.Value(340, 52), expected.border);
+        EXPECT_NE(blank.Value(190, 74), expected.border);
 
-TEST_F(ButtonPainter, StaysInsideItsBoxButForHalfThePen) {
-    for (ButtonPicture& button : AllPictures()) {
-        button.text = L"Repair game on Asia Download Server and on every other one there is";
-        const auto painted = DifferingArea(Canvas(400, 100, kBehind).Read(), Paint(button));
+        button.text = L"IIHH||__ Repair game on Asia Download Server and on every other one";
+        const Pixels written = Paint(button);
+        const Argb color = StrongestColor(blank, written);
+        EXPECT_LE(ColorDistance(color, expected.text), 3) << std::hex << color;
+        const auto painted = DifferingArea(behind, written);
         ASSERT_TRUE(painted.has_value());
-        EXPECT_TRUE(Contains({39, 29, 302, 46}, *painted)) << Describe(button);
+        EXPECT_TRUE(Contains({39, 29, 302, 46}, *painted)) << "half the pen around its box";
     }
 }
 
@@ -160,28 +140,21 @@ Box InkOf(ButtonPicture button, const Box& box = kButtonBox) {
     return ink.value_or(Box{});
 }
 
-TEST_F(ButtonPainter, CentersTheTextBothWays) {
-    for (const int id : {4001, 4002, 4003, 4005, 4007, 4009}) {
-        const Box ink = InkOf({.id = static_cast<ButtonId>(id), .text = L"HHHHHH"});
-        EXPECT_NEAR(CenterX(ink), 190, 2) << id;
-        EXPECT_NEAR(CenterY(ink), 52, 3) << id;
-    }
-}
-
-TEST_F(ButtonPainter, WritesTheCloseMarkLarger) {
-    const Box closeMark = InkOf({.id = ButtonId::CloseMark, .text = L"xH"});
-    const Box minimize = InkOf({.id = ButtonId::Minimize, .text = L"xH"});
-    EXPECT_NEAR(static_cast<double>(closeMark.height) / minimize.height, 22.0 / 14.0, 0.2);
+TEST_F(ButtonPainter, WritesOneCenteredLineLargerForTheCloseMark) {
+    const std::wstring words = L"HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH";
+    const int usualHeight = InkOf({.id = ButtonId::RunPatcher, .text = L"HHHHHH"}).height;
     for (int id = 4001; id <= 4012; ++id) {
-        if (id != 4008) {
-            EXPECT_EQ(InkOf({.id = static_cast<ButtonId>(id), .text = L"xH"}).height,
-                      minimize.height)
-                << id;
-        }
+        SCOPED_TRACE(id);
+        const auto buttonId = static_cast<ButtonId>(id);
+        const Box ink = InkOf({.id = buttonId, .text = L"HHHHHH"});
+        EXPECT_NEAR(CenterX(ink), IsChoice(id) ? 68 + 135 : 190, 2);
+        EXPECT_NEAR(CenterY(ink), 52, 3);
+        EXPECT_NEAR(static_cast<double>(ink.height) / usualHeight, id == 4008 ? 22.0 / 14.0 : 1.0,
+                    id == 4008 ? 0.2 : 0.0);
+        EXPECT_NEAR(InkOf({.id = buttonId, .text = words}).height, ink.height, 2);
     }
 }
 
-// Every text fits the button that it stands on, so none of it is cut off.
 TEST_F(ButtonPainter, HasRoomForEveryText) {
     std::vector<std::pair<ButtonSpec, std::wstring>> texts;
     for (const ButtonSpec& spec : Buttons()) {
@@ -189,6 +162,7 @@ TEST_F(ButtonPainter, HasRoomForEveryText) {
     }
     texts.emplace_back(*FindButton(4003), L"Game Shortcut Created");
     for (const auto& [spec, text] : texts) {
+        SCOPED_TRACE(testing::PrintToString(text));
         for (const auto& place : {spec.place, spec.placeWithServers}) {
             if (!place) {
                 continue;
@@ -197,20 +171,10 @@ TEST_F(ButtonPainter, HasRoomForEveryText) {
             const Box ink = InkOf({.id = spec.id, .text = text}, box);
             // The same text where there is plenty of room.
             const Box ample = InkOf({.id = spec.id, .text = text}, {0, 0, 399, 99});
-            EXPECT_NEAR(ink.width, ample.width, 1) << testing::PrintToString(text);
-            EXPECT_EQ(ink.height, ample.height) << testing::PrintToString(text);
-            EXPECT_TRUE(Contains(box, ink)) << testing::PrintToString(text);
+            EXPECT_NEAR(ink.width, ample.width, 1);
+            EXPECT_EQ(ink.height, ample.height);
+            EXPECT_TRUE(Contains(box, ink));
         }
-    }
-}
-
-TEST_F(ButtonPainter, KeepsATextTooLongOnOneLine) {
-    const std::wstring words = L"HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH HHHH";
-    for (int id = 4001; id <= 4012; ++id) {
-        const auto buttonId = static_cast<ButtonId>(id);
-        EXPECT_NEAR(InkOf({.id = buttonId, .text = words}).height,
-                    InkOf({.id = buttonId, .text = L"HHHH"}).height, 2)
-            << id;
     }
 }
 
@@ -219,6 +183,7 @@ TEST_F(ButtonPainter, KeepsATextTooLongOnOneLine) {
 constexpr Box kServerBox{40, 30, 300, 34};
 constexpr Box kSquare{40 + kCheckSquareX, 39, 16, 16};
 constexpr Box kInsideSquare = Shrunk(kSquare, 2);
+constexpr Argb kMark = 0xFF0A0A0C;
 
 ButtonPicture Server(bool selected, bool disabled = false) {
     return {.id = ButtonId::SecondServer,
@@ -230,56 +195,40 @@ ButtonPicture Server(bool selected, bool disabled = false) {
 
 TEST_F(ButtonPainter, MarksTheSelectedServer) {
     for (const bool disabled : {false, true}) {
-        const Pixels pixels = Paint(Server(true, disabled), kServerBox);
-        const int markPixels = pixels.Count(kInsideSquare, 0xFF0A0A0C);
+        const Pixels selected = Paint(Server(true, disabled), kServerBox);
+        EXPECT_GT(selected.Count(kInsideSquare, kGreenish), 72);
+        ExpectColor(selected, kGreenish, {{kSquare.x, 47}, {40, 47}});
+        // A tick, all of it inside the square: down to the right, then a longer way up.
+        ExpectColor(selected, kMark,
+                    {{kSquare.x + 5, 49}, {kSquare.x + 7, 51}, {kSquare.x + 10, 47}});
+        const int markPixels = selected.Count(kInsideSquare, kMark);
         EXPECT_GT(markPixels, 15);
         EXPECT_LT(markPixels, 72);
-        EXPECT_GT(pixels.Count(kInsideSquare, kGreenish), 72);
-        EXPECT_EQ(pixels.Value(kSquare.x, 47), kGreenish);
-        EXPECT_EQ(pixels.Value(40, 47), kGreenish);
-    }
-}
+        EXPECT_EQ(selected.Count(kServerBox, kMark), markPixels);
 
-TEST_F(ButtonPainter, LeavesTheOtherServersSquareEmpty) {
-    for (const bool disabled : {false, true}) {
-        const Pixels pixels = Paint(Server(false, disabled), kServerBox);
-        EXPECT_EQ(pixels.Count(kInsideSquare, 0xFF0B0C0F), 12 * 12);
-        EXPECT_EQ(pixels.Value(kSquare.x, 47), 0xFF5C5766);
-        EXPECT_EQ(pixels.Value(kSquare.x + 16, 47), 0xFF5C5766);
-        EXPECT_EQ(pixels.Value(kSquare.x + 8, 39), 0xFF5C5766);
-        EXPECT_EQ(pixels.Value(kSquare.x + 8, 55), 0xFF5C5766);
+        const Pixels other = Paint(Server(false, disabled), kServerBox);
+        EXPECT_EQ(other.Count(kInsideSquare, 0xFF0B0C0F), 12 * 12);
+        ExpectColor(
+            other, 0xFF5C5766,
+            {{kSquare.x, 47}, {kSquare.x + 16, 47}, {kSquare.x + 8, 39}, {kSquare.x + 8, 55}});
     }
-}
-
-// The mark is a tick: down to the right, then a longer way up to the right.
-TEST_F(ButtonPainter, DrawsTheMarkAsTwoLinesInsideTheSquare) {
-    const Pixels pixels = Paint(Server(true), kServerBox);
-    const Argb mark = 0xFF0A0A0C;
-    EXPECT_EQ(pixels.Value(kSquare.x + 5, 39 + 10), mark);
-    EXPECT_EQ(pixels.Value(kSquare.x + 7, 39 + 12), mark);
-    EXPECT_EQ(pixels.Value(kSquare.x + 10, 39 + 8), mark);
-    EXPECT_EQ(pixels.Count(kServerBox, mark), pixels.Count(kInsideSquare, mark));
 }
 
 TEST_F(ButtonPainter, KeepsAServersTextAwayFromItsSquare) {
     for (const wchar_t* text : {L"Repair game on Asia Download Server",
                                 L"HHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHHH"}) {
-        for (const bool selected : {false, true}) {
-            ButtonPicture button = Server(selected);
-            button.text = text;
-            const Box ink = InkOf(button, kServerBox);
-            EXPECT_GT(ink.x, kSquare.x + kSquare.width + 1);
-            EXPECT_LT(ink.x + ink.width, 40 + 300 - 1);
-        }
+        ButtonPicture button = Server(true);
+        button.text = text;
+        const Box ink = InkOf(button, kServerBox);
+        EXPECT_GT(ink.x, kSquare.x + kSquare.width + 1);
+        EXPECT_LT(ink.x + ink.width, 40 + 300 - 1);
     }
 }
 
 TEST_F(ButtonPainter, CentersTheSquareFromTopToBottom) {
     const Pixels pixels = Paint(Server(true), {40, 30, 300, 60});
-    EXPECT_EQ(pixels.Value(kSquare.x + 1, 52), kGreenish);
-    EXPECT_EQ(pixels.Value(kSquare.x + 1, 68), kGreenish);
-    EXPECT_EQ(pixels.Value(kSquare.x + 1, 49), 0xFF18191E);
-    EXPECT_EQ(pixels.Value(kSquare.x + 1, 71), 0xFF18191E);
+    ExpectColor(pixels, kGreenish, {{kSquare.x + 1, 52}, {kSquare.x + 1, 68}});
+    ExpectColor(pixels, 0xFF18191E, {{kSquare.x + 1, 49}, {kSquare.x + 1, 71}});
 }
 
 TEST_F(ButtonPainter, DoesNothingWithoutGraphics) {

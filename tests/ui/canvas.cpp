@@ -1,32 +1,13 @@
 #include "ui/canvas.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 
 #include "ui/drawing.h"
 
 using namespace Gdiplus::DllExports;
 
-namespace {
-
-constexpr int kColorBits[] = {16, 8, 0};
-
-int Part(Argb color, int bits) {
-    return static_cast<int>(color >> bits & 0xFF);
-}
-
-Box WholeOf(const Pixels& pixels) {
-    return {0, 0, pixels.width, pixels.height};
-}
-
-}  // namespace
-
-std::string Pixels::At(int x, int y) const {
-    char text[9];
-    std::snprintf(text, sizeof text, "%08X", static_cast<unsigned>(Value(x, y)));
-    return text;
-}
+namespace bench {
 
 int Pixels::Count(const Box& area, Argb color) const {
     int count = 0;
@@ -62,13 +43,44 @@ Pixels Canvas::Read() const {
     return pixels;
 }
 
-std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other, const Box& area) {
-    int left = area.x + area.width;
-    int top = area.y + area.height;
-    int right = area.x;
-    int bottom = area.y;
-    for (int y = area.y; y < area.y + area.height; ++y) {
-        for (int x = area.x; x < area.x + area.width; ++x) {
+MemoryDevice::MemoryDevice(int width, int height)
+    : width_(width), height_(height), dc_(::CreateCompatibleDC(nullptr)) {
+    BITMAPINFO info{};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = width;
+    info.bmiHeader.biHeight = -height;  // Top-down.
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 32;
+    info.bmiHeader.biCompression = BI_RGB;
+    void* bits = nullptr;
+    bitmap_ = ::CreateDIBSection(dc_, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+    former_ = ::SelectObject(dc_, bitmap_);
+    bits_ = static_cast<const Argb*>(bits);
+}
+
+MemoryDevice::~MemoryDevice() {
+    ::SelectObject(dc_, former_);
+    ::DeleteObject(bitmap_);
+    ::DeleteDC(dc_);
+}
+
+Pixels MemoryDevice::Read() const {
+    ::GdiFlush();
+    Pixels pixels{width_, height_, {}};
+    for (int index = 0; index < width_ * height_; ++index) {
+        pixels.values.push_back(bits_[index] | 0xFF000000);
+    }
+    return pixels;
+}
+
+std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other, std::optional<Box> area) {
+    const Box within = area.value_or(Box{0, 0, one.width, one.height});
+    int left = within.x + within.width;
+    int top = within.y + within.height;
+    int right = within.x;
+    int bottom = within.y;
+    for (int y = within.y; y < within.y + within.height; ++y) {
+        for (int x = within.x; x < within.x + within.width; ++x) {
             if (one.Value(x, y) != other.Value(x, y)) {
                 left = std::min(left, x);
                 top = std::min(top, y);
@@ -81,10 +93,6 @@ std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other, const B
         return std::nullopt;
     }
     return Box{left, top, right - left, bottom - top};
-}
-
-std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other) {
-    return DifferingArea(one, other, WholeOf(one));
 }
 
 bool Contains(const Box& outer, const Box& inner) {
@@ -108,8 +116,20 @@ Argb StrongestColor(const Pixels& without, const Pixels& with) {
 
 int ColorDistance(Argb one, Argb other) {
     int distance = 0;
-    for (const int bits : kColorBits) {
-        distance = std::max(distance, std::abs(Part(one, bits) - Part(other, bits)));
+    for (const int bits : {16, 8, 0}) {
+        distance = std::max(distance, std::abs(static_cast<int>(one >> bits & 0xFF) -
+                                               static_cast<int>(other >> bits & 0xFF)));
     }
     return distance;
 }
+
+void ExpectColor(const Pixels& pixels, Argb color, std::initializer_list<Point> points,
+                 int tolerance) {
+    for (const auto& [x, y] : points) {
+        const Argb found = pixels.Value(x, y);
+        EXPECT_TRUE(found >> 24 == color >> 24 && ColorDistance(found, color) <= tolerance)
+            << x << ',' << y << ": " << std::hex << found << " instead of " << color;
+    }
+}
+
+}  // namespace bench

@@ -2,21 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <optional>
-#include <string>
 #include <vector>
 
+#include "common/windows_api.h"
 #include "ui/gdiplus_objects.h"
 #include "ui/layout.h"
 #include "ui/palette.h"
 
-// Tests that paint: GDI+ runs as long as one of them does.
+// Bitmaps to paint on, and what tests ask about their pixels.
+
+namespace bench {
+
+// Keeps GDI+ running during the test.
 class PaintingTest : public testing::Test {
 private:
     GdiplusSession gdiplus_;
 };
 
-// Pixels as they were read from a bitmap.
 struct Pixels {
     int width = 0;
     int height = 0;
@@ -26,15 +30,13 @@ struct Pixels {
         return values.at(static_cast<size_t>(y) * static_cast<size_t>(width) +
                          static_cast<size_t>(x));
     }
-    // As eight hexadecimal digits, alpha first, for readable failures.
-    [[nodiscard]] std::string At(int x, int y) const;
     // How many pixels of `area` have this color.
     [[nodiscard]] int Count(const Box& area, Argb color) const;
 
     bool operator==(const Pixels&) const = default;
 };
 
-// A bitmap to paint on, filled with a color at first.
+// A GDI+ bitmap, filled with a color at first.
 class Canvas {
 public:
     Canvas(int width, int height, Argb color);
@@ -57,10 +59,32 @@ private:
     OwnedGraphics graphics_;
 };
 
-// The smallest box around all pixels inside `area` that differ; none when there is no difference.
-std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other, const Box& area);
-// In the whole picture.
-std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other);
+// A GDI device context with a bitmap, black at first.
+class MemoryDevice {
+public:
+    MemoryDevice(int width, int height);
+    ~MemoryDevice();
+    MemoryDevice(const MemoryDevice&) = delete;
+    MemoryDevice& operator=(const MemoryDevice&) = delete;
+
+    [[nodiscard]] HDC Dc() const {
+        return dc_;
+    }
+    // Opaque: GDI has no alpha.
+    [[nodiscard]] Pixels Read() const;
+
+private:
+    int width_;
+    int height_;
+    HDC dc_;
+    HBITMAP bitmap_ = nullptr;
+    HGDIOBJ former_ = nullptr;
+    const Argb* bits_ = nullptr;
+};
+
+// The smallest box around all pixels that differ, inside `area` or anywhere. Empty when none does.
+std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other,
+                                 std::optional<Box> area = std::nullopt);
 
 bool Contains(const Box& outer, const Box& inner);
 
@@ -71,9 +95,15 @@ constexpr int CenterY(const Box& box) {
     return box.y + box.height / 2;
 }
 
-// The color of a text: among the pixels that painting the text has changed, the one that changed
-// most. Smooth glyphs mix with what lies behind them, their strokes' middles hardly.
+// A text's color: that of the pixel which the text changed most. Smoothing mixes the others with
+// the background.
 Argb StrongestColor(const Pixels& without, const Pixels& with);
 
 // The largest difference between two colors in any of red, green and blue.
 int ColorDistance(Argb one, Argb other);
+
+// Checks the color at each point, up to `tolerance` in each of red, green and blue.
+void ExpectColor(const Pixels& pixels, Argb color, std::initializer_list<Point> points,
+                 int tolerance = 0);
+
+}  // namespace bench

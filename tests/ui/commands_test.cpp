@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
-
 #include "job/job_thread.h"
 #include "package/package_source.h"
 #include "system/known_folder.h"
@@ -14,17 +12,12 @@
 
 namespace {
 
+using namespace bench;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr wchar_t kPrimaryUrl[] = L"none://primary.example/client.zip";
 constexpr wchar_t kSecondUrl[] = L"none://second.example/client.zip";
-
-std::wstring TextOf(HWND window) {
-    std::array<wchar_t, 200> text{};
-    ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
-    return text.data();
-}
 
 class Commands : public WindowTest {
 protected:
@@ -36,28 +29,27 @@ protected:
     static std::filesystem::path Link() {
         return KnownFolder(FOLDERID_Desktop) / L"Test Karvoth.lnk";
     }
-
-    ShellRecorder shell_;
 };
 
-TEST_F(Commands, RepairStartsARepairFromTheConfiguredAddress) {
-    const OpenWindow window;
-    primaryServerChosen = false;  // Of no meaning with one server.
-    window.Press(4001);
-    EXPECT_TRUE(JobThreadExists());
-    EXPECT_EQ(snapshot().kind, JobKind::Repair);
-    EXPECT_EQ(selectedPackageUrl, kPrimaryUrl);
-}
-
-TEST_F(Commands, RepairTakesTheChosenServer) {
-    for (const bool primary : {true, false}) {
-        const OpenWindow window({.config = TwoServers()});
+TEST_F(Commands, RepairTakesTheChosenServerIfThereAreSeveral) {
+    const struct {
+        ToolConfig config;
+        bool primary;
+        const wchar_t* url;
+    } rows[] = {
+        {FullConfig(), false, kPrimaryUrl},
+        {TwoServers(), true, kPrimaryUrl},
+        {TwoServers(), false, kSecondUrl},
+    };
+    for (const auto& [config, primary, url] : rows) {
+        const OpenWindow window({.config = config});
         window.Press(primary ? 4011 : 4012);
         EXPECT_EQ(primaryServerChosen, primary);
         EXPECT_FALSE(JobThreadExists());
         window.Press(4001);
-        EXPECT_EQ(selectedPackageUrl, primary ? kPrimaryUrl : kSecondUrl);
+        EXPECT_TRUE(JobThreadExists());
         EXPECT_EQ(snapshot().kind, JobKind::Repair);
+        EXPECT_EQ(selectedPackageUrl, url);
         JoinJobThread();
     }
 }
@@ -100,38 +92,32 @@ private:
     int erasures_ = 0;
 };
 
-TEST_F(Commands, ChoosingAServerErasesBothServerButtonsBeforeTheyAreRedrawn) {
+TEST_F(Commands, ChoosingAServerRedrawsBothServerButtonsWithErasingAndNothingElse) {
     const OpenWindow window({.config = TwoServers()});
     for (const int id : {4012, 4011}) {
-        window.TakePaint();
-        const EraseCounter primary(window.Button(4011));
-        const EraseCounter second(window.Button(4012));
-        window.Press(id);
-        window.TakePaint();
-        EXPECT_EQ(primary.Erasures(), 1) << id;
-        EXPECT_EQ(second.Erasures(), 1) << id;
-    }
-}
-
-TEST_F(Commands, ChoosingAServerRedrawsBothServerButtonsAndNothingElse) {
-    const OpenWindow window({.config = TwoServers()});
-    for (const int id : {4012, 4011}) {
+        SCOPED_TRACE(id);
         window.TakePaint();
         ::ValidateRect(window.Button(4011), nullptr);
         ::ValidateRect(window.Button(4012), nullptr);
+        const EraseCounter primary(window.Button(4011));
+        const EraseCounter second(window.Button(4012));
         window.Press(id);
         for (int other = 4001; other <= 4012; ++other) {
             const bool isServer = other == 4011 || other == 4012;
             EXPECT_EQ(::GetUpdateRect(window.Button(other), nullptr, FALSE) != FALSE, isServer)
                 << other;
         }
-        EXPECT_FALSE(::GetUpdateRect(window.Handle(), nullptr, FALSE));
+        EXPECT_FALSE(window.TakePaint());
+        EXPECT_EQ(primary.Erasures(), 1);
+        EXPECT_EQ(second.Erasures(), 1);
     }
 }
 
+// Always from the primary server, whichever is chosen.
 TEST_F(Commands, ReinstallAsksWithNoAsTheDefault) {
-    const OpenWindow window;
-    for (const int answer : {IDNO, IDCANCEL}) {
+    const OpenWindow window({.config = TwoServers()});
+    window.Press(4012);
+    for (const int answer : {IDNO, IDCANCEL, IDYES}) {
         const Player player(answer);
         window.Press(4002);
         ASSERT_EQ(player.Boxes().size(), 1U);
@@ -142,16 +128,8 @@ TEST_F(Commands, ReinstallAsksWithNoAsTheDefault) {
         EXPECT_EQ(player.Boxes()[0].caption, L"Confirm Reinstall");
         EXPECT_EQ(player.Boxes()[0].style,
                   static_cast<UINT>(MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2));
-        EXPECT_FALSE(JobThreadExists());
+        EXPECT_EQ(JobThreadExists(), answer == IDYES);
     }
-}
-
-TEST_F(Commands, ReinstallStartsOnYesFromThePrimaryServerAlways) {
-    const OpenWindow window({.config = TwoServers()});
-    window.Press(4012);
-    const Player player(IDYES);
-    window.Press(4002);
-    EXPECT_TRUE(JobThreadExists());
     EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
     EXPECT_EQ(selectedPackageUrl, kPrimaryUrl);
 }
@@ -165,7 +143,7 @@ TEST_F(Commands, ASecondClickStartsNoSecondJob) {
     EXPECT_EQ(selectedPackageUrl, L"");
 }
 
-TEST_F(Commands, CreateShortcutTellsBelowTheBarAndOnTheButton) {
+TEST_F(Commands, CreateShortcutShowsItsSuccessBelowTheBarAndOnTheButton) {
     const OpenWindow window;
     reportStage(JobStage::Extracting, L"Working...", L"before");
     const Player player(IDOK);
@@ -175,13 +153,13 @@ TEST_F(Commands, CreateShortcutTellsBelowTheBarAndOnTheButton) {
     EXPECT_EQ(snapshot().detailLine, L"Game desktop shortcut created.");
     EXPECT_EQ(snapshot().statusLine, L"Working...");
     EXPECT_EQ(snapshot().stage, JobStage::Extracting);
-    EXPECT_EQ(TextOf(window.Button(4003)), L"Game Shortcut Created");
+    EXPECT_EQ(WindowText(window.Button(4003)), L"Game Shortcut Created");
     EXPECT_THAT(window.DisabledButtons(), ElementsAre(4003));
     EXPECT_TRUE(window.TakePaint());
     EXPECT_THAT(player.Boxes(), IsEmpty());
 }
 
-TEST_F(Commands, CreateShortcutTellsAFailureInABox) {
+TEST_F(Commands, CreateShortcutShowsAFailureInABox) {
     const OpenWindow window;
     std::filesystem::remove(client_.Path() / L"client.exe");
     const Player player(IDOK);
@@ -195,7 +173,7 @@ TEST_F(Commands, CreateShortcutTellsAFailureInABox) {
     EXPECT_EQ(player.Boxes()[0].caption, L"Create Game Shortcut");
     EXPECT_EQ(player.Boxes()[0].style, static_cast<UINT>(MB_OK | MB_ICONWARNING));
     EXPECT_EQ(snapshot().detailLine, L"");
-    EXPECT_EQ(TextOf(window.Button(4003)), L"Create Game Shortcut");
+    EXPECT_EQ(WindowText(window.Button(4003)), L"Create Game Shortcut");
     EXPECT_THAT(window.DisabledButtons(), IsEmpty());
 }
 
@@ -207,13 +185,20 @@ TEST_F(Commands, RunPatcherStartsTheStartupProgram) {
     EXPECT_FALSE(windowState.launchDone);
 }
 
-TEST_F(Commands, TheLinksOpenTheirAddresses) {
+TEST_F(Commands, TheLinksOpenTheirAddressesIfTheyHaveOne) {
     const OpenWindow window;
     window.Press(4005);
     window.Press(4006);
-    ASSERT_EQ(shell_.Calls().size(), 2U);
+    // A double click counts like a click.
+    ::SendMessageW(window.Handle(), WM_COMMAND, MAKEWPARAM(4005, BN_DBLCLK), 0);
+    toolConfig.websiteUrl.clear();
+    toolConfig.discordUrl.clear();
+    window.Press(4005);
+    window.Press(4006);
+    ASSERT_EQ(shell_.Calls().size(), 3U);
     EXPECT_EQ(shell_.Calls()[0].file, L"https://www.karvoth.example/");
     EXPECT_EQ(shell_.Calls()[1].file, L"https://community.karvoth.example/");
+    EXPECT_EQ(shell_.Calls()[2].file, L"https://www.karvoth.example/");
     for (const ShellRecorder::Call& call : shell_.Calls()) {
         EXPECT_EQ(call.owner, window.Handle());
         EXPECT_EQ(call.verb, L"open");
@@ -221,15 +206,6 @@ TEST_F(Commands, TheLinksOpenTheirAddresses) {
         EXPECT_FALSE(call.hasFolder);
         EXPECT_EQ(call.show, SW_SHOWNORMAL);
     }
-}
-
-TEST_F(Commands, LinksWithoutAnAddressOpenNothing) {
-    const OpenWindow window;
-    toolConfig.websiteUrl.clear();
-    toolConfig.discordUrl.clear();
-    window.Press(4005);
-    window.Press(4006);
-    EXPECT_THAT(shell_.Calls(), IsEmpty());
 }
 
 TEST_F(Commands, RetryMakesTheWindowReadyAgain) {
@@ -240,6 +216,8 @@ TEST_F(Commands, RetryMakesTheWindowReadyAgain) {
     window.Press(4009);
     EXPECT_THAT(window.ShownButtons(), testing::Not(testing::Contains(4009)));
     EXPECT_EQ(snapshot().statusLine, L"Ready.");
+    window.Press(4001);
+    EXPECT_TRUE(JobThreadExists());
 }
 
 TEST_F(Commands, BothCloseButtonsAskAndClose) {
@@ -263,12 +241,6 @@ TEST_F(Commands, MinimizeMinimizes) {
     EXPECT_FALSE(::IsIconic(window.Handle()));
     window.Press(4007);
     EXPECT_TRUE(::IsIconic(window.Handle()));
-}
-
-TEST_F(Commands, ADoubleClickCountsLikeAClick) {
-    const OpenWindow window;
-    ::SendMessageW(window.Handle(), WM_COMMAND, MAKEWPARAM(4005, BN_DBLCLK), 0);
-    EXPECT_EQ(shell_.Calls().size(), 1U);
 }
 
 TEST_F(Commands, OtherIdsDoNothing) {

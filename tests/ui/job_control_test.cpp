@@ -15,6 +15,7 @@
 
 namespace {
 
+using namespace bench;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -22,28 +23,27 @@ const std::vector<int> kReadyButtons{4001, 4002, 4003, 4004, 4005, 4006, 4007, 4
 const std::vector<int> kFailureButtons{4005, 4006, 4007, 4008, 4009, 4010};
 const std::vector<int> kJobButtons{4001, 4002, 4011, 4012};
 
-class JobControl : public WindowTest {
-protected:
-    ShellRecorder shell_;
-};
+class JobControl : public WindowTest {};
 
-TEST_F(JobControl, StartingDisablesTheJobButtonsAndRepaints) {
+TEST_F(JobControl, StartingClearsTheMarksDisablesTheJobButtonsAndRepaints) {
     const OpenWindow window;
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
     EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+    windowState.shortcutOffered = windowState.launchDone = true;
     window.TakePaint();
     beginJob(window.Handle(), JobKind::Repair, L"none://x");
     EXPECT_TRUE(JobThreadExists());
     EXPECT_EQ(window.DisabledButtons(), kJobButtons);
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
+    EXPECT_FALSE(windowState.shortcutOffered || windowState.launchDone);
     EXPECT_TRUE(window.TakePaint());
 }
 
 TEST_F(JobControl, StartingDisablesTheButtonsOfAPreparedJobBeforeItsThreadExists) {
     const OpenWindow window;
     int calls = 0;
-    const auto hook = bench::HookCall<decltype(&::EnableWindow)>(
-        L"user32.dll", "EnableWindow", [&](HWND, BOOL) -> BOOL {
+    const auto hook =
+        HookCall<decltype(&::EnableWindow)>(L"user32.dll", "EnableWindow", [&](HWND, BOOL) -> BOOL {
             ++calls;
             EXPECT_FALSE(JobThreadExists());
             EXPECT_TRUE(jobProgress.running);
@@ -53,14 +53,6 @@ TEST_F(JobControl, StartingDisablesTheButtonsOfAPreparedJobBeforeItsThreadExists
     beginJob(window.Handle(), JobKind::Repair, L" none://x ");
     EXPECT_EQ(calls, 4);
     EXPECT_TRUE(JobThreadExists());
-}
-
-TEST_F(JobControl, StartingClearsBothMarks) {
-    const OpenWindow window;
-    windowState.shortcutOffered = windowState.launchDone = true;
-    beginJob(window.Handle(), JobKind::Repair, L"none://x");
-    EXPECT_FALSE(windowState.shortcutOffered);
-    EXPECT_FALSE(windowState.launchDone);
 }
 
 TEST_F(JobControl, StartingIsRefusedWithoutTraceWhileAJobExists) {
@@ -81,35 +73,22 @@ TEST_F(JobControl, StartingIsRefusedWithoutTraceWhileAJobExists) {
     }
 }
 
-TEST_F(JobControl, ATickWithoutAJobRepaintsNothing) {
+TEST_F(JobControl, ATickRepaintsWhileAJobExistsOrIsMarkedAsRunning) {
     const OpenWindow window;
     window.TakePaint();
-    for (int count = 0; count < 5; ++count) {
+    const auto repaintsAtATick = [&] {
         window.Tick();
-        EXPECT_FALSE(window.TakePaint());
-    }
-}
-
-TEST_F(JobControl, ATickDuringAJobRepaintsAndCollectsNothing) {
-    const OpenWindow window;
-    const RunningJob job;
-    window.TakePaint();
-    for (int count = 0; count < 3; ++count) {
-        window.Tick();
-        EXPECT_TRUE(window.TakePaint());
-        EXPECT_TRUE(JobThreadExists());
-    }
-}
-
-TEST_F(JobControl, ATickRepaintsWhileTheRecordIsMarkedAsRunning) {
-    const OpenWindow window;
-    window.TakePaint();
+        return window.TakePaint();
+    };
+    EXPECT_FALSE(repaintsAtATick());
     jobProgress.running = true;
-    window.Tick();
-    EXPECT_TRUE(window.TakePaint());
+    EXPECT_TRUE(repaintsAtATick());
     jobProgress.running = false;
-    window.Tick();
-    EXPECT_FALSE(window.TakePaint());
+    EXPECT_FALSE(repaintsAtATick());
+    const RunningJob job;
+    EXPECT_TRUE(repaintsAtATick());
+    EXPECT_TRUE(repaintsAtATick());
+    EXPECT_TRUE(JobThreadExists());
 }
 
 TEST_F(JobControl, ATickCollectsAFailedJobAndOffersRetry) {
@@ -164,8 +143,7 @@ TEST_F(JobControl, RetryBringsTheReadyWindowBackBeforeAnyTick) {
     window.TakePaint();
     PrepareRetry(window.Handle());
     EXPECT_FALSE(JobThreadExists());
-    EXPECT_FALSE(windowState.shortcutOffered);
-    EXPECT_FALSE(windowState.launchDone);
+    EXPECT_FALSE(windowState.shortcutOffered || windowState.launchDone);
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
     EXPECT_THAT(window.DisabledButtons(), IsEmpty());
     EXPECT_TRUE(window.TakePaint());
@@ -174,16 +152,6 @@ TEST_F(JobControl, RetryBringsTheReadyWindowBackBeforeAnyTick) {
     EXPECT_EQ(snapshot().stage, JobStage::Idle);
     EXPECT_EQ(selectedPackageUrl, L"");
     EXPECT_FALSE(jobProgress.failed || jobProgress.finished || jobProgress.running);
-}
-
-TEST_F(JobControl, RetryAfterACollectedFailureAllowsTheNextJob) {
-    const OpenWindow window;
-    LeaveEndedJob(JobKind::Repair, false);
-    window.Tick();
-    PrepareRetry(window.Handle());
-    EXPECT_EQ(window.ShownButtons(), kReadyButtons);
-    beginJob(window.Handle(), JobKind::Reinstall, L"none://x");
-    EXPECT_TRUE(JobThreadExists());
 }
 
 TEST_F(JobControl, RetryLeavesARunningJobAlone) {
@@ -199,51 +167,41 @@ TEST_F(JobControl, RetryLeavesARunningJobAlone) {
     EXPECT_FALSE(window.TakePaint());
 }
 
-TEST_F(JobControl, StoppingEndsALeftOverJobWithoutAQuestion) {
+TEST_F(JobControl, StoppingEndsAJobWithoutAQuestion) {
+    StopJob();
+    EXPECT_FALSE(jobProgress.cancelRequested) << "there is none";
     const RunningJob job;
     StopJob();
     EXPECT_TRUE(job.WasStopped());
     EXPECT_FALSE(JobThreadExists());
 }
 
-TEST_F(JobControl, StoppingWithoutAJobDoesNothing) {
-    StopJob();
-    EXPECT_FALSE(jobProgress.cancelRequested);
-}
-
-TEST_F(JobControl, ClosingAlwaysAsksWithNoAsTheDefault) {
+TEST_F(JobControl, ClosingAlwaysAsksAndOnlyYesCloses) {
     const OpenWindow window;
-    const Player player(IDNO);
-    CloseAfterQuestion(window.Handle());
-    ASSERT_EQ(player.Boxes().size(), 1U);
-    EXPECT_EQ(player.Boxes()[0].owner, window.Handle());
-    EXPECT_EQ(player.Boxes()[0].text,
-              L"Are you sure you want to close?\n\nAny current repair or reinstall will be "
-              L"stopped.");
-    EXPECT_EQ(player.Boxes()[0].caption, L"Close Repair Tool");
-    EXPECT_EQ(player.Boxes()[0].style,
-              static_cast<UINT>(MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2));
-    EXPECT_TRUE(::IsWindow(window.Handle()));
-}
-
-TEST_F(JobControl, AnythingButYesLeavesWindowAndJobAlone) {
-    const OpenWindow window;
-    const RunningJob job;
-    for (const int answer : {IDNO, IDCANCEL, 0}) {
+    const auto close = [&](int answer) {
         const Player player(answer);
         CloseAfterQuestion(window.Handle());
-        EXPECT_TRUE(::IsWindow(window.Handle())) << answer;
+        ASSERT_EQ(player.Boxes().size(), 1U);
+        EXPECT_EQ(player.Boxes()[0].owner, window.Handle());
+        EXPECT_EQ(player.Boxes()[0].text,
+                  L"Are you sure you want to close?\n\nAny current repair or reinstall will be "
+                  L"stopped.");
+        EXPECT_EQ(player.Boxes()[0].caption, L"Close Repair Tool");
+        EXPECT_EQ(player.Boxes()[0].style,
+                  static_cast<UINT>(MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2));
+        EXPECT_EQ(::IsWindow(window.Handle()) != FALSE, answer != IDYES) << answer;
         EXPECT_FALSE(jobProgress.cancelRequested) << answer;
-        EXPECT_TRUE(jobProgress.running) << answer;
+    };
+    {
+        const RunningJob job;
+        for (const int answer : {IDNO, IDCANCEL, 0}) {
+            close(answer);
+            EXPECT_TRUE(jobProgress.running);
+        }
     }
-}
-
-TEST_F(JobControl, YesClosesAnIdleWindow) {
-    const OpenWindow window;
-    const Player player(IDYES);
-    CloseAfterQuestion(window.Handle());
-    EXPECT_FALSE(::IsWindow(window.Handle()));
-    EXPECT_FALSE(jobProgress.cancelRequested);
+    jobProgress.running = true;  // Without a job thread.
+    close(IDYES);
+    EXPECT_FALSE(jobProgress.running);
     EXPECT_EQ(HandleWaitingMessages(), 0);
 }
 
@@ -279,14 +237,6 @@ TEST_F(JobControl, AJobCollectedInsideTheOpenQuestionIsNotJoinedTwice) {
     CloseAfterQuestion(window.Handle());
     EXPECT_FALSE(::IsWindow(window.Handle()));
     EXPECT_FALSE(jobProgress.cancelRequested);
-}
-
-TEST_F(JobControl, ClosingClearsTheRunningMark) {
-    const OpenWindow window;
-    jobProgress.running = true;
-    const Player player(IDYES);
-    CloseAfterQuestion(window.Handle());
-    EXPECT_FALSE(jobProgress.running);
 }
 
 }  // namespace

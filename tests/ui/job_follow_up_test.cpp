@@ -12,41 +12,34 @@
 
 namespace {
 
+using namespace bench;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class JobFollowUp : public WindowTest {
-protected:
-    ShellRecorder shell_;
-};
-
-// By kind of job and configuration.
-
-struct FollowUp {
-    const char* name;
-    JobKind kind;
-    bool succeeded;
-    bool offerDesktopShortcut;
-    bool runAfterInstall;
-    bool hasStartupExe;
-    size_t questions;
-    size_t launches;
-};
-
-constexpr FollowUp kFollowUps[] = {
-    {"repair", JobKind::Repair, true, true, true, true, 0, 1},
-    {"reinstall", JobKind::Reinstall, true, true, true, true, 1, 1},
-    {"no offer", JobKind::Reinstall, true, false, true, true, 0, 1},
-    {"no launch", JobKind::Reinstall, true, true, false, true, 1, 0},
-    {"neither", JobKind::Reinstall, true, false, false, true, 0, 0},
-    {"nothing to start", JobKind::Reinstall, true, true, true, false, 0, 0},
-    {"failed repair", JobKind::Repair, false, true, true, true, 0, 0},
-    {"failed reinstall", JobKind::Reinstall, false, true, true, true, 0, 0},
-};
+class JobFollowUp : public WindowTest {};
 
 TEST_F(JobFollowUp, FollowsUpASuccessAsConfiguredAndOnlyOnce) {
+    const struct {
+        const char* name;
+        JobKind kind;
+        bool succeeded;
+        bool offerDesktopShortcut;
+        bool runAfterInstall;
+        bool hasStartupExe;
+        size_t questions;
+        size_t launches;
+    } rows[] = {
+        {"repair", JobKind::Repair, true, true, true, true, 0, 1},
+        {"reinstall", JobKind::Reinstall, true, true, true, true, 1, 1},
+        {"no offer", JobKind::Reinstall, true, false, true, true, 0, 1},
+        {"no launch", JobKind::Reinstall, true, true, false, true, 1, 0},
+        {"neither", JobKind::Reinstall, true, false, false, true, 0, 0},
+        {"nothing to start", JobKind::Reinstall, true, true, true, false, 0, 0},
+        {"failed repair", JobKind::Repair, false, true, true, true, 0, 0},
+        {"failed reinstall", JobKind::Reinstall, false, true, true, true, 0, 0},
+    };
     const OpenWindow window;
-    for (const FollowUp& row : kFollowUps) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const size_t launchesBefore = shell_.Calls().size();
         const Player player(IDNO);
@@ -77,11 +70,18 @@ TEST_F(JobFollowUp, TheMarksKeepAFollowUpFromHappening) {
     EXPECT_THAT(shell_.Calls(), IsEmpty());
 }
 
-TEST_F(JobFollowUp, OffersTheShortcutInItsOwnWords) {
+TEST_F(JobFollowUp, TicksInsideTheOpenQuestionAskAndLaunchNothingTwice) {
     const OpenWindow window;
-    const Player player(IDNO);
+    Player player(IDNO);
+    player.whileOpen = [&] {
+        EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+        for (int count = 0; count < 3; ++count) {
+            window.Tick();
+        }
+    };
     LeaveEndedJob(JobKind::Reinstall, true);
     window.Tick();
+    EXPECT_EQ(shell_.Calls().size(), 1U);
     ASSERT_EQ(player.Boxes().size(), 1U);
     EXPECT_EQ(player.Boxes()[0].owner, window.Handle());
     EXPECT_EQ(player.Boxes()[0].text,
@@ -90,24 +90,7 @@ TEST_F(JobFollowUp, OffersTheShortcutInItsOwnWords) {
     EXPECT_EQ(player.Boxes()[0].style, static_cast<UINT>(MB_YESNO | MB_ICONQUESTION));
 }
 
-TEST_F(JobFollowUp, TicksInsideTheOpenQuestionAskAndLaunchNothingTwice) {
-    const OpenWindow window;
-    Player player(IDNO);
-    std::vector<int> disabledMeanwhile;
-    player.whileOpen = [&] {
-        disabledMeanwhile = window.DisabledButtons();
-        for (int count = 0; count < 3; ++count) {
-            window.Tick();
-        }
-    };
-    LeaveEndedJob(JobKind::Reinstall, true);
-    window.Tick();
-    EXPECT_EQ(player.Boxes().size(), 1U);
-    EXPECT_EQ(shell_.Calls().size(), 1U);
-    EXPECT_THAT(disabledMeanwhile, IsEmpty());
-}
-
-TEST_F(JobFollowUp, AReinstallStartedInsideTheOpenQuestionGetsAQuestionOfItsOwn) {
+TEST_F(JobFollowUp, AReinstallStartedInsideTheOpenQuestionAsksAgain) {
     const OpenWindow window;
     Player player(IDNO);
     std::optional<RunningJob> next;
@@ -126,7 +109,7 @@ TEST_F(JobFollowUp, AReinstallStartedInsideTheOpenQuestionGetsAQuestionOfItsOwn)
     EXPECT_EQ(player.Boxes().size(), 2U);
 }
 
-TEST_F(JobFollowUp, FollowsUpNothingMoreForAToolClosedInsideTheOpenQuestion) {
+TEST_F(JobFollowUp, DoesNothingMoreIfTheToolIsClosedInsideTheOpenQuestion) {
     const OpenWindow window;
     Player player(IDYES);
     player.whileOpen = [&] {
@@ -139,7 +122,7 @@ TEST_F(JobFollowUp, FollowsUpNothingMoreForAToolClosedInsideTheOpenQuestion) {
     EXPECT_EQ(snapshot().detailLine, L"Client is ready.");
 }
 
-TEST_F(JobFollowUp, FollowsUpNothingMoreUnderAJobStartedInsideTheOpenQuestion) {
+TEST_F(JobFollowUp, DoesNothingMoreIfAJobIsStartedInsideTheOpenQuestion) {
     const OpenWindow window;
     Player player(IDYES);
     std::optional<RunningJob> next;
@@ -172,32 +155,26 @@ private:
 TEST_F(JobFollowUp, YesCreatesTheShortcutAndNoDoesNot) {
     const OpenWindow window;
     for (const int answer : {IDNO, IDCANCEL, IDYES}) {
+        SCOPED_TRACE(answer);
         const DesktopLink link;
         const Player player(answer);
         ClearEndOfJobMarks();
         LeaveEndedJob(JobKind::Reinstall, true);
         window.Tick();
-        EXPECT_EQ(link.Exists(), answer == IDYES) << answer;
-        EXPECT_EQ(::IsWindowEnabled(window.Button(4003)) == FALSE, answer == IDYES) << answer;
+        EXPECT_EQ(link.Exists(), answer == IDYES);
+        EXPECT_EQ(window.DisabledButtons(),
+                  answer == IDYES ? std::vector<int>{4003} : std::vector<int>{});
     }
     EXPECT_EQ(snapshot().detailLine, L"Game desktop shortcut created.");
     EXPECT_EQ(snapshot().stage, JobStage::Done);
     EXPECT_EQ(snapshot().statusLine, L"Repair complete.");
-}
-
-TEST_F(JobFollowUp, AShortcutStaysMadeAcrossTheNextJob) {
-    const OpenWindow window;
-    const DesktopLink link;
-    const Player player(IDYES);
-    LeaveEndedJob(JobKind::Reinstall, true);
-    window.Tick();
-    EXPECT_THAT(window.DisabledButtons(), ElementsAre(4003));
+    // The next job does not enable the button again.
     LeaveEndedJob(JobKind::Repair, true);
     window.Tick();
     EXPECT_THAT(window.DisabledButtons(), ElementsAre(4003));
 }
 
-TEST_F(JobFollowUp, TellsThatTheShortcutCouldNotBeMadeAndGoesOn) {
+TEST_F(JobFollowUp, ShowsThatTheShortcutFailedAndContinues) {
     const OpenWindow window;
     std::filesystem::remove(client_.Path() / L"client.exe");
     const Player player(IDYES);

@@ -8,6 +8,7 @@
 
 #include "bench_parts/call_hook.h"
 #include "common/tool_instance.h"
+#include "ui/button_table.h"
 #include "ui/open_window.h"
 #include "ui/window_state.h"
 
@@ -15,16 +16,10 @@
 
 namespace {
 
+using namespace bench;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class MainWindow : public WindowTest {};
-
-std::wstring TextOf(HWND window) {
-    std::array<wchar_t, 200> text{};
-    ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
-    return text.data();
-}
 
 // x, y, width, height in its parent.
 using Edges = std::tuple<int, int, int, int>;
@@ -36,108 +31,80 @@ Edges PlaceOf(HWND child) {
     return {place.left, place.top, place.right - place.left, place.bottom - place.top};
 }
 
-struct Creation {
-    DWORD extendedStyle = 0;
-    std::wstring className;
-    std::wstring title;
-    DWORD style = 0;
-    Edges place;
-    HWND parent = nullptr;
-    INT_PTR menu = 0;
-    HINSTANCE instance = nullptr;
-};
-
-// Opens a window and tells of every window that came to be.
-std::vector<Creation> CreationsOf(const Opening& opening) {
-    std::vector<Creation> creations;
-    using Create = decltype(&::CreateWindowExW);
-    const auto create = bench::RealFunction<Create>(L"user32.dll", "CreateWindowExW");
-    const auto hook = bench::HookCall<Create>(
-        L"user32.dll", "CreateWindowExW",
-        [&](DWORD extendedStyle, LPCWSTR className, LPCWSTR title, DWORD style, int x, int y,
-            int width, int height, HWND parent, HMENU menu, HINSTANCE instance, LPVOID extra) {
-            creations.push_back({extendedStyle, className, title, style, Edges(x, y, width, height),
-                                 parent, reinterpret_cast<INT_PTR>(menu), instance});
-            return create(extendedStyle, className, title, style, x, y, width, height, parent, menu,
-                          instance, extra);
-        });
-    const OpenWindow window(opening);
-    return creations;
+std::wstring ClassOf(HWND window) {
+    std::array<wchar_t, 100> name{};
+    ::GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    return name.data();
 }
 
 TEST_F(MainWindow, IsABorderlessPopupInTheMiddleOfTheScreen) {
-    const Creation window = CreationsOf({.config = FullConfig()}).at(0);
-    EXPECT_EQ(window.className, L"Quellstone.RepairTool");
-    EXPECT_EQ(window.title, L"KrvBrennickInstaller");
-    EXPECT_EQ(window.extendedStyle, static_cast<DWORD>(WS_EX_APPWINDOW));
-    EXPECT_EQ(window.style, WS_POPUP | WS_MINIMIZEBOX);
-    EXPECT_EQ(window.place, Edges((::GetSystemMetrics(SM_CXSCREEN) - 860) / 2,
-                                  (::GetSystemMetrics(SM_CYSCREEN) - 560) / 2, 860, 560));
-    EXPECT_EQ(window.parent, nullptr);
-    EXPECT_EQ(window.menu, 0);
-    EXPECT_EQ(window.instance, ::GetModuleHandleW(nullptr));
+    const OpenWindow window;
+    EXPECT_EQ(ClassOf(window.Handle()), L"Quellstone.RepairTool");
+    EXPECT_EQ(::GetWindowLongW(window.Handle(), GWL_EXSTYLE), WS_EX_APPWINDOW);
+    // The system adds the last one.
+    EXPECT_EQ(static_cast<DWORD>(::GetWindowLongW(window.Handle(), GWL_STYLE)),
+              WS_POPUP | WS_MINIMIZEBOX | WS_VISIBLE | WS_CLIPSIBLINGS);
+    EXPECT_EQ(PlaceOf(window.Handle()),
+              Edges((::GetSystemMetrics(SM_CXSCREEN) - 860) / 2,
+                    (::GetSystemMetrics(SM_CYSCREEN) - 560) / 2, 860, 560));
+    EXPECT_EQ(::GetWindow(window.Handle(), GW_OWNER), nullptr);
+    EXPECT_EQ(::GetMenu(window.Handle()), nullptr);
 }
 
 TEST_F(MainWindow, IsCenteredOnASmallerScreenAsWell) {
-    const auto metrics = bench::HookCall<decltype(&::GetSystemMetrics)>(
+    const auto metrics = HookCall<decltype(&::GetSystemMetrics)>(
         L"user32.dll", "GetSystemMetrics",
         [](int index) { return index == SM_CXSCREEN ? 801 : 500; });
-    const Creation window = CreationsOf({.config = FullConfig()}).at(0);
-    EXPECT_EQ(window.place, Edges(-29, -30, 860, 560));
+    EXPECT_EQ(PlaceOf(OpenWindow().Handle()), Edges(-29, -30, 860, 560));
 }
 
-TEST_F(MainWindow, MakesItsButtonsAsOwnerDrawnChildren) {
-    const std::vector<Creation> creations = CreationsOf({.config = FullConfig()});
-    std::vector<INT_PTR> ids;
-    ASSERT_EQ(creations.size(), 13U);
-    for (size_t index = 1; index < creations.size(); ++index) {
-        const Creation& button = creations[index];
-        ids.push_back(button.menu);
-        EXPECT_EQ(button.className, L"BUTTON");
-        EXPECT_EQ(button.extendedStyle, 0U);
-        EXPECT_EQ(button.style, 0x5001000BU);
-        EXPECT_EQ(button.place, Edges(0, 0, 10, 10));
-        EXPECT_NE(button.parent, nullptr);
-        EXPECT_EQ(button.instance, ::GetModuleHandleW(nullptr));
-    }
-    EXPECT_THAT(
-        ids, ElementsAre(4001, 4011, 4012, 4002, 4003, 4004, 4005, 4006, 4009, 4010, 4007, 4008));
+TEST_F(MainWindow, HasATitleUntilTheConfigurationIsRead) {
+    std::vector<std::wstring> titles;
+    using Create = decltype(&::CreateWindowExW);
+    const auto hook = HookCall<Create>(
+        L"user32.dll", "CreateWindowExW",
+        [&, create = RealFunction<Create>(L"user32.dll", "CreateWindowExW")](
+            DWORD extendedStyle, LPCWSTR className, LPCWSTR title, auto... others) {
+            titles.emplace_back(title);
+            return create(extendedStyle, className, title, others...);
+        });
+    const OpenWindow window;
+    EXPECT_EQ(titles.at(0), L"KrvBrennickInstaller");
 }
 
 TEST_F(MainWindow, ReportsThatTheSystemRefusesAWindow) {
-    const auto hook = bench::HookCall<decltype(&::CreateWindowExW)>(
+    const auto hook = HookCall<decltype(&::CreateWindowExW)>(
         L"user32.dll", "CreateWindowExW", [](auto...) -> HWND { return nullptr; });
     EXPECT_EQ(CreateMainWindow(::GetModuleHandleW(nullptr), SW_SHOW), nullptr);
     EXPECT_EQ(mainWindow, nullptr);
 }
 
-TEST_F(MainWindow, IsTheWindowThatTheRecordsName) {
+TEST_F(MainWindow, IsPaintedAndTicksFourTimesASecond) {
+    std::vector<std::pair<UINT_PTR, UINT>> timers;
+    using Set = decltype(&::SetTimer);
+    const auto hook =
+        HookCall<Set>(L"user32.dll", "SetTimer",
+                      [&, set = RealFunction<Set>(L"user32.dll", "SetTimer")](
+                          HWND target, UINT_PTR id, UINT periodMs, TIMERPROC procedure) {
+                          timers.emplace_back(id, periodMs);
+                          return set(target, id, periodMs, procedure);
+                      });
     const OpenWindow window;
+    EXPECT_THAT(timers, ElementsAre(std::pair<UINT_PTR, UINT>(1, 250)));
+    EXPECT_TRUE(window.HadTimer());
     EXPECT_EQ(mainWindow, window.Handle());
     EXPECT_TRUE(::IsWindowVisible(window.Handle()));
-    EXPECT_TRUE(window.HadTimer());
     EXPECT_FALSE(::GetUpdateRect(window.Handle(), nullptr, FALSE)) << "it has been painted";
 }
 
-TEST_F(MainWindow, TicksFourTimesASecond) {
-    std::vector<std::pair<UINT_PTR, UINT>> timers;
-    const auto hook = bench::HookCall<decltype(&::SetTimer)>(
-        L"user32.dll", "SetTimer", [&](HWND, UINT_PTR id, UINT periodMs, TIMERPROC) {
-            timers.emplace_back(id, periodMs);
-            return id;
-        });
-    const OpenWindow window;
-    EXPECT_THAT(timers, ElementsAre(std::pair<UINT_PTR, UINT>(1, 250)));
-}
-
-TEST_F(MainWindow, IsShownAsItIsTold) {
+TEST_F(MainWindow, IsShownAsRequested) {
     EXPECT_FALSE(
         ::IsWindowVisible(OpenWindow({.config = FullConfig(), .showCommand = SW_HIDE}).Handle()));
     EXPECT_TRUE(::IsIconic(
         OpenWindow({.config = FullConfig(), .showCommand = SW_SHOWMINNOACTIVE}).Handle()));
 }
 
-TEST_F(MainWindow, HasTheClassThatItsUsersKnow) {
+TEST_F(MainWindow, HasItsWindowClass) {
     const OpenWindow window;
     WNDCLASSEXW windowClass{};
     windowClass.cbSize = sizeof windowClass;
@@ -153,30 +120,29 @@ TEST_F(MainWindow, HasTheClassThatItsUsersKnow) {
     EXPECT_NE(windowClass.hIconSm, nullptr);
 }
 
-// The icons that the class is registered with. `loaded` are what the tool's own icon
-// loads as.
+// The icons that the class is registered with if the tool's own load as `loaded`.
 std::pair<HICON, HICON> IconsWhen(std::pair<HICON, HICON> loaded) {
     std::pair<HICON, HICON> icons;
     using Load = decltype(&::LoadIconW);
-    const auto load = bench::RealFunction<Load>(L"user32.dll", "LoadIconW");
+    const auto load = RealFunction<Load>(L"user32.dll", "LoadIconW");
     const auto largeIcon =
-        bench::HookCall<Load>(L"user32.dll", "LoadIconW", [&](HINSTANCE instance, LPCWSTR name) {
+        HookCall<Load>(L"user32.dll", "LoadIconW", [&](HINSTANCE instance, LPCWSTR name) {
             return instance != nullptr && name == MAKEINTRESOURCEW(101) ? loaded.first
                                                                         : load(instance, name);
         });
-    const auto smallIcon = bench::HookCall<decltype(&::LoadImageW)>(
-        L"user32.dll", "LoadImageW",
-        [&](HINSTANCE instance, LPCWSTR name, UINT type, int width, int height,
-            UINT flags) -> HANDLE {
-            EXPECT_EQ(instance, ::GetModuleHandleW(nullptr));
-            EXPECT_EQ(name, MAKEINTRESOURCEW(101));
-            EXPECT_EQ(type, static_cast<UINT>(IMAGE_ICON));
-            EXPECT_EQ(width, ::GetSystemMetrics(SM_CXSMICON));
-            EXPECT_EQ(height, ::GetSystemMetrics(SM_CYSMICON));
-            EXPECT_EQ(flags & LR_SHARED, 0U);
-            return loaded.second;
-        });
-    const auto registration = bench::HookCall<decltype(&::RegisterClassExW)>(
+    const auto smallIcon =
+        HookCall<decltype(&::LoadImageW)>(L"user32.dll", "LoadImageW",
+                                          [&](HINSTANCE instance, LPCWSTR name, UINT type,
+                                              int width, int height, UINT flags) -> HANDLE {
+                                              EXPECT_EQ(instance, ::GetModuleHandleW(nullptr));
+                                              EXPECT_EQ(name, MAKEINTRESOURCEW(101));
+                                              EXPECT_EQ(type, static_cast<UINT>(IMAGE_ICON));
+                                              EXPECT_EQ(width, ::GetSystemMetrics(SM_CXSMICON));
+                                              EXPECT_EQ(height, ::GetSystemMetrics(SM_CYSMICON));
+                                              EXPECT_EQ(flags & LR_SHARED, 0U);
+                                              return loaded.second;
+                                          });
+    const auto registration = HookCall<decltype(&::RegisterClassExW)>(
         L"user32.dll", "RegisterClassExW", [&](const WNDCLASSEXW* windowClass) -> ATOM {
             icons = {windowClass->hIcon, windowClass->hIconSm};
             return 0;
@@ -185,8 +151,8 @@ std::pair<HICON, HICON> IconsWhen(std::pair<HICON, HICON> loaded) {
     return icons;
 }
 
-TEST_F(MainWindow, HasTheToolsIconsOrElseTheSystems) {
-    // Nothing is registered in this test, so no window comes to be.
+TEST_F(MainWindow, HasTheToolsIconsOrFallsBackToTheSystems) {
+    // No class is registered in this test, so no window is created.
     ::UnregisterClassW(L"Quellstone.RepairTool", ::GetModuleHandleW(nullptr));
     const HICON own = ::LoadIconW(nullptr, IDI_HAND);
     const HICON ownSmall = ::LoadIconW(nullptr, IDI_ASTERISK);
@@ -196,8 +162,8 @@ TEST_F(MainWindow, HasTheToolsIconsOrElseTheSystems) {
     EXPECT_EQ(IconsWhen({nullptr, nullptr}), std::pair(systems, systems));
 }
 
-// Not the large icon shrunk: that is blurred.
-TEST_F(MainWindow, HasASmallIconOfItsOwnSize) {
+// The large icon shrunk would be blurred.
+TEST_F(MainWindow, HasASmallIconOfTheSmallSize) {
     const OpenWindow window;
     // The system gives the handle as a number.
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
@@ -233,7 +199,7 @@ TEST_F(MainWindow, HasRoundCorners) {
 }
 
 TEST_F(MainWindow, StaysRectangularWithoutARegion) {
-    const auto hook = bench::HookCall<decltype(&::CreateRoundRectRgn)>(
+    const auto hook = HookCall<decltype(&::CreateRoundRectRgn)>(
         L"gdi32.dll", "CreateRoundRectRgn", [](auto...) -> HRGN { return nullptr; });
     const OpenWindow window;
     const HRGN region = ::CreateRectRgn(0, 0, 0, 0);
@@ -244,30 +210,27 @@ TEST_F(MainWindow, StaysRectangularWithoutARegion) {
 
 TEST_F(MainWindow, TakesTheConfigurationThatTheProgramCarries) {
     const OpenWindow window(Opening{});
-    EXPECT_EQ(TextOf(window.Handle()), L"Brand Repair.exe");
+    EXPECT_EQ(WindowText(window.Handle()), L"Brand Repair.exe");
     EXPECT_EQ(toolConfig.startupExe, L"start.exe");
     EXPECT_EQ(windowState.accentColor, 0xFF112233);
     EXPECT_THAT(window.ShownButtons(), ElementsAre(4001, 4002, 4004, 4005, 4007, 4008));
 }
 
-TEST_F(MainWindow, KeepsTheDefaultsWithoutAConfiguration) {
-    const OpenWindow window({.config = ToolConfig{}});
-    EXPECT_EQ(TextOf(window.Handle()), L"KrvBrennickInstaller.exe");
-    EXPECT_EQ(toolConfig.startupExe, L"patcher.exe");
-    EXPECT_EQ(windowState.accentColor, 0xFFFFA640);
+TEST_F(MainWindow, KeepsTheDefaultsAndFillsInMissingNames) {
+    ToolConfig nameless = FullConfig();
+    nameless.repairToolName.clear();
+    nameless.startupExe.clear();
+    nameless.accentHex.clear();
+    for (const ToolConfig& config : {ToolConfig{}, nameless}) {
+        const OpenWindow window({.config = config});
+        EXPECT_EQ(WindowText(window.Handle()), L"KrvBrennickInstaller.exe");
+        EXPECT_EQ(toolConfig.startupExe, L"patcher.exe");
+        EXPECT_EQ(windowState.accentColor, 0xFFFFA640);
+        EXPECT_THAT(window.ShownButtons(), testing::Contains(4004));
+    }
 }
 
-TEST_F(MainWindow, FillsInTheNamesThatAreMissing) {
-    ToolConfig config = FullConfig();
-    config.repairToolName.clear();
-    config.startupExe.clear();
-    const OpenWindow window({.config = config});
-    EXPECT_EQ(TextOf(window.Handle()), L"KrvBrennickInstaller.exe");
-    EXPECT_EQ(toolConfig.startupExe, L"patcher.exe");
-    EXPECT_THAT(window.ShownButtons(), testing::IsSupersetOf({4003, 4004}));
-}
-
-TEST_F(MainWindow, FindsOutWhichCopyOfTheToolRuns) {
+TEST_F(MainWindow, LocatesTheRunningTool) {
     const OpenWindow window;
     std::array<wchar_t, MAX_PATH> path{};
     ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
@@ -275,32 +238,26 @@ TEST_F(MainWindow, FindsOutWhichCopyOfTheToolRuns) {
     EXPECT_EQ(window.LocatedFolder(), window.LocatedExe().parent_path());
 }
 
-TEST_F(MainWindow, LoadsBothPictures) {
-    const OpenWindow window;
-    EXPECT_TRUE(windowState.logoImage);
-    EXPECT_TRUE(windowState.backgroundImage);
-}
-
-TEST_F(MainWindow, LoadsNoLogoForABrandThatShowsNone) {
-    ToolConfig config = FullConfig();
-    config.showLogo = false;
-    const OpenWindow window({.config = config});
-    EXPECT_FALSE(windowState.logoImage);
-    EXPECT_TRUE(windowState.backgroundImage);
-}
-
-TEST_F(MainWindow, GoesWithoutPicturesThatAreNotThere) {
-    const OpenWindow window({.config = FullConfig(), .hasPictures = false});
-    EXPECT_FALSE(windowState.logoImage);
-    EXPECT_FALSE(windowState.backgroundImage);
-    EXPECT_TRUE(::IsWindowVisible(window.Handle()));
-}
-
-TEST_F(MainWindow, ReleasesBothPicturesOnRequest) {
-    const OpenWindow window;
-    ReleaseImages();
-    EXPECT_FALSE(windowState.logoImage);
-    EXPECT_FALSE(windowState.backgroundImage);
+TEST_F(MainWindow, LoadsThePicturesThatTheBrandHas) {
+    ToolConfig noLogo = FullConfig();
+    noLogo.showLogo = false;
+    const struct {
+        Opening opening;
+        bool logo;
+        bool background;
+    } rows[] = {
+        {{.config = FullConfig()}, true, true},
+        {{.config = noLogo}, false, true},
+        {{.config = FullConfig(), .hasPictures = false}, false, false},
+    };
+    for (const auto& [opening, logo, background] : rows) {
+        const OpenWindow window(opening);
+        EXPECT_TRUE(::IsWindowVisible(window.Handle()));
+        EXPECT_EQ(windowState.logoImage != nullptr, logo);
+        EXPECT_EQ(windowState.backgroundImage != nullptr, background);
+        ReleaseImages();
+        EXPECT_FALSE(windowState.logoImage || windowState.backgroundImage);
+    }
 }
 
 TEST_F(MainWindow, LendsItsFontToEveryButton) {
@@ -326,7 +283,7 @@ TEST_F(MainWindow, LendsItsFontToEveryButton) {
     }
 }
 
-TEST_F(MainWindow, KeepsABackgroundBrushUntilItGoes) {
+TEST_F(MainWindow, KeepsABackgroundBrushUntilItIsDestroyed) {
     const OpenWindow window;
     const HBRUSH brush = windowState.backgroundBrush.get();
     LOGBRUSH description{};
@@ -338,64 +295,29 @@ TEST_F(MainWindow, KeepsABackgroundBrushUntilItGoes) {
     EXPECT_EQ(windowState.backgroundBrush, nullptr);
 }
 
-// Where the buttons stand with one server and with two; the others stay as they were created.
-
-struct Place {
-    int id;
-    Edges place;
-};
-
-void ExpectPlaces(const OpenWindow& window, const std::vector<Place>& places) {
-    for (const auto& [id, place] : places) {
-        EXPECT_EQ(PlaceOf(window.Button(id)), place) << id;
+// The table itself is in button_table_test.cpp.
+TEST_F(MainWindow, PlacesAndShowsItsButtonsByTheTable) {
+    for (const ToolConfig& config : {FullConfig(), TwoServers()}) {
+        const OpenWindow window({.config = config});
+        HWND button = ::GetWindow(window.Handle(), GW_CHILD);
+        for (const ButtonSpec& spec : Buttons()) {
+            const int id = static_cast<int>(spec.id);
+            SCOPED_TRACE(id);
+            EXPECT_EQ(::GetDlgCtrlID(button), id) << "the order of their creation";
+            const Box box = (config.multiRepairTool ? spec.placeWithServers : spec.place)
+                                .value_or(Box{0, 0, 10, 10});
+            EXPECT_EQ(PlaceOf(button), Edges(box.x, box.y, box.width, box.height));
+            EXPECT_TRUE(::IsWindowEnabled(button));
+            EXPECT_EQ(ClassOf(button), L"Button");
+            EXPECT_EQ(::GetWindowLongW(button, GWL_STYLE) & ~WS_VISIBLE,
+                      WS_CHILD | WS_TABSTOP | BS_OWNERDRAW);
+            button = ::GetWindow(button, GW_HWNDNEXT);
+        }
+        EXPECT_EQ(window.ShownButtons(),
+                  config.multiRepairTool
+                      ? std::vector({4001, 4003, 4004, 4005, 4006, 4007, 4008, 4011, 4012})
+                      : std::vector({4001, 4002, 4003, 4004, 4005, 4006, 4007, 4008}));
     }
-}
-
-TEST_F(MainWindow, PlacesItsButtonsForOneServer) {
-    const OpenWindow window;
-    ExpectPlaces(window, {{4001, {92, 396, 188, 44}},
-                          {4002, {298, 396, 188, 44}},
-                          {4003, {504, 396, 180, 44}},
-                          {4004, {342, 456, 176, 42}},
-                          {4005, {24, 516, 110, 30}},
-                          {4006, {142, 516, 110, 30}},
-                          {4007, {792, 10, 28, 28}},
-                          {4008, {822, 10, 28, 28}},
-                          {4009, {244, 396, 176, 44}},
-                          {4010, {440, 396, 176, 44}},
-                          {4011, {0, 0, 10, 10}},
-                          {4012, {0, 0, 10, 10}}});
-    EXPECT_THAT(window.ShownButtons(), ElementsAre(4001, 4002, 4003, 4004, 4005, 4006, 4007, 4008));
-    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
-}
-
-TEST_F(MainWindow, PlacesItsButtonsForTwoServers) {
-    const OpenWindow window({.config = TwoServers()});
-    ExpectPlaces(window, {{4001, {342, 440, 176, 42}},
-                          {4002, {0, 0, 10, 10}},
-                          {4003, {178, 486, 220, 28}},
-                          {4004, {462, 486, 176, 28}},
-                          {4005, {24, 516, 110, 30}},
-                          {4006, {142, 516, 110, 30}},
-                          {4007, {792, 10, 28, 28}},
-                          {4008, {822, 10, 28, 28}},
-                          {4009, {244, 396, 176, 44}},
-                          {4010, {440, 396, 176, 44}},
-                          {4011, {112, 396, 300, 34}},
-                          {4012, {448, 396, 300, 34}}});
-    EXPECT_THAT(window.ShownButtons(),
-                ElementsAre(4001, 4003, 4004, 4005, 4006, 4007, 4008, 4011, 4012));
-}
-
-TEST_F(MainWindow, KeepsTheOrderOfItsButtons) {
-    const OpenWindow window;
-    std::vector<int> ids;
-    for (HWND button = ::GetWindow(window.Handle(), GW_CHILD); button != nullptr;
-         button = ::GetWindow(button, GW_HWNDNEXT)) {
-        ids.push_back(::GetDlgCtrlID(button));
-    }
-    EXPECT_THAT(
-        ids, ElementsAre(4001, 4011, 4012, 4002, 4003, 4004, 4005, 4006, 4009, 4010, 4007, 4008));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "ui/open_window.h"
 
+#include <array>
+
 #include "bench_parts/call_hook.h"
 #include "bench_parts/waiting.h"
 #include "common/tool_instance.h"
@@ -10,6 +12,8 @@
 #include "ui/button_table.h"
 #include "ui/main_window.h"
 #include "ui/window_state.h"
+
+namespace bench {
 
 namespace {
 
@@ -34,9 +38,9 @@ std::vector<int> ButtonsWhere(const OpenWindow& window, bool (*holds)(HWND)) {
 }
 
 HWND Create(const Opening& opening) {
-    using FindResourceFunction = decltype(&::FindResourceW);
-    const auto find = bench::RealFunction<FindResourceFunction>(L"kernel32.dll", "FindResourceW");
-    const auto hook = bench::HookCall<FindResourceFunction>(
+    using Find = decltype(&::FindResourceW);
+    const auto find = RealFunction<Find>(L"kernel32.dll", "FindResourceW");
+    const auto hook = HookCall<Find>(
         L"kernel32.dll", "FindResourceW", [&](HMODULE module, LPCWSTR name, LPCWSTR type) -> HRSRC {
             const bool isConfig = name == MAKEINTRESOURCEW(ID_CONFIG_TEXT);
             if ((isConfig && opening.config) || (!isConfig && !opening.hasPictures)) {
@@ -53,7 +57,7 @@ WindowTest::WindowTest() {
     ResetRecords();
     toolFolder = client_.Path();
     toolExePath = toolFolder / L"repair.exe";
-    bench::WriteFile(toolFolder / L"client.exe", "MZ");
+    WriteFile(toolFolder / L"client.exe", "MZ");
 }
 
 WindowTest::~WindowTest() {
@@ -136,6 +140,12 @@ bool OpenWindow::TakePaint() const {
     return needed;
 }
 
+std::wstring WindowText(HWND window) {
+    std::array<wchar_t, 200> text{};
+    ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
+    return text.data();
+}
+
 std::optional<int> HandleWaitingMessages() {
     std::optional<int> exitCode;
     MSG message{};
@@ -158,13 +168,13 @@ void LeaveEndedJob(JobKind kind, bool succeeded) {
             reportFailure(L"The download server answered with an error.");
         }
     });
-    EXPECT_TRUE(bench::Await([] { return JobAwaitsCollection(); }));
+    EXPECT_TRUE(Await([] { return JobAwaitsCollection(); }));
 }
 
 RunningJob::RunningJob(JobKind kind) {
     ClearForJobStart(kind);
     StartJobThread([this] {
-        bench::Await([this] { return end_ || jobProgress.cancelRequested; });
+        Await([this] { return end_ || jobProgress.cancelRequested; });
         wasStopped_ = jobProgress.cancelRequested.load();
         if (wasStopped_) {
             reportFailure(L"The job was stopped.");
@@ -181,5 +191,7 @@ RunningJob::~RunningJob() {
 
 void RunningJob::End() {
     end_ = true;
-    EXPECT_TRUE(bench::Await([] { return JobAwaitsCollection(); }));
+    EXPECT_TRUE(Await([] { return JobAwaitsCollection(); }));
 }
+
+}  // namespace bench

@@ -2,51 +2,54 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <atomic>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "bench_parts/import_hook.h"
 #include "bench_parts/scratch_folder.h"
 #include "common/com_apartment.h"
-#include "common/shell_api.h"
 #include "config/tool_config.h"
 #include "job/progress/job_progress.h"
 #include "ui/gdiplus_objects.h"
 #include "ui/player.h"
 
-// Tests with the tool's main window in the test program itself. The client folder is a scratch
-// folder with a startup program in it; the process-wide records are as at a fresh start.
+// The tool's main window in the test program itself.
+
+namespace bench {
+
+// The client folder is a scratch folder with a startup program in it; the process-wide records are
+// as at a fresh start. A message box that the test does not expect is answered with "No" and fails
+// the test.
 class WindowTest : public testing::Test {
 protected:
     WindowTest();
     ~WindowTest() override;
 
-    bench::ScratchFolder client_;
+    ScratchFolder client_;
+    ShellRecorder shell_;
 
 private:
-    // A box that a test does not expect would wait for ever. It is answered, and the test fails.
     Player surprise_{IDNO};
     ComApartment com_;
     GdiplusSession gdiplus_;
 };
 
-// What a window is opened with.
 struct Opening {
-    // None: the configuration that the test program carries (main_window_test.rc).
+    // Empty: the configuration that the test program carries (main_window_test.rc).
     std::optional<ToolConfig> config;
     bool hasPictures = true;
     int showCommand = SW_SHOWNOACTIVATE;
 };
 
-// A configuration with everything that shows a button, one download server, and an address that no
-// job accepts: a job that is started with it fails at once and touches nothing.
+// Everything that shows a button, one download server, and an address that makes every job fail at
+// once.
 ToolConfig FullConfig();
 // The same with two download servers to choose from.
 ToolConfig TwoServers();
 
-// The tool's main window, until the object goes. Its timer does not tick: a test sends the ticks.
+// Open as long as the object lives. Its timer does not tick: a test sends the ticks.
 class OpenWindow {
 public:
     explicit OpenWindow(const Opening& opening = {.config = FullConfig()});
@@ -60,24 +63,24 @@ public:
     [[nodiscard]] HWND Button(int id) const {
         return ::GetDlgItem(window_, id);
     }
-    // The ids of the buttons that are shown, or that can be pressed, in ascending order.
+    // Ids in ascending order.
     [[nodiscard]] std::vector<int> ShownButtons() const;
     [[nodiscard]] std::vector<int> DisabledButtons() const;
 
-    // As the timer does every 250 ms.
+    // What the timer sends every 250 ms.
     void Tick() const;
-    // As a click on the button does.
+    // What a click on the button sends.
     void Press(int id) const;
 
-    // Paints what is to be painted again; whether anything was.
+    // Paints what needs it. False when nothing did.
     bool TakePaint() const;
 
-    // The window procedure's tick timer was there and has been stopped.
+    // Whether the window had a tick timer to stop.
     [[nodiscard]] bool HadTimer() const {
         return hadTimer_;
     }
-    // What the creation has found out about the running exe; afterwards the records name the
-    // test's own client folder again.
+    // What the creation put into the records about the running exe. They name the test's client
+    // folder again afterwards.
     [[nodiscard]] const std::filesystem::path& LocatedExe() const {
         return locatedExe_;
     }
@@ -92,14 +95,16 @@ private:
     std::filesystem::path locatedFolder_;
 };
 
-// Handles all messages that wait. None: no end of the program was asked for, else its exit code.
+std::wstring WindowText(HWND window);
+
+// Handles all messages in the queue. The exit code if one of them ends the program.
 std::optional<int> HandleWaitingMessages();
 
-// Puts a job into the slot that has ended already, with the flags and texts of its kind's end.
+// Leaves a job that has ended but has not been collected.
 void LeaveEndedJob(JobKind kind, bool succeeded);
 
-// A job under way. It ends, in success, when the object goes or End is called, or as a stopped job
-// when it is asked to stop.
+// A job that runs until End is called or the object is destroyed, and then succeeds; or until it is
+// asked to stop.
 class RunningJob {
 public:
     explicit RunningJob(JobKind kind = JobKind::Repair);
@@ -107,7 +112,7 @@ public:
     RunningJob(const RunningJob&) = delete;
     RunningJob& operator=(const RunningJob&) = delete;
 
-    // Waits until the job has ended; nobody has collected it then.
+    // Waits for the end, but does not collect the job.
     void End();
     [[nodiscard]] bool WasStopped() const {
         return wasStopped_;
@@ -117,3 +122,5 @@ private:
     std::atomic<bool> end_ = false;
     std::atomic<bool> wasStopped_ = false;
 };
+
+}  // namespace bench

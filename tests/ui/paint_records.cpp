@@ -9,17 +9,23 @@
 
 using namespace Gdiplus::DllExports;
 
+namespace bench {
+
 namespace {
 
 constexpr wchar_t kGdiplus[] = L"gdiplus.dll";
 
-using CreateFamilyFunction = decltype(&GdipCreateFontFamilyFromName);
-using CreateFontFunction = decltype(&GdipCreateFont);
-using DrawStringFunction = decltype(&GdipDrawString);
-using CreatePenFunction = decltype(&GdipCreatePen1);
-using DrawRectangleFunction = decltype(&GdipDrawRectangleI);
-using DrawEllipseFunction = decltype(&GdipDrawEllipseI);
-using DrawLinesFunction = decltype(&GdipDrawLinesI);
+// Calls `note` after the function itself, with the same arguments.
+template <class Function, class Note>
+auto HookAfter(const char* functionName, Note note) {
+    return HookCall<Function>(
+        kGdiplus, functionName,
+        [note, real = RealFunction<Function>(kGdiplus, functionName)](auto... arguments) {
+            const auto status = real(arguments...);
+            note(arguments...);
+            return status;
+        });
+}
 
 // What an object was made with, by the object.
 using MadeOf = std::map<const void*, std::string>;
@@ -90,30 +96,20 @@ std::vector<std::string> RecordTexts(const std::function<void()>& paint) {
     MadeOf families;
     MadeOf fonts;
     std::vector<std::string> texts;
-    const auto createFamily = bench::HookCall<CreateFamilyFunction>(
-        kGdiplus, "GdipCreateFontFamilyFromName", [&](auto* name, auto* collection, auto** family) {
-            const auto status = bench::RealFunction<CreateFamilyFunction>(
-                kGdiplus, "GdipCreateFontFamilyFromName")(name, collection, family);
-            families[*family] = Narrow(name);
-            return status;
-        });
-    const auto createFont = bench::HookCall<CreateFontFunction>(
-        kGdiplus, "GdipCreateFont",
+    const auto createFamily = HookAfter<decltype(&GdipCreateFontFamilyFromName)>(
+        "GdipCreateFontFamilyFromName",
+        [&](auto* name, auto*, auto** family) { families[*family] = Narrow(name); });
+    const auto createFont = HookAfter<decltype(&GdipCreateFont)>(
+        "GdipCreateFont",
         [&](auto* family, Gdiplus::REAL size, INT style, Gdiplus::Unit unit, auto** font) {
-            const auto status = bench::RealFunction<CreateFontFunction>(kGdiplus, "GdipCreateFont")(
-                family, size, style, unit, font);
             fonts[*font] = families[family] + " " + SizeText(size, unit) + StyleText(style);
-            return status;
         });
-    const auto drawString = bench::HookCall<DrawStringFunction>(
-        kGdiplus, "GdipDrawString",
-        [&](auto* graphics, auto* text, INT length, auto* font, auto* area, auto* format,
-            auto* brush) {
+    const auto drawString = HookAfter<decltype(&GdipDrawString)>(
+        "GdipDrawString",
+        [&](auto*, auto* text, INT length, auto* font, auto* area, auto* format, auto*) {
             texts.push_back(Narrow({text, static_cast<size_t>(length)}) + " | " + fonts[font] +
                             " | " + PlaceText(area->X, area->Y, area->Width, area->Height) +
                             FormatText(format));
-            return bench::RealFunction<DrawStringFunction>(kGdiplus, "GdipDrawString")(
-                graphics, text, length, font, area, format, brush);
         });
     paint();
     return texts;
@@ -122,36 +118,69 @@ std::vector<std::string> RecordTexts(const std::function<void()>& paint) {
 std::vector<std::string> RecordOutlines(const std::function<void()>& paint) {
     MadeOf pens;
     std::vector<std::string> outlines;
-    const auto createPen = bench::HookCall<CreatePenFunction>(
-        kGdiplus, "GdipCreatePen1",
-        [&](Gdiplus::ARGB color, Gdiplus::REAL width, Gdiplus::GpUnit unit, auto** pen) {
-            const auto status = bench::RealFunction<CreatePenFunction>(kGdiplus, "GdipCreatePen1")(
-                color, width, unit, pen);
-            pens[*pen] = ", " + SizeText(width, unit);
-            return status;
-        });
-    const auto drawRectangle = bench::HookCall<DrawRectangleFunction>(
-        kGdiplus, "GdipDrawRectangleI",
-        [&](auto* graphics, auto* pen, INT x, INT y, INT width, INT height) {
+    const auto createPen = HookAfter<decltype(&GdipCreatePen1)>(
+        "GdipCreatePen1", [&](Gdiplus::ARGB, Gdiplus::REAL width, Gdiplus::GpUnit unit,
+                              auto** pen) { pens[*pen] = ", " + SizeText(width, unit); });
+    const auto drawRectangle = HookAfter<decltype(&GdipDrawRectangleI)>(
+        "GdipDrawRectangleI", [&](auto*, auto* pen, INT x, INT y, INT width, INT height) {
             outlines.push_back("rectangle " + PlaceText(x, y, width, height) + pens[pen]);
-            return bench::RealFunction<DrawRectangleFunction>(kGdiplus, "GdipDrawRectangleI")(
-                graphics, pen, x, y, width, height);
         });
-    const auto drawEllipse = bench::HookCall<DrawEllipseFunction>(
-        kGdiplus, "GdipDrawEllipseI",
-        [&](auto* graphics, auto* pen, INT x, INT y, INT width, INT height) {
+    const auto drawEllipse = HookAfter<decltype(&GdipDrawEllipseI)>(
+        "GdipDrawEllipseI", [&](auto*, auto* pen, INT x, INT y, INT width, INT height) {
             outlines.push_back("ellipse " + PlaceText(x, y, width, height) + pens[pen]);
-            return bench::RealFunction<DrawEllipseFunction>(kGdiplus, "GdipDrawEllipseI")(
-                graphics, pen, x, y, width, height);
         });
-    const auto drawLines = bench::HookCall<DrawLinesFunction>(
-        kGdiplus, "GdipDrawLinesI", [&](auto* graphics, auto* pen, auto* points, INT count) {
+    const auto drawLines = HookAfter<decltype(&GdipDrawLinesI)>(
+        "GdipDrawLinesI", [&](auto*, auto* pen, auto* points, INT) {
             std::ostringstream start;
             start << "lines from " << points->X << ',' << points->Y;
             outlines.push_back(start.str() + pens[pen]);
-            return bench::RealFunction<DrawLinesFunction>(kGdiplus, "GdipDrawLinesI")(
-                graphics, pen, points, count);
         });
     paint();
     return outlines;
 }
+
+std::map<std::string, ObjectCount> CountObjects(const std::function<void()>& paint) {
+    std::map<std::string, ObjectCount> counts;
+    const auto made = [&](const char* kind) {
+        return [&count = counts[kind]](auto...) {
+            ++count.made;
+            ++count.left;
+        };
+    };
+    const auto deleted = [&](const char* kind) {
+        return [&count = counts[kind]](auto...) {
+            --count.left;
+        };
+    };
+    const auto brushMade =
+        HookAfter<decltype(&GdipCreateSolidFill)>("GdipCreateSolidFill", made("brush"));
+    const auto brushDeleted =
+        HookAfter<decltype(&GdipDeleteBrush)>("GdipDeleteBrush", deleted("brush"));
+    const auto penMade = HookAfter<decltype(&GdipCreatePen1)>("GdipCreatePen1", made("pen"));
+    const auto penDeleted = HookAfter<decltype(&GdipDeletePen)>("GdipDeletePen", deleted("pen"));
+    const auto familyMade = HookAfter<decltype(&GdipCreateFontFamilyFromName)>(
+        "GdipCreateFontFamilyFromName", made("family"));
+    const auto familyDeleted =
+        HookAfter<decltype(&GdipDeleteFontFamily)>("GdipDeleteFontFamily", deleted("family"));
+    const auto fontMade = HookAfter<decltype(&GdipCreateFont)>("GdipCreateFont", made("font"));
+    const auto fontDeleted =
+        HookAfter<decltype(&GdipDeleteFont)>("GdipDeleteFont", deleted("font"));
+    const auto formatMade =
+        HookAfter<decltype(&GdipCreateStringFormat)>("GdipCreateStringFormat", made("format"));
+    const auto formatDeleted =
+        HookAfter<decltype(&GdipDeleteStringFormat)>("GdipDeleteStringFormat", deleted("format"));
+    const auto bitmapMade = HookAfter<decltype(&GdipCreateBitmapFromScan0)>(
+        "GdipCreateBitmapFromScan0", made("bitmap"));
+    const auto bitmapDeleted =
+        HookAfter<decltype(&GdipDisposeImage)>("GdipDisposeImage", deleted("bitmap"));
+    const auto bitmapGraphicsMade = HookAfter<decltype(&GdipGetImageGraphicsContext)>(
+        "GdipGetImageGraphicsContext", made("graphics"));
+    const auto deviceGraphicsMade =
+        HookAfter<decltype(&GdipCreateFromHDC)>("GdipCreateFromHDC", made("graphics"));
+    const auto graphicsDeleted =
+        HookAfter<decltype(&GdipDeleteGraphics)>("GdipDeleteGraphics", deleted("graphics"));
+    paint();
+    return counts;
+}
+
+}  // namespace bench

@@ -3,11 +3,12 @@
 #include "ui/canvas.h"
 #include "ui/window_painter.h"
 
-// An accent that is nobody's default and no other color of the window.
+namespace bench {
+
+// Unlike the default accent and every other color of the window.
 inline constexpr Argb kTestAccent = 0xFF33CC99;
 
-// A window without pictures and without any text but the heading and the monogram, for a single
-// blank paints nothing.
+// No pictures, and no text but the heading and the monogram: a blank paints nothing.
 inline WindowPicture BarePicture() {
     WindowPicture picture;
     picture.job.statusLine = L" ";
@@ -15,9 +16,11 @@ inline WindowPicture BarePicture() {
     return picture;
 }
 
+// Over a color that the window has nowhere.
 inline Pixels Paint(const WindowPicture& picture) {
-    // A color that must be painted over everywhere.
     const Canvas canvas(0xFFFF00FF);
     PaintWindow(canvas.Graphics(), picture);
     return canvas.Read();
 }
+
+}  // namespace bench

@@ -1,11 +1,9 @@
 #include "ui/player.h"
 
-#include <gtest/gtest.h>
-
+#include "bench_parts/call_hook.h"
 #include "common/shell_api.h"
 
-Player* Player::active = nullptr;
-ShellRecorder* ShellRecorder::active = nullptr;
+namespace bench {
 
 namespace {
 
@@ -16,38 +14,37 @@ std::wstring TextOf(const wchar_t* text) {
 }  // namespace
 
 Player::Player(int answer)
-    : former_(active),
-      answer_(answer),
-      hook_(L"user32.dll", "MessageBoxW", reinterpret_cast<void*>(&Show)) {
-    EXPECT_TRUE(hook_.Installed());
-    active = this;
+    : former_(latest), answer_(answer), hook_(former_ == nullptr ? HookMessageBoxes() : nullptr) {
+    latest = this;
 }
 
 Player::~Player() {
-    active = former_;
+    latest = former_;
 }
 
-int WINAPI Player::Show(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
-    active->boxes_.push_back({owner, TextOf(text), TextOf(caption), style});
-    if (active->whileOpen) {
-        active->whileOpen();
+int Player::Answer(const Box& box) {
+    boxes_.push_back(box);
+    if (whileOpen) {
+        whileOpen();
     }
-    return active->answer_;
+    return answer_;
+}
+
+std::shared_ptr<void> Player::HookMessageBoxes() {
+    return std::shared_ptr<void>(new auto(HookCall<decltype(&::MessageBoxW)>(
+        L"user32.dll", "MessageBoxW", [](HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
+            return latest->Answer({owner, TextOf(text), TextOf(caption), style});
+        })));
 }
 
 ShellRecorder::ShellRecorder()
-    : hook_(L"shell32.dll", "ShellExecuteW", reinterpret_cast<void*>(&Open)) {
-    EXPECT_TRUE(hook_.Installed());
-    active = this;
-}
+    : hook_(new auto(HookCall<decltype(&::ShellExecuteW)>(
+          L"shell32.dll", "ShellExecuteW",
+          [this](HWND owner, LPCWSTR verb, LPCWSTR file, LPCWSTR parameters, LPCWSTR folder,
+                 INT show) -> HINSTANCE {
+              calls_.push_back({owner, TextOf(verb), TextOf(file), parameters != nullptr,
+                                folder != nullptr, show});
+              return nullptr;  // Out of memory, which the program ignores.
+          }))) {}
 
-ShellRecorder::~ShellRecorder() {
-    active = nullptr;
-}
-
-HINSTANCE WINAPI ShellRecorder::Open(HWND owner, LPCWSTR verb, LPCWSTR file, LPCWSTR parameters,
-                                     LPCWSTR folder, INT show) {
-    active->calls_.push_back(
-        {owner, TextOf(verb), TextOf(file), parameters != nullptr, folder != nullptr, show});
-    return nullptr;  // Out of memory: nobody may care.
-}
+}  // namespace bench

@@ -1,14 +1,16 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "bench_parts/import_hook.h"
 #include "common/windows_api.h"
 
-// Answers every message box of this program at once, and keeps what it asked. While one is open the
-// window's messages go on, which `whileOpen` stands for. Players nest: the latest answers.
+namespace bench {
+
+// Answers every message box of this program at once and keeps what it showed. Players nest: the
+// latest answers.
 class Player {
 public:
     // `answer`: IDYES, IDNO, ...
@@ -26,23 +28,25 @@ public:
     [[nodiscard]] const std::vector<Box>& Boxes() const {
         return boxes_;
     }
+
+    // Called before each answer: a box handles its window's messages while it is open.
     std::function<void()> whileOpen;
 
 private:
-    static int WINAPI Show(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style);
+    int Answer(const Box& box);
+    static std::shared_ptr<void> HookMessageBoxes();
 
-    static Player* active;
+    static inline Player* latest = nullptr;
     Player* former_;
     int answer_;
     std::vector<Box> boxes_;
-    bench::ImportHook hook_;
+    std::shared_ptr<void> hook_;  // Of the outermost player.
 };
 
-// Keeps what the shell is asked to open, in its place: nothing is opened. One at a time.
+// Keeps what the shell is asked to open; nothing is opened.
 class ShellRecorder {
 public:
     ShellRecorder();
-    ~ShellRecorder();
     ShellRecorder(const ShellRecorder&) = delete;
     ShellRecorder& operator=(const ShellRecorder&) = delete;
 
@@ -59,10 +63,8 @@ public:
     }
 
 private:
-    static HINSTANCE WINAPI Open(HWND owner, LPCWSTR verb, LPCWSTR file, LPCWSTR parameters,
-                                 LPCWSTR folder, INT show);
-
-    static ShellRecorder* active;
     std::vector<Call> calls_;
-    bench::ImportHook hook_;
+    std::shared_ptr<void> hook_;
 };
+
+}  // namespace bench

@@ -11,9 +11,11 @@
 #include <psapi.h>
 #include <winternl.h>
 
+namespace bench {
+
 namespace {
 
-// Wine answers the documented questions with 0, but keeps the tables that Windows has as well.
+// Wine answers the documented calls with 0, but has the same tables as Windows.
 
 constexpr int kSystemHandleInformation = 16;
 
@@ -64,7 +66,7 @@ size_t CountGdiObjectsUnderWine() {
 }
 
 size_t CountHandles() {
-    if (bench::IsWine()) {
+    if (IsWine()) {
         return CountHandlesUnderWine();
     }
     DWORD count = 0;
@@ -73,8 +75,8 @@ size_t CountHandles() {
 }
 
 size_t CountGdiObjects() {
-    return bench::IsWine() ? CountGdiObjectsUnderWine()
-                           : ::GetGuiResources(::GetCurrentProcess(), GR_GDIOBJECTS);
+    return IsWine() ? CountGdiObjectsUnderWine()
+                    : ::GetGuiResources(::GetCurrentProcess(), GR_GDIOBJECTS);
 }
 
 size_t WorkingSetBytes() {
@@ -88,3 +90,5 @@ size_t WorkingSetBytes() {
 ResourceCounters CountResources() {
     return {CountHandles(), CountGdiObjects(), WorkingSetBytes()};
 }
+
+}  // namespace bench

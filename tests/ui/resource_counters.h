@@ -2,12 +2,16 @@
 
 #include <cstddef>
 
-// What this process holds of the system at the moment.
+namespace bench {
+
+// What this process holds at the moment.
 struct ResourceCounters {
     size_t kernelHandles = 0;
     size_t gdiObjects = 0;
-    // Objects of GDI+ live on the heap, where no counter sees them but this one.
+    // The only counter that sees GDI+ objects: they are on the heap.
     size_t workingSetBytes = 0;
 };
 
 ResourceCounters CountResources();
+
+}  // namespace bench

@@ -1,103 +1,79 @@
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "ui/painted_window.h"
 
-// The texts of the window. Glyphs belong to the font of the machine, so nothing here knows their
-// shapes: a picture with the text is compared with one without.
+// How the texts look. Fonts differ between machines, so pictures with and without a text are
+// compared; which font is asked for is in fonts_and_pens_test.cpp.
 
 namespace {
 
-// A text's strokes reach its color up to a little smoothing.
-constexpr int kSmoothing = 3;
+using namespace bench;
+
+constexpr int kSmoothing = 3;  // What smoothing may change a text's strongest color by.
 
 struct TextPlace {
     const char* name;
     Box box;
     Argb color;
-    std::function<void(WindowPicture&, const std::wstring&)> write;
+    std::wstring& (*text)(WindowPicture&);
 };
 
-const TextPlace kTitlePlace{"title",
-                            {22, 16, 860 - 22, 31},
-                            0xFFBAB9BE,
-                            [](WindowPicture& picture, const std::wstring& text) {
-                                picture.toolName = text;
-                            }};
-const TextPlace kClientFolderPlace{"client folder",
-                                   {84, 276, 692, 26},
-                                   0xFFBEBBC4,
-                                   [](WindowPicture& picture, const std::wstring& text) {
-                                       picture.clientFolder = text;
-                                   }};
-const TextPlace kStatusPlace{"status",
-                             {114, 356, 632, 24},
-                             0xFFF8F8FA,
-                             [](WindowPicture& picture, const std::wstring& text) {
-                                 picture.job.statusLine = text;
-                             }};
-const TextPlace kDetailPlace{
-    "detail", {84, 380, 692, 24}, 0xFF888490, [](WindowPicture& picture, const std::wstring& text) {
-        picture.job.detailLine = text;
-    }};
-const TextPlace kPlaces[] = {kTitlePlace, kClientFolderPlace, kStatusPlace, kDetailPlace};
+std::wstring& Title(WindowPicture& picture) {
+    return picture.toolName;
+}
+std::wstring& Folder(WindowPicture& picture) {
+    return picture.clientFolder;
+}
+std::wstring& Status(WindowPicture& picture) {
+    return picture.job.statusLine;
+}
+std::wstring& Detail(WindowPicture& picture) {
+    return picture.job.detailLine;
+}
+
+constexpr TextPlace kTitle{"title", {22, 16, 860 - 22, 31}, 0xFFBAB9BE, Title};
+constexpr TextPlace kFolder{"folder", {84, 276, 692, 26}, 0xFFBEBBC4, Folder};
+constexpr TextPlace kStatus{"status", {114, 356, 632, 24}, 0xFFF8F8FA, Status};
+constexpr TextPlace kDetail{"detail", {84, 380, 692, 24}, 0xFF888490, Detail};
+constexpr TextPlace kPlaces[] = {kTitle, kFolder, kStatus, kDetail};
 
 Pixels PaintText(const TextPlace& place, const std::wstring& text) {
     WindowPicture picture = BarePicture();
-    place.write(picture, text);
+    place.text(picture) = text;
     return Paint(picture);
 }
 
-// Where the text shows.
-Box InkOf(const TextPlace& place, const std::wstring& text) {
-    const auto ink = DifferingArea(Paint(BarePicture()), PaintText(place, text));
-    EXPECT_TRUE(ink.has_value()) << place.name;
-    return ink.value_or(Box{});
-}
+class WindowPainterText : public PaintingTest {
+protected:
+    // Where the text shows.
+    Box InkOf(const TextPlace& place, const std::wstring& text) const {
+        const auto ink = DifferingArea(bare_, PaintText(place, text));
+        EXPECT_TRUE(ink.has_value()) << place.name;
+        return ink.value_or(Box{});
+    }
 
-class WindowPainterText : public PaintingTest {};
+    Pixels bare_ = Paint(BarePicture());
+};
 
-TEST_F(WindowPainterText, StandsInItsBoxAndNowhereElse) {
+TEST_F(WindowPainterText, IsAtItsPlaceInItsColor) {
     for (const TextPlace& place : kPlaces) {
-        EXPECT_TRUE(Contains(place.box, InkOf(place, L"IlHg|_"))) << place.name;
+        SCOPED_TRACE(place.name);
+        const Pixels painted = PaintText(place, L"IIHH||__");
+        const Box ink = DifferingArea(bare_, painted).value_or(Box{});
+        EXPECT_TRUE(Contains(place.box, ink));
+        EXPECT_LE(ink.y, place.box.y + 8);
+        const Argb color = StrongestColor(bare_, painted);
+        EXPECT_LE(ColorDistance(color, place.color), kSmoothing) << std::hex << color;
     }
 }
 
-TEST_F(WindowPainterText, HasItsOwnColor) {
-    for (const TextPlace& place : kPlaces) {
-        const Argb color = StrongestColor(Paint(BarePicture()), PaintText(place, L"IIHH||__"));
-        EXPECT_LE(ColorDistance(color, place.color), kSmoothing)
-            << place.name << ' ' << std::hex << color;
+TEST_F(WindowPainterText, IsCenteredBelowTheTitleBar) {
+    for (const wchar_t* text : {L"HoH", L"HHHHHHHHHHHHHHHHH"}) {
+        EXPECT_NEAR(InkOf(kTitle, text).x, 22 + 3, 3);
+        for (const TextPlace& place : {kFolder, kStatus, kDetail}) {
+            EXPECT_NEAR(CenterX(InkOf(place, text)), 430, 2) << place.name;
+        }
     }
-}
-
-TEST_F(WindowPainterText, BeginsAtTheTopOfItsBox) {
-    for (const TextPlace& place : kPlaces) {
-        EXPECT_LE(InkOf(place, L"IlHg|_").y, place.box.y + 8) << place.name;
-    }
-}
-
-TEST_F(WindowPainterText, IsCenteredFromSideToSideBelowTheTitleBar) {
-    for (const TextPlace& place : {kClientFolderPlace, kStatusPlace, kDetailPlace}) {
-        EXPECT_NEAR(CenterX(InkOf(place, L"HoH")), 430, 2) << place.name;
-        EXPECT_NEAR(CenterX(InkOf(place, L"HHHHHHHHHHHHHHHHH")), 430, 2) << place.name;
-    }
-}
-
-TEST_F(WindowPainterText, StartsTheTitleAtTheLeft) {
-    EXPECT_NEAR(InkOf(kTitlePlace, L"H").x, 22 + 3, 3);
-    EXPECT_NEAR(InkOf(kTitlePlace, L"HHHHHHHHHHHHHHHH").x, 22 + 3, 3);
-}
-
-TEST_F(WindowPainterText, IsLargerForTheStatusThanForTheDetail) {
-    const int title = InkOf(kTitlePlace, L"HHHHHHHHHH").width;
-    const int folder = InkOf(kClientFolderPlace, L"HHHHHHHHHH").width;
-    const int status = InkOf(kStatusPlace, L"HHHHHHHHHH").width;
-    const int detail = InkOf(kDetailPlace, L"HHHHHHHHHH").width;
-    EXPECT_GT(status, title);
-    EXPECT_GT(title, folder);
-    EXPECT_EQ(folder, detail);
 }
 
 TEST_F(WindowPainterText, StaysOnOneLineInsideItsBoxHoweverLong) {
@@ -106,43 +82,33 @@ TEST_F(WindowPainterText, StaysOnOneLineInsideItsBoxHoweverLong) {
         words += L"HHHH HHH\\";
     }
     for (const TextPlace& place : kPlaces) {
+        SCOPED_TRACE(place.name);
         const Box oneLine = InkOf(place, L"HHHH HHH\\");
-        const Box ink = InkOf(place, words);
-        EXPECT_TRUE(Contains(place.box, ink)) << place.name;
-        EXPECT_GT(ink.width, 500) << place.name;
-        // An ellipsis may reach a little lower.
-        EXPECT_NEAR(ink.y, oneLine.y, 1) << place.name;
-        EXPECT_NEAR(ink.height, oneLine.height, 2) << place.name;
+        // With blanks to break at and without.
+        for (const std::wstring& text : {words, std::wstring(3000, L'H')}) {
+            const Box ink = InkOf(place, text);
+            EXPECT_TRUE(Contains(place.box, ink));
+            // An ellipsis may reach a little lower.
+            EXPECT_NEAR(ink.y, oneLine.y, 1);
+            EXPECT_NEAR(ink.height, oneLine.height, 2);
+        }
+        EXPECT_GT(InkOf(place, words).width, 500);
     }
 }
 
-TEST_F(WindowPainterText, StaysInsideItsBoxWithoutAnyBlankToBreakAt) {
-    for (const TextPlace& place : kPlaces) {
-        const Box ink = InkOf(place, std::wstring(3000, L'H'));
-        EXPECT_TRUE(Contains(place.box, ink)) << place.name;
-        EXPECT_NEAR(ink.height, InkOf(place, L"H").height, 2) << place.name;
+TEST_F(WindowPainterText, IsNotThereWhenEmptyButForTheStatus) {
+    for (const TextPlace& place : {kTitle, kFolder, kDetail}) {
+        EXPECT_EQ(PaintText(place, L""), bare_) << place.name;
     }
-}
-
-TEST_F(WindowPainterText, PaintsNothingForAnEmptyTitleFolderAndDetail) {
-    for (const TextPlace& place : {kTitlePlace, kClientFolderPlace, kDetailPlace}) {
-        EXPECT_EQ(PaintText(place, L""), Paint(BarePicture())) << place.name;
-    }
-}
-
-TEST_F(WindowPainterText, SaysReadyForAnEmptyStatus) {
-    EXPECT_EQ(PaintText(kStatusPlace, L""), PaintText(kStatusPlace, L"Ready."));
-    EXPECT_NE(PaintText(kStatusPlace, L""), Paint(BarePicture()));
+    EXPECT_EQ(PaintText(kStatus, L""), PaintText(kStatus, L"Ready."));
+    EXPECT_NE(PaintText(kStatus, L""), bare_);
 }
 
 TEST_F(WindowPainterText, ShowsAClientFolderOfAnotherLanguage) {
-    EXPECT_NE(PaintText(kClientFolderPlace, L"D:\\Gr\u00f6\u00dfe"),
-              PaintText(kClientFolderPlace, L"D:\\Gro\u00dfe"));
-    EXPECT_TRUE(Contains(kClientFolderPlace.box,
-                         InkOf(kClientFolderPlace, L"D:\\\u0418\u0433\u0440\u044b")));
+    EXPECT_NE(PaintText(kFolder, L"D:\\Gr\u00f6\u00dfe"), PaintText(kFolder, L"D:\\Gro\u00dfe"));
+    EXPECT_TRUE(Contains(kFolder.box, InkOf(kFolder, L"D:\\\u0418\u0433\u0440\u044b")));
 }
 
-// The picture of a job in one stage, without counters.
 WindowPicture AtStage(JobStage stage, const wchar_t* statusLine) {
     WindowPicture picture = BarePicture();
     picture.job.stage = stage;
@@ -150,23 +116,15 @@ WindowPicture AtStage(JobStage stage, const wchar_t* statusLine) {
     return picture;
 }
 
-TEST_F(WindowPainterText, ShowsTheSpeedBehindTheStatus) {
+// The texts themselves are in status_text_test.cpp.
+TEST_F(WindowPainterText, ShowsTheCounterBehindTheStatus) {
     WindowPicture picture = AtStage(JobStage::Downloading, L"Downloading...");
-    EXPECT_EQ(Paint(picture), Paint(AtStage(JobStage::Idle, L"Downloading...  0 MB/s")));
     picture.job.bytesPerSecond = 1536.0;
     EXPECT_EQ(Paint(picture), Paint(AtStage(JobStage::Idle, L"Downloading...  1.5 KB/s")));
 }
 
-TEST_F(WindowPainterText, ShowsTheCountOfFilesBehindTheStatus) {
-    WindowPicture picture = AtStage(JobStage::Finishing, L"Verifying...");
-    picture.job.filesTotal = 12;
-    EXPECT_EQ(Paint(picture), Paint(AtStage(JobStage::Idle, L"Verifying...  0/12 files")));
-}
-
 TEST_F(WindowPainterText, PaintsTheDetailInTheAccentOnlyOfAFailure) {
-    for (const JobStage stage :
-         {JobStage::Idle, JobStage::Downloading, JobStage::VerifyingPackage, JobStage::Extracting,
-          JobStage::Finishing, JobStage::Done, JobStage::Failed}) {
+    for (const JobStage stage : {JobStage::Idle, JobStage::Done, JobStage::Failed}) {
         WindowPicture picture = AtStage(stage, L" ");
         const Pixels without = Paint(picture);
         picture.job.detailLine = L"IIHH||__";
@@ -177,24 +135,19 @@ TEST_F(WindowPainterText, PaintsTheDetailInTheAccentOnlyOfAFailure) {
     }
 }
 
-TEST_F(WindowPainterText, PaintsTheHeadingInTheAccentIntoItsBox) {
+TEST_F(WindowPainterText, CentersTheHeadingInItsBoxInTheAccent) {
     constexpr Box kHeadingBox{72, 214, 716, 40};
-    const Pixels window = Paint(BarePicture());
-    EXPECT_GT(window.Count(kHeadingBox, kTestAccent), 500);
-    // Bare panel between the placeholder and the heading, beside it and below.
-    EXPECT_EQ(window.Count({49, 203, 763, 11}, 0xFF111215), 763 * 11);
-    EXPECT_EQ(window.Count({49, 214, 23, 40}, 0xFF111215), 23 * 40);
-    EXPECT_EQ(window.Count({788, 214, 24, 40}, 0xFF111215), 24 * 40);
-    EXPECT_EQ(window.Count({49, 254, 763, 70}, 0xFF111215), 763 * 70);
-}
-
-TEST_F(WindowPainterText, CentersTheHeading) {
+    EXPECT_GT(bare_.Count(kHeadingBox, kTestAccent), 500);
+    // Bare panel above, on both sides and below.
+    for (const Box& around :
+         {Box{49, 203, 763, 11}, Box{49, 214, 23, 40}, Box{788, 214, 24, 40}, {49, 254, 763, 70}}) {
+        EXPECT_EQ(bare_.Count(around, 0xFF111215), around.width * around.height);
+    }
     WindowPicture other = BarePicture();
     other.accentColor = 0xFFFFFFFF;
-    const auto ink = DifferingArea(Paint(BarePicture()), Paint(other), {72, 214, 716, 40});
+    const auto ink = DifferingArea(bare_, Paint(other), kHeadingBox);
     ASSERT_TRUE(ink.has_value());
     EXPECT_NEAR(CenterX(*ink), 430, 2);
-    // Bold and 28 pixels high: by far the largest text of the window.
     EXPECT_GT(ink->width, 300);
 }
 

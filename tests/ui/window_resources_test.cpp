@@ -17,6 +17,8 @@
 
 namespace {
 
+using namespace bench;
+
 constexpr size_t kKilobyte = 1024;
 constexpr size_t kMegabyte = 1024 * kKilobyte;
 
