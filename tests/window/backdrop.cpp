@@ -3,9 +3,10 @@
 #include <future>
 #include <string>
 
+namespace bench {
 namespace {
 
-// A class has one color.
+// A window class has one color.
 std::wstring ClassName(uint32_t color) {
     return L"bench.backdrop." + std::to_wstring(color);
 }
@@ -16,7 +17,7 @@ HWND ShowPlainWindow(const Box& place, uint32_t color) {
         ::CreateSolidBrush(RGB(color >> 16 & 0xFF, color >> 8 & 0xFF, color & 0xFF));
     WNDCLASSW plain{};
     plain.lpfnWndProc = ::DefWindowProcW;
-    plain.hbrBackground = brush;  // Goes with the class.
+    plain.hbrBackground = brush;  // Owned by the class.
     plain.lpszClassName = className.c_str();
     ::RegisterClassW(&plain);
     const HWND window = ::CreateWindowExW(WS_EX_NOACTIVATE | WS_EX_TOOLWINDOW, className.c_str(),
@@ -57,3 +58,5 @@ Backdrop::~Backdrop() {
 Box WholeScreen() {
     return {0, 0, ::GetSystemMetrics(SM_CXSCREEN), ::GetSystemMetrics(SM_CYSCREEN)};
 }
+
+}  // namespace bench

@@ -6,11 +6,13 @@
 #include "common/windows_api.h"
 #include "ui/layout.h"
 
-// A window of one color with a thread of its own, as another program's would be: to lie behind the
-// tool or to cover it.
+namespace bench {
+
+// A window of one color on another thread, like another program's, to be behind the tool or to
+// cover it.
 class Backdrop {
 public:
-    // `place` in screen pixels, `color` as 0xRRGGBB. It is on the screen when this returns.
+    // `place` in screen pixels, `color` as 0xRRGGBB. On the screen when this returns.
     Backdrop(const Box& place, uint32_t color);
     ~Backdrop();
     Backdrop(const Backdrop&) = delete;
@@ -21,5 +23,6 @@ private:
     std::thread thread_;
 };
 
-// As large as the screen.
 Box WholeScreen();
+
+}  // namespace bench

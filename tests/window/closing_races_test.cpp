@@ -4,8 +4,7 @@
 
 #include "bench_parts/message_boxes.h"
 #include "bench_parts/waiting.h"
-#include "window/desktop_link.h"
-#include "window/held_job.h"
+#include "window/tool_test.h"
 
 namespace {
 
@@ -17,83 +16,71 @@ constexpr wchar_t kCloseCaption[] = L"Close Repair Tool";
 constexpr wchar_t kReinstallCaption[] = L"Confirm Reinstall";
 constexpr wchar_t kOfferCaption[] = L"Create Game Shortcut";
 
-class ClosingRace : public HeldJob {
+// Answers a question that is below another one. It stays open until that one is answered as well.
+void AnswerBelow(HWND box, int button) {
+    ::PostMessageW(box, WM_COMMAND, static_cast<WPARAM>(button), 0);
+    EXPECT_TRUE(bench::Await([box] { return !::IsWindowVisible(box); }));
+}
+
+class ClosingRace : public bench::ToolTest {
 protected:
     ClosingRace() {
-        Set("shortcutName", DesktopLink::Name());
         PutStartupProgram();
-    }
-
-    // For a question below another one, which goes when that one is answered as well.
-    static void AnswerBelow(HWND box, int button) {
-        ::PostMessageW(box, WM_COMMAND, static_cast<WPARAM>(button), 0);
-        EXPECT_TRUE(bench::Await([box] { return !::IsWindowVisible(box); }));
-    }
-
-    void ExpectEnd() {
-        EXPECT_EQ(Window().AwaitExitCode(), 0U);
-        EXPECT_THAT(TempFolder(), IsEmpty());
     }
 
     void ExpectSuccessCollected() {
         EXPECT_TRUE(bench::Await([this] { return Window().See(ButtonId::RepairClient).enabled; }));
-        EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
+        ExpectRepaired();
     }
 
-    void ExpectOpenAndUsable() {
-        EXPECT_TRUE(bench::Await([this] { return ::IsWindowEnabled(Window().Handle()) != FALSE; }));
-        EXPECT_TRUE(Window().AwaitIdle());
-        EXPECT_EQ(::WaitForSingleObject(Window().Process(), 0), DWORD{WAIT_TIMEOUT});
+    void AnswerToClose(HWND question, int answer) {
+        Answer(question, answer);
+        ExpectOutcome(answer);
     }
 
-    DesktopLink link_;
+    void ExpectOutcome(int answerToClose) {
+        if (answerToClose == IDYES) {
+            ExpectExit();
+        } else {
+            Window().AwaitUsable();
+        }
+    }
 };
 
 TEST_F(ClosingRace, ASuccessIsCollectedUnderTheQuestion) {
+    Set("runAfterInstall", L"1");
+    StartTool();
     for (const int answer : {IDNO, IDYES}) {
-        Set("runAfterInstall", L"1");
         const size_t starts = StartsOfTheGame();
-        StartTool();
         HoldRepair();
         const HWND question = AskToClose();
         LetItSucceed();
         ExpectSuccessCollected();
         EXPECT_TRUE(bench::Await([&] { return StartsOfTheGame() == starts + 1; }))
             << "the launch does not wait for the answer";
-        Answer(question, answer);
-        if (answer == IDNO) {
-            ExpectOpenAndUsable();
-            CloseTool();
-        }
-        if (answer == IDYES) {
-            ExpectEnd();
-        }
+        AnswerToClose(question, answer);
     }
 }
 
 TEST_F(ClosingRace, AFailureIsShownUnderTheQuestion) {
+    const bench::ToolWindow& window = StartTool();
     for (const int answer : {IDNO, IDYES}) {
-        ToolWindow& window = StartTool();
         HoldRepair();
         const HWND question = AskToClose();
         LetItFail();
         EXPECT_TRUE(bench::Await([&] { return window.See(ButtonId::Retry).visible; }));
-        Answer(question, answer);
+        AnswerToClose(question, answer);
         if (answer == IDNO) {
-            ExpectOpenAndUsable();
-            EXPECT_TRUE(window.CanPress(ButtonId::Retry));
-            CloseTool();
-        }
-        if (answer == IDYES) {
-            ExpectEnd();
+            window.Press(ButtonId::Retry);
+            window.AwaitCanPress(ButtonId::RepairClient);
         }
     }
 }
 
-// A reinstall that ends under the close question brings up the offer of the shortcut above it.
+// A reinstall that ends under the close question opens the offer of the shortcut above it.
 class OfferAboveCloseQuestion : public ClosingRace {
 protected:
-    void BringUpBoth() {
+    void OpenBoth() {
         Set("offerDesktopShortcut", L"1");
         StartTool();
         HoldReinstall();
@@ -107,124 +94,98 @@ protected:
     HWND offer_ = nullptr;
 };
 
-TEST_F(OfferAboveCloseQuestion, CanBeAcceptedAndTheToolKept) {
-    BringUpBoth();
-    Answer(offer_, IDYES);
-    Answer(question_, IDNO);
-    ExpectOpenAndUsable();
-    EXPECT_TRUE(link_.Exists());
-    EXPECT_TRUE(Window().HasText(ButtonId::CreateShortcut, L"Game Shortcut Created"));
+TEST_F(OfferAboveCloseQuestion, BothAnswersCountInEitherOrder) {
+    const struct {
+        const char* name;
+        bool offerFirst;
+        int close;
+        int offer;
+    } rows[] = {
+        {"shortcut, then the tool stays", true, IDNO, IDYES},
+        {"no shortcut, then the tool closes", true, IDYES, IDNO},
+        {"the tool stays, then a shortcut", false, IDNO, IDYES},
+        {"the tool closes, after a shortcut", false, IDYES, IDYES},
+    };
+    for (const auto& [name, offerFirst, close, offer] : rows) {
+        SCOPED_TRACE(name);
+        OpenBoth();
+        if (offerFirst) {
+            Answer(offer_, offer);
+            Answer(question_, close);
+        } else {
+            AnswerBelow(question_, close);
+            EXPECT_TRUE(::IsWindowVisible(offer_));
+            Answer(offer_, offer);
+        }
+        ExpectOutcome(close);
+        EXPECT_EQ(std::filesystem::remove(ShortcutFile()), offer == IDYES);
+    }
 }
 
-TEST_F(OfferAboveCloseQuestion, CanBeRefusedAndTheToolClosed) {
-    BringUpBoth();
-    Answer(offer_, IDNO);
-    Answer(question_, IDYES);
-    ExpectEnd();
-    EXPECT_FALSE(link_.Exists());
-}
-
-TEST_F(OfferAboveCloseQuestion, IsStillOpenAfterTheQuestionBelowWasAnsweredNo) {
-    BringUpBoth();
-    AnswerBelow(question_, IDNO);
-    EXPECT_TRUE(::IsWindowVisible(offer_));
-    Answer(offer_, IDYES);
-    ExpectOpenAndUsable();
-    EXPECT_TRUE(link_.Exists());
-}
-
-TEST_F(OfferAboveCloseQuestion, IsStillOpenAfterTheQuestionBelowWasAnsweredYes) {
-    BringUpBoth();
-    AnswerBelow(question_, IDYES);
-    EXPECT_TRUE(::IsWindowVisible(offer_));
-    Answer(offer_, IDYES);
-    ExpectEnd();
-    EXPECT_TRUE(link_.Exists());
-}
-
-// Refusing to close makes the window listen again, so the player can go on with the offer still
-// open.
-TEST_F(OfferAboveCloseQuestion, IsTooLateWhenTheNextJobIsUnderWay) {
+// Refusing to close re-enables the window, so the player can continue with the offer still open.
+TEST_F(OfferAboveCloseQuestion, TheOfferComesTooLateOnceTheNextJobRuns) {
     Set("runAfterInstall", L"1");
-    BringUpBoth();
+    OpenBoth();
     AnswerBelow(question_, IDNO);
     HoldRepair();
     Answer(offer_, IDYES);
-    EXPECT_TRUE(Window().AwaitIdle());
+    Window().AwaitIdle();
     EXPECT_FALSE(Window().See(ButtonId::RepairClient).enabled);
-    EXPECT_FALSE(link_.Exists());
+    EXPECT_FALSE(std::filesystem::exists(ShortcutFile()));
     LetItSucceed();
     ExpectSuccessCollected();
     EXPECT_TRUE(bench::Await([this] { return StartsOfTheGame() == 1; })) << "the next job's launch";
 }
 
-TEST_F(ClosingRace, TheReinstallsQuestionGoesWithTheTool) {
-    ToolWindow& window = StartTool();
+TEST_F(ClosingRace, TheReinstallsQuestionStaysOrClosesWithTheTool) {
+    const bench::ToolWindow& window = StartTool();
     window.Press(ButtonId::ReinstallGame);
-    const HWND question = AwaitBox(kReinstallCaption);
-    bench::WriteFile(Client() / L"old.txt", "from an older client");
-    Answer(AskToClose(), IDYES);
-    ExpectEnd();
-    EXPECT_FALSE(::IsWindow(question));
-    EXPECT_THAT(RequestedNames(), IsEmpty());
-    EXPECT_EQ(ClientContents().size(), 1U) << "nothing was deleted";
-}
-
-TEST_F(ClosingRace, TheReinstallsQuestionStaysWhenTheToolDoes) {
-    ToolWindow& window = StartTool();
-    HoldNoMore();
-    window.Press(ButtonId::ReinstallGame);
-    const HWND question = AwaitBox(kReinstallCaption);
+    HWND question = AwaitBox(kReinstallCaption);
     Answer(AskToClose(), IDNO);
     EXPECT_TRUE(::IsWindowVisible(question));
     Answer(question, IDYES);
-    window.AwaitJobStart();
+    window.AwaitIdle();
     ExpectSuccessCollected();
+    bench::WriteFile(Client() / L"own.txt", "of the player");
+    window.AwaitUsable();
+    window.Press(ButtonId::ReinstallGame);
+    question = AwaitBox(kReinstallCaption);
+    AnswerToClose(AskToClose(), IDYES);
+    EXPECT_FALSE(::IsWindow(question));
+    EXPECT_EQ(RequestedNames().size(), 1U);
+    EXPECT_TRUE(std::filesystem::exists(Client() / L"own.txt"));
 }
 
-TEST_F(ClosingRace, TheOfferGoesWithTheTool) {
-    Set("offerDesktopShortcut", L"1");
-    StartTool();
-    HoldReinstall();
-    LetItSucceed();
-    const HWND offer = AwaitBox(kOfferCaption);
-    Answer(AskToClose(), IDYES);
-    ExpectEnd();
-    EXPECT_FALSE(::IsWindow(offer));
-    EXPECT_FALSE(link_.Exists());
-}
-
-TEST_F(ClosingRace, TheGameIsNotStartedWhenTheOfferGoesWithTheTool) {
+TEST_F(ClosingRace, TheOfferClosesWithTheToolAndStartsNothing) {
     Set("offerDesktopShortcut", L"1");
     Set("runAfterInstall", L"1");
     StartTool();
-    HoldReinstall();
-    LetItSucceed();
-    AwaitBox(kOfferCaption);
-    Answer(AskToClose(), IDYES);
-    ExpectEnd();
+    StartReinstall();
+    const HWND offer = AwaitBox(kOfferCaption);
+    AnswerToClose(AskToClose(), IDYES);
+    EXPECT_FALSE(::IsWindow(offer));
+    EXPECT_FALSE(std::filesystem::exists(ShortcutFile()));
     EXPECT_EQ(SettledStartsOfTheGame(), 0U);
 }
 
-// As a program can do that wants all windows of a thread gone.
-TEST_F(ClosingRace, AnEndFromOutsideStopsTheJobToo) {
-    machine_.PutRecorder(machine_.CurrentFolder() / L"powershell.exe", "hold");
-    ToolWindow& window = StartTool();
-    HoldRepair();
-    EXPECT_TRUE(
-        ::PostThreadMessageW(::GetWindowThreadProcessId(window.Handle(), nullptr), WM_QUIT, 0, 0));
-    ExpectEnd();
-    EXPECT_EQ(bench::AwaitExitCode(Tar()), 1U);
-    EXPECT_THAT(ClientContents(), IsEmpty());
-}
-
-TEST_F(ClosingRace, TheShortcutsFailureGoesWithTheTool) {
+TEST_F(ClosingRace, TheShortcutsFailureClosesWithTheTool) {
     Set("offerDesktopShortcut", L"1");
     Set("startupExe", L"missing.exe");
     StartTool().Press(ButtonId::CreateShortcut);
     AwaitBox(kOfferCaption);
-    Answer(AskToClose(), IDYES);
-    ExpectEnd();
+    AnswerToClose(AskToClose(), IDYES);
+}
+
+// A program that wants to close all windows of a thread can do that.
+TEST_F(ClosingRace, AQuitMessageStopsTheJobToo) {
+    machine_.PutRecorder(machine_.CurrentFolder() / L"powershell.exe", "hold");
+    const bench::ToolWindow& window = StartTool();
+    HoldRepair();
+    EXPECT_TRUE(
+        ::PostThreadMessageW(::GetWindowThreadProcessId(window.Handle(), nullptr), WM_QUIT, 0, 0));
+    ExpectExit();
+    EXPECT_EQ(bench::AwaitExitCode(Tar()), 1U);
+    EXPECT_THAT(ClientContents(), IsEmpty());
 }
 
 // Another program can ask to close although the window is disabled.
@@ -238,8 +199,7 @@ TEST_F(ClosingRace, TwoQuestionsAreAnsweredByOneYes) {
         return found != first ? found : nullptr;
     });
     ASSERT_NE(second, nullptr);
-    Answer(second, IDYES);
-    ExpectEnd();
+    AnswerToClose(second, IDYES);
     EXPECT_FALSE(::IsWindow(first));
 }
 

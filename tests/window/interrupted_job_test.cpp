@@ -5,14 +5,11 @@
 
 #include "bench_parts/message_boxes.h"
 #include "bench_parts/waiting.h"
-#include "window/held_job.h"
+#include "window/tool_test.h"
 
 namespace {
 
-using namespace std::chrono_literals;
-using testing::IsEmpty;
-
-// Enough that a stage is still at work after the first of them has changed.
+// Enough that a stage is still working after the first of them has changed.
 constexpr int kFiles = 400;
 
 std::wstring FileName(int number) {
@@ -25,17 +22,15 @@ void WriteFiles(const std::filesystem::path& folder) {
     }
 }
 
-class InterruptedJob : public HeldJob {
+class InterruptedJob : public bench::ToolTest {
 protected:
-    // The tool exits within 30 seconds of the answer: the stage runs to its end, and the clean-up
-    // follows.
-    void ExpectPromptExit(HWND question) {
+    // The stage runs to its end, and the clean-up follows.
+    void Confirm(HWND question) {
         ::PostMessageW(question, WM_COMMAND, IDYES, 0);
-        EXPECT_EQ(Window().AwaitExitCode(30s), 0U);
-        EXPECT_THAT(TempFolder(), IsEmpty());
+        ExpectExit();
     }
 
-    // The client without the files that a test wrote there to make a stage last.
+    // The client without the files that a test wrote there to prolong a stage.
     bench::Contents ClientWithoutFiles() const {
         bench::Contents contents = ClientContents();
         std::erase_if(contents,
@@ -44,10 +39,9 @@ protected:
     }
 
     void RepairAgain() {
-        HoldNoMore();
-        StartTool().Press(ButtonId::RepairClient);
-        Window().AwaitJobStart();
-        Window().AwaitJobEnd();
+        HoldJobsNoMore();
+        StartTool();
+        Repair();
         EXPECT_TRUE(Window().CanPress(ButtonId::RepairClient)) << "the repair has failed";
     }
 };
@@ -62,7 +56,7 @@ TEST_F(InterruptedJob, ClosingInTheFlatteningEndsBeforeTheClientIsTouched) {
     const HWND question = AskToClose();
     EndTar(0);
     ASSERT_TRUE(bench::Await([&] { return std::filesystem::exists(staging / FileName(0)); }));
-    ExpectPromptExit(question);
+    Confirm(question);
     EXPECT_EQ(bench::FirstDifference(before, ClientContents()), "");
 }
 
@@ -74,30 +68,29 @@ TEST_F(InterruptedJob, ClosingInTheCleanOutEndsBeforeAnythingIsInstalled) {
     const HWND question = AskToClose();
     EndTar(0);
     ASSERT_TRUE(bench::Await([&] { return !std::filesystem::exists(Client() / FileName(0)); }));
-    ExpectPromptExit(question);
-    EXPECT_THAT(ClientContents(), IsEmpty()) << "the clean-out runs to its end";
+    Confirm(question);
+    EXPECT_THAT(ClientContents(), testing::IsEmpty()) << "the clean-out runs to its end";
 }
 
 // At the end of a session the system asks the window, tells it, and then ends the process.
 TEST_F(InterruptedJob, ARepairCompletesTheClientAfterASessionEndInTheCleanOut) {
     bench::WriteFile(Client() / L"client.exe", "of an older client");
     WriteFiles(Client());
-    ToolWindow& window = StartTool();
+    StartTool();
     HoldReinstall();
     LetItSucceed();
     ASSERT_TRUE(bench::Await([&] { return !std::filesystem::exists(Client() / FileName(0)); }));
-    // After five seconds Windows reports that the program does not respond.
-    constexpr UINT kPatienceMs = 5'000;
-    DWORD_PTR answer = FALSE;
-    EXPECT_NE(::SendMessageTimeoutW(window.Handle(), WM_QUERYENDSESSION, 0,
-                                    static_cast<LPARAM>(ENDSESSION_LOGOFF), SMTO_NORMAL,
-                                    kPatienceMs, &answer),
-              0);
-    EXPECT_EQ(answer, DWORD_PTR{TRUE});
-    EXPECT_NE(::SendMessageTimeoutW(window.Handle(), WM_ENDSESSION, TRUE,
-                                    static_cast<LPARAM>(ENDSESSION_LOGOFF), SMTO_NORMAL,
-                                    kPatienceMs, &answer),
-              0);
+    for (const UINT message : {UINT{WM_QUERYENDSESSION}, UINT{WM_ENDSESSION}}) {
+        // After five seconds Windows reports that the program does not respond.
+        constexpr UINT kPatienceMs = 5'000;
+        const WPARAM isEnding = message == WM_ENDSESSION ? TRUE : FALSE;
+        DWORD_PTR answer = FALSE;
+        EXPECT_NE(::SendMessageTimeoutW(Window().Handle(), message, isEnding,
+                                        static_cast<LPARAM>(ENDSESSION_LOGOFF), SMTO_NORMAL,
+                                        kPatienceMs, &answer),
+                  0);
+        EXPECT_TRUE(message == WM_ENDSESSION || answer == TRUE) << "the tool refuses to end";
+    }
     EndTool();
     ASSERT_TRUE(ClientWithoutFiles().empty()) << "the job was over already";
     RepairAgain();
@@ -108,25 +101,22 @@ TEST_F(InterruptedJob, ARepairCompletesTheClientAfterASessionEndInTheCleanOut) {
 TEST_F(InterruptedJob, ARepairCompletesTheClientAfterTwoToolsWorkedOnItAtOnce) {
     bench::WriteFile(Client() / L"client.exe", "of an older client");
     bench::WriteFile(Client() / L"data" / L"maps" / L"a.map", "damaged");
-    const ToolWindow& first = StartTool();
+    const bench::ToolWindow& first = StartTool();
     HoldReinstall();
-    const KernelHandle& firstTar = Tar();
-    const ToolWindow second(Tool(), machine_.CurrentFolder());
+    const bench::ToolWindow second(Tool(), machine_.CurrentFolder());
     second.Press(ButtonId::RepairClient);
     const DWORD secondTarId = machine_.AwaitRuns(2).back().processId;
     const KernelHandle secondTar(::OpenProcess(PROCESS_TERMINATE, FALSE, secondTarId));
-    machine_.PutPowerShell();
-    EXPECT_TRUE(::TerminateProcess(firstTar.get(), 1));
+    LetItSucceed();
     EXPECT_TRUE(::TerminateProcess(secondTar.get(), 1));
     first.AwaitJobEnd();
     second.AwaitJobEnd();
-    EXPECT_THAT(TempFolder(), IsEmpty());
     CloseTool();
     second.PostClose();
     bench::Answer(bench::AwaitBox(L"Close Repair Tool"), IDYES);
     EXPECT_EQ(second.AwaitExitCode(), 0U);
     RepairAgain();
-    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
+    ExpectRepaired();
 }
 
 }  // namespace

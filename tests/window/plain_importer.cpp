@@ -8,6 +8,6 @@
 int main() {
     volatile DWORD never = 0;
     DWORD ignored = never;
-    // Kept from being optimized away, but not called: a DLL of that name may lack the function.
+    // Kept from being optimised away, but not called: a DLL of that name may lack the function.
     return ignored == 1 ? static_cast<int>(::GetFileVersionInfoSizeW(L"", &ignored)) : 0;
 }

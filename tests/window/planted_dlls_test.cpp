@@ -11,17 +11,16 @@
 #include "extract/process_runner.h"
 #include "window/tool_test.h"
 
-// Wants the platform header before it.
+// Must follow the platform header.
 #include <tlhelp32.h>
 
 namespace {
 
-using testing::HasSubstr;
 using testing::IsEmpty;
 
-// What the tool calls, what that calls in turn, and what mods are known to use. Left out are:
-// - DLLs on Windows' list of known ones, which no folder can replace;
-// - what Wine's own DLLs take from the exe's folder, whatever the program has asked for:
+// What the tool calls, what that calls in turn, and what mods are known to use. Without
+// - DLLs on Windows' list of known DLLs, which no folder can replace;
+// - what Wine's own DLLs load from the exe's folder, whatever the program has asked for:
 // version.dll
 //   (its user32.dll), uxtheme.dll (comctl32.dll), windowscodecs.dll and propsys.dll (gdiplus.dll),
 //   crypt32.dll (winhttp.dll).
@@ -41,7 +40,7 @@ bool WasLoaded(const std::filesystem::path& planted) {
     return std::filesystem::exists(planted.native() + L".loaded");
 }
 
-// Where a process has loaded the DLL of this name from, in small letters; empty when it has not.
+// Where a process has loaded the DLL of this name from, in lower case; empty if it has not.
 std::wstring PathOfModule(HANDLE process, const std::wstring& name) {
     const auto modules = AdoptHandle<KernelHandle>(
         ::CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, ::GetProcessId(process)));
@@ -81,7 +80,7 @@ private:
     std::wstring key_;
 };
 
-class PlantedDlls : public ToolTest {
+class PlantedDlls : public bench::ToolTest {
 protected:
     PlantedDlls() {
         for (const wchar_t* name : kPlantedNames) {
@@ -101,19 +100,20 @@ private:
 };
 
 TEST_F(PlantedDlls, AreNotLoadedByTheTool) {
-    ToolWindow& window = StartTool();
+    const bench::ToolWindow& window = StartTool();
     ASSERT_THAT(Loaded(), IsEmpty());
-    // From here on Wine's winhttp.dll would take it for itself.
+    // Version 6, which the manifest asks for, not the one in the system folder.
+    EXPECT_THAT(PathOfModule(window.Process(), L"comctl32.dll"),
+                testing::HasSubstr(L"\\winsxs\\amd64_microsoft.windows.common-controls_"));
+    // From here on Wine's winhttp.dll would load it.
     std::filesystem::remove(Client() / L"bcrypt.dll");
-    window.Press(ButtonId::RepairClient);
-    window.AwaitJobStart();
-    window.AwaitJobEnd();
+    Repair();
     EXPECT_TRUE(window.CanPress(ButtonId::RepairClient)) << "the repair failed";
     CloseTool();
     EXPECT_THAT(Loaded(), IsEmpty());
 }
 
-// Else the test above would prove nothing.
+// Without this the test above would prove nothing.
 TEST(PlantedDll, IsLoadedByAProgramThatImportsItsName) {
     const WineTakesPlantedDlls setting(L"program.exe");
     const bench::ScratchFolder folder;
@@ -124,12 +124,6 @@ TEST(PlantedDll, IsLoadedByAProgramThatImportsItsName) {
     Plant(planted);
     ASSERT_TRUE(RunHiddenAndWait(L"\"" + program.native() + L"\""));
     EXPECT_TRUE(WasLoaded(planted));
-}
-
-// Version 6, which the manifest asks for, not the one in the system's folder.
-TEST_F(PlantedDlls, LeaveTheCommonControlsThatTheManifestNames) {
-    EXPECT_THAT(PathOfModule(StartTool().Process(), L"comctl32.dll"),
-                HasSubstr(L"\\winsxs\\amd64_microsoft.windows.common-controls_"));
 }
 
 }  // namespace

@@ -7,10 +7,11 @@
 
 #include "bench_parts/waiting.h"
 
+namespace bench {
 namespace {
 
 INPUT MouseInput(DWORD action, const POINT& place) {
-    // The whole screen is as wide and as high as this, in whatever pixels.
+    // The width and the height of the screen in these units.
     constexpr LONG kFullScale = 65'536;
     const LONG width = ::GetSystemMetrics(SM_CXSCREEN);
     const LONG height = ::GetSystemMetrics(SM_CYSCREEN);
@@ -36,8 +37,8 @@ void Send(std::vector<INPUT> inputs) {
     EXPECT_EQ(::SendInput(count, inputs.data(), sizeof(INPUT)), count);
 }
 
-void ExpectGone(HWND box) {
-    EXPECT_TRUE(bench::Await([box] { return !::IsWindow(box); })) << "the box stays open";
+void ExpectClosed(HWND box) {
+    EXPECT_TRUE(Await([box] { return !::IsWindow(box); })) << "the box stays open";
 }
 
 }  // namespace
@@ -46,7 +47,7 @@ void ClickWithMouse(HWND target, int times) {
     RECT bounds{};
     ASSERT_TRUE(::GetWindowRect(target, &bounds));
     const POINT middle{(bounds.left + bounds.right) / 2, (bounds.top + bounds.bottom) / 2};
-    // Each input says where: the display can report an earlier move of the pointer late.
+    // Each input has the position: the display can report an earlier move of the pointer late.
     std::vector<INPUT> inputs;
     for (int click = 0; click < times; ++click) {
         inputs.push_back(MouseInput(MOUSEEVENTF_LEFTDOWN, middle));
@@ -58,24 +59,24 @@ void ClickWithMouse(HWND target, int times) {
 void AwaitClicksTaken(const ToolWindow& window) {
     constexpr int kLooksPerClick = 50;
     int looks = 0;
-    EXPECT_TRUE(bench::Await([&] {
+    EXPECT_TRUE(Await([&] {
         if (looks++ % kLooksPerClick == 0) {
             ClickWithMouse(window.Button(ButtonId::Minimize));
         }
         return ::IsIconic(window.Handle()) != FALSE;
     }));
-    ::PostMessageW(window.Handle(), WM_SYSCOMMAND, SC_RESTORE, 0);
-    EXPECT_TRUE(bench::Await([&] { return ::IsIconic(window.Handle()) == FALSE; }));
-    EXPECT_TRUE(window.AwaitIdle());
+    window.Restore();
 }
 
 void AnswerByKey(HWND box, WORD key) {
-    EXPECT_TRUE(bench::Await([box] { return ::GetForegroundWindow() == box; }));
+    EXPECT_TRUE(Await([box] { return ::GetForegroundWindow() == box; }));
     Send({KeyStroke(key, 0), KeyStroke(key, KEYEVENTF_KEYUP)});
-    ExpectGone(box);
+    ExpectClosed(box);
 }
 
 void CloseByCaption(HWND box) {
     ::PostMessageW(box, WM_SYSCOMMAND, SC_CLOSE, 0);
-    ExpectGone(box);
+    ExpectClosed(box);
 }
+
+}  // namespace bench

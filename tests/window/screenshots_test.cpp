@@ -1,84 +1,61 @@
+// Pictures of the default brand in each state, for people to look at; see KeepScreenshot.
+
 #include <gtest/gtest.h>
 
-#include "bench_parts/waiting.h"
 #include "resource_ids.h"
-#include "window/held_job.h"
 #include "window/picture_files.h"
-
-// Pictures of the default brand in each state, for people to look at; see KeepScreenshot.
+#include "window/tool_test.h"
 
 namespace {
 
-class Screenshots : public HeldJob {
+class Screenshots : public bench::ToolTest {
 protected:
     Screenshots() {
         Unset("repairToolName");
-        Set("websiteUrl", L"http://127.0.0.1/");
-        Set("discordUrl", L"http://127.0.0.1/");
-        Set("offerDesktopShortcut", L"1");
+        OfferLinksAndShortcut();
+        UseBrandPictures();
     }
     void Keep(const wchar_t* name) {
-        const std::filesystem::path file = KeepScreenshot(Window().Look(), name);
+        const std::filesystem::path file = bench::KeepScreenshot(Window().Look(), name);
         EXPECT_TRUE(std::filesystem::exists(file));
     }
 };
 
-TEST_F(Screenshots, AreKeptOfTheReadyWindow) {
-    StartTool();
+TEST_F(Screenshots, AreKeptOfASuccessfulRepair) {
+    const bench::ToolWindow& window = StartTool();
     Keep(L"ready");
+    const HWND button = window.Button(ButtonId::RepairClient);
+    ::PostMessageW(button, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 5));
+    window.AwaitPixel(100, 404, 0xD28228);
+    Keep(L"pressed");
+    ::PostMessageW(button, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-50, -50));
+    ::PostMessageW(button, WM_LBUTTONUP, 0, MAKELPARAM(-50, -50));
+    HoldRepair();
+    window.AwaitPixel(700, 340, 0xFFA640);
+    Keep(L"extraction");
+    LetItSucceed();
+    window.AwaitJobEnd();
+    Keep(L"success");
+}
+
+TEST_F(Screenshots, AreKeptOfADownloadThatFails) {
+    Set("archiveUrl", server_.Url(L"stall_late/3178000/1048576"));
+    const bench::ToolWindow& window = StartTool();
+    StartRepair();
+    // The bar's last filled pixel.
+    window.AwaitPixel(321, 340, 0xFFA640);
+    Keep(L"download");
+    server_.ReleaseWaits();
+    window.AwaitCanPress(ButtonId::Retry);
+    Keep(L"failure");
 }
 
 TEST_F(Screenshots, AreKeptOfSeveralServers) {
     OfferSeveralServers(PackageUrl(kZip));
     StartTool();
     Keep(L"servers");
-}
-
-TEST_F(Screenshots, AreKeptOfADownload) {
-    Set("archiveUrl", server_.Url(L"stall_late/3178000/1048576"));
-    StartRepair();
-    // The bar's last filled pixel.
-    EXPECT_TRUE(Window().AwaitPixel(321, 340, 0xFFA640));
-    Keep(L"download");
-    server_.ReleaseWaits();
-}
-
-TEST_F(Screenshots, AreKeptOfSeveralServersDuringAJob) {
-    Set("archiveUrl", server_.Url(L"stall/2000/1000"));
-    OfferSeveralServers(PackageUrl(kZip));
-    StartRepair();
+    HoldRepair();
     Keep(L"servers_job");
-    server_.ReleaseWaits();
-}
-
-TEST_F(Screenshots, AreKeptOfTheExtraction) {
-    StartTool();
-    HoldRepair();
-    EXPECT_TRUE(Window().AwaitPixel(700, 340, 0xFFA640));
-    Keep(L"extraction");
-}
-
-TEST_F(Screenshots, AreKeptOfSuccess) {
-    HoldNoMore();
-    StartRepair();
-    Window().AwaitJobEnd();
-    Keep(L"success");
-}
-
-TEST_F(Screenshots, AreKeptOfAFailure) {
-    StartTool();
-    HoldRepair();
-    LetItFail();
-    ASSERT_TRUE(bench::Await([this] { return Window().CanPress(ButtonId::Retry); }));
-    Keep(L"failure");
-}
-
-TEST_F(Screenshots, AreKeptOfAPressedButton) {
-    StartTool();
-    const HWND button = Window().Button(ButtonId::RepairClient);
-    ::PostMessageW(button, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 5));
-    EXPECT_TRUE(Window().AwaitPixel(100, 404, 0xD28228));
-    Keep(L"pressed");
 }
 
 TEST_F(Screenshots, AreKeptWithoutPictures) {

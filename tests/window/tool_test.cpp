@@ -1,19 +1,28 @@
 #include "window/tool_test.h"
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
 
 #include "bench_parts/message_boxes.h"
 #include "bench_parts/running_copy.h"
 #include "bench_parts/waiting.h"
 #include "resource_ids.h"
+#include "system/known_folder.h"
 
-// Wants the platform header before it.
+// Must follow the platform header.
 #include <tlhelp32.h>
 
+namespace fs = std::filesystem;
+
+namespace bench {
 namespace {
 
+constexpr wchar_t kGameName[] = L"game.exe";
+constexpr wchar_t kShortcutName[] = L"Bench window \u00fc";
+
 std::string Utf8(const std::wstring& text) {
-    const std::u8string utf8 = std::filesystem::path(text).u8string();
+    const std::u8string utf8 = fs::path(text).u8string();
     return {utf8.begin(), utf8.end()};
 }
 
@@ -33,7 +42,20 @@ std::string Escaped(const std::wstring& value) {
     return escaped;
 }
 
-constexpr wchar_t kGameName[] = L"game.exe";
+// Replaces embedded data of an exe that is not running, in both language copies that it can have.
+void StampResources(const fs::path& exe, const std::map<int, std::string>& data) {
+    const HANDLE update = ::BeginUpdateResourceW(exe.c_str(), FALSE);
+    ASSERT_NE(update, nullptr) << ::GetLastError();
+    for (const auto& [id, bytes] : data) {
+        std::string copy = bytes;
+        for (const WORD language : {WORD{MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL)},
+                                    WORD{MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)}}) {
+            ASSERT_TRUE(::UpdateResourceW(update, RT_RCDATA, MAKEINTRESOURCEW(id), language,
+                                          copy.data(), static_cast<DWORD>(copy.size())));
+        }
+    }
+    ASSERT_TRUE(::EndUpdateResourceW(update, FALSE));
+}
 
 bool IsRunning(std::wstring_view exeName) {
     const auto processes =
@@ -47,30 +69,46 @@ bool IsRunning(std::wstring_view exeName) {
     return found != FALSE;
 }
 
-std::filesystem::path BrandedTool() {
-    return bench::FolderOfThisProgram() / L"karvoth_repair" / L"KrvBrennickInstaller.exe";
+// The process of a recorder that waits to be terminated. Null if it has ended.
+KernelHandle OpenHeld(const ProgramRun& run) {
+    if (!run.program.ends_with(L"\\tar.exe") || run.endCode) {
+        return {};
+    }
+    constexpr DWORD kAccess = SYNCHRONIZE | PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION;
+    KernelHandle process(::OpenProcess(kAccess, FALSE, run.processId));
+    const bool runs = process && ::WaitForSingleObject(process.get(), 0) == WAIT_TIMEOUT;
+    return runs ? std::move(process) : KernelHandle();
 }
 
 }  // namespace
 
-ToolTest::ToolTest() : program_(BrandedTool()) {
+ToolTest::ToolTest()
+    : program_(FolderOfThisProgram() / L"karvoth_repair" / L"KrvBrennickInstaller.exe") {
     Set("archiveUrl", PackageUrl(kZip));
     Set("repairToolName", L"repair.exe");
     Set("startupExe", L"client.exe");
+    Set("shortcutName", kShortcutName);
     Set("runAfterInstall", L"0");
     Set("offerDesktopShortcut", L"0");
+    Embed(ID_BACKGROUND_IMAGE, "no picture");
+    fs::remove(ShortcutFile());
 }
 
 ToolTest::~ToolTest() {
     EndTool();
-    // A program that has just ended holds on to its exe and its current folder for a moment more.
+    if (tar_ && ::WaitForSingleObject(tar_.get(), 0) == WAIT_TIMEOUT) {
+        EndTar(1);
+    }
+    std::error_code ignored;  // Most tests create none.
+    fs::remove(ShortcutFile(), ignored);
+    // A program that has just ended holds its exe and its current folder for a moment.
     const std::wstring ownFolder = machine_.Root().native() + L"\\";
-    for (const bench::ProgramRun& run : machine_.Runs()) {
+    for (const ProgramRun& run : machine_.Runs()) {
         if (run.currentFolder.starts_with(ownFolder) &&
             run.currentFolder != machine_.CurrentFolder().native()) {
-            bench::Await([&run] {
+            Await([&run] {
                 std::error_code error;
-                std::filesystem::remove_all(run.currentFolder, error);
+                fs::remove_all(run.currentFolder, error);
                 return !error;
             });
         }
@@ -90,47 +128,79 @@ void ToolTest::OfferSeveralServers(const std::wstring& secondServer) {
     Set("archiveMirrorUrls", secondServer);
 }
 
-void ToolTest::HoldDownload() {
-    Set("archiveUrl", server_.Url(L"stall/3000000/2000000"));
+void ToolTest::OfferLinksAndShortcut() {
+    Set("websiteUrl", L"http://127.0.0.1:1/site");
+    Set("discordUrl", L"http://127.0.0.1:1/community");
+    Set("offerDesktopShortcut", L"1");
 }
 
 void ToolTest::Embed(int id, std::string bytes) {
     embedded_[id] = std::move(bytes);
 }
 
+void ToolTest::UseBrandPictures() {
+    embedded_.clear();
+}
+
 void ToolTest::UseBareTool() {
     program_ = bench::FolderOfThisProgram() / L"bare_tool.exe";
     settings_.clear();
+    embedded_.clear();
+}
+
+void ToolTest::PutStartupProgram() {
+    const fs::path program = machine_.Root() / L"game" / kGameName;
+    machine_.PutRecorder(program, "");
+    Set("startupExe", program.native());
 }
 
 ToolWindow& ToolTest::StartTool() {
-    std::string text = "format=Quellstone.v1\n";
-    for (const auto& [key, value] : settings_) {
-        text += key;
-        text += "=" + value + "\n";
-    }
-    bench::WriteFile(Tool(), bench::ReadFile(program_));
+    std::map<int, std::string> data = embedded_;
     if (!settings_.empty()) {
-        StampResource(Tool(), ID_CONFIG_TEXT, text);
+        std::string& text = data[ID_CONFIG_TEXT] = "format=Quellstone.v1\n";
+        for (const auto& [key, value] : settings_) {
+            text += key;
+            text += "=" + value + "\n";
+        }
     }
-    for (const auto& [id, bytes] : embedded_) {
-        StampResource(Tool(), id, bytes);
+    EndTool();
+    Await([this] {
+        std::error_code held;  // For a moment after the end of the process.
+        fs::remove(Tool(), held);
+        return !held;
+    });
+    WriteFile(Tool(), ReadFile(program_));
+    if (!data.empty()) {
+        StampResources(Tool(), data);
     }
-    toolBytes_ = bench::ReadFile(Tool());
+    toolBytes_ = ReadFile(Tool());
     return window_.emplace(Tool(), machine_.CurrentFolder());
 }
 
-ToolWindow& ToolTest::StartRepair() {
-    ToolWindow& window = StartTool();
-    window.Press(ButtonId::RepairClient);
-    window.AwaitJobStart();
-    return window;
+void ToolTest::StartRepair() {
+    Window().Press(ButtonId::RepairClient);
+    Window().AwaitIdle();
+}
+
+void ToolTest::StartReinstall() {
+    Window().Press(ButtonId::ReinstallGame);
+    Answer(AwaitBox(L"Confirm Reinstall"), IDYES);
+    Window().AwaitIdle();
+}
+
+void ToolTest::Repair() {
+    StartRepair();
+    Window().AwaitJobEnd();
+}
+
+HWND ToolTest::AskToClose() {
+    Window().PostClose();
+    return AwaitBox(L"Close Repair Tool");
 }
 
 void ToolTest::CloseTool() {
-    window_->PostClose();
-    bench::Answer(bench::AwaitBox(L"Close Repair Tool"), IDYES);
-    EXPECT_EQ(window_->AwaitExitCode(), 0U);
+    Answer(AskToClose(), IDYES);
+    ExpectExit();
     window_.reset();
 }
 
@@ -138,31 +208,116 @@ void ToolTest::EndTool() {
     window_.reset();
 }
 
-void ToolTest::PutStartupProgram() {
-    const std::filesystem::path program = machine_.Root() / L"game" / kGameName;
-    machine_.PutRecorder(program, "");
-    Set("startupExe", program.native());
+void ToolTest::HoldJobs() const {
+    machine_.PutRecorder(machine_.CurrentFolder() / L"tar.exe", "hold");
+}
+
+void ToolTest::HoldJobsNoMore() const {
+    machine_.PutTar();
+}
+
+void ToolTest::HoldRepair() {
+    HoldJobs();
+    StartRepair();
+    AwaitHold();
+}
+
+void ToolTest::HoldReinstall() {
+    HoldJobs();
+    StartReinstall();
+    AwaitHold();
+}
+
+void ToolTest::AwaitHold() {
+    tar_ = Await([this] {
+        KernelHandle held;
+        for (const ProgramRun& run : machine_.Runs()) {
+            held = held ? std::move(held) : OpenHeld(run);
+        }
+        return held;
+    });
+    EXPECT_TRUE(tar_) << "no job unpacks";
+    Window().PostTick();  // So that the window shows it.
+    Window().AwaitIdle();
+}
+
+void ToolTest::LetItSucceed() {
+    machine_.PutPowerShell();
+    EndTar(1);
+}
+
+void ToolTest::LetItFail() {
+    machine_.PutRecorder(machine_.CurrentFolder() / L"powershell.exe", "exit 1");
+    EndTar(1);
+}
+
+void ToolTest::EndTar(DWORD exitCode) {
+    EXPECT_TRUE(::TerminateProcess(tar_.get(), exitCode));
+}
+
+fs::path ToolTest::StagingFolder() const {
+    for (const std::wstring& name : TempFolder()) {
+        if (name.starts_with(L"KrvBrennickRepair_")) {
+            return fs::temp_directory_path() / name;
+        }
+    }
+    ADD_FAILURE() << "no scratch folder";
+    return {};
+}
+
+void ToolTest::ExpectExit() {
+    EXPECT_EQ(Window().AwaitExitCode(), 0U);
+    EXPECT_THAT(TempFolder(), testing::IsEmpty());
+}
+
+void ToolTest::ExpectRepaired() const {
+    EXPECT_EQ(FirstDifference(LoneFolderPackage(), ClientContents()), "");
+}
+
+void ToolTest::ExpectQuiet() {
+    const size_t starts = SettledStartsOfTheGame();
+    for (int tick = 0; tick < 5; ++tick) {
+        Window().PostTick();
+    }
+    Window().AwaitIdle();
+    EXPECT_TRUE(::IsWindowEnabled(Window().Handle())) << "a box is open";
+    EXPECT_EQ(SettledStartsOfTheGame(), starts);
+}
+
+void ToolTest::ExpectBox(HWND box, const std::wstring& text, const std::vector<int>& buttons,
+                         int defaultButton, UINT icon) {
+    EXPECT_EQ(BoxText(box), text);
+    EXPECT_EQ(BoxButtons(box), buttons);
+    EXPECT_EQ(DefaultButton(box), defaultButton);
+    EXPECT_EQ(BoxIcon(box), icon);
+    EXPECT_EQ(::GetWindow(box, GW_OWNER), Window().Handle());
 }
 
 size_t ToolTest::StartsOfTheGame() const {
     const auto runs = machine_.Runs();
-    return static_cast<size_t>(std::ranges::count_if(runs, [](const bench::ProgramRun& run) {
+    return static_cast<size_t>(std::ranges::count_if(runs, [](const ProgramRun& run) {
         return run.program.ends_with(std::wstring(L"\\game\\") + kGameName);
     }));
 }
 
 size_t ToolTest::SettledStartsOfTheGame() const {
-    EXPECT_TRUE(bench::Await([] { return !IsRunning(kGameName); }));
+    EXPECT_TRUE(Await([] { return !IsRunning(kGameName); }));
     return StartsOfTheGame();
 }
 
 std::vector<std::string> ToolTest::RequestedNames() const {
     const size_t prefixLength = server_.ObjectName("").size() - 1;
     std::vector<std::string> names;
-    for (const bench::LoggedRequest& request : server_.RequestLog()) {
+    for (const LoggedRequest& request : server_.RequestLog()) {
         // "GET /PREFIX/archive/name HTTP/1.1"
         const size_t start = request.requestLine.find(' ') + 1 + prefixLength;
         names.push_back(request.requestLine.substr(start, request.requestLine.rfind(' ') - start));
     }
     return names;
 }
+
+fs::path ToolTest::ShortcutFile() {
+    return KnownFolder(FOLDERID_Desktop) / (std::wstring(kShortcutName) + L".lnk");
+}
+
+}  // namespace bench

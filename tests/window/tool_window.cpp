@@ -4,10 +4,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <sstream>
 
 #include "bench_parts/waiting.h"
 #include "ui/layout.h"
 
+namespace bench {
 namespace {
 
 constexpr wchar_t kClassName[] = L"Quellstone.RepairTool";
@@ -25,29 +28,10 @@ HWND WindowOfProcess(DWORD processId) {
     return nullptr;
 }
 
-struct ReleaseWindowDc {
-    void operator()(HDC dc) const noexcept {
-        ::ReleaseDC(nullptr, dc);
-    }
-};
-struct DeleteDcAlone {
-    void operator()(HDC dc) const noexcept {
-        ::DeleteDC(dc);
-    }
-};
-struct DeleteGdiObject {
-    void operator()(HBITMAP bitmap) const noexcept {
-        ::DeleteObject(bitmap);
-    }
-};
-using ScreenDc = std::unique_ptr<std::remove_pointer_t<HDC>, ReleaseWindowDc>;
-using MemoryDc = std::unique_ptr<std::remove_pointer_t<HDC>, DeleteDcAlone>;
-using Bitmap = std::unique_ptr<std::remove_pointer_t<HBITMAP>, DeleteGdiObject>;
-
 // Makes a button look pressed, or not, by a posted message; waits until it has been handled.
 bool PostState(HWND button, bool pressed) {
     ::PostMessageW(button, BM_SETSTATE, pressed ? TRUE : FALSE, 0);
-    return bench::Await(
+    return Await(
         [&] { return ((::SendMessageW(button, BM_GETSTATE, 0, 0) & BST_PUSHED) != 0) == pressed; });
 }
 
@@ -55,32 +39,55 @@ BITMAPINFO WindowSizedPicture() {
     BITMAPINFO info{};
     info.bmiHeader.biSize = sizeof info.bmiHeader;
     info.bmiHeader.biWidth = kWindow.width;
-    info.bmiHeader.biHeight = -kWindow.height;  // The first row is the upper one.
+    info.bmiHeader.biHeight = -kWindow.height;  // Top-down.
     info.bmiHeader.biPlanes = 1;
     info.bmiHeader.biBitCount = 32;
     info.bmiHeader.biCompression = BI_RGB;
     return info;
 }
 
+// Calls `visit(x, y)` for each pixel of the box.
+template <class Visit>
+void ForEachPixel(const Box& box, Visit visit) {
+    for (int y = box.y; y < box.y + box.height; ++y) {
+        for (int x = box.x; x < box.x + box.width; ++x) {
+            visit(x, y);
+        }
+    }
+}
+
+int ColorDistance(uint32_t one, uint32_t other) {
+    int distance = 0;
+    for (const int shift : {0, 8, 16}) {
+        const int difference =
+            static_cast<int>(one >> shift & 0xFF) - static_cast<int>(other >> shift & 0xFF);
+        distance = std::max(distance, std::abs(difference));
+    }
+    return distance;
+}
+
 }  // namespace
 
-WindowShot::WindowShot(HWND window) : pixels_(static_cast<size_t>(kWindow.width * kWindow.height)) {
+WindowShot::WindowShot(HWND window) {
     POINT origin{0, 0};
     ::ClientToScreen(window, &origin);
-    const ScreenDc screen(::GetDC(nullptr));
-    const MemoryDc memory(::CreateCompatibleDC(screen.get()));
+    const HDC screen = ::GetDC(nullptr);
+    const HDC memory = ::CreateCompatibleDC(screen);
     const BITMAPINFO info = WindowSizedPicture();
     void* bits = nullptr;
-    const Bitmap bitmap(::CreateDIBSection(memory.get(), &info, DIB_RGB_COLORS, &bits, nullptr, 0));
-    const HGDIOBJ former = ::SelectObject(memory.get(), bitmap.get());
-    ::BitBlt(memory.get(), 0, 0, kWindow.width, kWindow.height, screen.get(), origin.x, origin.y,
-             SRCCOPY);
+    const HBITMAP bitmap = ::CreateDIBSection(memory, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+    const HGDIOBJ former = ::SelectObject(memory, bitmap);
+    ::BitBlt(memory, 0, 0, kWindow.width, kWindow.height, screen, origin.x, origin.y, SRCCOPY);
     ::GdiFlush();
     const auto* pixels = static_cast<const uint32_t*>(bits);
-    // The fourth byte says nothing.
-    std::transform(pixels, pixels + pixels_.size(), pixels_.begin(),
-                   [](uint32_t pixel) { return pixel & 0xFFFFFF; });
-    ::SelectObject(memory.get(), former);
+    pixels_.assign(pixels, pixels + kWindow.width * kWindow.height);
+    for (uint32_t& pixel : pixels_) {
+        pixel &= 0xFFFFFF;  // The fourth byte is undefined.
+    }
+    ::SelectObject(memory, former);
+    ::DeleteObject(bitmap);
+    ::DeleteDC(memory);
+    ::ReleaseDC(nullptr, screen);
 }
 
 uint32_t WindowShot::At(int x, int y) const {
@@ -88,26 +95,22 @@ uint32_t WindowShot::At(int x, int y) const {
                       static_cast<size_t>(x));
 }
 
-bool WindowShot::Holds(const Box& box, uint32_t color) const {
-    for (int y = box.y; y < box.y + box.height; ++y) {
-        for (int x = box.x; x < box.x + box.width; ++x) {
-            if (At(x, y) == color) {
-                return true;
-            }
-        }
-    }
-    return false;
+int WindowShot::Distance(const Box& box, uint32_t color) const {
+    int smallest = 255;
+    ForEachPixel(
+        box, [&](int x, int y) { smallest = std::min(smallest, ColorDistance(At(x, y), color)); });
+    return smallest;
 }
 
-bool WindowShot::Equals(const WindowShot& other, const Box& box) const {
-    for (int y = box.y; y < box.y + box.height; ++y) {
-        for (int x = box.x; x < box.x + box.width; ++x) {
-            if (At(x, y) != other.At(x, y)) {
-                return false;
-            }
+std::string WindowShot::Difference(const WindowShot& other, const Box& box) const {
+    int count = 0;
+    std::ostringstream first;
+    ForEachPixel(box, [&](int x, int y) {
+        if (At(x, y) != other.At(x, y) && ++count == 1) {
+            first << x << ", " << y << std::hex << ": " << At(x, y) << " and " << other.At(x, y);
         }
-    }
-    return true;
+    });
+    return count == 0 ? "" : std::to_string(count) + " pixels differ, first at " + first.str();
 }
 
 ToolWindow::ToolWindow(const std::filesystem::path& exe,
@@ -122,8 +125,7 @@ ToolWindow::ToolWindow(const std::filesystem::path& exe,
     }
     process_.reset(started.hProcess);
     ::CloseHandle(started.hThread);
-    processId_ = started.dwProcessId;
-    window_ = bench::Await([this] { return WindowOfProcess(processId_); });
+    window_ = Await([&] { return WindowOfProcess(started.dwProcessId); });
     EXPECT_NE(window_, nullptr) << "the tool shows no window";
 }
 
@@ -162,10 +164,6 @@ std::vector<std::wstring> ToolWindow::ShownButtons() const {
     return shown;
 }
 
-bool ToolWindow::HasText(ButtonId id, std::wstring_view text) const {
-    return See(id).text == text;
-}
-
 bool ToolWindow::CanPress(ButtonId id) const {
     return ::IsWindowVisible(Button(id)) && ::IsWindowEnabled(Button(id));
 }
@@ -176,8 +174,9 @@ void ToolWindow::Press(ButtonId id) const {
     ::PostMessageW(Button(id), BM_CLICK, 0, 0);
 }
 
-void ToolWindow::PostCommand(ButtonId id) const {
-    ::PostMessageW(window_, WM_COMMAND, static_cast<WPARAM>(id), 0);
+void ToolWindow::PostCommand(ButtonId id, WORD notification) const {
+    ::PostMessageW(window_, WM_COMMAND, MAKEWPARAM(static_cast<WORD>(id), notification),
+                   reinterpret_cast<LPARAM>(Button(id)));
 }
 
 void ToolWindow::PostClose() const {
@@ -188,52 +187,46 @@ void ToolWindow::PostTick() const {
     ::PostMessageW(window_, WM_TIMER, 1, 0);
 }
 
-void ToolWindow::AwaitJobEnd() const {
-    const bool ended = bench::Await(
-        [this] { return CanPress(ButtonId::Retry) || CanPress(ButtonId::RepairClient); });
-    EXPECT_TRUE(ended) << "the job does not end";
-    // The buttons are enabled and shown one by one.
-    EXPECT_TRUE(AwaitIdle());
+void ToolWindow::Minimize() const {
+    Press(ButtonId::Minimize);
+    EXPECT_TRUE(Await([this] { return ::IsIconic(window_) != FALSE; }));
 }
 
-void ToolWindow::AwaitJobStart() const {
-    EXPECT_TRUE(AwaitIdle());
+void ToolWindow::Restore() const {
+    ::PostMessageW(window_, WM_SYSCOMMAND, SC_RESTORE, 0);
+    EXPECT_TRUE(Await([this] { return ::IsIconic(window_) == FALSE; }));
+    AwaitIdle();
 }
 
-WindowShot ToolWindow::Look() const {
-    EXPECT_TRUE(AwaitIdle());
-    // Wine brings to the screen what was painted only when the painting thread is about to wait, a
-    // moment after it has answered.
-    constexpr int kEqualShots = 3;
-    WindowShot shot(window_);
-    int equalShots = 1;
-    const bool settled = bench::Await([&] {
-        WindowShot next(window_);
-        equalShots = next == shot ? equalShots + 1 : 1;
-        shot = std::move(next);
-        return equalShots >= kEqualShots;
-    });
-    EXPECT_TRUE(settled) << "the picture does not come to rest";
-    return shot;
-}
-
-bool ToolWindow::AwaitPixel(int x, int y, uint32_t color) const {
-    return bench::Await([&] { return WindowShot(window_).At(x, y) == color; });
-}
-
-bool ToolWindow::AwaitIdle() const {
-    // A sent message overtakes those that were posted, so posted ones go ahead, and show that they
-    // have been handled by what they do to a button that is not shown.
+void ToolWindow::AwaitIdle() const {
+    // A sent message overtakes posted ones. So post a state change to a hidden button first: once
+    // it shows, everything posted before it has been handled.
     const HWND hidden =
         Button(::IsWindowVisible(Button(ButtonId::ReinstallGame)) ? ButtonId::PrimaryServer
                                                                   : ButtonId::ReinstallGame);
-    if (!PostState(hidden, true) || !PostState(hidden, false)) {
-        return false;
-    }
+    ASSERT_TRUE(PostState(hidden, true) && PostState(hidden, false)) << "the tool hangs";
     ::RedrawWindow(window_, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
     DWORD_PTR ignored = 0;
-    return ::SendMessageTimeoutW(window_, WM_NULL, 0, 0, SMTO_NORMAL, kAnswerLimitMs, &ignored) !=
-           0;
+    EXPECT_NE(::SendMessageTimeoutW(window_, WM_NULL, 0, 0, SMTO_NORMAL, kAnswerLimitMs, &ignored),
+              0);
+}
+
+void ToolWindow::AwaitCanPress(ButtonId id) const {
+    EXPECT_TRUE(Await([&] { return CanPress(id); })) << "button " << static_cast<int>(id);
+    AwaitIdle();  // The buttons are enabled and shown one by one.
+}
+
+void ToolWindow::AwaitJobEnd() const {
+    const bool ended =
+        Await([this] { return CanPress(ButtonId::Retry) || CanPress(ButtonId::RepairClient); });
+    EXPECT_TRUE(ended) << "the job does not end";
+    AwaitIdle();
+}
+
+void ToolWindow::AwaitUsable() const {
+    EXPECT_TRUE(Await([this] { return ::IsWindowEnabled(window_) != FALSE; })) << "a box is open";
+    AwaitIdle();
+    EXPECT_EQ(::WaitForSingleObject(process_.get(), 0), DWORD{WAIT_TIMEOUT});
 }
 
 std::optional<DWORD> ToolWindow::AwaitExitCode(std::chrono::milliseconds limit) const {
@@ -246,14 +239,33 @@ std::optional<DWORD> ToolWindow::AwaitExitCode(std::chrono::milliseconds limit) 
     return code;
 }
 
-void StampResource(const std::filesystem::path& exe, int id, std::string_view bytes) {
-    const HANDLE update = ::BeginUpdateResourceW(exe.c_str(), FALSE);
-    ASSERT_NE(update, nullptr) << ::GetLastError();
-    std::string copy(bytes);
-    for (const WORD language : {WORD{MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL)},
-                                WORD{MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)}}) {
-        ASSERT_TRUE(::UpdateResourceW(update, RT_RCDATA, MAKEINTRESOURCEW(id), language,
-                                      copy.data(), static_cast<DWORD>(copy.size())));
-    }
-    ASSERT_TRUE(::EndUpdateResourceW(update, FALSE));
+WindowShot ToolWindow::Look() const {
+    AwaitIdle();
+    // Wine copies painted pixels to the screen only when the painting thread is about to wait,
+    // which is shortly after it has answered.
+    constexpr int kEqualShots = 3;
+    WindowShot shot(window_);
+    int equalShots = 1;
+    const bool settled = Await([&] {
+        WindowShot next(window_);
+        equalShots = next == shot ? equalShots + 1 : 1;
+        shot = std::move(next);
+        return equalShots >= kEqualShots;
+    });
+    EXPECT_TRUE(settled) << "the picture keeps changing";
+    return shot;
 }
+
+void ToolWindow::AwaitPixel(int x, int y, uint32_t color) const {
+    uint32_t seen = 0;
+    Await([&] { return (seen = WindowShot(window_).At(x, y)) == color; });
+    EXPECT_EQ(seen, color) << "at " << x << ", " << y;
+}
+
+void ToolWindow::AwaitLook(const WindowShot& expected) const {
+    std::string difference;
+    Await([&] { return (difference = expected.Difference(Look())).empty(); });
+    EXPECT_EQ(difference, "");
+}
+
+}  // namespace bench

@@ -2,7 +2,6 @@
 
 #include "bench_parts/waiting.h"
 #include "window/backdrop.h"
-#include "window/picture_files.h"
 #include "window/tool_test.h"
 
 namespace {
@@ -27,7 +26,7 @@ bool IsBeingDragged(HWND window) {
            (info.flags & GUI_INMOVESIZE) != 0;
 }
 
-class WindowDragging : public ToolTest {
+class WindowDragging : public bench::ToolTest {
 protected:
     WindowDragging() {
         ::GetCursorPos(&formerPointer_);
@@ -36,21 +35,22 @@ protected:
         ::SetCursorPos(formerPointer_.x, formerPointer_.y);
     }
 
-    // Presses the mouse at a point of the window, moves it in steps, lets go; gives how far the
-    // window has come. `moves`: whether it should.
-    POINT Drag(int x, int y, int byX, int byY, bool moves) {
+    // Presses the mouse at a point of the window, moves it in steps, releases it; returns how far
+    // the window has moved. `moves`: whether it should.
+    POINT Drag(const POINT& from, const POINT& by, bool moves) {
         constexpr int kSteps = 8;
         const HWND window = Window().Handle();
-        // The system does not let a window be dragged before it has become the active one.
+        // The system lets only the active window be dragged.
         EXPECT_TRUE(bench::Await([window] { return ::GetForegroundWindow() == window; }));
         const POINT start = OriginOf(window);
-        ::SetCursorPos(start.x + x, start.y + y);
+        ::SetCursorPos(start.x + from.x, start.y + from.y);
         MouseButton(MOUSEEVENTF_LEFTDOWN);
         if (moves) {
             EXPECT_TRUE(bench::Await([window] { return IsBeingDragged(window); }));
         }
         for (int step = 1; step <= kSteps; ++step) {
-            ::SetCursorPos(start.x + x + byX * step / kSteps, start.y + y + byY * step / kSteps);
+            ::SetCursorPos(start.x + from.x + by.x * step / kSteps,
+                           start.y + from.y + by.y * step / kSteps);
             Window().AwaitIdle();
         }
         MouseButton(MOUSEEVENTF_LEFTUP);
@@ -64,40 +64,32 @@ private:
     POINT formerPointer_{};
 };
 
-struct DragCase {
-    const char* where;
-    POINT from;
-    POINT by;
-    bool moves;
-};
-
-TEST_F(WindowDragging, MovesTheWindowByTheTitleBarAlone) {
-    constexpr DragCase kCases[] = {
+TEST_F(WindowDragging, MovesTheWindowWithItsPictureByTheTitleBarAlone) {
+    const struct {
+        const char* where;
+        POINT from;
+        POINT by;
+        bool moves;
+    } rows[] = {
         {"the middle of the title bar", {430, 20}, {57, -33}, true},
         {"its lower right end", {771, 47}, {-101, 64}, true},
         {"the strip with the marks", {778, 24}, {40, 40}, false},
         {"its lower edge", {772, 47}, {40, 40}, false},
         {"below the title bar", {430, 48}, {40, 40}, false},
         {"the panel", {430, 300}, {-40, -40}, false},
-        // Input is taken in its order, so what this drag finds, the ones before have left.
+        // Input is handled in order, so a late effect of the drags before shows here.
         {"the title bar's left end", {14, 10}, {13, 5}, true},
     };
-    StartTool();
-    for (const DragCase& drag : kCases) {
-        SCOPED_TRACE(drag.where);
-        const POINT moved = Drag(drag.from.x, drag.from.y, drag.by.x, drag.by.y, drag.moves);
-        EXPECT_EQ(moved.x, drag.moves ? drag.by.x : 0);
-        EXPECT_EQ(moved.y, drag.moves ? drag.by.y : 0);
+    const bench::Backdrop behind(bench::WholeScreen(), 0xFF00FF);
+    const bench::WindowShot before = StartTool().Look();
+    for (const auto& [where, from, by, moves] : rows) {
+        SCOPED_TRACE(where);
+        const POINT moved = Drag(from, by, moves);
+        EXPECT_EQ(moved.x, moves ? by.x : 0);
+        EXPECT_EQ(moved.y, moves ? by.y : 0);
     }
-}
-
-TEST_F(WindowDragging, TakesThePictureAlong) {
-    const Backdrop behind(WholeScreen(), 0xFF00FF);
-    const ToolWindow& window = StartTool();
-    const WindowShot before = window.Look();
-    Drag(430, 20, 61, 47, true);
     ::SetCursorPos(0, 0);
-    EXPECT_EQ(AwaitPicture(window, before), "");
+    Window().AwaitLook(before);
 }
 
 }  // namespace
