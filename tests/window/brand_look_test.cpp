@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <span>
+#include <vector>
 
 #include "resource_ids.h"
 #include "window/picture_files.h"

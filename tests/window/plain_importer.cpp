@@ -1,4 +1,4 @@
-// A program that imports a DLL in the usual way, and so takes it from its own folder.
+// A program that imports a DLL in the usual way, and so loads it from its own folder.
 
 // clang-format off
 #include "common/windows_api.h"
@@ -8,6 +8,6 @@
 int main() {
     volatile DWORD never = 0;
     DWORD ignored = never;
-    // Kept from being optimised away, but not called: a DLL of that name may lack the function.
+    // Not optimized away, but never called: a DLL of that name may lack the function.
     return ignored == 1 ? static_cast<int>(::GetFileVersionInfoSizeW(L"", &ignored)) : 0;
 }

@@ -1,5 +1,5 @@
-// A DLL that leaves a mark beside itself when it is loaded: its own path with ".loaded"
-// behind. It is loaded at moments when little of a program works, so it uses nothing but kernel32.
+// A DLL that creates a file beside itself when it is loaded: its own path with ".loaded" appended.
+// It can be loaded before most of a program works, so it calls kernel32 only.
 
 #include "common/windows_api.h"
 

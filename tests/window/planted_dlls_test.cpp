@@ -1,4 +1,4 @@
-// A game's folder with DLLs that have the names of system DLLs: mods leave them there.
+// A game's folder with DLLs named like system DLLs, as mods leave them there.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,9 +21,8 @@ using testing::IsEmpty;
 // What the tool calls, what that calls in turn, and what mods are known to use. Without
 // - DLLs on Windows' list of known DLLs, which no folder can replace;
 // - what Wine's own DLLs load from the exe's folder, whatever the program has asked for:
-// version.dll
-//   (its user32.dll), uxtheme.dll (comctl32.dll), windowscodecs.dll and propsys.dll (gdiplus.dll),
-//   crypt32.dll (winhttp.dll).
+//   version.dll (its user32.dll), uxtheme.dll (comctl32.dll), windowscodecs.dll and propsys.dll
+//   (gdiplus.dll), crypt32.dll (winhttp.dll).
 constexpr const wchar_t* kPlantedNames[] = {
     L"winhttp.dll",  L"bcrypt.dll",   L"gdiplus.dll",   L"comctl32.dll", L"winspool.drv",
     L"dwmapi.dll",   L"cryptsp.dll",  L"cryptbase.dll", L"userenv.dll",  L"dnsapi.dll",
