@@ -5,7 +5,6 @@
 
 #include "job/job_thread.h"
 #include "package/package_source.h"
-#include "system/known_folder.h"
 #include "ui/open_window.h"
 #include "ui/player.h"
 #include "ui/window_state.h"
@@ -19,17 +18,7 @@ using testing::IsEmpty;
 constexpr wchar_t kPrimaryUrl[] = L"none://primary.example/client.zip";
 constexpr wchar_t kSecondUrl[] = L"none://second.example/client.zip";
 
-class Commands : public WindowTest {
-protected:
-    ~Commands() override {
-        std::error_code ignored;
-        std::filesystem::remove(Link(), ignored);
-    }
-
-    static std::filesystem::path Link() {
-        return KnownFolder(FOLDERID_Desktop) / L"Test Karvoth.lnk";
-    }
-};
+class Commands : public WindowTest {};
 
 TEST_F(Commands, RepairTakesTheChosenServerIfThereAreSeveral) {
     const struct {
@@ -149,7 +138,7 @@ TEST_F(Commands, CreateShortcutShowsItsSuccessBelowTheBarAndOnTheButton) {
     const Player player(IDOK);
     window.TakePaint();
     window.Press(4003);
-    EXPECT_TRUE(std::filesystem::exists(Link()));
+    EXPECT_TRUE(std::filesystem::exists(DesktopLink()));
     EXPECT_EQ(snapshot().detailLine, L"Game desktop shortcut created.");
     EXPECT_EQ(snapshot().statusLine, L"Working...");
     EXPECT_EQ(snapshot().stage, JobStage::Extracting);

@@ -150,7 +150,7 @@ TEST_F(GdiplusObjects, TakeTheUsualSansSerifFontWhereSegoeUIIsMissing) {
     const auto find = bench::RealFunction<Find>(L"gdiplus.dll", "GdipCreateFontFamilyFromName");
     const auto named = bench::HookCall<Find>(L"gdiplus.dll", "GdipCreateFontFamilyFromName",
                                              [](auto...) { return Gdiplus::FontFamilyNotFound; });
-    // Any family will do; the bench has none that GDI+ calls generic.
+    // Any family will do: the bench has no generic one.
     int generic = 0;
     const auto usual = bench::HookCall<decltype(&GdipGetGenericFontFamilySansSerif)>(
         L"gdiplus.dll", "GdipGetGenericFontFamilySansSerif", [&](Gdiplus::GpFontFamily** family) {
@@ -188,7 +188,7 @@ TEST(GdiplusSession, LeavesAllHarmlessWhenItDoesNotStart) {
     {
         const auto start = bench::HookCall<decltype(&Gdiplus::GdiplusStartup)>(
             L"gdiplus.dll", "GdiplusStartup", [](ULONG_PTR* token, auto...) {
-                *token = 77;  // What a failed start leaves behind is of no meaning.
+                *token = 77;  // To be ignored.
                 return Gdiplus::GenericError;
             });
         const auto stop = bench::HookCall<decltype(&Gdiplus::GdiplusShutdown)>(

@@ -124,7 +124,7 @@ TEST_F(JobControl, ATickCollectsASuccessAndShowsTheStartButtons) {
     EXPECT_FALSE(window.TakePaint());
 }
 
-// Its button is hidden, but others can press it.
+// Its button is hidden, but UI automation can press it.
 TEST_F(JobControl, StartingAfterAShownFailureBringsTheStartButtonsBack) {
     const OpenWindow window;
     LeaveEndedJob(JobKind::Repair, false);

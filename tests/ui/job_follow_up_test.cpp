@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "job/job_thread.h"
-#include "system/known_folder.h"
 #include "ui/job_control.h"
 #include "ui/open_window.h"
 #include "ui/player.h"
@@ -137,31 +136,15 @@ TEST_F(JobFollowUp, DoesNothingMoreIfAJobIsStartedInsideTheOpenQuestion) {
     EXPECT_FALSE(windowState.launchDone);
 }
 
-// The shortcut's file on the Desktop, until the object goes.
-class DesktopLink {
-public:
-    ~DesktopLink() {
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
-    }
-    [[nodiscard]] bool Exists() const {
-        return std::filesystem::exists(path_);
-    }
-
-private:
-    std::filesystem::path path_ = KnownFolder(FOLDERID_Desktop) / L"Test Karvoth.lnk";
-};
-
 TEST_F(JobFollowUp, YesCreatesTheShortcutAndNoDoesNot) {
     const OpenWindow window;
     for (const int answer : {IDNO, IDCANCEL, IDYES}) {
         SCOPED_TRACE(answer);
-        const DesktopLink link;
         const Player player(answer);
         ClearEndOfJobMarks();
         LeaveEndedJob(JobKind::Reinstall, true);
         window.Tick();
-        EXPECT_EQ(link.Exists(), answer == IDYES);
+        EXPECT_EQ(std::filesystem::exists(DesktopLink()), answer == IDYES);
         EXPECT_EQ(window.DisabledButtons(),
                   answer == IDYES ? std::vector<int>{4003} : std::vector<int>{});
     }

@@ -292,7 +292,7 @@ TEST_F(MainWindow, KeepsABackgroundBrushUntilItIsDestroyed) {
     EXPECT_EQ(description.lbColor, RGB(10, 11, 12));
     ::DestroyWindow(window.Handle());
     EXPECT_EQ(::GetObjectW(brush, sizeof description, &description), 0);
-    EXPECT_EQ(windowState.backgroundBrush, nullptr);
+    EXPECT_FALSE(windowState.backgroundBrush);
 }
 
 // The table itself is in button_table_test.cpp.

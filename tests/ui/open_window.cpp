@@ -9,6 +9,7 @@
 #include "job/job_thread.h"
 #include "package/package_source.h"
 #include "resource_ids.h"
+#include "system/known_folder.h"
 #include "ui/button_table.h"
 #include "ui/main_window.h"
 #include "ui/window_state.h"
@@ -62,9 +63,15 @@ WindowTest::WindowTest() {
 
 WindowTest::~WindowTest() {
     EXPECT_TRUE(surprise_.Boxes().empty());
+    std::error_code ignored;
+    std::filesystem::remove(DesktopLink(), ignored);
     ResetRecords();
     toolFolder.clear();
     toolExePath.clear();
+}
+
+std::filesystem::path WindowTest::DesktopLink() {
+    return KnownFolder(FOLDERID_Desktop) / L"Test Karvoth.lnk";
 }
 
 ToolConfig FullConfig() {

@@ -28,6 +28,9 @@ protected:
     ~WindowTest() override;
 
     ScratchFolder client_;
+    // The game's shortcut, which the fixture removes.
+    static std::filesystem::path DesktopLink();
+
     ShellRecorder shell_;
 
 private:
@@ -72,7 +75,7 @@ public:
     // What a click on the button sends.
     void Press(int id) const;
 
-    // Paints what needs it. False when nothing did.
+    // Paints what is invalid. False if nothing was.
     bool TakePaint() const;
 
     // Whether the window had a tick timer to stop.

@@ -151,7 +151,7 @@ TEST_F(WindowProcedure, PaintingCallsAToolWithoutANameByItsDefault) {
     EXPECT_EQ(PaintedWindow(window), blank);
 }
 
-// Asks the window to draw a button onto a device of its own, with these state bits.
+// Has the window draw a button in this state onto `device`.
 LRESULT DrawItem(const OpenWindow& window, int id, UINT state, HDC device, const RECT& area) {
     DRAWITEMSTRUCT item{};
     item.CtlType = ODT_BUTTON;
@@ -228,7 +228,7 @@ TEST_F(WindowProcedure, PaintingKeepsOffTheVisibleButtons) {
     ::DeleteObject(brush);
     ::ReleaseDC(window.Handle(), device);
     ::InvalidateRect(window.Handle(), nullptr, FALSE);
-    // The window's own share only.
+    // Without its buttons.
     ::SendMessageW(window.Handle(), WM_PAINT, 0, 0);
     const Pixels screen = ScreenPixels(window.Handle());
     EXPECT_EQ(screen.Count({92, 396, 188, 44}, 0xFFFF00FF), 188 * 44) << "a visible button";

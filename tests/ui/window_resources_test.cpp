@@ -105,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(Slow, JobResources, testing::Values(10));
 
 TEST_P(WindowResources, AreReleasedAfterEachPaint) {
     const OpenWindow window;
-    PaintTimes(window, 50);
+    PaintTimes(window, 20);
     const ResourceCounters before = CountResources();
     PaintTimes(window, 100 * GetParam());
     ExpectNothingLeft(before, CountResources());
@@ -131,7 +131,7 @@ void OpenAndCloseBareWindows(int times) {
     }
 }
 
-// Wine 10 loses a region with each shown window that has a shape of its own.
+// Wine 10 leaks a region with each shown window that has one.
 size_t GdiObjectsLostBySystem(int windows) {
     OpenAndCloseBareWindows(3);
     const size_t before = CountResources().gdiObjects;
