@@ -1,18 +1,17 @@
-// What the built exe is, seen as a file: how it is hardened, what it carries. What it imports is in
+// The built programs as files: how they are hardened and what they carry. What they import is in
 // exe_imports_test.cpp.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
+#include <algorithm>
+#include <cctype>
 #include <set>
-#include <sstream>
 #include <string>
-#include <vector>
+#include <string_view>
 
-#include "common/handles.h"
-#include "common/resources.h"
+#include "bench_parts/scratch_folder.h"
+#include "built_exe.h"
 #include "config/config_keys.h"
 #include "config/config_text.h"
 #include "resource_ids.h"
@@ -22,106 +21,52 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-std::vector<char> ReadAll(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream content;
-    content << file.rdbuf();
-    const std::string text = content.str();
-    return {text.begin(), text.end()};
-}
-
-struct FreeLibraryHandle {
-    void operator()(HMODULE module) const noexcept {
-        ::FreeLibrary(module);
-    }
-};
-using Library = std::unique_ptr<std::remove_pointer_t<HMODULE>, FreeLibraryHandle>;
-
-// The exe mapped as data: its resources can be read, nothing of it runs.
 class ToolFile : public testing::Test {
 protected:
-    void SetUp() override {
-        bytes_ = ReadAll(TOOL_PATH);
-        ASSERT_GT(bytes_.size(), sizeof(IMAGE_DOS_HEADER));
-        module_.reset(::LoadLibraryExW(std::filesystem::path(TOOL_PATH).make_preferred().c_str(),
-                                       nullptr,
-                                       LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
-        ASSERT_TRUE(module_);
+    [[nodiscard]] ToolConfig Config() const {
+        return ParseConfigText(exe_.Data(ID_CONFIG_TEXT));
     }
 
-    const IMAGE_NT_HEADERS64& Headers() const {
-        const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(bytes_.data());
-        return *reinterpret_cast<const IMAGE_NT_HEADERS64*>(bytes_.data() + dos->e_lfanew);
-    }
-
-    std::string_view Resource(const wchar_t* type, int id) const {
-        const HRSRC entry = ::FindResourceW(module_.get(), MAKEINTRESOURCEW(id), type);
-        if (entry == nullptr) {
-            return {};
-        }
-        return {static_cast<const char*>(::LockResource(::LoadResource(module_.get(), entry))),
-                ::SizeofResource(module_.get(), entry)};
-    }
-
-    std::string_view Data(int id) const {
-        const auto bytes = EmbeddedData(module_.get(), id);
-        return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-    }
-
-    std::vector<char> bytes_;
-    Library module_;
+    BuiltExe exe_{TOOL_PATH};
 };
 
-TEST_F(ToolFile, IsA64BitWindowedProgram) {
-    EXPECT_EQ(Headers().FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
-    EXPECT_EQ(Headers().OptionalHeader.Subsystem, IMAGE_SUBSYSTEM_WINDOWS_GUI);
-}
-
-TEST_F(ToolFile, IsHardened) {
-    const WORD flags = Headers().OptionalHeader.DllCharacteristics;
+TEST_F(ToolFile, IsAHardenedWindowedProgramFor64Bit) {
+    const IMAGE_NT_HEADERS64& headers = exe_.Headers();
+    EXPECT_EQ(headers.FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
+    EXPECT_EQ(headers.OptionalHeader.Subsystem, IMAGE_SUBSYSTEM_WINDOWS_GUI);
+    const WORD flags = headers.OptionalHeader.DllCharacteristics;
     EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE);
     EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA);
     EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT);
     // Without relocations the loader could not move it, whatever the flags say.
-    EXPECT_FALSE(Headers().FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED);
-    EXPECT_NE(
-        Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_BASERELOC].VirtualAddress, 0u);
-}
-
+    EXPECT_FALSE(headers.FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED);
+    EXPECT_NE(exe_.DirectoryAddress(IMAGE_DIRECTORY_ENTRY_BASERELOC), 0u);
 #ifdef __MINGW32__
-// The Microsoft linker puts a hash of the file there instead.
-TEST_F(ToolFile, CarriesNoTimeStamp) {
-    EXPECT_EQ(Headers().FileHeader.TimeDateStamp, 0u);
-}
+    // The Microsoft linker puts a hash of the file there instead.
+    EXPECT_EQ(headers.FileHeader.TimeDateStamp, 0u);
 #endif
-
-#ifndef _DEBUG
-// The Microsoft linker's debug files carry an identifier that depends on the folders of their
-// inputs, and so does the program that they belong to.
-TEST_F(ToolFile, LinkedTwiceFromTheSameInputsHasTheSameBytes) {
-    const std::vector<char> again = ReadAll(TOOL_AGAIN_PATH);
-    EXPECT_FALSE(again.empty());
-    EXPECT_TRUE(again == bytes_);
 }
-#endif
 
 // Compilers differ in how they write a path: with either separator, some in lower case.
 std::string ComparablePath(std::string path) {
-    for (char& character : path) {
-        character = character == '\\'
-                        ? '/'
-                        : static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
-    }
+    std::ranges::transform(path, path.begin(), [](unsigned char character) {
+        return static_cast<char>(character == '\\' ? '/' : std::tolower(character));
+    });
     return path;
 }
 
-TEST_F(ToolFile, NamesNoFolderOfTheBuildMachine) {
-    const std::string content = ComparablePath({bytes_.begin(), bytes_.end()});
-    EXPECT_EQ(content.find(ComparablePath(SOURCE_FOLDER)), std::string::npos);
+TEST_F(ToolFile, IsReproducibleAndNamesNoFolderOfTheBuildMachine) {
+    const std::string bytes = bench::ReadFile(TOOL_PATH);
+#ifndef _DEBUG
+    // The Microsoft linker's debug files carry an identifier that depends on the folders of their
+    // inputs, and so does the program that they belong to.
+    EXPECT_TRUE(bench::ReadFile(TOOL_AGAIN_PATH) == bytes);
+#endif
+    EXPECT_EQ(ComparablePath(bytes).find(ComparablePath(SOURCE_FOLDER)), std::string::npos);
 }
 
 TEST_F(ToolFile, ManifestAsksForWhatTheToolNeedsAndNoMore) {
-    const std::string manifest(Resource(RT_MANIFEST, 1));
+    const std::string manifest(exe_.Manifest());
     EXPECT_THAT(manifest,
                 HasSubstr("name=\"Microsoft.Windows.Common-Controls\" version=\"6.0.0.0\""));
     EXPECT_THAT(manifest, HasSubstr("<requestedExecutionLevel level=\"asInvoker\""));
@@ -130,10 +75,7 @@ TEST_F(ToolFile, ManifestAsksForWhatTheToolNeedsAndNoMore) {
     EXPECT_THAT(manifest, HasSubstr(">true</longPathAware>"));
     // Set by the call at the start; a second place could only contradict it.
     EXPECT_THAT(manifest, Not(HasSubstr("dpiAware")));
-}
 
-TEST_F(ToolFile, ManifestIsWellFormed) {
-    const std::string manifest(Resource(RT_MANIFEST, 1));
     ACTCTXW request{};
     request.cbSize = sizeof request;
     const std::wstring path = std::filesystem::path(TOOL_PATH).make_preferred();
@@ -141,7 +83,7 @@ TEST_F(ToolFile, ManifestIsWellFormed) {
     request.lpResourceName = MAKEINTRESOURCEW(1);
     request.dwFlags = ACTCTX_FLAG_RESOURCE_NAME_VALID;
     const HANDLE context = ::CreateActCtxW(&request);
-    ASSERT_NE(context, INVALID_HANDLE_VALUE);
+    ASSERT_NE(context, INVALID_HANDLE_VALUE) << "not well-formed";
     ::ReleaseActCtx(context);
 }
 
@@ -150,39 +92,29 @@ TEST_F(ToolFile, EmbedsTheBrandsFilesByteForByte) {
                                                     {ID_LOGO_IMAGE, L"logo.png"},
                                                     {ID_BACKGROUND_IMAGE, L"background.jpg"}};
     for (const auto& [id, name] : files) {
-        const std::vector<char> file = ReadAll(std::filesystem::path(BRAND_FOLDER) / name);
-        ASSERT_FALSE(file.empty());
-        EXPECT_EQ(Data(id), std::string_view(file.data(), file.size())) << id;
+        EXPECT_FALSE(exe_.Data(id).empty());
+        EXPECT_EQ(exe_.Data(id), bench::ReadFile(std::filesystem::path(BRAND_FOLDER) / name)) << id;
     }
-}
-
-TEST_F(ToolFile, PicturesAreWhatTheirNamesSay) {
-    EXPECT_TRUE(Data(ID_BACKGROUND_IMAGE).starts_with("\xFF\xD8\xFF"));
-    EXPECT_TRUE(Data(ID_LOGO_IMAGE).starts_with("\x89PNG\r\n\x1A\n"));
-}
-
-TEST_F(ToolFile, LogoIsSquare) {
-    const std::string_view logo = Data(ID_LOGO_IMAGE);
-    ASSERT_GT(logo.size(), 24u);
-    EXPECT_EQ(logo.substr(16, 4), logo.substr(20, 4));
+    EXPECT_TRUE(exe_.Data(ID_BACKGROUND_IMAGE).starts_with("\xFF\xD8\xFF"));
+    const std::string_view logo = exe_.Data(ID_LOGO_IMAGE);
+    ASSERT_TRUE(logo.starts_with("\x89PNG\r\n\x1A\n"));
+    EXPECT_EQ(logo.substr(16, 4), logo.substr(20, 4)) << "not square";
 }
 
 TEST_F(ToolFile, IconGroupHasTheUsualSizes) {
     // A group: reserved, type, count, then 14 bytes for each picture, its width first (0 is 256).
-    const std::string_view group = Resource(RT_GROUP_ICON, ID_TOOL_ICON);
+    const std::string_view group = exe_.Resource(RT_GROUP_ICON, ID_TOOL_ICON);
     ASSERT_GE(group.size(), 6u);
     std::set<int> widths;
     for (size_t entry = 6; entry + 14 <= group.size(); entry += 14) {
         const int width = static_cast<unsigned char>(group[entry]);
         widths.insert(width == 0 ? 256 : width);
     }
-    for (const int width : {16, 24, 32, 48, 64, 128, 256}) {
-        EXPECT_TRUE(widths.contains(width)) << width;
-    }
+    EXPECT_THAT(widths, testing::IsSupersetOf({16, 24, 32, 48, 64, 128, 256}));
 }
 
-TEST_F(ToolFile, EmbeddedConfigurationNamesEveryKeyWithACommentForOperators) {
-    const std::string_view text = Data(ID_CONFIG_TEXT);
+TEST_F(ToolFile, EmbeddedConfigurationHasEveryKeyWithACommentForOperators) {
+    const std::string_view text = exe_.Data(ID_CONFIG_TEXT);
     EXPECT_TRUE(text.starts_with("format=Quellstone.v1\n"));
     for (const ConfigKey& key : ConfigKeys()) {
         const size_t line = text.find(std::string("\n").append(key.name).append("="));
@@ -193,57 +125,68 @@ TEST_F(ToolFile, EmbeddedConfigurationNamesEveryKeyWithACommentForOperators) {
     }
 }
 
-std::wstring VersionText(const std::vector<char>& block, const std::wstring& name) {
-    const wchar_t* text = nullptr;
-    UINT length = 0;
-    const std::wstring path = std::wstring(L"\\StringFileInfo\\").append(name);
-    if (!::VerQueryValueW(block.data(), path.c_str(),
-                          reinterpret_cast<void**>(const_cast<wchar_t**>(&text)), &length)) {
-        return L"(missing)";
+struct VersionRow {
+    const wchar_t* name;
+    std::wstring text;
+};
+
+void ExpectVersionTexts(const BuiltExe& exe, const std::wstring& language,
+                        std::initializer_list<VersionRow> rows) {
+    for (const VersionRow& row : rows) {
+        EXPECT_EQ(exe.VersionText(language + L"\\" + row.name), row.text)
+            << std::filesystem::path(row.name);
     }
-    return text;
 }
 
-std::vector<char> VersionResource(const wchar_t* path) {
-    DWORD ignored = 0;
-    std::vector<char> block(::GetFileVersionInfoSizeW(path, &ignored));
-    EXPECT_TRUE(::GetFileVersionInfoW(path, 0, static_cast<DWORD>(block.size()), block.data()));
-    return block;
+TEST_F(ToolFile, VersionResourceHasTheBrandsRepairTexts) {
+    const ToolConfig config = Config();
+    ExpectVersionTexts(exe_, L"040904B0",
+                       {{L"FileDescription", config.repairFileDescription},
+                        {L"ProductName", config.repairProductName},
+                        {L"ProductVersion", config.repairProductVersion},
+                        {L"FileVersion", config.repairProductVersion},
+                        {L"LegalCopyright", config.repairCopyright},
+                        {L"CompanyName", config.programsPublisher},
+                        {L"OriginalFilename", config.repairToolName}});
+    EXPECT_EQ(exe_.VersionNumbers().dwFileVersionMS, 0x00020000u);
+    EXPECT_EQ(exe_.VersionNumbers().dwFileVersionLS, 0u);
 }
 
-VS_FIXEDFILEINFO VersionNumbers(const std::vector<char>& block) {
-    VS_FIXEDFILEINFO* numbers = nullptr;
-    UINT length = 0;
-    EXPECT_TRUE(::VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&numbers), &length));
-    return numbers == nullptr ? VS_FIXEDFILEINFO{} : *numbers;
+// The texts of odd_brand.txt could all upset the build.
+TEST(OddBrand, VersionResourceHasItsTextsAsTheToolReadsThem) {
+    EXPECT_EQ(std::filesystem::path(ODD_TOOL_PATH).filename(), L"Odd [brand].exe");
+    const BuiltExe exe(ODD_TOOL_PATH);
+    ExpectVersionTexts(exe, L"040704B0",
+                       {{L"FileDescription", L"A \"quoted\"; list [x] = y"},
+                        {L"ProductName", L"C:\\Odd \u00A9 \u00C4"},
+                        {L"ProductVersion", L"1.08.20.3000-rc4"},
+                        {L"CompanyName", L"Brennick"},
+                        {L"LegalCopyright", std::wstring(kDefaultCopyright)}});
+    EXPECT_EQ(exe.VersionNumbers().dwFileVersionMS, 0x00010008u);
+    EXPECT_EQ(exe.VersionNumbers().dwFileVersionLS, (20u << 16) | 3000u);
 }
 
-TEST_F(ToolFile, VersionResourceTellsTheBrandsRepairTexts) {
-    const std::vector<char> block = VersionResource(TOOL_PATH);
-    const ToolConfig config = ParseConfigText(Data(ID_CONFIG_TEXT));
-    EXPECT_EQ(VersionText(block, L"040904B0\\FileDescription"), config.repairFileDescription);
-    EXPECT_EQ(VersionText(block, L"040904B0\\ProductName"), config.repairProductName);
-    EXPECT_EQ(VersionText(block, L"040904B0\\ProductVersion"), config.repairProductVersion);
-    EXPECT_EQ(VersionText(block, L"040904B0\\FileVersion"), config.repairProductVersion);
-    EXPECT_EQ(VersionText(block, L"040904B0\\LegalCopyright"), config.repairCopyright);
-    EXPECT_EQ(VersionText(block, L"040904B0\\CompanyName"), config.programsPublisher);
-    EXPECT_EQ(VersionText(block, L"040904B0\\OriginalFilename"), config.repairToolName);
-    EXPECT_EQ(VersionNumbers(block).dwFileVersionMS, 0x00020000u);
-    EXPECT_EQ(VersionNumbers(block).dwFileVersionLS, 0u);
-}
+TEST_F(ToolFile, CarriesTheUninstallerOfItsGame) {
+    const std::string bytes = bench::ReadFile(UNINSTALLER_PATH);
+    ASSERT_FALSE(bytes.empty());
+    EXPECT_TRUE(exe_.Data(ID_UNINSTALLER) == bytes);
 
-// odd_brand.txt has everything in its texts that could trip the build.
-TEST(OddBrand, VersionResourceTellsItsTextsLikeTheToolReadsThem) {
-    const std::filesystem::path path = ODD_TOOL_PATH;
-    EXPECT_EQ(path.filename(), L"Odd [brand].exe");
-    const std::vector<char> block = VersionResource(ODD_TOOL_PATH);
-    EXPECT_EQ(VersionText(block, L"040704B0\\FileDescription"), L"A \"quoted\"; list [x] = y");
-    EXPECT_EQ(VersionText(block, L"040704B0\\ProductName"), L"C:\\Odd \u00A9 \u00C4");
-    EXPECT_EQ(VersionText(block, L"040704B0\\ProductVersion"), L"1.08.20.3000-rc4");
-    EXPECT_EQ(VersionText(block, L"040704B0\\CompanyName"), L"Brennick");
-    EXPECT_EQ(VersionText(block, L"040704B0\\LegalCopyright"), kDefaultCopyright);
-    EXPECT_EQ(VersionNumbers(block).dwFileVersionMS, 0x00010008u);
-    EXPECT_EQ(VersionNumbers(block).dwFileVersionLS, (20u << 16) | 3000u);
+    const BuiltExe uninstaller(UNINSTALLER_PATH);
+    EXPECT_EQ(uninstaller.Headers().FileHeader.Machine, IMAGE_FILE_MACHINE_AMD64);
+    EXPECT_EQ(uninstaller.Headers().OptionalHeader.Subsystem, IMAGE_SUBSYSTEM_WINDOWS_GUI);
+    EXPECT_EQ(uninstaller.Data(ID_CONFIG_TEXT), exe_.Data(ID_CONFIG_TEXT));
+    const ToolConfig config = Config();
+    ExpectVersionTexts(uninstaller, L"040904B0",
+                       {{L"FileDescription", config.uninstallerFileDescription},
+                        {L"ProductName", config.uninstallerProductName},
+                        {L"ProductVersion", config.uninstallerProductVersion},
+                        {L"LegalCopyright", config.uninstallerCopyright},
+                        {L"OriginalFilename", L"Uninstall.exe"}});
+    const std::string manifest(uninstaller.Manifest());
+    EXPECT_THAT(manifest, HasSubstr("level=\"asInvoker\""));
+    // It draws nothing itself, so it is sharp on every monitor.
+    EXPECT_THAT(manifest, HasSubstr(">PerMonitorV2, system</dpiAwareness>"));
+    EXPECT_THAT(manifest, HasSubstr(">true</dpiAware>"));
 }
 
 }  // namespace
