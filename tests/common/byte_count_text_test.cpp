@@ -23,31 +23,28 @@ TEST(FormatByteCount, DividesBy1024AtMostFourTimes) {
         {std::pow(kKilo, 4), L"1.0 TB"},
         {std::pow(kKilo, 5), L"1024.0 TB"},
         {std::pow(kKilo, 5) * 2048.0, L"2097152.0 TB"},
+        // The unit is chosen before rounding.
+        {1023.6, L"1024 B"},
+        {kKilo * kKilo - 1.0, L"1024.0 KB"},
     };
     for (const auto& [bytes, expected] : cases) {
         EXPECT_EQ(FormatByteCount(bytes), expected);
     }
 }
 
-TEST(FormatByteCount, JudgesTheLimitBeforeRounding) {
-    EXPECT_EQ(FormatByteCount(1023.6), L"1024 B");
-    EXPECT_EQ(FormatByteCount(kKilo * kKilo - 1.0), L"1024.0 KB");
-}
-
-TEST(FormatSpeed, ShowsZeroMegabytesWhenNothingComesIn) {
-    EXPECT_EQ(FormatSpeed(0.0), L"0 MB/s");
-    EXPECT_EQ(FormatSpeed(-1.0), L"0 MB/s");
-    EXPECT_EQ(FormatSpeed(std::numeric_limits<double>::quiet_NaN()), L"0 MB/s");
-}
-
-TEST(FormatSpeed, ShowsBytesWithoutAndKilobytesWithOneDecimal) {
-    EXPECT_EQ(FormatSpeed(1023.0), L"1023 B/s");
-    EXPECT_EQ(FormatSpeed(1024.0), L"1.0 KB/s");
-    EXPECT_EQ(FormatSpeed(0.4), L"0 B/s");
-}
-
-TEST(FormatSpeed, StaysInTerabytesBeyondThem) {
-    EXPECT_EQ(FormatSpeed(std::pow(kKilo, 5)), L"1024.0 TB/s");
+TEST(FormatSpeed, IsAByteCountASecondAndZeroMegabytesForNone) {
+    const std::pair<double, const wchar_t*> cases[] = {
+        {0.0, L"0 MB/s"},
+        {-1.0, L"0 MB/s"},
+        {std::numeric_limits<double>::quiet_NaN(), L"0 MB/s"},
+        {0.4, L"0 B/s"},
+        {1023.0, L"1023 B/s"},
+        {1024.0, L"1.0 KB/s"},
+        {std::pow(kKilo, 5), L"1024.0 TB/s"},
+    };
+    for (const auto& [speed, expected] : cases) {
+        EXPECT_EQ(FormatSpeed(speed), expected) << speed;
+    }
 }
 
 }  // namespace

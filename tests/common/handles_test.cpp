@@ -6,35 +6,27 @@
 
 namespace {
 
-TEST(AdoptHandle, TurnsTheInvalidValueIntoNone) {
+TEST(AdoptHandle, MakesTheInvalidValueNull) {
     EXPECT_FALSE(AdoptHandle<KernelHandle>(INVALID_HANDLE_VALUE));
     EXPECT_FALSE(AdoptHandle<KernelHandle>(nullptr));
     EXPECT_FALSE(AdoptHandle<FindHandle>(INVALID_HANDLE_VALUE));
 }
 
-TEST(KernelHandle, ClosesWhatItOwns) {
-    const bench::ScratchFolder scratch;
-    const std::filesystem::path path = scratch.Path() / L"file";
-    {
-        const auto file =
-            AdoptHandle<KernelHandle>(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr,
-                                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-        ASSERT_TRUE(file);
-        EXPECT_FALSE(::DeleteFileW(path.c_str()));
-    }
-    EXPECT_TRUE(::DeleteFileW(path.c_str()));
-}
-
-TEST(FindHandle, ClosesWhatItOwns) {
+TEST(AdoptHandle, ClosesTheHandleAtTheEnd) {
     const bench::ScratchFolder scratch;
     const std::filesystem::path folder = scratch.Path() / L"folder";
+    const std::filesystem::path file = folder / L"file";
     ASSERT_TRUE(::CreateDirectoryW(folder.c_str(), nullptr));
     {
+        const auto opened =
+            AdoptHandle<KernelHandle>(::CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr,
+                                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+        ASSERT_TRUE(opened);
+        EXPECT_FALSE(::DeleteFileW(file.c_str()));
         WIN32_FIND_DATAW found{};
-        const auto listing =
-            AdoptHandle<FindHandle>(::FindFirstFileW((folder / L"*").c_str(), &found));
-        ASSERT_TRUE(listing);
+        ASSERT_TRUE(AdoptHandle<FindHandle>(::FindFirstFileW((folder / L"*").c_str(), &found)));
     }
+    EXPECT_TRUE(::DeleteFileW(file.c_str()));
     EXPECT_TRUE(::RemoveDirectoryW(folder.c_str()));
 }
 

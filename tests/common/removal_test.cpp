@@ -3,15 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <initializer_list>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "bench_parts/call_hook.h"
-#include "bench_parts/import_hook.h"
 #include "bench_parts/path_limit.h"
 #include "bench_parts/scratch_folder.h"
 
@@ -19,7 +16,6 @@ namespace {
 
 using bench::FolderListing;
 using bench::ReadFile;
-using bench::ScratchFolder;
 using bench::SetReadOnly;
 using bench::WriteFile;
 using std::filesystem::path;
@@ -28,352 +24,263 @@ using testing::IsEmpty;
 
 constexpr DWORD kNotEmpty = ERROR_DIR_NOT_EMPTY;
 constexpr DWORD kInUse = ERROR_SHARING_VIOLATION;
+constexpr DWORD kDenied = ERROR_ACCESS_DENIED;
+constexpr DWORD kCloudFolderTag = 0x9000001A;
 
-void MakeFolder(const path& folder) {
-    ASSERT_TRUE(::CreateDirectoryW(folder.c_str(), nullptr));
+bool IsReadOnly(const path& file) {
+    const DWORD attributes = ::GetFileAttributesW(file.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
 }
 
-TEST(RemoveEntry, RemovesAFileAndAnEmptyFolder) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"file", "x");
-    MakeFolder(scratch.Path() / L"folder");
-    EXPECT_EQ(RemoveEntry(scratch.Path() / L"file"), ERROR_SUCCESS);
-    EXPECT_EQ(RemoveEntry(scratch.Path() / L"folder"), ERROR_SUCCESS);
-    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
+class Removal : public testing::Test {
+protected:
+    [[nodiscard]] path At(const path& name) const {
+        return scratch_.Path() / name;
+    }
+
+    [[nodiscard]] std::vector<std::wstring> Listing() const {
+        return FolderListing(scratch_.Path());
+    }
+
+    void MakeFolder(const path& name) const {
+        ASSERT_TRUE(::CreateDirectoryW(At(name).c_str(), nullptr));
+    }
+
+    bench::ScratchFolder scratch_;
+};
+
+TEST_F(Removal, RemoveEntryRemovesFilesAndEmptyFoldersAlsoReadOnlyOnes) {
+    for (const bool isReadOnly : {false, true}) {
+        WriteFile(At(L"file"), "x");
+        MakeFolder(L"folder");
+        SetReadOnly(At(L"file"), isReadOnly);
+        SetReadOnly(At(L"folder"), isReadOnly);
+        EXPECT_EQ(RemoveEntry(At(L"file")), ERROR_SUCCESS);
+        EXPECT_EQ(RemoveEntry(At(L"folder")), ERROR_SUCCESS);
+        EXPECT_THAT(Listing(), IsEmpty());
+    }
+    EXPECT_EQ(RemoveEntry(At(L"missing")), ERROR_SUCCESS);
+    EXPECT_EQ(RemoveEntry(At(L"missing\\deeper")), ERROR_SUCCESS);
 }
 
-TEST(RemoveEntry, CountsNothingAsRemoved) {
-    const ScratchFolder scratch;
-    EXPECT_EQ(RemoveEntry(scratch.Path() / L"missing"), ERROR_SUCCESS);
-    EXPECT_EQ(RemoveEntry(scratch.Path() / L"missing" / L"deeper"), ERROR_SUCCESS);
-}
-
-TEST(RemoveEntry, Answers145ForAFolderWithContentAndLeavesIt) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"folder" / L"file", "x");
-    EXPECT_EQ(RemoveEntry(scratch.Path() / L"folder"), kNotEmpty);
+TEST_F(Removal, RemoveEntryLeavesWhatCannotBeRemoved) {
+    WriteFile(At(L"file"), "x");
+    SetReadOnly(At(L"file"), true);
+    WriteFile(At(L"folder\\file"), "x");
+    const bench::OpenElsewhere open(At(L"file"), FILE_SHARE_READ);
+    EXPECT_EQ(RemoveEntry(At(L"file")), kInUse);
+    EXPECT_EQ(RemoveEntryOrTree(At(L"file")), kInUse);
+    EXPECT_TRUE(IsReadOnly(At(L"file")));
+    EXPECT_EQ(RemoveEntry(At(L"folder")), kNotEmpty);
     EXPECT_EQ(kNotEmpty, 145u);
-    EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"folder/", L"folder/file"));
-}
+    EXPECT_THAT(Listing(), ElementsAre(L"file", L"folder/", L"folder/file"));
 
-TEST(RemoveEntry, TakesReadOnlyFilesAndFolders) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"file", "x");
-    SetReadOnly(scratch.Path() / L"file", true);
-    MakeFolder(scratch.Path() / L"folder");
-    SetReadOnly(scratch.Path() / L"folder", true);
-    EXPECT_EQ(RemoveEntry(scratch.Path() / L"file"), ERROR_SUCCESS);
-    EXPECT_EQ(RemoveEntry(scratch.Path() / L"folder"), ERROR_SUCCESS);
-    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
-}
-
-TEST(RemoveEntry, LeavesAFileThatIsOpenElsewhereAndItsAttributes) {
-    const ScratchFolder scratch;
-    const path file = scratch.Path() / L"file";
-    WriteFile(file, "x");
-    SetReadOnly(file, true);
-    const bench::OpenElsewhere open(file, FILE_SHARE_READ);
-    EXPECT_EQ(RemoveEntry(file), kInUse);
-    EXPECT_TRUE(::GetFileAttributesW(file.c_str()) & FILE_ATTRIBUTE_READONLY);
-}
-
-TEST(RemoveEntry, LeavesTheRunningProgram) {
     wchar_t self[1024]{};
     ::GetModuleFileNameW(nullptr, self, 1024);
     EXPECT_NE(RemoveEntry(self), ERROR_SUCCESS);
     EXPECT_NE(::GetFileAttributesW(self), INVALID_FILE_ATTRIBUTES);
 }
 
-TEST(RemoveEntry, DoesNotTouchWhatAFolderLinkLeadsTo) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"real" / L"file", "kept");
-    ASSERT_TRUE(bench::MakeFolderLink(scratch.Path() / L"link", scratch.Path() / L"real"));
-    const DWORD error = RemoveEntry(scratch.Path() / L"link");
-    EXPECT_EQ(ReadFile(scratch.Path() / L"real" / L"file"), "kept");
-    // Wine cannot remove the folder links that the bench makes from outside.
-    if (!bench::IsWine()) {
-        EXPECT_EQ(error, ERROR_SUCCESS);
-        EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"real/", L"real/file"));
+TEST_F(Removal, RemovesAFolderLinkAndLeavesItsTarget) {
+    WriteFile(At(L"real\\file"), "kept");
+    int links = 0;
+    for (const auto& remove : {&RemoveEntry, &RemoveTree, &RemoveEntryOrTree}) {
+        const path link = At(L"link" + std::to_wstring(++links));
+        ASSERT_TRUE(bench::MakeFolderLink(link, At(L"real")));
+        const DWORD error = remove(link);
+        EXPECT_EQ(ReadFile(At(L"real\\file")), "kept");
+        // Wine cannot remove the folder links that the bench makes from outside.
+        if (!bench::IsWine()) {
+            EXPECT_EQ(error, ERROR_SUCCESS);
+            EXPECT_THAT(Listing(), ElementsAre(L"real/", L"real/file"));
+        }
     }
 }
 
-TEST(RemoveTree, RemovesAFolderWithEverythingInIt) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"tree" / L"a", "x");
-    WriteFile(scratch.Path() / L"tree" / L"b" / L"c d" / L"\u00E4\u4E2D", "x");
-    WriteFile(scratch.Path() / L"tree" / L"b" / L"read_only", "x");
-    SetReadOnly(scratch.Path() / L"tree" / L"b" / L"read_only", true);
-    SetReadOnly(scratch.Path() / L"tree" / L"b", true);
-    EXPECT_EQ(RemoveTree(scratch.Path() / L"tree"), ERROR_SUCCESS);
-    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
+TEST_F(Removal, RemoveTreeRemovesAFolderWithItsContent) {
+    MakeFolder(L"tree");
+    WriteFile(At(L"tree\\a"), "x");
+    WriteFile(At(L"tree\\b\\c d\\\u00E4\u4E2D"), "x");
+    WriteFile(At(L"tree\\b\\read-only"), "x");
+    bench::MakeSparseFile(At(L"tree\\big"), 5ull << 30);
+    SetReadOnly(At(L"tree\\b\\read-only"), true);
+    SetReadOnly(At(L"tree\\b"), true);
+    EXPECT_EQ(RemoveEntryOrTree(At(L"tree")), ERROR_SUCCESS);
+    EXPECT_THAT(Listing(), IsEmpty());
+    WriteFile(At(L"file"), "x");
+    EXPECT_EQ(RemoveTree(At(L"file")), ERROR_SUCCESS);
+    EXPECT_THAT(Listing(), IsEmpty());
+    EXPECT_EQ(RemoveTree(At(L"file")), ERROR_SUCCESS);
 }
 
-TEST(RemoveTree, RemovesASingleFileAndCountsNothingAsRemoved) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"file", "x");
-    EXPECT_EQ(RemoveTree(scratch.Path() / L"file"), ERROR_SUCCESS);
-    EXPECT_EQ(RemoveTree(scratch.Path() / L"file"), ERROR_SUCCESS);
-    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
-}
-
-TEST(RemoveTree, GoesOnAfterAnEntryThatStaysAndReturnsItsError) {
-    const ScratchFolder scratch;
-    for (const wchar_t* name : {L"a", L"b", L"c", L"d"}) {
-        WriteFile(scratch.Path() / L"tree" / name / L"file", "x");
+TEST_F(Removal, RemoveTreeContinuesAfterAnErrorAndReturnsTheFirst) {
+    for (const wchar_t* name : {L"tree\\a\\file", L"tree\\b\\file", L"tree\\c\\file"}) {
+        WriteFile(At(name), "x");
     }
-    bench::OpenElsewhere open(scratch.Path() / L"tree" / L"b" / L"file", FILE_SHARE_READ);
-    EXPECT_EQ(RemoveTree(scratch.Path() / L"tree"), kInUse);
-    EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"tree/", L"tree/b/", L"tree/b/file"));
+    bench::OpenElsewhere open(At(L"tree\\b\\file"), FILE_SHARE_READ);
+    EXPECT_EQ(RemoveTree(At(L"tree")), kInUse);
+    EXPECT_THAT(Listing(), ElementsAre(L"tree/", L"tree/b/", L"tree/b/file"));
     open.Close();
-    EXPECT_EQ(RemoveTree(scratch.Path() / L"tree"), ERROR_SUCCESS);
-    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
+    EXPECT_EQ(RemoveTree(At(L"tree")), ERROR_SUCCESS);
+    EXPECT_THAT(Listing(), IsEmpty());
 }
 
-TEST(RemoveTree, NeverLeavesTheTreeThroughALinkInside) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"elsewhere" / L"file", "kept");
-    WriteFile(scratch.Path() / L"tree" / L"own", "x");
-    ASSERT_TRUE(
-        bench::MakeFolderLink(scratch.Path() / L"tree" / L"link", scratch.Path() / L"elsewhere"));
-    static_cast<void>(RemoveTree(scratch.Path() / L"tree"));
-    EXPECT_EQ(ReadFile(scratch.Path() / L"elsewhere" / L"file"), "kept");
-    EXPECT_EQ(::GetFileAttributesW((scratch.Path() / L"tree" / L"own").c_str()),
-              INVALID_FILE_ATTRIBUTES);
+TEST_F(Removal, RemoveTreeReportsAFolderThatCannotBeListed) {
+    WriteFile(At(L"tree\\closed\\file"), "x");
+    WriteFile(At(L"tree\\own"), "x");
+    const bench::UnreadableFolder closed(At(L"tree\\closed"));
+    ASSERT_TRUE(closed.Made());
+    EXPECT_NE(RemoveTree(At(L"tree")), ERROR_SUCCESS);
+    EXPECT_EQ(::GetFileAttributesW(At(L"tree\\own").c_str()), INVALID_FILE_ATTRIBUTES);
 }
 
-TEST(RemoveTree, NeverFollowsTheLinkItIsGiven) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"elsewhere" / L"file", "kept");
-    ASSERT_TRUE(bench::MakeFolderLink(scratch.Path() / L"link", scratch.Path() / L"elsewhere"));
-    const DWORD error = RemoveTree(scratch.Path() / L"link");
-    if (!bench::IsWine()) {
-        EXPECT_EQ(error, ERROR_SUCCESS);
-    }
-    EXPECT_EQ(ReadFile(scratch.Path() / L"elsewhere" / L"file"), "kept");
+TEST_F(Removal, RemoveTreeEntersNoLinkInside) {
+    WriteFile(At(L"elsewhere\\file"), "kept");
+    WriteFile(At(L"tree\\own"), "x");
+    ASSERT_TRUE(bench::MakeFolderLink(At(L"tree\\link"), At(L"elsewhere")));
+    static_cast<void>(RemoveTree(At(L"tree")));
+    EXPECT_EQ(ReadFile(At(L"elsewhere\\file")), "kept");
+    EXPECT_EQ(::GetFileAttributesW(At(L"tree\\own").c_str()), INVALID_FILE_ATTRIBUTES);
 }
 
-TEST(RemoveTree, RemovesPathsOfMoreThan260Characters) {
-    const ScratchFolder scratch;
-    path deep = scratch.Path() / L"tree";
-    MakeFolder(deep);
-    for (int level = 0; level < 4; ++level) {
-        deep /= std::wstring(90, static_cast<wchar_t>(L'a' + level));
+TEST_F(Removal, RemoveTreeRemovesPathsOfMoreThan260Characters) {
+    MakeFolder(L"tree");
+    path deep = At(L"tree");
+    for (const wchar_t letter : {L'a', L'b', L'c', L'd'}) {
+        deep /= std::wstring(90, letter);
         ASSERT_TRUE(::CreateDirectoryW((L"\\\\?\\" + deep.native()).c_str(), nullptr));
     }
     WriteFile(deep / L"file", "x");
-    WriteFile(deep / L"read_only", "x");
-    SetReadOnly(deep / L"read_only", true);
+    WriteFile(deep / L"read-only", "x");
+    SetReadOnly(deep / L"read-only", true);
     const bench::PathLimit limit;
-    EXPECT_EQ(RemoveTree(scratch.Path() / L"tree"), ERROR_SUCCESS);
-    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
+    EXPECT_EQ(RemoveTree(At(L"tree")), ERROR_SUCCESS);
+    EXPECT_THAT(Listing(), IsEmpty());
 }
 
-// Another program puts a link to elsewhere in a folder's place right after the removal has listed
-// it.
-TEST(RemoveTree, DoesNotFollowALinkThatReplacesAListedFolder) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"elsewhere" / L"file", "kept");
-    WriteFile(scratch.Path() / L"tree" / L"sub" / L"own", "x");
+TEST_F(Removal, RemoveTreeDoesNotFollowALinkThatReplacesAListedFolder) {
+    WriteFile(At(L"elsewhere\\file"), "kept");
+    WriteFile(At(L"tree\\sub\\own"), "x");
     bool isSwapped = false;
-    const auto swap = bench::HookCall<decltype(&::FindNextFileW)>(
+    const auto hook = bench::HookCall<decltype(&::FindNextFileW)>(
         L"kernel32.dll", "FindNextFileW", [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
             const BOOL result = bench::RealFunction<decltype(&::FindNextFileW)>(
                 L"kernel32.dll", "FindNextFileW")(listing, found);
             if (!isSwapped && result && std::wstring_view(found->cFileName) == L"sub") {
                 isSwapped = true;
-                const path sub = scratch.Path() / L"tree" / L"sub";
-                EXPECT_TRUE(::MoveFileW(sub.c_str(), (scratch.Path() / L"moved").c_str()));
-                EXPECT_TRUE(bench::MakeFolderLink(sub, scratch.Path() / L"elsewhere"));
+                EXPECT_TRUE(::MoveFileW(At(L"tree\\sub").c_str(), At(L"moved").c_str()));
+                EXPECT_TRUE(bench::MakeFolderLink(At(L"tree\\sub"), At(L"elsewhere")));
             }
             return result;
         });
-    static_cast<void>(RemoveTree(scratch.Path() / L"tree"));
+    static_cast<void>(RemoveTree(At(L"tree")));
     EXPECT_TRUE(isSwapped);
-    EXPECT_EQ(ReadFile(scratch.Path() / L"elsewhere" / L"file"), "kept");
+    EXPECT_EQ(ReadFile(At(L"elsewhere\\file")), "kept");
 }
 
-TEST(RemoveTree, KeepsAFolderInItsPlaceWhileItIsEmptied) {
-    const ScratchFolder scratch;
-    const path tree = scratch.Path() / L"tree";
-    WriteFile(tree / L"file", "x");
+TEST_F(Removal, RemoveTreeKeepsAFolderInPlaceWhileItIsEmptied) {
+    WriteFile(At(L"tree\\file"), "x");
     bool isAsked = false;
-    const auto rename = bench::HookCall<decltype(&::FindNextFileW)>(
+    const auto hook = bench::HookCall<decltype(&::FindNextFileW)>(
         L"kernel32.dll", "FindNextFileW", [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
             isAsked = true;
-            EXPECT_FALSE(::MoveFileW(tree.c_str(), (scratch.Path() / L"moved").c_str()));
+            EXPECT_FALSE(::MoveFileW(At(L"tree").c_str(), At(L"moved").c_str()));
             return bench::RealFunction<decltype(&::FindNextFileW)>(L"kernel32.dll",
                                                                    "FindNextFileW")(listing, found);
         });
-    EXPECT_EQ(RemoveTree(tree), ERROR_SUCCESS);
+    EXPECT_EQ(RemoveTree(At(L"tree")), ERROR_SUCCESS);
     EXPECT_TRUE(isAsked);
-    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
+    EXPECT_THAT(Listing(), IsEmpty());
 }
 
-TEST(RemoveTree, RemovesAFileOfMoreThanFourGiB) {
-    const ScratchFolder scratch;
-    MakeFolder(scratch.Path() / L"tree");
-    bench::MakeSparseFile(scratch.Path() / L"tree" / L"big", 5ull << 30);
-    EXPECT_EQ(RemoveTree(scratch.Path() / L"tree"), ERROR_SUCCESS);
-    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
-}
-
-TEST(RemoveTree, ReportsAFolderThatCannotBeListed) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"tree" / L"closed" / L"file", "x");
-    WriteFile(scratch.Path() / L"tree" / L"own", "x");
-    const bench::UnreadableFolder closed(scratch.Path() / L"tree" / L"closed");
-    ASSERT_TRUE(closed.Made());
-    EXPECT_NE(RemoveTree(scratch.Path() / L"tree"), ERROR_SUCCESS);
-    EXPECT_EQ(::GetFileAttributesW((scratch.Path() / L"tree" / L"own").c_str()),
-              INVALID_FILE_ATTRIBUTES);
-}
-
-TEST(RemoveEntryOrTree, AnswersANotEmptyFolderWithTheWholeTree) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"tree" / L"a" / L"b", "x");
-    EXPECT_EQ(RemoveEntryOrTree(scratch.Path() / L"tree"), ERROR_SUCCESS);
-    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
-}
-
-TEST(RemoveEntryOrTree, TakesAnyOtherErrorAsFinal) {
-    const ScratchFolder scratch;
-    const path file = scratch.Path() / L"file";
-    WriteFile(file, "x");
-    const bench::OpenElsewhere open(file, FILE_SHARE_READ);
-    EXPECT_EQ(RemoveEntryOrTree(file), kInUse);
-}
-
-// How removal asks the system, where the bench's file system does not offer the current way.
-std::optional<DWORD> dispositionAnswer;
-std::vector<DWORD> dispositionFlags;
-
-BOOL WINAPI AnswerDisposition(HANDLE, FILE_INFO_BY_HANDLE_CLASS kind, LPVOID data, DWORD) {
-    EXPECT_EQ(static_cast<int>(kind), 21);  // FileDispositionInfoEx
-    dispositionFlags.push_back(*static_cast<DWORD*>(data));
-    ::SetLastError(*dispositionAnswer);
-    return *dispositionAnswer == ERROR_SUCCESS;
-}
-
-class RemovalWithAnswer : public testing::Test {
+// Answers the POSIX delete, which the bench's file system does not offer.
+class PosixDelete : public Removal {
 protected:
-    RemovalWithAnswer()
-        : hook_(L"kernel32.dll", "SetFileInformationByHandle",
-                reinterpret_cast<void*>(&AnswerDisposition)) {}
-
-    void SetUp() override {
-        dispositionFlags.clear();
-        ASSERT_TRUE(hook_.Installed());
+    PosixDelete() {
+        WriteFile(At(L"file"), "x");
+        SetReadOnly(At(L"file"), true);
     }
 
-    bench::ImportHook hook_;
+    [[nodiscard]] auto AnswerWith(DWORD error) {
+        flags_.clear();
+        return bench::HookCall<decltype(&::SetFileInformationByHandle)>(
+            L"kernel32.dll", "SetFileInformationByHandle",
+            [this, error](HANDLE, FILE_INFO_BY_HANDLE_CLASS kind, LPVOID data, DWORD) -> BOOL {
+                EXPECT_EQ(static_cast<int>(kind), 21);  // FileDispositionInfoEx
+                flags_.push_back(*static_cast<DWORD*>(data));
+                ::SetLastError(error);
+                return error == ERROR_SUCCESS;
+            });
+    }
+
+    std::vector<DWORD> flags_;
 };
 
-TEST_F(RemovalWithAnswer, AsksForImmediateRemovalThatIgnoresTheReadOnlyAttribute) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"file", "x");
-    dispositionAnswer = ERROR_SUCCESS;
-    EXPECT_EQ(RemoveEntry(scratch.Path() / L"file"), ERROR_SUCCESS);
+TEST_F(PosixDelete, IgnoresTheReadOnlyAttribute) {
+    const auto hook = AnswerWith(ERROR_SUCCESS);
+    EXPECT_EQ(RemoveEntry(At(L"file")), ERROR_SUCCESS);
     // Delete, POSIX semantics, ignore the read-only attribute.
-    EXPECT_THAT(dispositionFlags, ElementsAre(0x1u | 0x2u | 0x10u));
+    EXPECT_THAT(flags_, ElementsAre(0x1u | 0x2u | 0x10u));
 }
 
-TEST_F(RemovalWithAnswer, FallsBackWhereThatIsNotOffered) {
-    for (const DWORD answer :
+TEST_F(PosixDelete, FallsBackOnlyWhereItIsNotOffered) {
+    for (const DWORD error :
          std::initializer_list<DWORD>{ERROR_INVALID_PARAMETER, ERROR_INVALID_FUNCTION,
                                       ERROR_NOT_SUPPORTED, ERROR_CALL_NOT_IMPLEMENTED}) {
-        const ScratchFolder scratch;
-        WriteFile(scratch.Path() / L"file", "x");
-        SetReadOnly(scratch.Path() / L"file", true);
-        dispositionAnswer = answer;
-        EXPECT_EQ(RemoveEntry(scratch.Path() / L"file"), ERROR_SUCCESS) << answer;
-        EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty()) << answer;
+        WriteFile(At(L"another"), "x");
+        SetReadOnly(At(L"another"), true);
+        const auto hook = AnswerWith(error);
+        EXPECT_EQ(RemoveEntry(At(L"another")), ERROR_SUCCESS) << error;
+        EXPECT_THAT(Listing(), ElementsAre(L"file")) << error;
     }
+    WriteFile(At(L"tree\\file"), "x");
+    const auto hook = AnswerWith(kDenied);
+    EXPECT_EQ(RemoveEntry(At(L"file")), kDenied);
+    EXPECT_EQ(RemoveEntryOrTree(At(L"tree")), kDenied);
+    EXPECT_EQ(flags_.size(), 2u);
+    EXPECT_THAT(Listing(), ElementsAre(L"file", L"tree/", L"tree/file"));
 }
 
-TEST_F(RemovalWithAnswer, TreeRemovalAnswersNoOtherErrorThanANotEmptyFolder) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"tree" / L"file", "x");
-    dispositionAnswer = ERROR_ACCESS_DENIED;
-    EXPECT_EQ(RemoveEntryOrTree(scratch.Path() / L"tree"), static_cast<DWORD>(ERROR_ACCESS_DENIED));
-    EXPECT_EQ(dispositionFlags.size(), 1u);
-    EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"tree/", L"tree/file"));
+TEST_F(PosixDelete, AFallbackThatFailsRestoresTheReadOnlyAttribute) {
+    const auto answer = AnswerWith(ERROR_NOT_SUPPORTED);
+    const auto refuse = bench::HookCall<decltype(&::DeleteFileW)>(L"kernel32.dll", "DeleteFileW",
+                                                                  [](LPCWSTR) -> BOOL {
+                                                                      ::SetLastError(kDenied);
+                                                                      return FALSE;
+                                                                  });
+    EXPECT_EQ(RemoveEntry(At(L"file")), kDenied);
+    EXPECT_TRUE(IsReadOnly(At(L"file")));
 }
 
-BOOL WINAPI RefuseToDelete(LPCWSTR) {
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-}
-
-TEST_F(RemovalWithAnswer, FallbackThatFailsGivesTheReadOnlyAttributeBack) {
-    const ScratchFolder scratch;
-    const path file = scratch.Path() / L"file";
-    WriteFile(file, "x");
-    SetReadOnly(file, true);
-    dispositionAnswer = ERROR_NOT_SUPPORTED;
-    const bench::ImportHook hook(L"kernel32.dll", "DeleteFileW",
-                                 reinterpret_cast<void*>(&RefuseToDelete));
-    ASSERT_TRUE(hook.Installed());
-    EXPECT_EQ(RemoveEntry(file), static_cast<DWORD>(ERROR_ACCESS_DENIED));
-    EXPECT_TRUE(::GetFileAttributesW(file.c_str()) & FILE_ATTRIBUTE_READONLY);
-}
-
-// A folder that is a reparse point: in the listing's way of telling and in the file's own.
-DWORD reparseTag = 0;
-bool tagCanBeRead = true;
-
-DWORD WINAPI GiveReparseAttributes(LPCWSTR path) {
-    return std::wstring_view(path).ends_with(L"tree")
-               ? FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT
-               : FILE_ATTRIBUTE_NORMAL;
-}
-
-BOOL WINAPI GiveReparseTag(HANDLE, FILE_INFO_BY_HANDLE_CLASS, LPVOID data, DWORD) {
-    auto* information = static_cast<FILE_ATTRIBUTE_TAG_INFO*>(data);
-    information->ReparseTag = reparseTag;
-    return tagCanBeRead;
-}
-
-class ReparseFolder : public testing::Test {
-protected:
-    void SetUp() override {
-        WriteFile(scratch_.Path() / L"tree" / L"file", "x");
-        ASSERT_TRUE(attributes_.Installed() && tag_.Installed());
+TEST_F(Removal, RemoveTreeEntersAReparsePointOnlyIfItIsKnownNotToBeALink) {
+    DWORD tag = 0;
+    BOOL isTagReadable = TRUE;
+    const auto attributes = bench::HookCall<decltype(&::GetFileAttributesW)>(
+        L"kernel32.dll", "GetFileAttributesW", [](LPCWSTR entry) -> DWORD {
+            return std::wstring_view(entry).ends_with(L"tree")
+                       ? FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT
+                       : FILE_ATTRIBUTE_NORMAL;
+        });
+    const auto information = bench::HookCall<decltype(&::GetFileInformationByHandleEx)>(
+        L"kernel32.dll", "GetFileInformationByHandleEx",
+        [&](HANDLE, FILE_INFO_BY_HANDLE_CLASS, LPVOID data, DWORD) -> BOOL {
+            static_cast<FILE_ATTRIBUTE_TAG_INFO*>(data)->ReparseTag = tag;
+            return isTagReadable;
+        });
+    const struct {
+        DWORD tag;
+        BOOL isReadable;
+        bool isEntered;
+    } cases[] = {{kCloudFolderTag, TRUE, true},
+                 {IO_REPARSE_TAG_MOUNT_POINT, TRUE, false},
+                 {kCloudFolderTag, FALSE, false}};
+    for (const auto& row : cases) {
+        WriteFile(At(L"tree\\file"), "x");
+        tag = row.tag;
+        isTagReadable = row.isReadable;
+        static_cast<void>(RemoveTree(At(L"tree")));
+        EXPECT_EQ(std::filesystem::exists(At(L"tree\\file")), !row.isEntered) << tag;
     }
-
-    ScratchFolder scratch_;
-    bench::ImportHook attributes_{L"kernel32.dll", "GetFileAttributesW",
-                                  reinterpret_cast<void*>(&GiveReparseAttributes)};
-    bench::ImportHook tag_{L"kernel32.dll", "GetFileInformationByHandleEx",
-                           reinterpret_cast<void*>(&GiveReparseTag)};
-};
-
-TEST_F(ReparseFolder, IsEnteredWhenItIsNoLink) {
-    reparseTag = 0x9000001A;  // A cloud folder.
-    tagCanBeRead = true;
-    static_cast<void>(RemoveTree(scratch_.Path() / L"tree"));
-    EXPECT_FALSE(std::filesystem::exists(scratch_.Path() / L"tree" / L"file"));
-}
-
-TEST_F(ReparseFolder, IsNotEnteredWhenItIsALink) {
-    reparseTag = IO_REPARSE_TAG_MOUNT_POINT;
-    tagCanBeRead = true;
-    static_cast<void>(RemoveTree(scratch_.Path() / L"tree"));
-    EXPECT_TRUE(std::filesystem::exists(scratch_.Path() / L"tree" / L"file"));
-}
-
-TEST_F(ReparseFolder, IsNotEnteredWhenItsTagCannotBeRead) {
-    reparseTag = 0x9000001A;
-    tagCanBeRead = false;
-    static_cast<void>(RemoveTree(scratch_.Path() / L"tree"));
-    EXPECT_TRUE(std::filesystem::exists(scratch_.Path() / L"tree" / L"file"));
-}
-
-TEST_F(RemovalWithAnswer, TakesARefusalAsFinal) {
-    const ScratchFolder scratch;
-    WriteFile(scratch.Path() / L"file", "x");
-    dispositionAnswer = ERROR_ACCESS_DENIED;
-    EXPECT_EQ(RemoveEntry(scratch.Path() / L"file"), static_cast<DWORD>(ERROR_ACCESS_DENIED));
-    EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"file"));
 }
 
 }  // namespace

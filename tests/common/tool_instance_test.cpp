@@ -5,35 +5,15 @@
 #include <algorithm>
 #include <string>
 
-#include "bench_parts/import_hook.h"
+#include "bench_parts/call_hook.h"
 
 namespace {
-
-std::wstring pretendedPath;
-
-DWORD WINAPI GiveThePretendedPath(HMODULE module, LPWSTR buffer, DWORD size) {
-    EXPECT_EQ(module, nullptr);
-    EXPECT_EQ(size, 260u);
-    // As Windows does it: a path that does not fit is cut, with the terminator at the end.
-    const size_t fits = std::min<size_t>(pretendedPath.size(), size - 1);
-    pretendedPath.copy(buffer, fits);
-    buffer[fits] = L'\0';
-    return fits < pretendedPath.size() ? size : static_cast<DWORD>(fits);
-}
 
 class LocateToolTest : public testing::Test {
 protected:
     void TearDown() override {
         toolExePath.clear();
         toolFolder.clear();
-    }
-
-    static void LocateAt(std::wstring path) {
-        pretendedPath = std::move(path);
-        const bench::ImportHook hook(L"kernel32.dll", "GetModuleFileNameW",
-                                     reinterpret_cast<void*>(&GiveThePretendedPath));
-        ASSERT_TRUE(hook.Installed());
-        LocateTool();
     }
 };
 
@@ -46,27 +26,37 @@ TEST(ToolInstance, IsUnknownBeforeTheWindowIsCreated) {
 TEST_F(LocateToolTest, FindsTheRunningProgram) {
     LocateTool();
     EXPECT_TRUE(toolExePath.is_absolute());
-    EXPECT_EQ(toolExePath.filename(), L"common_test.exe");
+    EXPECT_EQ(toolExePath.filename(), L"common_text_test.exe");
     EXPECT_EQ(toolFolder / toolExePath.filename(), toolExePath);
 }
 
 TEST_F(LocateToolTest, FolderIsTheTextBeforeTheLastSeparator) {
-    LocateAt(L"C:\\Games\\Kar voth\\tool.exe");
-    EXPECT_EQ(toolExePath.native(), L"C:\\Games\\Kar voth\\tool.exe");
-    EXPECT_EQ(toolFolder.native(), L"C:\\Games\\Kar voth");
-    LocateAt(L"C:\\Games/tool.exe");
-    EXPECT_EQ(toolFolder.native(), L"C:\\Games");
-    LocateAt(L"\\\\server\\share\\tool.exe");
-    EXPECT_EQ(toolFolder.native(), L"\\\\server\\share");
-    LocateAt(L"C:\\tool.exe");
-    EXPECT_EQ(toolFolder.native(), L"C:");
-}
-
-TEST_F(LocateToolTest, PathThatDoesNotFitIsCut) {
-    const std::wstring folder = L"C:\\" + std::wstring(200, L'f');
-    LocateAt(folder + L"\\" + std::wstring(100, L't') + L".exe");
-    EXPECT_EQ(toolExePath.native().size(), 259u);
-    EXPECT_EQ(toolFolder.native(), folder);
+    const std::wstring longFolder = L"C:\\" + std::wstring(200, L'f');
+    const struct {
+        std::wstring exe;
+        std::wstring folder;
+    } cases[] = {
+        {L"C:\\Games\\Kar voth\\tool.exe", L"C:\\Games\\Kar voth"},
+        {L"C:\\Games/tool.exe", L"C:\\Games"},
+        {L"\\\\server\\share\\tool.exe", L"\\\\server\\share"},
+        {L"C:\\tool.exe", L"C:"},
+        {longFolder + L"\\" + std::wstring(100, L't') + L".exe", longFolder},
+    };
+    for (const auto& [exe, folder] : cases) {
+        const auto hook = bench::HookCall<decltype(&::GetModuleFileNameW)>(
+            L"kernel32.dll", "GetModuleFileNameW",
+            [&](HMODULE module, LPWSTR buffer, DWORD size) -> DWORD {
+                EXPECT_EQ(module, nullptr);
+                EXPECT_EQ(size, 260u);
+                // A path that does not fit is truncated, with the terminator at the end.
+                const size_t fits = std::min<size_t>(exe.size(), size - 1);
+                buffer[exe.copy(buffer, fits)] = L'\0';
+                return fits < exe.size() ? size : static_cast<DWORD>(fits);
+            });
+        LocateTool();
+        EXPECT_EQ(toolExePath.native(), exe.substr(0, 259));
+        EXPECT_EQ(toolFolder.native(), folder);
+    }
 }
 
 }  // namespace
