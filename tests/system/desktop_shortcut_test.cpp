@@ -2,315 +2,180 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/client_folder_test.h"
-#include "bench_parts/import_hook.h"
 #include "common/com_apartment.h"
 #include "common/handles.h"
-#include "common/paths.h"
 #include "common/shell_api.h"
 #include "system/known_folder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using bench::ImportHook;
 
-TEST(FileNameExtension, FollowsTheRulesForFileNames) {
-    const struct {
-        const wchar_t* path;
-        const wchar_t* extension;
-    } cases[] = {
-        {L"", L""},
-        {L"game", L""},
-        {L"game.lnk", L".lnk"},
-        {L"Game.LnK", L".LnK"},
-        {L"game.exe.lnk", L".lnk"},
-        {L"game.lnk.exe", L".exe"},
-        {L"game.", L"."},
-        {L"game. lnk", L". lnk"},
-        {L".", L""},
-        {L"..", L""},
-        {L"...", L"."},
-        {L".lnk", L""},
-        {L"..lnk", L".lnk"},
-        {L".a.lnk", L".lnk"},
-        {L"game.lnk:stream", L".lnk"},
-        {L"game.lnk:stream.exe", L".lnk"},
-        {L"game:stream.lnk", L""},
-        {L"game.exe:a:b.lnk", L".exe"},
-        {L":stream.lnk", L""},
-        {L".lnk:stream", L""},
-        {L"..:stream.lnk", L""},
-        {L"folder.lnk\\game", L""},
-        {L"folder.lnk/game", L""},
-        {L"folder/game.lnk", L".lnk"},
-        {L"folder\\.lnk", L""},
-        {L"folder.lnk\\", L""},
-        {L"C:\\a.b\\game.lnk", L".lnk"},
-        {L"C:\\a.b\\game.lnk:s", L".lnk"},
-    };
-    for (const auto& [path, extension] : cases) {
-        EXPECT_EQ(FileNameExtension(path), extension) << path;
-    }
-}
+constexpr wchar_t kCreated[] = L"Game desktop shortcut created.";
+constexpr wchar_t kNoObject[] = L"Could not create the Windows shortcut object.";
+constexpr wchar_t kNotSaved[] = L"Could not save the shortcut to your Desktop.";
 
-class ShortcutFileNameTest : public bench::ClientFolderTest {};
-
-TEST_F(ShortcutFileNameTest, IsASafeNameThatEndsInLnk) {
-    const struct {
-        const wchar_t* shortcutName;
-        const wchar_t* fileName;
-    } cases[] = {
-        {L"Game", L"Game.lnk"},
-        {L"My:Game?", L"My_Game_.lnk"},
-        {L"", L"Karvoth.lnk"},
-        {L" \t\r\n", L"Karvoth.lnk"},
-        {L"  Game  ", L"Game.lnk"},
-        {L"Game.exe", L"Game.exe.lnk"},
-        {L"Game.lnk", L"Game.lnk"},
-        {L"Game.LNK", L"Game.LNK"},
-        {L"Game.lNk ", L"Game.lNk"},
-        {L"Game.lnk.", L"Game.lnk..lnk"},
-        {L"Game.lnkx", L"Game.lnkx.lnk"},
-        {L"Gamelnk", L"Gamelnk.lnk"},
-        {L".lnk", L".lnk.lnk"},
-        {L".", L"..lnk"},
-        {L"..", L"...lnk"},
-        {L"..lnk", L"..lnk"},
-        // The colon goes before anybody could take what follows for a stream.
-        {L"Game.lnk:stream", L"Game.lnk_stream.lnk"},
-        {L"a\\b/c.lnk", L"a_b_c.lnk"},
-        {L"\\/:*?\"<>|", L"_________.lnk"},
-        {L"\u00dcber \u6e38\u620f", L"\u00dcber \u6e38\u620f.lnk"},
-    };
-    for (const auto& [shortcutName, fileName] : cases) {
-        toolConfig.shortcutName = shortcutName;
-        EXPECT_EQ(ShortcutFileName(toolConfig), fileName);
-    }
-}
-
-// What a saved shortcut says.
-struct LoadedShortcut {
+// What a saved shortcut contains.
+struct ShortcutFields {
     std::wstring target;
     std::wstring folder;
     std::wstring description;
     std::wstring arguments;
     std::wstring icon;
-    bool loaded = false;
+
+    bool operator==(const ShortcutFields&) const = default;
 };
 
-LoadedShortcut Load(const fs::path& file) {
-    LoadedShortcut shortcut;
+std::optional<ShortcutFields> ReadShortcut(const fs::path& file) {
     void* found = nullptr;
     if (FAILED(::CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
                                   &found))) {
-        return shortcut;
+        return std::nullopt;
     }
     const ComPointer<IShellLinkW> link(static_cast<IShellLinkW*>(found));
     link->QueryInterface(IID_IPersistFile, &found);
     const ComPointer<IPersistFile> persist(static_cast<IPersistFile*>(found));
-    shortcut.loaded = persist->Load(file.c_str(), STGM_READ) == S_OK;
+    if (persist->Load(file.c_str(), STGM_READ) != S_OK) {
+        return std::nullopt;
+    }
     std::array<wchar_t, 1024> text{};
     const int size = static_cast<int>(text.size());
+    ShortcutFields fields;
     link->GetPath(text.data(), size, nullptr, 0);
-    shortcut.target = text.data();
+    fields.target = text.data();
     link->GetWorkingDirectory(text.data(), size);
-    shortcut.folder = text.data();
+    fields.folder = text.data();
     link->GetDescription(text.data(), size);
-    shortcut.description = text.data();
+    fields.description = text.data();
     link->GetArguments(text.data(), size);
-    shortcut.arguments = text.data();
+    fields.arguments = text.data();
     int iconIndex = 0;
     link->GetIconLocation(text.data(), size, &iconIndex);
-    shortcut.icon = text.data();
-    return shortcut;
+    fields.icon = text.data();
+    return fields;
 }
 
 // A startup program in the client folder, and a shortcut of this test's own name.
-class CreateDesktopShortcutTest : public bench::ClientFolderTest {
+class DesktopShortcut : public bench::ClientFolderTest {
 protected:
-    CreateDesktopShortcutTest() : linkFile_(KnownFolder(FOLDERID_Desktop) / L"Bench \u00fc.lnk") {
+    DesktopShortcut() {
         toolConfig.startupExe = L"bin\\start.exe";
         toolConfig.shortcutName = L"Bench \u00fc";
         toolConfig.downloaderName = L"Bench Downloader";
         bench::WriteFile(toolFolder / L"bin" / L"start.exe", "MZ");
         fs::remove(linkFile_);
     }
-    ~CreateDesktopShortcutTest() override {
+    ~DesktopShortcut() override {
         std::error_code ignored;  // Most tests leave no file.
         fs::remove(linkFile_, ignored);
     }
 
-    [[nodiscard]] const fs::path& LinkFile() const {
-        return linkFile_;
+    static std::wstring MessageOf(bool isCreated) {
+        std::wstring message;
+        EXPECT_EQ(CreateDesktopShortcut(message), isCreated);
+        return message;
     }
 
-private:
-    fs::path linkFile_;
+    fs::path linkFile_ = KnownFolder(FOLDERID_Desktop) / L"Bench \u00fc.lnk";
     ComApartment apartment_;
 };
 
-std::wstring MessageOfSuccess() {
-    std::wstring message;
-    EXPECT_TRUE(CreateDesktopShortcut(message));
-    return message;
-}
+TEST_F(DesktopShortcut, LeadsToTheStartupProgramAndReplacesTheFormerOne) {
+    EXPECT_EQ(MessageOf(true), kCreated);
+    EXPECT_EQ(ReadShortcut(linkFile_), (ShortcutFields{toolFolder.native() + L"\\bin\\start.exe",
+                                                       toolFolder.native() + L"\\bin",
+                                                       L"Bench Downloader launcher", L"", L""}));
 
-std::wstring MessageOfFailure() {
-    std::wstring message;
-    EXPECT_FALSE(CreateDesktopShortcut(message));
-    return message;
-}
-
-TEST_F(CreateDesktopShortcutTest, LeadsToTheStartupProgram) {
-    EXPECT_EQ(MessageOfSuccess(), L"Game desktop shortcut created.");
-    const LoadedShortcut shortcut = Load(LinkFile());
-    ASSERT_TRUE(shortcut.loaded);
-    EXPECT_EQ(shortcut.target, toolFolder.native() + L"\\bin\\start.exe");
-    EXPECT_EQ(shortcut.folder, toolFolder.native() + L"\\bin");
-    EXPECT_EQ(shortcut.description, L"Bench Downloader launcher");
-    EXPECT_EQ(shortcut.arguments, L"");
-    EXPECT_EQ(shortcut.icon, L"");
-}
-
-TEST_F(CreateDesktopShortcutTest, LeadsToAStartupProgramElsewhere) {
     toolConfig.startupExe = Outside() / L"run.exe";
-    bench::WriteFile(Outside() / L"run.exe", "MZ");
-    MessageOfSuccess();
-    const LoadedShortcut shortcut = Load(LinkFile());
-    EXPECT_EQ(shortcut.target, Outside().native() + L"\\run.exe");
-    EXPECT_EQ(shortcut.folder, Outside().native());
-}
-
-TEST_F(CreateDesktopShortcutTest, DescribesItselfWithTheUntrimmedName) {
     toolConfig.downloaderName = L"  Bench \u00fc\t";
-    MessageOfSuccess();
-    EXPECT_EQ(Load(LinkFile()).description, L"  Bench \u00fc\t launcher");
-    toolConfig.downloaderName.clear();
-    MessageOfSuccess();
-    EXPECT_EQ(Load(LinkFile()).description, L" launcher");
+    bench::WriteFile(Outside() / L"run.exe", "MZ");
+    EXPECT_EQ(MessageOf(true), kCreated);
+    EXPECT_EQ(ReadShortcut(linkFile_),
+              (ShortcutFields{Outside().native() + L"\\run.exe", Outside().native(),
+                              L"  Bench \u00fc\t launcher", L"", L""}));
 }
 
-TEST_F(CreateDesktopShortcutTest, TakesASafeFileName) {
+TEST_F(DesktopShortcut, HasASafeFileName) {
     toolConfig.shortcutName = L"Bench:Game?";
-    const fs::path linkFile = KnownFolder(FOLDERID_Desktop) / L"Bench_Game_.lnk";
-    MessageOfSuccess();
-    EXPECT_TRUE(Load(linkFile).loaded);
-    fs::remove(linkFile);
+    MessageOf(true);
+    EXPECT_TRUE(fs::remove(KnownFolder(FOLDERID_Desktop) / L"Bench_Game_.lnk"));
 }
 
-TEST_F(CreateDesktopShortcutTest, ReplacesTheFormerOne) {
-    bench::WriteFile(toolFolder / L"other.exe", "MZ");
-    EXPECT_EQ(MessageOfSuccess(), L"Game desktop shortcut created.");
-    toolConfig.startupExe = L"other.exe";
-    EXPECT_EQ(MessageOfSuccess(), L"Game desktop shortcut created.");
-    EXPECT_EQ(Load(LinkFile()).target, toolFolder.native() + L"\\other.exe");
-}
-
-TEST_F(CreateDesktopShortcutTest, NeedsAStartupProgram) {
+TEST_F(DesktopShortcut, NeedsTheStartupProgram) {
     toolConfig.startupExe.clear();
-    EXPECT_EQ(MessageOfFailure(), L"No startup EXE is configured for the shortcut.");
-    EXPECT_FALSE(fs::exists(LinkFile()));
-}
-
-TEST_F(CreateDesktopShortcutTest, NeedsTheStartupProgramToBeThere) {
-    toolConfig.startupExe = L"missing \u00fc.exe";
-    EXPECT_EQ(MessageOfFailure(), L"Could not find the shortcut target: " + toolFolder.native() +
-                                      L"\\missing \u00fc.exe");
-    toolConfig.startupExe = L"bin";
-    EXPECT_EQ(MessageOfFailure(),
-              L"Could not find the shortcut target: " + toolFolder.native() + L"\\bin");
-    EXPECT_FALSE(fs::exists(LinkFile()));
-}
-
-// With a path all the same, which is to be freed and not to be used.
-HRESULT WINAPI FailToFindFolder(REFKNOWNFOLDERID, DWORD, HANDLE, PWSTR* path) {
-    constexpr std::wstring_view kPath = L"C:\\";
-    *path = static_cast<wchar_t*>(::CoTaskMemAlloc((kPath.size() + 1) * sizeof(wchar_t)));
-    (*path)[kPath.copy(*path, kPath.size())] = L'\0';
-    return E_FAIL;
-}
-HRESULT WINAPI FindNoFolder(REFKNOWNFOLDERID, DWORD, HANDLE, PWSTR* path) {
-    *path = nullptr;
-    return S_OK;
-}
-
-TEST_F(CreateDesktopShortcutTest, NeedsADesktop) {
-    for (const auto replacement : {&FailToFindFolder, &FindNoFolder}) {
-        const ImportHook hook(L"shell32.dll", "SHGetKnownFolderPath",
-                              reinterpret_cast<void*>(replacement));
-        ASSERT_TRUE(hook.Installed());
-        EXPECT_EQ(MessageOfFailure(), L"Could not locate the Desktop folder.");
+    EXPECT_EQ(MessageOf(false), L"No startup EXE is configured for the shortcut.");
+    for (const wchar_t* const startupExe : {L"missing \u00fc.exe", L"bin"}) {
+        toolConfig.startupExe = startupExe;
+        EXPECT_EQ(MessageOf(false), L"Could not find the shortcut target: " + toolFolder.native() +
+                                        L"\\" + startupExe);
     }
-    EXPECT_FALSE(fs::exists(LinkFile()));
+    EXPECT_FALSE(fs::exists(linkFile_));
 }
 
-GUID askedFolder{};
-DWORD askedFlags = 0;
-HANDLE askedToken = nullptr;
-decltype(&::SHGetKnownFolderPath) getKnownFolderPath = nullptr;
-
-HRESULT WINAPI RecordFolder(REFKNOWNFOLDERID folder, DWORD flags, HANDLE token, PWSTR* path) {
-    askedFolder = folder;
-    askedFlags = flags;
-    askedToken = token;
-    return getKnownFolderPath(folder, flags, token, path);
+TEST_F(DesktopShortcut, NeedsTheUsersOwnDesktop) {
+    HRESULT result = S_OK;
+    bool hasPath = false;
+    const auto hook = bench::HookCall<decltype(&::SHGetKnownFolderPath)>(
+        L"shell32.dll", "SHGetKnownFolderPath",
+        [&](REFKNOWNFOLDERID folder, DWORD flags, HANDLE token, PWSTR* path) -> HRESULT {
+            EXPECT_TRUE(::IsEqualGUID(folder, FOLDERID_Desktop));
+            EXPECT_EQ(flags, 0U);
+            EXPECT_EQ(token, nullptr);
+            constexpr std::wstring_view kPath = L"C:\\";
+            *path = nullptr;
+            if (hasPath) {
+                *path =
+                    static_cast<wchar_t*>(::CoTaskMemAlloc((kPath.size() + 1) * sizeof(wchar_t)));
+                (*path)[kPath.copy(*path, kPath.size())] = L'\0';
+            }
+            return result;
+        });
+    EXPECT_EQ(MessageOf(false), L"Could not locate the Desktop folder.");
+    // A path that comes with an error must be freed but not used.
+    result = E_FAIL;
+    hasPath = true;
+    EXPECT_EQ(MessageOf(false), L"Could not locate the Desktop folder.");
 }
 
-TEST_F(CreateDesktopShortcutTest, AsksForTheUsersOwnDesktop) {
-    const ImportHook hook(L"shell32.dll", "SHGetKnownFolderPath",
-                          reinterpret_cast<void*>(&RecordFolder));
-    ASSERT_TRUE(hook.Installed());
-    getKnownFolderPath = hook.Original<decltype(&::SHGetKnownFolderPath)>();
-    askedFlags = ~DWORD{0};
-    askedToken = ::GetCurrentProcess();
-    MessageOfSuccess();
-    EXPECT_TRUE(::IsEqualGUID(askedFolder, FOLDERID_Desktop));
-    EXPECT_EQ(askedFlags, 0U);
-    EXPECT_EQ(askedToken, nullptr);
+TEST_F(DesktopShortcut, NeedsTheShellLinkObject) {
+    const auto hook = bench::HookCall<decltype(&::CoCreateInstance)>(
+        L"ole32.dll", "CoCreateInstance",
+        [](REFCLSID, LPUNKNOWN, DWORD, REFIID, LPVOID* object) -> HRESULT {
+            *object = nullptr;
+            return REGDB_E_CLASSNOTREG;
+        });
+    EXPECT_EQ(MessageOf(false), kNoObject);
 }
 
-HRESULT WINAPI CreateNoObject(REFCLSID, LPUNKNOWN, DWORD, REFIID, LPVOID* object) {
-    *object = nullptr;
-    return REGDB_E_CLASSNOTREG;
+TEST_F(DesktopShortcut, FailsOnAFolderOrAReadOnlyFileOfThatName) {
+    fs::create_directory(linkFile_);
+    EXPECT_EQ(MessageOf(false), kNotSaved);
+    fs::remove(linkFile_);
+    bench::WriteFile(linkFile_, "kept");
+    bench::SetReadOnly(linkFile_, true);
+    EXPECT_EQ(MessageOf(false), kNotSaved);
+    EXPECT_EQ(bench::ReadFile(linkFile_), "kept");
+    bench::SetReadOnly(linkFile_, false);
 }
 
-TEST_F(CreateDesktopShortcutTest, NeedsTheShellLinkObject) {
-    const ImportHook hook(L"ole32.dll", "CoCreateInstance",
-                          reinterpret_cast<void*>(&CreateNoObject));
-    ASSERT_TRUE(hook.Installed());
-    EXPECT_EQ(MessageOfFailure(), L"Could not create the Windows shortcut object.");
-}
-
-TEST_F(CreateDesktopShortcutTest, FailsOnAFolderOfThatName) {
-    fs::create_directory(LinkFile());
-    EXPECT_EQ(MessageOfFailure(), L"Could not save the shortcut to your Desktop.");
-}
-
-TEST_F(CreateDesktopShortcutTest, FailsOnAReadOnlyShortcut) {
-    bench::WriteFile(LinkFile(), "kept");
-    bench::SetReadOnly(LinkFile(), true);
-    EXPECT_EQ(MessageOfFailure(), L"Could not save the shortcut to your Desktop.");
-    EXPECT_EQ(bench::ReadFile(LinkFile()), "kept");
-    bench::SetReadOnly(LinkFile(), false);
-}
-
-// A real shell link of which single methods are replaced, by their place in its table of methods.
-// The test keeps a reference of its own, to see afterwards whether all others were given back.
+// Methods of the shell link and its IPersistFile, by their places in the tables of methods.
 constexpr size_t kQueryInterface = 0;
+constexpr size_t kSave = 6;
 constexpr size_t kSetDescription = 7;
 constexpr size_t kSetWorkingDirectory = 9;
 constexpr size_t kSetPath = 20;
 constexpr size_t kMethodCount = 21;
-std::array<void*, kMethodCount> methods{};
-size_t refusedMethod = kMethodCount;
-IShellLinkW* createdLink = nullptr;
-decltype(&::CoCreateInstance) createInstance = nullptr;
+constexpr size_t kFileMethodCount = 9;
 
 HRESULT STDMETHODCALLTYPE RefuseInterface(IUnknown*, REFIID, void** object) {
     *object = nullptr;
@@ -320,106 +185,112 @@ HRESULT STDMETHODCALLTYPE RefuseText(IShellLinkW*, LPCWSTR) {
     return E_FAIL;
 }
 
-// The same for the part of it that saves: the "remember" of each Save.
-constexpr size_t kSave = 6;
-constexpr size_t kSavingMethodCount = 9;
-std::array<void*, kSavingMethodCount> savingMethods{};
 HRESULT(STDMETHODCALLTYPE* saveLink)(IPersistFile*, LPCOLESTR, BOOL) = nullptr;
-std::vector<BOOL> remembered;
+std::vector<BOOL> remembered;  // The "remember" of each Save.
 
 HRESULT STDMETHODCALLTYPE RecordSave(IPersistFile* file, LPCOLESTR name, BOOL remember) {
     remembered.push_back(remember);
     return saveLink(file, name, remember);
 }
 
-void ObserveSaving(IShellLinkW& link) {
-    void* found = nullptr;
-    ASSERT_EQ(link.QueryInterface(IID_IPersistFile, &found), S_OK);
-    const ComPointer<IPersistFile> file(static_cast<IPersistFile*>(found));
-    auto** const table = static_cast<void***>(found);
-    std::copy_n(*table, savingMethods.size(), savingMethods.begin());
-    saveLink = reinterpret_cast<decltype(saveLink)>(savingMethods[kSave]);
-    savingMethods[kSave] = reinterpret_cast<void*>(&RecordSave);
-    *table = savingMethods.data();
-}
-
-HRESULT WINAPI CreateObservedLink(REFCLSID id, LPUNKNOWN outer, DWORD context, REFIID interfaceId,
-                                  LPVOID* object) {
-    EXPECT_TRUE(::IsEqualGUID(id, CLSID_ShellLink));
-    EXPECT_TRUE(::IsEqualGUID(interfaceId, IID_IShellLinkW));
-    EXPECT_EQ(outer, nullptr);
-    EXPECT_EQ(context, DWORD{CLSCTX_INPROC_SERVER});
-    const HRESULT result = createInstance(id, outer, context, interfaceId, object);
-    createdLink = static_cast<IShellLinkW*>(*object);
-    createdLink->AddRef();
-    ObserveSaving(*createdLink);
-    auto** const table = static_cast<void***>(*object);
-    std::copy_n(*table, methods.size(), methods.begin());
-    if (refusedMethod == kQueryInterface) {
-        methods[kQueryInterface] = reinterpret_cast<void*>(&RefuseInterface);
-    } else if (refusedMethod < kMethodCount) {
-        methods[refusedMethod] = reinterpret_cast<void*>(&RefuseText);
-    }
-    *table = methods.data();
-    return result;
-}
-
+// A shell link with one method replaced and Save recorded. It keeps a reference, to show whether
+// all others were released.
 class ObservedShellLink {
 public:
-    explicit ObservedShellLink(size_t refused) {
-        refusedMethod = refused;
-        createdLink = nullptr;
+    // `refused`: kMethodCount for none.
+    explicit ObservedShellLink(size_t refused) : refused_(refused) {
         remembered.clear();
-        createInstance = hook_.Original<decltype(&::CoCreateInstance)>();
     }
-    [[nodiscard]] bool Installed() const {
-        return hook_.Installed();
+
+    // Releases that reference; the result is how many are left.
+    ULONG ReleaseLast() {
+        return std::exchange(link_, nullptr)->Release();
+    }
+
+    HRESULT Create(REFCLSID id, LPUNKNOWN outer, DWORD context, REFIID interfaceId,
+                   LPVOID* object) {
+        EXPECT_TRUE(::IsEqualGUID(id, CLSID_ShellLink));
+        EXPECT_TRUE(::IsEqualGUID(interfaceId, IID_IShellLinkW));
+        EXPECT_EQ(outer, nullptr);
+        EXPECT_EQ(context, DWORD{CLSCTX_INPROC_SERVER});
+        const HRESULT result = bench::RealFunction<decltype(&::CoCreateInstance)>(
+            L"ole32.dll", "CoCreateInstance")(id, outer, context, interfaceId, object);
+        link_ = static_cast<IShellLinkW*>(*object);
+        link_->AddRef();
+        ReplaceMethods();
+        return result;
     }
 
 private:
-    ImportHook hook_{L"ole32.dll", "CoCreateInstance",
-                     reinterpret_cast<void*>(&CreateObservedLink)};
+    void ReplaceMethods() {
+        void* found = nullptr;
+        ASSERT_EQ(link_->QueryInterface(IID_IPersistFile, &found), S_OK);
+        const ComPointer<IPersistFile> file(static_cast<IPersistFile*>(found));
+        auto** const fileTable = static_cast<void***>(found);
+        std::copy_n(*fileTable, fileMethods_.size(), fileMethods_.begin());
+        saveLink = reinterpret_cast<decltype(saveLink)>(fileMethods_[kSave]);
+        fileMethods_[kSave] = reinterpret_cast<void*>(&RecordSave);
+        *fileTable = fileMethods_.data();
+
+        auto** const table = reinterpret_cast<void***>(link_);
+        std::copy_n(*table, methods_.size(), methods_.begin());
+        if (refused_ < kMethodCount) {
+            methods_[refused_] = refused_ == kQueryInterface
+                                     ? reinterpret_cast<void*>(&RefuseInterface)
+                                     : reinterpret_cast<void*>(&RefuseText);
+        }
+        *table = methods_.data();
+    }
+
+    size_t refused_;
+    IShellLinkW* link_ = nullptr;
+    std::array<void*, kMethodCount> methods_{};
+    std::array<void*, kFileMethodCount> fileMethods_{};
 };
 
-TEST_F(CreateDesktopShortcutTest, FailsWhenTheObjectCannotBeSaved) {
-    const ObservedShellLink link(kQueryInterface);
-    ASSERT_TRUE(link.Installed());
-    EXPECT_EQ(MessageOfFailure(), L"Could not save the shortcut to your Desktop.");
-    EXPECT_EQ(createdLink->Release(), 0U);
-    EXPECT_FALSE(fs::exists(LinkFile()));
+auto Observe(ObservedShellLink& link) {
+    return bench::HookCall<decltype(&::CoCreateInstance)>(
+        L"ole32.dll", "CoCreateInstance",
+        [&](auto&&... arguments) -> HRESULT { return link.Create(arguments...); });
 }
 
-TEST_F(CreateDesktopShortcutTest, SavesAlsoWithoutAFieldThatIsRefused) {
-    for (const size_t refused : {kSetPath, kSetWorkingDirectory, kSetDescription}) {
-        const ObservedShellLink link(refused);
-        ASSERT_TRUE(link.Installed());
-        EXPECT_EQ(MessageOfSuccess(), L"Game desktop shortcut created.") << refused;
-        EXPECT_EQ(createdLink->Release(), 0U);
-        EXPECT_TRUE(fs::exists(LinkFile())) << refused;
-        fs::remove(LinkFile());
+TEST_F(DesktopShortcut, IsSavedOnceAlsoWithoutAFieldThatIsRefused) {
+    for (const size_t refused : {kMethodCount, kSetPath, kSetWorkingDirectory, kSetDescription}) {
+        ObservedShellLink link(refused);
+        const auto hook = Observe(link);
+        EXPECT_EQ(MessageOf(true), kCreated) << refused;
+        EXPECT_EQ(link.ReleaseLast(), 0U);
+        EXPECT_EQ(remembered, std::vector<BOOL>{TRUE});
+        EXPECT_TRUE(fs::remove(linkFile_)) << refused;
     }
 }
 
-TEST_F(CreateDesktopShortcutTest, GivesBackTheShellLink) {
-    const ObservedShellLink link(kMethodCount);
-    ASSERT_TRUE(link.Installed());
-    MessageOfSuccess();
-    EXPECT_EQ(createdLink->Release(), 0U);
+TEST_F(DesktopShortcut, FailsIfTheObjectCannotBeSaved) {
+    ObservedShellLink link(kQueryInterface);
+    const auto hook = Observe(link);
+    EXPECT_EQ(MessageOf(false), kNotSaved);
+    EXPECT_EQ(link.ReleaseLast(), 0U);
+    EXPECT_FALSE(fs::exists(linkFile_));
 }
 
-TEST_F(CreateDesktopShortcutTest, SavesOnceAndLetsTheObjectRememberItsFile) {
-    const ObservedShellLink link(kMethodCount);
-    ASSERT_TRUE(link.Installed());
-    MessageOfSuccess();
-    EXPECT_EQ(remembered, std::vector<BOOL>{TRUE});
-    createdLink->Release();
+TEST_F(DesktopShortcut, HasATargetThatCanBeRead) {
+    EXPECT_EQ(ReadShortcutTarget(linkFile_), std::nullopt);
+    MessageOf(true);
+    EXPECT_EQ(ReadShortcutTarget(linkFile_), toolFolder / L"bin" / L"start.exe");
+    bench::WriteFile(linkFile_, "no shortcut");
+    EXPECT_EQ(ReadShortcutTarget(linkFile_), std::nullopt);
+    const auto hook = bench::HookCall<decltype(&::CoCreateInstance)>(
+        L"ole32.dll", "CoCreateInstance", [](auto&&...) -> HRESULT { return REGDB_E_CLASSNOTREG; });
+    EXPECT_EQ(ReadShortcutTarget(linkFile_), std::nullopt);
 }
 
 class WithoutCom : public bench::ClientFolderTest {};
 
 TEST_F(WithoutCom, NoShortcutIsCreated) {
     bench::WriteFile(toolFolder / L"patcher.exe", "MZ");
-    EXPECT_EQ(MessageOfFailure(), L"Could not create the Windows shortcut object.");
+    std::wstring message;
+    EXPECT_FALSE(CreateDesktopShortcut(message));
+    EXPECT_EQ(message, kNoObject);
 }
 
 }  // namespace

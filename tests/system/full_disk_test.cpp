@@ -17,8 +17,7 @@ namespace {
 
 class WriteUninstallerOnAFullDisk : public bench::ClientFolderTest {};
 
-// Takes up all room. What is asked for at once is refused when it is too much, so the pieces
-// shrink.
+// Fills the disk with smaller and smaller files: one that is too large is refused at once.
 void FillDisk(const fs::path& disk) {
     int number = 0;
     for (size_t size = size_t{1} << 20; size >= 4096; size /= 2) {

@@ -5,13 +5,17 @@
 
 #include <cwchar>
 #include <set>
+#include <string>
 #include <vector>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/client_folder_test.h"
 #include "bench_parts/current_folder.h"
-#include "bench_parts/import_hook.h"
 #include "bench_parts/registry_entry.h"
 
+namespace {
+
+namespace fs = std::filesystem;
 using bench::ReadKey;
 using bench::RemoveKey;
 using bench::StoredNumber;
@@ -19,14 +23,7 @@ using bench::StoredText;
 using bench::StoredValue;
 using bench::StoredValues;
 using bench::StoreValue;
-
-namespace {
-
-namespace fs = std::filesystem;
-using bench::ImportHook;
-using testing::AnyOf;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr wchar_t kNotWritten[] =
     L"Could not register Programs and Features because Uninstall.exe was not written.";
@@ -35,152 +32,172 @@ constexpr wchar_t kNotFinished[] =
     L"Could not finish writing the Programs and Features registry entry.";
 
 const std::wstring kUninstallKeys = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
+const std::vector<std::wstring> kAllNames{L"DisplayName",     L"Publisher",       L"DisplayVersion",
+                                          L"InstallLocation", L"UninstallString", L"DisplayIcon",
+                                          L"InstallDate",     L"URLInfoAbout",    L"EstimatedSize",
+                                          L"NoModify",        L"NoRepair"};
 
-std::wstring Today() {
-    SYSTEMTIME now{};
-    ::GetLocalTime(&now);
-    const std::wstring digits = std::to_wstring(now.wYear * 10'000U + now.wMonth * 100U + now.wDay);
-    return std::wstring(8 - digits.size(), L'0') + digits;
-}
+// What the product asks of the registry.
+struct RegistryCalls {
+    std::vector<std::wstring> names;  // Of the values that it writes, refused ones included.
+    std::vector<HKEY> opened;
+    std::vector<HKEY> closed;
+};
 
-// A client folder with an uninstaller of 3 bytes, and a game of this test's own in the list of
-// installed programs, which is not there yet and goes afterwards.
-class RegisterProgramsAndFeaturesTest : public bench::ClientFolderTest {
+// A client folder with an uninstaller of 3 bytes, and a game of this test's own without an entry in
+// the list of installed programs.
+class InstalledProgramsEntry : public bench::ClientFolderTest {
 protected:
-    RegisterProgramsAndFeaturesTest() {
+    InstalledProgramsEntry() {
         toolConfig.programsDisplayName = L"Bench \u00fc";
-        bench::WriteFile(toolFolder / L"Uninstall.exe", "MZ!");
+        toolConfig.websiteUrl = L"https://game.example/?a=b";
+        bench::WriteFile(Uninstaller(), "MZ!");
         RemoveKey(keyPath_);
     }
-    ~RegisterProgramsAndFeaturesTest() override {
+    ~InstalledProgramsEntry() override {
         RemoveKey(keyPath_);
     }
 
-    [[nodiscard]] const std::wstring& KeyPath() const {
-        return keyPath_;
+    static fs::path Uninstaller() {
+        return toolFolder / L"Uninstall.exe";
     }
 
     [[nodiscard]] std::optional<StoredValue> Stored(const std::wstring& name) const {
         const std::optional<StoredValues> values = ReadKey(keyPath_);
-        if (!values || !values->contains(name)) {
-            return std::nullopt;
-        }
-        return values->at(name);
+        return values && values->contains(name) ? std::optional(values->at(name)) : std::nullopt;
     }
 
-private:
+    static bool Register() {
+        std::wstring message = L"untouched";
+        const bool isRegistered = RegisterProgramsAndFeatures(message);
+        EXPECT_EQ(message, L"untouched");
+        return isRegistered;
+    }
+
+    static std::wstring MessageOfFailure() {
+        std::wstring message;
+        EXPECT_FALSE(RegisterProgramsAndFeatures(message));
+        return message;
+    }
+
+    // Registers the game while the writes with these numbers, counted from 0, are refused.
+    static RegistryCalls RegisterRefusing(const std::set<size_t>& refused);
+
     std::wstring keyPath_ = kUninstallKeys + L"Quellstone.Bench \u00fc";
 };
 
-bool Register() {
-    std::wstring message = L"untouched";
-    const bool registered = RegisterProgramsAndFeatures(message);
-    EXPECT_EQ(message, L"untouched");
-    return registered;
-}
-
-std::wstring MessageOfFailure() {
+RegistryCalls InstalledProgramsEntry::RegisterRefusing(const std::set<size_t>& refused) {
+    RegistryCalls calls;
+    const auto create = bench::HookCall<decltype(&::RegCreateKeyExW)>(
+        L"advapi32.dll", "RegCreateKeyExW",
+        [&](HKEY root, LPCWSTR path, DWORD reserved, LPWSTR className, DWORD options, REGSAM access,
+            auto security, PHKEY key, LPDWORD disposition) -> LSTATUS {
+            EXPECT_EQ(root, HKEY_CURRENT_USER);
+            EXPECT_EQ(className, nullptr);
+            EXPECT_EQ(options, DWORD{REG_OPTION_NON_VOLATILE});
+            EXPECT_EQ(access, REGSAM{KEY_SET_VALUE});
+            EXPECT_EQ(security, nullptr);
+            const LSTATUS status = bench::RealFunction<decltype(&::RegCreateKeyExW)>(
+                L"advapi32.dll", "RegCreateKeyExW")(root, path, reserved, className, options,
+                                                    access, security, key, disposition);
+            calls.opened.push_back(*key);
+            return status;
+        });
+    const auto set = bench::HookCall<decltype(&::RegSetValueExW)>(
+        L"advapi32.dll", "RegSetValueExW",
+        [&](HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,
+            DWORD size) -> LSTATUS {
+            if (type == REG_SZ) {
+                // Checked here: the system stores a terminator even if it was not counted.
+                const auto* const text = reinterpret_cast<const wchar_t*>(data);
+                EXPECT_EQ(size, (std::wcslen(text) + 1) * sizeof(wchar_t)) << fs::path(name);
+            }
+            calls.names.emplace_back(name);
+            return refused.contains(calls.names.size() - 1)
+                       ? ERROR_ACCESS_DENIED
+                       : bench::RealFunction<decltype(&::RegSetValueExW)>(
+                             L"advapi32.dll", "RegSetValueExW")(key, name, reserved, type, data,
+                                                                size);
+        });
+    const auto close = bench::HookCall<decltype(&::RegCloseKey)>(
+        L"advapi32.dll", "RegCloseKey", [&](HKEY key) -> LSTATUS {
+            calls.closed.push_back(key);
+            return bench::RealFunction<decltype(&::RegCloseKey)>(L"advapi32.dll",
+                                                                 "RegCloseKey")(key);
+        });
     std::wstring message;
-    EXPECT_FALSE(RegisterProgramsAndFeatures(message));
-    return message;
+    EXPECT_EQ(RegisterProgramsAndFeatures(message), refused.empty());
+    EXPECT_EQ(message, refused.empty() ? L"" : kNotFinished);
+    return calls;
 }
 
-TEST_F(RegisterProgramsAndFeaturesTest, WritesTheWholeEntry) {
+TEST_F(InstalledProgramsEntry, HasAllValues) {
     toolConfig.programsPublisher = L" Maker ";
     toolConfig.programsDisplayVersion = L"1.2.3-\u03b2";
-    toolConfig.websiteUrl = L"https://game.example/?a=b";
     bench::WriteFile(toolFolder / L"data" / L"pack.bin", std::string(2046, 'x'));
-    const std::wstring before = Today();
+    const auto today = bench::HookCall<decltype(&::GetLocalTime)>(L"kernel32.dll", "GetLocalTime",
+                                                                  [](LPSYSTEMTIME time) -> void {
+                                                                      *time = {};
+                                                                      time->wYear = 2031;
+                                                                      time->wMonth = 2;
+                                                                      time->wDay = 3;
+                                                                  });
     EXPECT_TRUE(Register());
-
-    std::optional<StoredValues> values = ReadKey(KeyPath());
-    ASSERT_TRUE(values);
-    EXPECT_THAT((*values)[L"InstallDate"], AnyOf(StoredText(before), StoredText(Today())));
-    values->erase(L"InstallDate");
     const std::wstring& folder = toolFolder.native();
-    EXPECT_EQ(*values,
+    EXPECT_EQ(ReadKey(keyPath_),
               (StoredValues{{L"DisplayName", StoredText(L"Bench \u00fc")},
                             {L"Publisher", StoredText(L"Maker")},
                             {L"DisplayVersion", StoredText(L"1.2.3-\u03b2")},
                             {L"InstallLocation", StoredText(folder)},
                             {L"UninstallString", StoredText(L"\"" + folder + L"\\Uninstall.exe\"")},
                             {L"DisplayIcon", StoredText(folder + L"\\Uninstall.exe,0")},
+                            {L"InstallDate", StoredText(L"20310203")},
                             {L"URLInfoAbout", StoredText(L"https://game.example/?a=b")},
                             {L"EstimatedSize", StoredNumber(3)},
                             {L"NoModify", StoredNumber(1)},
                             {L"NoRepair", StoredNumber(1)}}));
 }
 
-void WINAPI TellLocalTime(LPSYSTEMTIME time) {
-    *time = {};
-    time->wYear = 2031;
-    time->wMonth = 2;
-    time->wDay = 3;
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, DatesTheEntryByTheUsersOwnCalendar) {
-    const ImportHook hook(L"kernel32.dll", "GetLocalTime", reinterpret_cast<void*>(&TellLocalTime));
-    ASSERT_TRUE(hook.Installed());
-    EXPECT_TRUE(Register());
-    EXPECT_EQ(Stored(L"InstallDate"), StoredText(L"20310203"));
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, WritesAnEmptyVersionAndNoEmptyWebsite) {
+TEST_F(InstalledProgramsEntry, IsOverwrittenValueByValue) {
+    StoreValue(keyPath_, L"DisplayName", StoredNumber(7));
+    StoreValue(keyPath_, L"EstimatedSize", StoredText(L"much"));
+    StoreValue(keyPath_, L"URLInfoAbout", StoredText(L"https://former.example/"));
+    StoreValue(keyPath_, L"Comments", StoredText(L"another program's"));
     for (std::wstring* version :
          {&toolConfig.programsDisplayVersion, &toolConfig.uninstallerProductVersion,
-          &toolConfig.installerProductVersion, &toolConfig.downloaderVersion}) {
-        *version = L" ";
+          &toolConfig.installerProductVersion, &toolConfig.downloaderVersion,
+          &toolConfig.websiteUrl}) {
+        *version = L" \t";
     }
-    toolConfig.websiteUrl = L"\t";
-    EXPECT_TRUE(Register());
-    EXPECT_EQ(Stored(L"DisplayVersion"), StoredText(L""));
-    EXPECT_EQ(Stored(L"URLInfoAbout"), std::nullopt);
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, NamesTheKeyAfterTheDisplayName) {
-    toolConfig.programsDisplayName = L" A/B: X?\n";
-    const std::wstring keyPath = kUninstallKeys + L"Quellstone.A_B_ X_";
-    RemoveKey(keyPath);
-    EXPECT_TRUE(Register());
-    const std::optional<StoredValues> values = ReadKey(keyPath);
-    RemoveKey(keyPath);
-    ASSERT_TRUE(values);
-    EXPECT_EQ(values->at(L"DisplayName"), StoredText(L"A/B: X?"));
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, LeavesTheEntryOfAnOlderNameAlone) {
-    EXPECT_TRUE(Register());
-    const std::optional<StoredValues> former = ReadKey(KeyPath());
-    toolConfig.programsDisplayName = L"Bench newer";
-    const std::wstring newKeyPath = kUninstallKeys + L"Quellstone.Bench newer";
-    EXPECT_TRUE(Register());
-    EXPECT_TRUE(ReadKey(newKeyPath));
-    RemoveKey(newKeyPath);
-    EXPECT_EQ(ReadKey(KeyPath()), former);
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, OverwritesAnExistingEntryValueByValue) {
-    StoreValue(KeyPath(), L"DisplayName", StoredNumber(7));
-    StoreValue(KeyPath(), L"EstimatedSize", StoredText(L"much"));
-    StoreValue(KeyPath(), L"URLInfoAbout", StoredText(L"https://former.example/"));
-    StoreValue(KeyPath(), L"Comments", StoredText(L"somebody else's"));
     EXPECT_TRUE(Register());
     EXPECT_EQ(Stored(L"DisplayName"), StoredText(L"Bench \u00fc"));
     EXPECT_EQ(Stored(L"EstimatedSize"), StoredNumber(1));
-    // What is not written stays.
+    EXPECT_EQ(Stored(L"DisplayVersion"), StoredText(L""));
+    // Values that are not written stay.
     EXPECT_EQ(Stored(L"URLInfoAbout"), StoredText(L"https://former.example/"));
-    EXPECT_EQ(Stored(L"Comments"), StoredText(L"somebody else's"));
+    EXPECT_EQ(Stored(L"Comments"), StoredText(L"another program's"));
 }
 
-TEST_F(RegisterProgramsAndFeaturesTest, KeepsTheClientFolderAsItIsHeld) {
-    const fs::path held = Outside().native() + L"/SPIEL \u00dc\\.";
-    toolFolder = held;
+TEST_F(InstalledProgramsEntry, OfAnotherNameIsAnother) {
     EXPECT_TRUE(Register());
-    EXPECT_EQ(Stored(L"InstallLocation"), StoredText(held.native()));
-    EXPECT_EQ(Stored(L"UninstallString"), StoredText(L"\"" + held.native() + L"\\Uninstall.exe\""));
+    const std::optional<StoredValues> former = ReadKey(keyPath_);
+    toolConfig.programsDisplayName = L" A/B: X?\n";
+    EXPECT_TRUE(Register());
+    const std::wstring newKey = kUninstallKeys + L"Quellstone.A_B_ X_";
+    const std::optional<StoredValues> values = ReadKey(newKey);
+    RemoveKey(newKey);
+    ASSERT_TRUE(values);
+    EXPECT_EQ(values->at(L"DisplayName"), StoredText(L"A/B: X?"));
+    EXPECT_EQ(ReadKey(keyPath_), former);
 }
 
-TEST_F(RegisterProgramsAndFeaturesTest, WorksInTheCurrentFolderWithoutAClientFolder) {
+TEST_F(InstalledProgramsEntry, HasTheClientFolderInTheToolsForm) {
+    toolFolder = Outside().native() + L"/SPIEL \u00dc\\.";
+    const std::wstring folder = toolFolder;
+    EXPECT_TRUE(Register());
+    EXPECT_EQ(Stored(L"InstallLocation"), StoredText(folder));
+    EXPECT_EQ(Stored(L"UninstallString"), StoredText(L"\"" + folder + L"\\Uninstall.exe\""));
+
     const bench::CurrentFolder current(toolFolder);
     toolFolder.clear();
     EXPECT_TRUE(Register());
@@ -190,220 +207,125 @@ TEST_F(RegisterProgramsAndFeaturesTest, WorksInTheCurrentFolderWithoutAClientFol
     EXPECT_EQ(Stored(L"EstimatedSize"), StoredNumber(0));
 }
 
-TEST_F(RegisterProgramsAndFeaturesTest, ShowsTheIconOfTheStartupProgram) {
-    toolConfig.startupExe = L"bin\\start.exe";
+TEST_F(InstalledProgramsEntry, HasTheIconOfTheStartupProgramIfThereIsOne) {
     bench::WriteFile(toolFolder / L"bin" / L"start.exe", "MZ");
-    EXPECT_TRUE(Register());
-    EXPECT_EQ(Stored(L"DisplayIcon"), StoredText(toolFolder.native() + L"\\bin\\start.exe,0"));
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, ShowsTheIconOfAStartupProgramElsewhere) {
-    toolConfig.startupExe = Outside() / L"run.exe";
     bench::WriteFile(Outside() / L"run.exe", "MZ");
-    EXPECT_TRUE(Register());
-    EXPECT_EQ(Stored(L"DisplayIcon"), StoredText(Outside().native() + L"\\run.exe,0"));
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, ShowsTheUninstallersIconWithoutAStartupProgram) {
-    const StoredValue expected = StoredText(toolFolder.native() + L"\\Uninstall.exe,0");
     fs::create_directory(toolFolder / L"folder.exe");
-    for (const wchar_t* const startupExe : {L"", L"missing.exe", L"folder.exe"}) {
+    const std::pair<std::wstring, fs::path> cases[] = {
+        {L"bin\\start.exe", toolFolder / L"bin" / L"start.exe"},
+        {Outside() / L"run.exe", Outside() / L"run.exe"},
+        {L"", Uninstaller()},
+        {L"missing.exe", Uninstaller()},
+        {L"folder.exe", Uninstaller()},
+    };
+    for (const auto& [startupExe, icon] : cases) {
         toolConfig.startupExe = startupExe;
         EXPECT_TRUE(Register());
-        EXPECT_EQ(Stored(L"DisplayIcon"), expected) << startupExe;
+        EXPECT_EQ(Stored(L"DisplayIcon"), StoredText(icon.native() + L",0"));
     }
 }
 
-TEST_F(RegisterProgramsAndFeaturesTest, CountsAStartedKibibyteAsWhole) {
-    const struct {
-        size_t bytes;
-        uint32_t kibibytes;
-    } cases[] = {{0, 0}, {1, 1}, {1024, 1}, {1025, 2}};
-    for (const auto& [bytes, kibibytes] : cases) {
-        bench::WriteFile(toolFolder / L"Uninstall.exe", std::string(bytes, 'x'));
+TEST_F(InstalledProgramsEntry, HasTheSizeUpToTheLargestNumber) {
+    for (const auto& [bytes, kibibytes] :
+         {std::pair{0U, 0U}, std::pair{1024U, 1U}, std::pair{1025U, 2U}}) {
+        bench::WriteFile(Uninstaller(), std::string(bytes, 'x'));
         EXPECT_TRUE(Register());
         EXPECT_EQ(Stored(L"EstimatedSize"), StoredNumber(kibibytes)) << bytes;
     }
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, CapsTheSizeAtWhatTheValueHolds) {
-    bench::WriteFile(toolFolder / L"Uninstall.exe", "");
-    bench::MakeSparseFile(toolFolder / L"large", (uint64_t{4294967294U} << 10) + 1);
-    EXPECT_TRUE(Register());
-    EXPECT_EQ(Stored(L"EstimatedSize"), StoredNumber(4294967295U));
     bench::MakeSparseFile(toolFolder / L"large", uint64_t{1} << 42);
     EXPECT_TRUE(Register());
     EXPECT_EQ(Stored(L"EstimatedSize"), StoredNumber(4294967295U));
 }
 
-TEST_F(RegisterProgramsAndFeaturesTest, LeavesTheRegistryAloneWithoutAnUninstaller) {
-    fs::remove(toolFolder / L"Uninstall.exe");
-    EXPECT_EQ(MessageOfFailure(), kNotWritten);
-    EXPECT_FALSE(ReadKey(KeyPath()));
-    fs::create_directory(toolFolder / L"Uninstall.exe");
-    EXPECT_EQ(MessageOfFailure(), kNotWritten);
-    EXPECT_FALSE(ReadKey(KeyPath()));
+TEST_F(InstalledProgramsEntry, QuotesTheUninstallersPath) {
+    // No real folder can have a double quote in its name.
+    const auto hook = bench::HookCall<decltype(&::GetFileAttributesExW)>(
+        L"kernel32.dll", "GetFileAttributesExW", [](auto, auto, LPVOID found) -> BOOL {
+            *static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(found) = {};
+            return TRUE;
+        });
+    toolFolder = L"C:\\a\"b";
+    EXPECT_TRUE(Register());
+    EXPECT_EQ(Stored(L"UninstallString"), StoredText(L"\"C:\\a\\\"b\\Uninstall.exe\""));
 }
 
-TEST_F(RegisterProgramsAndFeaturesTest, FailsWhenTheKeyCannotBeCreated) {
+TEST_F(InstalledProgramsEntry, IsNotWrittenWithoutAnUninstaller) {
+    fs::remove(Uninstaller());
+    EXPECT_EQ(MessageOfFailure(), kNotWritten);
+    fs::create_directory(Uninstaller());
+    EXPECT_EQ(MessageOfFailure(), kNotWritten);
+    EXPECT_FALSE(ReadKey(keyPath_));
+}
+
+TEST_F(InstalledProgramsEntry, FailsWithoutAKey) {
+    {
+        const auto hook = bench::HookCall<decltype(&::RegCreateKeyExW)>(
+            L"advapi32.dll", "RegCreateKeyExW",
+            [](auto, auto, auto, auto, auto, auto, auto, PHKEY key, auto) -> LSTATUS {
+                *key = nullptr;
+                return ERROR_SUCCESS;
+            });
+        EXPECT_EQ(MessageOfFailure(), kNoKey);
+    }
     // Longer than a key's name can be.
     toolConfig.programsDisplayName = std::wstring(300, L'x');
     EXPECT_EQ(MessageOfFailure(), kNoKey);
 }
 
-LSTATUS WINAPI CreateNoKey(HKEY, LPCWSTR, DWORD, LPWSTR, DWORD, REGSAM, const SECURITY_ATTRIBUTES*,
-                           PHKEY key, LPDWORD) {
-    *key = nullptr;
-    return ERROR_SUCCESS;
+TEST_F(InstalledProgramsEntry, IsWrittenInOrderThroughAKeyThatIsClosed) {
+    const RegistryCalls calls = RegisterRefusing({});
+    EXPECT_EQ(calls.names, kAllNames);
+    EXPECT_EQ(calls.opened.size(), 1U);
+    EXPECT_EQ(calls.closed, calls.opened);
 }
 
-TEST_F(RegisterProgramsAndFeaturesTest, FailsWhenThereIsNoHandle) {
-    const ImportHook hook(L"advapi32.dll", "RegCreateKeyExW",
-                          reinterpret_cast<void*>(&CreateNoKey));
-    ASSERT_TRUE(hook.Installed());
-    EXPECT_EQ(MessageOfFailure(), kNoKey);
-}
-
-// What the program asks the registry for.
-struct RegistryCalls {
-    std::vector<REGSAM> access;
-    std::vector<DWORD> options;
-    std::vector<HKEY> roots;
-    std::vector<std::wstring> names;
-    std::set<size_t> refused;  // Which of the writes fail, counted from 0.
-    std::vector<HKEY> opened;
-    std::vector<HKEY> closed;
-};
-RegistryCalls registryCalls;
-decltype(&::RegCreateKeyExW) createKey = nullptr;
-decltype(&::RegSetValueExW) setValue = nullptr;
-decltype(&::RegCloseKey) closeKey = nullptr;
-
-LSTATUS WINAPI RecordCreateKey(HKEY root, LPCWSTR path, DWORD reserved, LPWSTR className,
-                               DWORD options, REGSAM access, const SECURITY_ATTRIBUTES* security,
-                               PHKEY key, LPDWORD disposition) {
-    EXPECT_EQ(className, nullptr);
-    EXPECT_EQ(security, nullptr);
-    registryCalls.roots.push_back(root);
-    registryCalls.options.push_back(options);
-    registryCalls.access.push_back(access);
-    const LSTATUS status = createKey(root, path, reserved, className, options, access,
-                                     const_cast<SECURITY_ATTRIBUTES*>(security), key, disposition);
-    registryCalls.opened.push_back(*key);
-    return status;
-}
-
-LSTATUS WINAPI RecordSetValue(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data,
-                              DWORD size) {
-    const size_t number = registryCalls.names.size();
-    registryCalls.names.emplace_back(name);
-    if (type == REG_SZ) {
-        // Asked here, because the system stores a terminator that was not counted all the same.
-        const auto* const text = reinterpret_cast<const wchar_t*>(data);
-        EXPECT_EQ(size, (std::wcslen(text) + 1) * sizeof(wchar_t)) << name;
-    }
-    if (registryCalls.refused.contains(number)) {
-        return ERROR_ACCESS_DENIED;
-    }
-    return setValue(key, name, reserved, type, data, size);
-}
-
-BOOL WINAPI FindAnyFile(LPCWSTR, GET_FILEEX_INFO_LEVELS, LPVOID found) {
-    *static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(found) = {};
-    return TRUE;
-}
-
-LSTATUS WINAPI RecordCloseKey(HKEY key) {
-    registryCalls.closed.push_back(key);
-    return closeKey(key);
-}
-
-class RegistryRecorder {
-public:
-    RegistryRecorder() {
-        registryCalls = {};
-        createKey = create_.Original<decltype(&::RegCreateKeyExW)>();
-        setValue = set_.Original<decltype(&::RegSetValueExW)>();
-        closeKey = close_.Original<decltype(&::RegCloseKey)>();
-    }
-    [[nodiscard]] bool Installed() const {
-        return create_.Installed() && set_.Installed() && close_.Installed();
-    }
-
-private:
-    ImportHook create_{L"advapi32.dll", "RegCreateKeyExW",
-                       reinterpret_cast<void*>(&RecordCreateKey)};
-    ImportHook set_{L"advapi32.dll", "RegSetValueExW", reinterpret_cast<void*>(&RecordSetValue)};
-    ImportHook close_{L"advapi32.dll", "RegCloseKey", reinterpret_cast<void*>(&RecordCloseKey)};
-};
-
-const std::vector<std::wstring> kAllNames{L"DisplayName",     L"Publisher",       L"DisplayVersion",
-                                          L"InstallLocation", L"UninstallString", L"DisplayIcon",
-                                          L"InstallDate",     L"URLInfoAbout",    L"EstimatedSize",
-                                          L"NoModify",        L"NoRepair"};
-
-TEST_F(RegisterProgramsAndFeaturesTest, AsksForWritingOfValuesOnly) {
-    const RegistryRecorder recorder;
-    ASSERT_TRUE(recorder.Installed());
-    EXPECT_TRUE(Register());
-    EXPECT_THAT(registryCalls.roots, ElementsAre(HKEY_CURRENT_USER));
-    EXPECT_THAT(registryCalls.access, ElementsAre(REGSAM{KEY_SET_VALUE}));
-    EXPECT_THAT(registryCalls.options, ElementsAre(DWORD{REG_OPTION_NON_VOLATILE}));
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, WritesTheValuesInTheirOrder) {
-    toolConfig.websiteUrl = L"https://game.example/";
-    const RegistryRecorder recorder;
-    ASSERT_TRUE(recorder.Installed());
-    EXPECT_TRUE(Register());
-    EXPECT_EQ(registryCalls.names, kAllNames);
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, AttemptsEveryValueAndFailsWhenOneIsRefused) {
-    toolConfig.websiteUrl = L"https://game.example/";
-    const RegistryRecorder recorder;
-    ASSERT_TRUE(recorder.Installed());
+TEST_F(InstalledProgramsEntry, GetsEveryValueThatIsNotRefused) {
+    std::set<size_t> all;
     for (size_t refused = 0; refused < kAllNames.size(); ++refused) {
-        RemoveKey(KeyPath());
-        registryCalls = {};
-        registryCalls.refused = {refused};
-        EXPECT_EQ(MessageOfFailure(), kNotFinished) << kAllNames[refused];
-        EXPECT_EQ(registryCalls.names, kAllNames);
-        const std::optional<StoredValues> values = ReadKey(KeyPath());
+        RemoveKey(keyPath_);
+        const RegistryCalls calls = RegisterRefusing({refused});
+        EXPECT_EQ(calls.names, kAllNames);
+        EXPECT_EQ(calls.closed, calls.opened);
+        const std::optional<StoredValues> values = ReadKey(keyPath_);
         ASSERT_TRUE(values);
         EXPECT_EQ(values->size(), kAllNames.size() - 1);
         EXPECT_FALSE(values->contains(kAllNames[refused]));
+        all.insert(refused);
+    }
+    EXPECT_EQ(RegisterRefusing(all).names, kAllNames);
+}
+
+TEST_F(InstalledProgramsEntry, NamesTheRegisteredFolder) {
+    EXPECT_EQ(RegisteredFolder(toolConfig), std::nullopt);
+    EXPECT_TRUE(Register());
+    EXPECT_EQ(RegisteredFolder(toolConfig), toolFolder.native());
+    const std::wstring longPath(1000, L'x');
+    StoreValue(keyPath_, L"InstallLocation", StoredText(longPath));
+    EXPECT_EQ(RegisteredFolder(toolConfig), longPath);
+    // Without its terminator, as some programs store it.
+    StoredValue unterminated = StoredText(L"C:\\Games");
+    unterminated.bytes.resize(unterminated.bytes.size() - sizeof(wchar_t));
+    StoreValue(keyPath_, L"InstallLocation", unterminated);
+    EXPECT_EQ(RegisteredFolder(toolConfig), L"C:\\Games");
+    for (const StoredValue& value : {StoredText(L""), StoredNumber(1)}) {
+        StoreValue(keyPath_, L"InstallLocation", value);
+        EXPECT_EQ(RegisteredFolder(toolConfig), std::nullopt);
     }
 }
 
-TEST_F(RegisterProgramsAndFeaturesTest, AttemptsEveryValueWhenAllAreRefused) {
-    const RegistryRecorder recorder;
-    ASSERT_TRUE(recorder.Installed());
-    registryCalls.refused = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
-    EXPECT_EQ(MessageOfFailure(), kNotFinished);
-    EXPECT_EQ(registryCalls.names.size(), kAllNames.size() - 1);
-    EXPECT_THAT(ReadKey(KeyPath()), testing::Optional(IsEmpty()));
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, ClosesTheKeyItOpened) {
-    const RegistryRecorder recorder;
-    ASSERT_TRUE(recorder.Installed());
+TEST_F(InstalledProgramsEntry, IsDeletedWithTheKeysBelowIt) {
+    EXPECT_TRUE(DeleteInstalledProgramsEntry(toolConfig));
     EXPECT_TRUE(Register());
-    EXPECT_EQ(registryCalls.closed, registryCalls.opened);
-    registryCalls = {};
-    registryCalls.refused = {3};
-    EXPECT_EQ(MessageOfFailure(), kNotFinished);
-    EXPECT_EQ(registryCalls.closed, registryCalls.opened);
-}
-
-TEST_F(RegisterProgramsAndFeaturesTest, GuardsAQuoteInTheUninstallersPath) {
-    // No real folder can hold a double quote, so the path stands beside the file that is found.
-    const ImportHook findsEverything(L"kernel32.dll", "GetFileAttributesExW",
-                                     reinterpret_cast<void*>(&FindAnyFile));
-    ASSERT_TRUE(findsEverything.Installed());
-    toolFolder = L"C:\\a\"b";
-    EXPECT_TRUE(Register());
-    EXPECT_EQ(Stored(L"UninstallString"), StoredText(L"\"C:\\a\\\"b\\Uninstall.exe\""));
+    StoreValue(keyPath_ + L"\\below", L"value", StoredNumber(1));
+    const std::wstring neighbor = keyPath_ + L" 2";
+    StoreValue(neighbor, L"DisplayName", StoredText(L"Bench \u00fc 2"));
+    EXPECT_TRUE(DeleteInstalledProgramsEntry(toolConfig));
+    EXPECT_FALSE(ReadKey(keyPath_));
+    EXPECT_TRUE(ReadKey(neighbor));
+    RemoveKey(neighbor);
+    const auto hook = bench::HookCall<decltype(&::RegDeleteTreeW)>(
+        L"advapi32.dll", "RegDeleteTreeW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
+    EXPECT_FALSE(DeleteInstalledProgramsEntry(toolConfig));
 }
 
 }  // namespace

@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 
+#include "bench_parts/environment_variable.h"
 #include "bench_parts/message_boxes.h"
+#include "bench_parts/running_copy.h"
 #include "bench_parts/waiting.h"
+#include "common/temporary_folder.h"
 #include "installed_game_test.h"
 #include "resource_ids.h"
 
@@ -19,6 +21,8 @@ using bench::Await;
 using bench::AwaitBox;
 using bench::BoxText;
 using testing::HasSubstr;
+
+constexpr wchar_t kCaption[] = L"Uninstall Bench Game";
 
 // The bench's game with the real uninstaller in its folder.
 class UninstallerProgram : public InstalledGameTest {
@@ -83,11 +87,19 @@ protected:
         return code;
     }
 
+    // Waits for a box with this text and icon and closes it.
+    static void ExpectBox(const wchar_t* caption, const std::wstring& text,
+                          UINT icon = MB_ICONERROR) {
+        const HWND box = AwaitBox(caption);
+        ASSERT_TRUE(box);
+        EXPECT_EQ(BoxText(box), text);
+        EXPECT_EQ(bench::BoxIcon(box), icon);
+        Answer(box, IDOK);
+    }
+
     static int CopiesInTempFolder() {
-        std::wstring folder(MAX_PATH + 1, L'\0');
-        folder.resize(::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
         int copies = 0;
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        for (const fs::directory_entry& entry : fs::directory_iterator(TemporaryFolder())) {
             copies += entry.path().filename().native().starts_with(L"Uninstall-") ? 1 : 0;
         }
         return copies;
@@ -97,81 +109,44 @@ private:
     bench::ScratchFolder elsewhere_;
 };
 
-// The temporary folder of programs that are started while the object lives.
-class TemporaryFolderAt {
-public:
-    explicit TemporaryFolderAt(const fs::path& folder) {
-        for (Variable& variable : variables_) {
-            variable.former.resize(32'767);
-            variable.former.resize(::GetEnvironmentVariableW(
-                variable.name, variable.former.data(), static_cast<DWORD>(variable.former.size())));
-            ::SetEnvironmentVariableW(variable.name, folder.c_str());
-        }
-    }
-    ~TemporaryFolderAt() {
-        for (const Variable& variable : variables_) {
-            ::SetEnvironmentVariableW(variable.name, variable.former.c_str());
-        }
-    }
-    TemporaryFolderAt(const TemporaryFolderAt&) = delete;
-    TemporaryFolderAt& operator=(const TemporaryFolderAt&) = delete;
+TEST_F(UninstallerProgram, EndsWithZeroOnlyIfTheGameIsRemoved) {
+    // The usual startup program of a game that names none.
+    Configure("format=Quellstone.v1\nprogramsDisplayName=Bench Game\nstartupExe=\n");
+    bench::WriteFile(toolFolder / L"patcher.exe", "MZ");
+    const KernelHandle declined = StartAsCopy();
+    ASSERT_TRUE(declined);
+    const HWND question = AwaitBox(kCaption);
+    EXPECT_THAT(BoxText(question), HasSubstr(L"Do you want to remove"));
+    Answer(question, IDNO);
+    EXPECT_EQ(ExitCode(declined), 1U);
 
-private:
-    struct Variable {
-        const wchar_t* name;
-        std::wstring former;
-    };
-    std::array<Variable, 2> variables_{Variable{L"TMP", {}}, Variable{L"TEMP", {}}};
-};
-
-TEST_F(UninstallerProgram, EndsWithZeroWhenTheGameIsGone) {
-    const KernelHandle copy = StartAsCopy();
-    ASSERT_TRUE(copy);
-    Answer(AwaitBox(L"Uninstall Bench Game"), IDYES);
-    const HWND report = AwaitBox(L"Uninstall Bench Game");
-    EXPECT_EQ(BoxText(report), L"Bench Game was removed.");
-    Answer(report, IDOK);
-    EXPECT_EQ(ExitCode(copy), 0U);
+    const KernelHandle confirmed = StartAsCopy();
+    ASSERT_TRUE(confirmed);
+    Answer(AwaitBox(kCaption), IDYES);
+    ExpectBox(kCaption, L"Bench Game was removed.", MB_ICONINFORMATION);
+    EXPECT_EQ(ExitCode(confirmed), 0U);
     EXPECT_TRUE(bench::FolderListing(Outside()).empty());
 }
 
-TEST_F(UninstallerProgram, EndsWithOneAfterANo) {
-    const KernelHandle copy = StartAsCopy();
-    ASSERT_TRUE(copy);
-    const HWND question = AwaitBox(L"Uninstall Bench Game");
-    EXPECT_THAT(BoxText(question), HasSubstr(L"Do you want to remove"));
-    Answer(question, IDNO);
-    EXPECT_EQ(ExitCode(copy), 1U);
-}
-
-TEST_F(UninstallerProgram, SaysThatItCouldNotBeStartedAndEndsWithOne) {
-    const auto listing = bench::FolderListing(Outside());
-    KernelHandle original;
-    {
-        const TemporaryFolderAt missing(Outside() / L"missing");
-        original = StartAsRegistered();
-    }
-    ASSERT_TRUE(original);
-    const HWND box = AwaitBox(L"Uninstall Bench Game");
-    ASSERT_TRUE(box);
-    EXPECT_EQ(BoxText(box),
-              L"The uninstaller could not be started from the temporary folder.\n\n"
-              L"Nothing was removed.");
-    Answer(box, IDOK);
-    EXPECT_EQ(ExitCode(original), 1U);
-    EXPECT_EQ(bench::FolderListing(Outside()), listing);
-}
-
-TEST_F(UninstallerProgram, RemovesTheGameAndItself) {
+TEST_F(UninstallerProgram, RemovesTheGameAndItselfAfterAYes) {
     PutShortcut();
+    const auto listing = bench::FolderListing(Outside());
+    const auto entry = bench::ReadKey(EntryKey());
+    const KernelHandle original = StartAsRegistered();
+    ASSERT_TRUE(original);
+    EXPECT_EQ(ExitCode(original), 0U);  // It has handed over.
+    Answer(AwaitBox(kCaption), IDNO);
+    EXPECT_TRUE(Await([] { return CopiesInTempFolder() == 0; }));
+    EXPECT_EQ(bench::FolderListing(Outside()), listing);
+    EXPECT_EQ(bench::ReadKey(EntryKey()), entry);
+
     ASSERT_TRUE(StartAsRegistered());
-    const HWND question = AwaitBox(L"Uninstall Bench Game");
+    const HWND question = AwaitBox(kCaption);
     ASSERT_TRUE(question);
     EXPECT_EQ(bench::DefaultButton(question), IDNO);
     EXPECT_THAT(BoxText(question), HasSubstr(toolFolder.native()));
     Answer(question, IDYES);
-    const HWND report = AwaitBox(L"Uninstall Bench Game");
-    ASSERT_TRUE(report);
+    const HWND report = AwaitBox(kCaption);
     EXPECT_EQ(BoxText(report), L"Bench Game was removed.");
     EXPECT_TRUE(bench::FolderListing(Outside()).empty());
     EXPECT_FALSE(bench::ReadKey(EntryKey()));
@@ -181,54 +156,35 @@ TEST_F(UninstallerProgram, RemovesTheGameAndItself) {
     EXPECT_TRUE(Await([] { return CopiesInTempFolder() == 0; }));
 }
 
-TEST_F(UninstallerProgram, RemovesNothingAfterANo) {
+TEST_F(UninstallerProgram, ReportsThatItCannotBeStartedAndEndsWithOne) {
     const auto listing = bench::FolderListing(Outside());
-    const auto entry = bench::ReadKey(EntryKey());
-    const KernelHandle original = StartAsRegistered();
+    KernelHandle original;
+    {
+        const bench::EnvironmentVariable tmp(L"TMP", Outside() / L"missing");
+        const bench::EnvironmentVariable temp(L"TEMP", Outside() / L"missing");
+        original = StartAsRegistered();
+    }
     ASSERT_TRUE(original);
-    EXPECT_EQ(ExitCode(original), 0U);  // It has handed over.
-    const HWND question = AwaitBox(L"Uninstall Bench Game");
-    ASSERT_TRUE(question);
-    Answer(question, IDNO);
-    EXPECT_TRUE(Await([] { return CopiesInTempFolder() == 0; }));
-    EXPECT_EQ(bench::FolderListing(Outside()), listing);
-    EXPECT_EQ(bench::ReadKey(EntryKey()), entry);
-}
-
-TEST_F(UninstallerProgram, RefusesOutsideTheRegisteredFolder) {
-    const fs::path stray = Outside() / L"Downloads" / L"Uninstall.exe";
-    bench::WriteFile(stray, bench::ReadFile(toolExePath));
-    const auto listing = bench::FolderListing(Outside());
-    ASSERT_TRUE(Start(L"\"" + stray.native() + L"\""));
-    const HWND refusal = AwaitBox(L"Uninstall Bench Game");
-    ASSERT_TRUE(refusal);
-    EXPECT_THAT(BoxText(refusal), HasSubstr(L"is installed in another folder"));
-    Answer(refusal, IDOK);
+    ExpectBox(kCaption,
+              L"The uninstaller could not be started from the temporary folder.\n\n"
+              L"Nothing was removed.");
+    EXPECT_EQ(ExitCode(original), 1U);
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
 }
 
-TEST_F(UninstallerProgram, RefusesAFolderNamedOnTheCommandLine) {
+TEST_F(UninstallerProgram, RefusesOtherFoldersAlsoFromTheCommandLine) {
     const fs::path other = Outside() / L"other" / L"Uninstall.exe";
-    bench::WriteFile(other, "MZ");
+    bench::WriteFile(other, bench::ReadFile(toolExePath));
     bench::WriteFile(other.parent_path() / L"bin" / L"start.exe", "MZ");
     const auto listing = bench::FolderListing(Outside());
-    ASSERT_TRUE(Start(L"\"" + toolExePath.native() + L"\" /remove \"" + other.native() + L"\" 0"));
-    const HWND refusal = AwaitBox(L"Uninstall Bench Game");
-    ASSERT_TRUE(refusal);
-    EXPECT_THAT(BoxText(refusal), HasSubstr(L"Nothing was removed."));
-    Answer(refusal, IDOK);
+    for (const std::wstring& commandLine :
+         {L"\"" + other.native() + L"\"",
+          L"\"" + toolExePath.native() + L"\" /remove \"" + other.native() + L"\" 0"}) {
+        ASSERT_TRUE(Start(commandLine));
+        ExpectBox(kCaption, L"Bench Game is installed in another folder:\n" + toolFolder.native() +
+                                L"\n\nNothing was removed.");
+    }
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
-}
-
-TEST_F(UninstallerProgram, KnowsTheUsualStartupProgramOfAGameThatNamesNone) {
-    Configure("format=Quellstone.v1\nprogramsDisplayName=Bench Game\nstartupExe=\n");
-    bench::WriteFile(toolFolder / L"patcher.exe", "MZ");
-    const KernelHandle copy = StartAsCopy();
-    ASSERT_TRUE(copy);
-    const HWND question = AwaitBox(L"Uninstall Bench Game");
-    EXPECT_THAT(BoxText(question), HasSubstr(L"Do you want to remove"));
-    Answer(question, IDNO);
-    EXPECT_EQ(ExitCode(copy), 1U);
 }
 
 TEST_F(UninstallerProgram, RefusesWithoutItsConfiguration) {
@@ -236,11 +192,7 @@ TEST_F(UninstallerProgram, RefusesWithoutItsConfiguration) {
     const auto listing = bench::FolderListing(Outside());
     const KernelHandle original = StartAsRegistered();
     ASSERT_TRUE(original);
-    const HWND refusal = AwaitBox(L"Uninstall");
-    ASSERT_TRUE(refusal);
-    EXPECT_EQ(BoxText(refusal),
-              L"This uninstaller does not know its game.\n\nNothing was removed.");
-    Answer(refusal, IDOK);
+    ExpectBox(L"Uninstall", L"This uninstaller does not know its game.\n\nNothing was removed.");
     EXPECT_EQ(ExitCode(original), 1U);
     EXPECT_EQ(bench::FolderListing(Outside()), listing);
 }

@@ -1,68 +1,25 @@
 #include "uninstaller/hand_over.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <optional>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/environment_variable.h"
+#include "bench_parts/running_copy.h"
 #include "bench_parts/scratch_folder.h"
-#include "common/handles.h"
-#include "installed_game_test.h"
+#include "bench_parts/waiting.h"
+#include "common/temporary_folder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<const wchar_t*> Pointers(const std::vector<std::wstring>& texts) {
-    std::vector<const wchar_t*> pointers;
-    pointers.reserve(texts.size());
-    for (const std::wstring& text : texts) {
-        pointers.push_back(text.c_str());
-    }
-    return pointers;
-}
-
-TEST(HandOverCommandLine, IsReadBackAsItWasMeant) {
-    const HandOver sent{L"C:\\Games of \u00fc\\Uninstall.exe", reinterpret_cast<HANDLE>(0x1fc)};
-    const std::wstring commandLine = HandOverCommandLine(L"C:\\Temp folder\\copy.exe", sent);
-    EXPECT_EQ(commandLine,
-              L"\"C:\\Temp folder\\copy.exe\" /remove \"C:\\Games of \u00fc\\Uninstall.exe\" 508");
-    int count = 0;
-    const ArgumentList arguments(::CommandLineToArgvW(commandLine.c_str(), &count));
-    const std::optional<HandOver> received =
-        ParseHandOver({arguments.get(), static_cast<size_t>(count)});
-    ASSERT_TRUE(received);
-    EXPECT_EQ(received->uninstaller, sent.uninstaller);
-    EXPECT_EQ(received->original, sent.original);
-}
-
-TEST(ParseHandOver, TakesNothingElse) {
-    const std::vector<std::vector<std::wstring>> cases{
-        {},
-        {L"Uninstall.exe"},
-        {L"Uninstall.exe", L"/remove"},
-        {L"Uninstall.exe", L"/remove", L"C:\\Games\\Uninstall.exe"},
-        {L"Uninstall.exe", L"/remove", L"C:\\Games\\Uninstall.exe", L""},
-        {L"Uninstall.exe", L"/remove", L"C:\\Games\\Uninstall.exe", L"x"},
-        {L"Uninstall.exe", L"/remove", L"C:\\Games\\Uninstall.exe", L"12x"},
-        {L"Uninstall.exe", L"/remove", L"C:\\Games\\Uninstall.exe", L"12", L"more"},
-        {L"Uninstall.exe", L"/Remove", L"C:\\Games\\Uninstall.exe", L"12"},
-        {L"Uninstall.exe", L"/S", L"C:\\Games\\Uninstall.exe", L"12"},
-    };
-    for (const std::vector<std::wstring>& texts : cases) {
-        EXPECT_FALSE(ParseHandOver(Pointers(texts))) << texts.size();
-    }
-}
-
 fs::path TempFolder() {
-    std::wstring folder(MAX_PATH + 1, L'\0');
-    folder.resize(::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
-    return fs::path(folder).parent_path();
+    return TemporaryFolder().parent_path();
 }
 
 // What is in the temporary folder and named like a copy.
@@ -77,18 +34,6 @@ std::vector<fs::path> Copies(std::wstring_view extension) {
     return copies;
 }
 
-template <typename Condition>
-bool Await(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
-}
-
 // An uninstaller that reports how its copy was started.
 class StartCopyTest : public testing::Test {
 protected:
@@ -97,13 +42,13 @@ protected:
             fs::remove(report);  // Of a test that failed.
         }
         bench::WriteFile(original_,
-                         bench::ReadFile(bench::FolderOfThisProgram() / L"hand_over_probe.exe"));
+                         bench::ReadFile(bench::FolderOfThisProgram() / L"start_probe.exe"));
     }
 
     // The lines that the copy writes; it has ended then and its file is gone.
     static std::vector<std::wstring> AwaitReport() {
-        EXPECT_TRUE(Await([] { return !Copies(L".txt").empty(); }));
-        EXPECT_TRUE(Await([] { return Copies(L".exe").empty(); }));
+        EXPECT_TRUE(bench::Await([] { return !Copies(L".txt").empty(); }));
+        EXPECT_TRUE(bench::Await([] { return Copies(L".exe").empty(); }));
         const std::string bytes = bench::ReadFile(Copies(L".txt").front());
         fs::remove(Copies(L".txt").front());
         std::wistringstream report(std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()),
@@ -112,21 +57,21 @@ protected:
         for (std::wstring line; std::getline(report, line);) {
             lines.push_back(line);
         }
-        lines.resize(6);
+        lines.resize(7);
         return lines;
     }
 
-    // Calls `seen` right after (or before) the copy's file is opened to be held.
+    // Calls `seen` instead of opening the copy's file to be held; its second argument opens it.
     template <class Callable>
     [[nodiscard]] static auto WhenHeld(Callable seen) {
         return bench::HookCall<decltype(&::CreateFileW)>(
             L"kernel32.dll", "CreateFileW",
-            [seen,
-             real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW")](
-                LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
-                DWORD creation, DWORD flags, HANDLE model) -> HANDLE {
+            [seen](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                   DWORD creation, DWORD flags, HANDLE model) -> HANDLE {
                 const auto open = [&] {
-                    return real(path, access, share, security, creation, flags, model);
+                    return bench::RealFunction<decltype(&::CreateFileW)>(
+                        L"kernel32.dll", "CreateFileW")(path, access, share, security, creation,
+                                                        flags, model);
                 };
                 return (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0 ? seen(path, open) : open();
             });
@@ -141,39 +86,41 @@ private:
     fs::path original_ = client_.Path() / L"Uninstall.exe";
 };
 
-TEST_F(StartCopyTest, RunsACopyFromTheTemporaryFolder) {
+TEST_F(StartCopyTest, RunsACopyFromTheTemporaryFolderThatMayComeToTheFront) {
     bench::SetReadOnly(Original(), true);
+    std::vector<std::wstring> allowed;
+    const auto hook = bench::HookCall<decltype(&::AllowSetForegroundWindow)>(
+        L"user32.dll", "AllowSetForegroundWindow", [&](DWORD process) -> BOOL {
+            allowed.push_back(std::to_wstring(process));
+            return TRUE;
+        });
     ASSERT_TRUE(StartCopy(Original()));
     const std::vector<std::wstring> lines = AwaitReport();
     EXPECT_EQ(lines[0], TempFolder());
     EXPECT_EQ(lines[1], L"4");
+    EXPECT_EQ(allowed, std::vector{lines[3]});
     EXPECT_TRUE(fs::exists(Original()));
 }
 
-TEST_F(StartCopyTest, FailsWithoutAFileToCopy) {
+TEST_F(StartCopyTest, LeavesNothingOfACopyThatCannotBeMadeOrStarted) {
+    {
+        const auto hook = bench::HookCall<decltype(&::WriteFile)>(
+            L"kernel32.dll", "WriteFile",
+            [&](HANDLE file, LPCVOID bytes, DWORD count, auto... more) -> BOOL {
+                return bench::RealFunction<decltype(&::WriteFile)>(L"kernel32.dll", "WriteFile")(
+                    file, bytes, count / 2, more...);  // As on a full disk.
+            });
+        EXPECT_FALSE(StartCopy(Original()));
+        EXPECT_TRUE(Copies(L".exe").empty());
+    }
+    bench::WriteFile(Original(), "no program");
+    EXPECT_FALSE(StartCopy(Original()));
     fs::remove(Original());
     EXPECT_FALSE(StartCopy(Original()));
     EXPECT_TRUE(Copies(L".exe").empty());
 }
 
-TEST_F(StartCopyTest, LeavesNoCopyThatIsIncomplete) {
-    const auto real = bench::RealFunction<decltype(&::WriteFile)>(L"kernel32.dll", "WriteFile");
-    const auto hook = bench::HookCall<decltype(&::WriteFile)>(
-        L"kernel32.dll", "WriteFile",
-        [&](HANDLE file, LPCVOID bytes, DWORD count, auto... more) -> BOOL {
-            return real(file, bytes, count / 2, more...);  // As on a full disk.
-        });
-    EXPECT_FALSE(StartCopy(Original()));
-    EXPECT_TRUE(Copies(L".exe").empty());
-}
-
-TEST_F(StartCopyTest, LeavesNoCopyThatDoesNotStart) {
-    bench::WriteFile(Original(), "no program");
-    EXPECT_FALSE(StartCopy(Original()));
-    EXPECT_TRUE(Copies(L".exe").empty());
-}
-
-TEST_F(StartCopyTest, LeavesNoCopyThatWouldNotGoByItself) {
+TEST_F(StartCopyTest, LeavesNoCopyThatWouldNotBeDeletedAtItsEnd) {
     bench::SetReadOnly(Original(), true);
     int refused = 0;
     const auto hook = WhenHeld([&](LPCWSTR, auto) {
@@ -215,29 +162,29 @@ bool CanBeOpened(const fs::path& file, DWORD access, DWORD share) {
                                                    OPEN_EXISTING, 0, nullptr)) != nullptr;
 }
 
-TEST_F(StartCopyTest, LetsNobodyChangeTheHeldCopy) {
+TEST_F(StartCopyTest, LetsNoOtherProgramChangeTheHeldCopy) {
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     fs::path copy;
     const auto held = WhenHeld([&](LPCWSTR path, auto open) {
         copy = path;
         return open();
     });
-    const auto real =
-        bench::RealFunction<decltype(&::CreateProcessW)>(L"kernel32.dll", "CreateProcessW");
+    bool isStarted = false;
     const auto hook = bench::HookCall<decltype(&::CreateProcessW)>(
-        L"kernel32.dll", "CreateProcessW", [&](auto... arguments) -> BOOL {
+        L"kernel32.dll", "CreateProcessW", [&](auto...) -> BOOL {
+            isStarted = true;
             EXPECT_FALSE(CanBeOpened(copy, GENERIC_WRITE, kShareAll));
             EXPECT_FALSE(CanBeOpened(copy, DELETE, kShareAll));
             // As the loader opens a program.
             EXPECT_TRUE(CanBeOpened(copy, GENERIC_READ | GENERIC_EXECUTE,
                                     FILE_SHARE_READ | FILE_SHARE_DELETE));
-            return real(arguments...);
+            return FALSE;
         });
-    ASSERT_TRUE(StartCopy(Original()));
-    AwaitReport();
+    EXPECT_FALSE(StartCopy(Original()));
+    EXPECT_TRUE(isStarted);
 }
 
-TEST_F(StartCopyTest, RunsNothingElseThanTheOriginalsBytes) {
+TEST_F(StartCopyTest, RunsOnlyTheOriginalsBytes) {
     std::string other = bench::ReadFile(Original());
     other.back() = static_cast<char>(other.back() + 1);
     for (const std::string& bytes : {other, other + "more", std::string("MZ")}) {
@@ -259,46 +206,29 @@ TEST_F(StartCopyTest, GivesItTheHandlesThatItNeedsAndNoOthers) {
     const auto other = AdoptHandle<KernelHandle>(
         ::CreateFileW((elsewhere.Path() / L"file").c_str(), GENERIC_READ, FILE_SHARE_READ,
                       &inheritable, OPEN_EXISTING, 0, nullptr));
+    std::optional<bench::EnvironmentVariable> handles;
     const auto hook = WhenHeld([&](LPCWSTR, auto open) {
         const HANDLE held = open();
-        ::SetEnvironmentVariableW(L"BENCH_HANDLES",
-                                  (std::to_wstring(reinterpret_cast<uintptr_t>(held)) + L" " +
-                                   std::to_wstring(reinterpret_cast<uintptr_t>(other.get())))
-                                      .c_str());
+        handles.emplace(L"BENCH_HANDLES",
+                        std::to_wstring(reinterpret_cast<uintptr_t>(held)) + L" " +
+                            std::to_wstring(reinterpret_cast<uintptr_t>(other.get())));
         return held;
     });
     ASSERT_TRUE(StartCopy(Original()));
-    ::SetEnvironmentVariableW(L"BENCH_HANDLES", nullptr);
     const std::vector<std::wstring> lines = AwaitReport();
-    EXPECT_EQ(lines[3], std::to_wstring(WAIT_TIMEOUT));  // This process is still running.
-    EXPECT_EQ(lines[4], std::to_wstring(fs::file_size(Original())));
-    EXPECT_EQ(lines[5], L"0");
+    EXPECT_EQ(lines[4], std::to_wstring(WAIT_TIMEOUT));  // This process is still running.
+    EXPECT_EQ(lines[5], std::to_wstring(fs::file_size(Original())));
+    EXPECT_EQ(lines[6], L"0");
 }
 
-TEST_F(StartCopyTest, LetsTheCopyComeToTheFront) {
-    std::vector<std::wstring> allowed;
-    const auto hook = bench::HookCall<decltype(&::AllowSetForegroundWindow)>(
-        L"user32.dll", "AllowSetForegroundWindow", [&](DWORD process) -> BOOL {
-            allowed.push_back(std::to_wstring(process));
-            return TRUE;
-        });
-    ASSERT_TRUE(StartCopy(Original()));
-    EXPECT_EQ(allowed, std::vector{AwaitReport()[2]});
-}
-
-HANDLE DuplicateOf(HANDLE process) {
-    HANDLE duplicate = nullptr;
-    ::DuplicateHandle(::GetCurrentProcess(), process, ::GetCurrentProcess(), &duplicate, 0, FALSE,
-                      DUPLICATE_SAME_ACCESS);
-    return duplicate;
-}
-
-TEST(AwaitOriginal, WaitsUntilTheProcessHasEnded) {
+TEST(AwaitOriginal, WaitsThirtySecondsUntilTheProcessHasEnded) {
     const bench::ScratchFolder client;
     const bench::RunningCopy original(L"child_program.exe", client.Path() / L"Uninstall.exe",
                                       L"sleep 600000");
     ASSERT_TRUE(original.Process());
-    const HANDLE duplicate = DuplicateOf(original.Process());
+    HANDLE duplicate = nullptr;
+    ::DuplicateHandle(::GetCurrentProcess(), original.Process(), ::GetCurrentProcess(), &duplicate,
+                      0, FALSE, DUPLICATE_SAME_ACCESS);
     const auto wait = bench::RealFunction<decltype(&::WaitForSingleObject)>(L"kernel32.dll",
                                                                             "WaitForSingleObject");
     DWORD waited = WAIT_FAILED;
@@ -318,9 +248,7 @@ TEST(AwaitOriginal, WaitsUntilTheProcessHasEnded) {
     }
     EXPECT_EQ(waited, DWORD{WAIT_OBJECT_0});
     EXPECT_EQ(wait(original.Process(), 0), DWORD{WAIT_OBJECT_0});
-}
-
-TEST(AwaitOriginal, GoesOnWithoutAProcess) {
+    // What is no process is as good as one that has ended.
     AwaitOriginal(nullptr);
     AwaitOriginal(reinterpret_cast<HANDLE>(0x7ffffff0));
 }

@@ -30,36 +30,32 @@ protected:
     fs::path folder_ = above_ / L"f\u00f6lder";
 };
 
-TEST_F(HoldFolderTest, KeepsTheFolderAtItsPlace) {
+TEST_F(HoldFolderTest, KeepsTheFolderInPlace) {
     KernelHandle held = HoldFolder(folder_);
     ASSERT_TRUE(held);
     EXPECT_FALSE(CanBeRenamed(folder_));
     EXPECT_TRUE(CanBeRenamed(folder_ / L"file"));
     held.reset();
     EXPECT_TRUE(CanBeRenamed(folder_));
+    EXPECT_TRUE(HoldFolder(L"C:\\"));
 }
 
-TEST_F(HoldFolderTest, KeepsTheFoldersAboveAtTheirPlace) {
+TEST_F(HoldFolderTest, KeepsTheFoldersAboveInPlace) {
     const KernelHandle held = HoldFolder(folder_);
     SKIP_ON_WINE_WITHOUT(!CanBeRenamed(above_), "hold a folder above an open one");
 }
 
-TEST_F(HoldFolderTest, HoldsTheRootOfADrive) {
-    EXPECT_TRUE(HoldFolder(L"C:\\"));
-}
-
-TEST_F(HoldFolderTest, HoldsNoLinkAndNothingBehindOne) {
+TEST_F(HoldFolderTest, RefusesLinksAndWhatCannotBeListed) {
     const fs::path link = scratch_.Path() / L"link";
     ASSERT_TRUE(bench::MakeFolderLink(link, above_));
-    EXPECT_FALSE(HoldFolder(link));
-    EXPECT_FALSE(HoldFolder(link / folder_.filename()));
-}
-
-TEST_F(HoldFolderTest, HoldsNothingThatCannotBeListed) {
-    EXPECT_FALSE(HoldFolder(above_ / L"missing"));
-    const bench::UnreadableFolder closed(folder_);
+    const fs::path unreadable = above_ / L"closed";
+    bench::WriteFile(unreadable / L"file", "x");
+    const bench::UnreadableFolder closed(unreadable);
     ASSERT_TRUE(closed.Made());
-    EXPECT_FALSE(HoldFolder(folder_));
+    for (const fs::path& refused :
+         {link, link / folder_.filename(), above_ / L"missing", unreadable}) {
+        EXPECT_FALSE(HoldFolder(refused)) << refused;
+    }
 }
 
 }  // namespace

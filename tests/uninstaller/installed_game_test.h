@@ -4,11 +4,11 @@
 
 #include <filesystem>
 #include <string>
+#include <system_error>
+#include <utility>
 
 #include "bench_parts/client_folder_test.h"
 #include "bench_parts/registry_entry.h"
-#include "bench_parts/running_copy.h"
-#include "bench_parts/scratch_folder.h"
 #include "common/com_apartment.h"
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
@@ -18,7 +18,7 @@
 
 // "Bench Game", installed as the repair tool leaves it: a client folder with the startup program
 // "bin\start.exe", data and the uninstaller, and an entry in the list of installed programs. The
-// uninstaller is the one that runs. Entry and shortcut go with the object.
+// uninstaller is the one that runs. Entry and shortcut are removed with the object.
 class InstalledGameTest : public bench::ClientFolderTest {
 protected:
     InstalledGameTest() {
@@ -26,8 +26,8 @@ protected:
         toolConfig.shortcutName = L"Bench Game";
         toolConfig.startupExe = L"bin\\start.exe";
         toolConfig.repairToolName = L"repair.exe";
-        bench::RemoveKey(EntryKey());
-        std::filesystem::remove(Shortcut());
+        bench::RemoveKey(entryKey_);
+        std::filesystem::remove(shortcut_);
         Install(toolFolder);
     }
     ~InstalledGameTest() override {
@@ -37,16 +37,12 @@ protected:
     }
 
     // Puts the game there and makes that the running uninstaller's folder.
-    void Install(const std::filesystem::path& folder) {
+    static void Install(const std::filesystem::path& folder) {
         toolFolder = folder;
         toolExePath = folder / L"Uninstall.exe";
-        bench::WriteFile(folder / L"Uninstall.exe", "MZ uninstaller");
+        bench::WriteFile(toolExePath, "MZ uninstaller");
         bench::WriteFile(folder / L"bin" / L"start.exe", "MZ start");
         bench::WriteFile(folder / L"data" / L"pack \u00fc.bin", "12345");
-        Register();
-    }
-
-    static void Register() {
         std::wstring message;
         ASSERT_TRUE(RegisterProgramsAndFeatures(message));
     }
@@ -74,4 +70,26 @@ private:
     std::wstring entryKey_ =
         L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Quellstone.Bench Game";
     std::filesystem::path shortcut_ = KnownFolder(FOLDERID_Desktop) / L"Bench Game.lnk";
+};
+
+// Removes the game at the end from a folder that may not be the test's own, and the folder if it
+// did not exist before.
+class GameInFolder {
+public:
+    explicit GameInFolder(std::filesystem::path folder) : folder_(std::move(folder)) {}
+    ~GameInFolder() {
+        std::error_code ignored;
+        for (const wchar_t* const entry : {L"bin", L"data", L"Uninstall.exe"}) {
+            std::filesystem::remove_all(folder_ / entry, ignored);
+        }
+        if (!existedBefore_) {
+            std::filesystem::remove(folder_, ignored);
+        }
+    }
+    GameInFolder(const GameInFolder&) = delete;
+    GameInFolder& operator=(const GameInFolder&) = delete;
+
+private:
+    std::filesystem::path folder_;
+    bool existedBefore_ = std::filesystem::exists(folder_);
 };

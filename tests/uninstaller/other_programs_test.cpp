@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/current_folder.h"
+#include "bench_parts/environment_variable.h"
 #include "installed_game_test.h"
 #include "registered_program.h"
 
@@ -14,15 +17,11 @@ namespace fs = std::filesystem;
 
 class OtherPrograms : public InstalledGameTest {
 protected:
-    OtherPrograms() {
-        fs::create_directory(Outside() / (toolFolder.filename().native() + L"2"));
-    }
-
     static std::optional<OtherProgram> Find() {
         return FindOtherProgramIn(toolFolder, toolConfig);
     }
 
-    // The list besides the game's own entry has one whose install location is `location`.
+    // Whether another program is found that is installed at `location`.
     static bool IsFoundAt(const std::wstring& location, DWORD type = REG_SZ) {
         const RegisteredProgram other(HKEY_CURRENT_USER, L"Other");
         other.Store(L"InstallLocation", location, type);
@@ -30,23 +29,33 @@ protected:
     }
 };
 
-TEST_F(OtherPrograms, DoNotIncludeTheGameItself) {
-    EXPECT_FALSE(Find());
-    // Keys are the same in any letter case.
-    bench::RemoveKey(EntryKey());
-    const RegisteredProgram own(HKEY_CURRENT_USER, L"QUELLSTONE.BENCH GAME");
-    own.Store(L"InstallLocation", toolFolder);
+TEST_F(OtherPrograms, AreFoundInEachPartOfTheListByTheNameThere) {
+    for (HKEY const root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
+        for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
+            const RegisteredProgram other(root, L"{0815}", view);
+            other.Store(L"InstallLocation", toolFolder / L"data");
+            ASSERT_TRUE(Find()) << view;
+            EXPECT_EQ(Find()->name, L"{0815}");
+            other.Store(L"DisplayName", L"Mod Loader");
+            EXPECT_EQ(Find()->name, L"Mod Loader");
+            EXPECT_EQ(Find()->folder, toolFolder / L"data");
+        }
+    }
     EXPECT_FALSE(Find());
 }
 
-TEST_F(OtherPrograms, AreFoundInEachPartOfTheList) {
-    for (HKEY const root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
-        for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
-            const RegisteredProgram other(root, L"Other", view);
-            other.Store(L"InstallLocation", toolFolder);
-            EXPECT_TRUE(Find()) << view;
-        }
+TEST_F(OtherPrograms, DoNotIncludeTheGameItself) {
+    EXPECT_FALSE(Find());
+    {
+        // The machine's key of the same name is another program's.
+        const RegisteredProgram other(HKEY_LOCAL_MACHINE, L"Quellstone.Bench Game");
+        other.Store(L"InstallLocation", toolFolder);
+        EXPECT_TRUE(Find());
     }
+    bench::RemoveKey(EntryKey());
+    // Letter case does not distinguish keys.
+    const RegisteredProgram own(HKEY_CURRENT_USER, L"QUELLSTONE.BENCH GAME");
+    own.Store(L"InstallLocation", toolFolder);
     EXPECT_FALSE(Find());
 }
 
@@ -60,13 +69,7 @@ TEST_F(OtherPrograms, DoNotIncludeTheGameUnderAnOlderName) {
     EXPECT_TRUE(Find());
 }
 
-TEST_F(OtherPrograms, IncludeOneOfTheSameKeyOfTheMachine) {
-    const RegisteredProgram other(HKEY_LOCAL_MACHINE, L"Quellstone.Bench Game");
-    other.Store(L"InstallLocation", toolFolder);
-    EXPECT_TRUE(Find());
-}
-
-TEST_F(OtherPrograms, AreFoundByAnyNameOfTheFolder) {
+TEST_F(OtherPrograms, AreFoundByAnyPathIntoTheFolder) {
     const std::wstring folder = toolFolder;
     std::wstring otherCase = folder;
     ::CharUpperBuffW(otherCase.data(), static_cast<DWORD>(otherCase.size()));
@@ -80,58 +83,36 @@ TEST_F(OtherPrograms, AreFoundByAnyNameOfTheFolder) {
           folder + L"\\bin\\start.exe", link}) {
         EXPECT_TRUE(IsFoundAt(location)) << location;
     }
+    const bench::EnvironmentVariable variable(L"BENCH_CLIENT", folder);
+    EXPECT_TRUE(IsFoundAt(L"%BENCH_CLIENT%\\data", REG_EXPAND_SZ));
+}
+
+TEST_F(OtherPrograms, AreNotFoundByOtherOrRelativePaths) {
+    const std::wstring folder = toolFolder;
+    fs::create_directory(folder + L"2");
+    const bench::CurrentFolder current(toolFolder);
+    for (const std::wstring& location :
+         {Outside().native(), folder + L"2", folder + L"\\missing", std::wstring(L"C:\\"),
+          std::wstring(L"X:\\Games"), std::wstring(L"a*b?"), std::wstring(L"\"\""),
+          std::wstring(L"\""), std::wstring(L""), std::wstring(L"not there\\at all"),
+          std::wstring(L"."), std::wstring(L"data"), std::wstring(L"C:"), std::wstring(L"C:data"),
+          folder.substr(2)}) {
+        EXPECT_FALSE(IsFoundAt(location)) << location;
+    }
+    EXPECT_FALSE(IsFoundAt(folder, REG_BINARY));
 }
 
 TEST_F(OtherPrograms, AreNotLookedForOnServers) {
     bool isAsked = false;
-    const auto real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
     const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
             isAsked = isAsked || std::wstring_view(path).find(L"server") != std::wstring::npos;
-            return real(path, more...);
+            return bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW")(
+                path, more...);
         });
     EXPECT_FALSE(IsFoundAt(L"\\\\server\\share\\game"));
     EXPECT_FALSE(IsFoundAt(L"\\\\?\\UNC\\server\\share\\game"));
     EXPECT_FALSE(isAsked);
-}
-
-TEST_F(OtherPrograms, AreFoundByAVariableInThePath) {
-    ::SetEnvironmentVariableW(L"BENCH_CLIENT", toolFolder.c_str());
-    EXPECT_TRUE(IsFoundAt(L"%BENCH_CLIENT%\\data", REG_EXPAND_SZ));
-    ::SetEnvironmentVariableW(L"BENCH_CLIENT", nullptr);
-}
-
-TEST_F(OtherPrograms, AreNotInTheFolderOtherwise) {
-    const std::wstring folder = toolFolder;
-    for (const std::wstring& location :
-         {Outside().native(), folder + L"2", folder + L"\\missing", std::wstring(L"C:\\"),
-          std::wstring(L"X:\\Games"), std::wstring(L"a*b?"), std::wstring(L"\"\""),
-          std::wstring(L"\""), std::wstring(L""), std::wstring(L"not there\\at all")}) {
-        EXPECT_FALSE(IsFoundAt(location)) << location;
-    }
-    const RegisteredProgram unnamed(HKEY_CURRENT_USER, L"Unnamed");
-    unnamed.Store(L"InstallLocation", folder, REG_BINARY);
-    EXPECT_FALSE(Find());
-}
-
-TEST_F(OtherPrograms, AreNotFoundByARelativePath) {
-    std::wstring former(MAX_PATH + 1, L'\0');
-    former.resize(::GetCurrentDirectoryW(static_cast<DWORD>(former.size()), former.data()));
-    ::SetCurrentDirectoryW(toolFolder.c_str());
-    for (const wchar_t* const location : {L".", L"data", L"C:", L"C:data"}) {
-        EXPECT_FALSE(IsFoundAt(location)) << location;
-    }
-    EXPECT_FALSE(IsFoundAt(toolFolder.native().substr(2)));
-    ::SetCurrentDirectoryW(former.c_str());
-}
-
-TEST_F(OtherPrograms, GoByTheNameInTheList) {
-    const RegisteredProgram other(HKEY_CURRENT_USER, L"{0815}");
-    other.Store(L"InstallLocation", toolFolder / L"data");
-    EXPECT_EQ(Find()->name, L"{0815}");
-    other.Store(L"DisplayName", L"Mod Loader");
-    EXPECT_EQ(Find()->name, L"Mod Loader");
-    EXPECT_EQ(Find()->folder, toolFolder / L"data");
 }
 
 }  // namespace

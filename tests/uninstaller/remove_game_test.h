@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bench_parts/call_hook.h"
 #include "common/paths.h"
 #include "installed_game_test.h"
 #include "system/startup_program.h"
@@ -15,5 +16,9 @@ protected:
 
     static RemovalResult RemoveInstalledGame() {
         return RemoveGame(Client());
+    }
+
+    static decltype(&::CreateFileW) RealCreateFile() {
+        return bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
     }
 };

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "bench_parts/call_hook.h"
 #include "remove_game_test.h"
 
 namespace {
@@ -12,7 +12,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 
-// A folder of the client changes places with a link to elsewhere just before or after another call.
+// A link to elsewhere takes the place of one of the client's folders at a certain moment.
 class SwappedFolder : public RemoveGameTest {
 protected:
     SwappedFolder() {
@@ -23,7 +23,7 @@ protected:
     }
 
     void Swap(const fs::path& folder) const {
-        fs::rename(folder, Outside() / L"swapped out");
+        fs::rename(folder, Outside() / (folder.filename().native() + L" swapped out"));
         ASSERT_TRUE(bench::MakeFolderLink(folder, elsewhere_));
     }
 
@@ -33,7 +33,7 @@ protected:
         EXPECT_EQ(bench::ReadFile(elsewhere_ / L"deep" / L"file"), "kept");
     }
 
-    // Swaps `folder` once the entries of the client folder have been listed for the `count`th time.
+    // Swaps `folder` after the `count`th listing of the client folder.
     [[nodiscard]] auto SwapAfterListing(const fs::path& folder, int count) {
         return bench::HookCall<decltype(&::FindFirstFileExW)>(
             L"kernel32.dll", "FindFirstFileExW",
@@ -71,32 +71,27 @@ TEST_F(SwappedFolder, IsNotEnteredForTheReport) {
     EXPECT_THAT(result.left, ElementsAre(toolFolder / L"data"));
 }
 
-TEST_F(SwappedFolder, AtTheClientsOwnPathIsNotEntered) {
-    const ApprovedClient client = Client();
-    Swap(client.folder);
-    const RemovalResult result = RemoveGame(client);
-    ExpectUntouched();
-    EXPECT_THAT(result.left, ElementsAre(client.folder));
-}
-
-TEST_F(SwappedFolder, AboveTheClientIsNotEntered) {
-    Install(Outside() / L"above" / L"deep");
-    const ApprovedClient client = Client();
-    Swap(Outside() / L"above");
-    const RemovalResult result = RemoveGame(client);
-    ExpectUntouched();
-    EXPECT_THAT(result.left, ElementsAre(client.folder));
+TEST_F(SwappedFolder, AtOrAboveTheClientIsNotEntered) {
+    const std::pair<fs::path, fs::path> cases[] = {
+        {toolFolder, toolFolder}, {Outside() / L"above" / L"deep", Outside() / L"above"}};
+    for (const auto& [folder, swapped] : cases) {
+        Install(folder);
+        const ApprovedClient client = Client();
+        Swap(swapped);
+        const RemovalResult result = RemoveGame(client);
+        ExpectUntouched();
+        EXPECT_THAT(result.left, ElementsAre(client.folder));
+    }
 }
 
 TEST_F(SwappedFolder, KeepsItsStartupProgram) {
     // The link takes its place while the uninstaller, the last file but one, is being removed.
-    const auto real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
     const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
             if (access == DELETE && fs::path(path).filename() == L"Uninstall.exe") {
                 Swap(toolFolder / L"bin");
             }
-            return real(path, access, more...);
+            return RealCreateFile()(path, access, more...);
         });
     const RemovalResult result = RemoveInstalledGame();
     ExpectUntouched();
@@ -109,7 +104,6 @@ TEST_F(SwappedFolder, KeepsItsEmptyFolders) {
     const fs::path emptied = toolFolder / L"deep" / L"empty";
     bench::WriteFile(emptied / L"start.exe", "MZ");
     bool isSwapped = false;
-    const auto real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
     const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
             if (!isSwapped && (emptied == path || emptied.parent_path() == path) &&
@@ -117,7 +111,7 @@ TEST_F(SwappedFolder, KeepsItsEmptyFolders) {
                 isSwapped = true;
                 Swap(toolFolder);
             }
-            return real(path, more...);
+            return RealCreateFile()(path, more...);
         });
     RemoveInstalledGame();
     EXPECT_TRUE(isSwapped);

@@ -7,103 +7,105 @@
 #include <vector>
 
 #include "bench_parts/call_hook.h"
-#include "bench_parts/import_hook.h"
+#include "bench_parts/running_copy.h"
 #include "bench_parts/skipping.h"
-#include "common/paths.h"
-#include "judge_client_test.h"
+#include "installed_game_test.h"
 #include "registered_program.h"
-
-using bench::ReadKey;
-using bench::RemoveKey;
-using bench::StoredNumber;
-using bench::StoredText;
-using bench::StoredValue;
-using bench::StoreValue;
 
 namespace {
 
 namespace fs = std::filesystem;
 
-TEST_F(JudgeClientTest, ConsentsToAnInstalledGame) {
-    EXPECT_EQ(FindRefusal(), Refusal::None);
+std::wstring UpperCase(std::wstring text) {
+    ::CharUpperBuffW(text.data(), static_cast<DWORD>(text.size()));
+    return text;
 }
 
-TEST_F(JudgeClientTest, ApprovesTheRealPaths) {
+class JudgeClientTest : public InstalledGameTest {
+protected:
+    static Refusal FindRefusal() {
+        return JudgeClient().refusal;
+    }
+
+    fs::path client_ = toolFolder;
+    fs::path start_ = toolFolder / L"bin" / L"start.exe";
+};
+
+TEST_F(JudgeClientTest, ApprovesAnInstalledGameByItsRealPathsAndTouchesNothing) {
+    const auto listing = bench::FolderListing(Outside());
+    const auto entry = bench::ReadKey(EntryKey());
     const Verdict verdict = JudgeClient();
-    EXPECT_EQ(verdict.client.folder, toolFolder);
-    EXPECT_EQ(verdict.client.uninstaller, toolFolder / L"Uninstall.exe");
-    EXPECT_EQ(verdict.client.startupProgram, toolFolder / L"bin" / L"start.exe");
-    const fs::path real = toolFolder;
-    ASSERT_TRUE(bench::MakeFolderLink(Outside() / L"link", real));
+    EXPECT_EQ(verdict.refusal, Refusal::None);
+    EXPECT_EQ(verdict.client, (ApprovedClient{client_, client_ / L"Uninstall.exe", start_}));
+    EXPECT_EQ(bench::FolderListing(Outside()), listing);
+    EXPECT_EQ(bench::ReadKey(EntryKey()), entry);
+
+    ASSERT_TRUE(bench::MakeFolderLink(Outside() / L"link", client_));
     toolFolder = Outside() / L"link";
     toolExePath = toolFolder / L"UNINSTALL.EXE";
     toolConfig.startupExe = L"data\\..\\BIN\\START.EXE";
     EXPECT_EQ(JudgeClient().client, verdict.client);
+    toolConfig.startupExe = client_ / L"bin" / L"start.exe";
+    EXPECT_EQ(JudgeClient().client, verdict.client);
 }
 
-TEST_F(JudgeClientTest, ApprovesTheSameClientAgain) {
-    EXPECT_EQ(JudgeClientAgain(JudgeClient().client).refusal, Refusal::None);
-}
-
-TEST_F(JudgeClientTest, RefusesAnotherClientTheSecondTime) {
+TEST_F(JudgeClientTest, ApprovesTheSameClientOnlyTheSecondTime) {
     const ApprovedClient approved = JudgeClient().client;
+    EXPECT_EQ(JudgeClientAgain(approved).refusal, Refusal::None);
+
     Install(Outside() / L"copy");
     ASSERT_EQ(FindRefusal(), Refusal::None);
     const Verdict verdict = JudgeClientAgain(approved);
     EXPECT_EQ(verdict.refusal, Refusal::Changed);
     EXPECT_EQ(verdict.namedFolder, approved.folder);
-    Install(approved.folder);
-    toolConfig.startupExe = L"data\\other.exe";
-    bench::WriteFile(toolFolder / L"data" / L"other.exe", "MZ");
-    EXPECT_EQ(JudgeClientAgain(approved).refusal, Refusal::Changed);
-}
 
-TEST_F(JudgeClientTest, GivesItsOwnReasonTheSecondTime) {
-    const ApprovedClient approved = JudgeClient().client;
-    fs::remove(toolFolder / L"bin" / L"start.exe");
+    Install(client_);
+    bench::WriteFile(client_ / L"data" / L"other.exe", "MZ");
+    toolConfig.startupExe = L"data\\other.exe";
+    EXPECT_EQ(JudgeClientAgain(approved).refusal, Refusal::Changed);
+    toolConfig.startupExe = L"missing.exe";
     EXPECT_EQ(JudgeClientAgain(approved).refusal, Refusal::StartupProgramMissing);
 }
 
-TEST_F(JudgeClientTest, TouchesNothing) {
-    const std::vector<std::wstring> listing = bench::FolderListing(Outside());
-    const auto entry = ReadKey(EntryKey());
-    FindRefusal();
-    fs::remove(toolFolder / L"bin" / L"start.exe");
-    FindRefusal();
-    bench::WriteFile(toolFolder / L"bin" / L"start.exe", "MZ start");
-    EXPECT_EQ(bench::FolderListing(Outside()), listing);
-    EXPECT_EQ(ReadKey(EntryKey()), entry);
-}
-
-TEST_F(JudgeClientTest, RefusesWithoutAnEntry) {
-    RemoveKey(EntryKey());
+TEST_F(JudgeClientTest, RefusesWithoutAnEntryOfThisGameThatNamesAFolder) {
+    RegisterFolder(L"");
     EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
-}
-
-TEST_F(JudgeClientTest, RefusesAnEntryOfAnotherGame) {
+    fs::remove(start_);
+    bench::RemoveKey(EntryKey());
+    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
+    Install(client_);
     toolConfig.programsDisplayName = L"Other Game";
     EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
 }
 
-TEST_F(JudgeClientTest, RefusesAnEntryThatNamesNoFolder) {
-    RegisterFolder(L"");
-    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
-    StoreValue(EntryKey(), L"InstallLocation", StoredNumber(1));
-    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
-    RemoveKey(EntryKey());
-    StoreValue(EntryKey(), L"DisplayName", StoredText(L"Bench Game"));
-    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
+TEST_F(JudgeClientTest, RefusesAnyOtherFolderThanTheRegisteredOne) {
+    fs::create_directory(client_.native() + L"2");
+    fs::remove(start_);  // Only the first reason counts.
+    for (const fs::path& registered :
+         {Outside(), client_ / L"data", fs::path(client_.native() + L"2"), client_ / L"missing",
+          fs::path(client_.native().substr(0, client_.native().size() - 1)), fs::path(L"C:\\"),
+          fs::path(L"."), fs::path(L"a*b?"), client_ / L"Uninstall.exe"}) {
+        RegisterFolder(registered);
+        const Verdict verdict = JudgeClient();
+        EXPECT_EQ(verdict.refusal, Refusal::RegisteredElsewhere) << registered;
+        EXPECT_EQ(verdict.namedFolder, registered);
+    }
+    // A copy of the same files; the entry still names the first.
+    Install(Outside() / L"copy");
+    RegisterFolder(client_);
+    EXPECT_EQ(FindRefusal(), Refusal::RegisteredElsewhere);
 }
 
-TEST_F(JudgeClientTest, RefusesAnyOtherFolderThanTheRegisteredOne) {
-    const fs::path client = toolFolder;
-    fs::create_directory(client.native() + L"2");
-    for (const fs::path& registered :
-         {Outside(), client / L"data", fs::path(client.native() + L"2"), client / L"missing",
-          fs::path(client.native().substr(0, client.native().size() - 1)), fs::path(L"C:\\"),
-          fs::path(L"."), fs::path(L"a*b?"), client / L"Uninstall.exe"}) {
+TEST_F(JudgeClientTest, RecognizesTheFolderByOtherNames) {
+    const std::wstring folder = client_;
+    const std::wstring link = Outside() / L"link";
+    std::wstring slashes = folder;
+    std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, client_), "links for this user");
+    for (const std::wstring& registered : {UpperCase(folder), slashes, folder + L"\\",
+                                           folder + L"\\data\\..", L"\\\\?\\" + folder, link}) {
         RegisterFolder(registered);
-        EXPECT_EQ(FindRefusal(), Refusal::RegisteredElsewhere) << registered;
+        EXPECT_EQ(FindRefusal(), Refusal::None) << registered;
     }
 }
 
@@ -112,18 +114,17 @@ TEST_F(JudgeClientTest, NamesTheFolderThatCannotBeResolved) {
     const fs::path registered = Outside() / L"elsewhere";
     fs::create_directory(registered);
     RegisterFolder(registered);
-    EXPECT_EQ(JudgeClient().namedFolder, registered);
-    fs::path unresolved = toolFolder;
-    const auto real = bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+    fs::path unresolved;
     const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
             if (unresolved.native() == path) {
                 ::SetLastError(ERROR_NOT_READY);
                 return INVALID_HANDLE_VALUE;
             }
-            return real(path, more...);
+            return bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW")(
+                path, more...);
         });
-    for (const fs::path& folder : {toolFolder, registered}) {
+    for (const fs::path& folder : {client_, registered}) {
         unresolved = folder;
         const Verdict verdict = JudgeClient();
         EXPECT_EQ(verdict.refusal, Refusal::UnresolvedFolder);
@@ -131,65 +132,26 @@ TEST_F(JudgeClientTest, NamesTheFolderThatCannotBeResolved) {
     }
 }
 
-TEST_F(JudgeClientTest, RefusesACopyInAnotherFolder) {
-    // The same files once more; the entry still names the first.
-    const fs::path first = toolFolder;
-    Install(Outside() / L"copy");
-    RegisterFolder(first);
-    EXPECT_EQ(FindRefusal(), Refusal::RegisteredElsewhere);
-}
-
-TEST_F(JudgeClientTest, KnowsTheFolderByOtherNames) {
-    std::wstring otherCase = toolFolder.native();
-    ::CharUpperBuffW(otherCase.data(), static_cast<DWORD>(otherCase.size()));
-    std::wstring slashes = toolFolder.native();
-    std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
-    for (const std::wstring& registered :
-         {otherCase, slashes, toolFolder.native() + L"\\", toolFolder.native() + L"\\data\\..",
-          L"\\\\?\\" + toolFolder.native()}) {
-        RegisterFolder(registered);
-        EXPECT_EQ(FindRefusal(), Refusal::None) << registered;
-    }
-}
-
-TEST_F(JudgeClientTest, KnowsTheFolderThroughALink) {
-    const fs::path link = Outside() / L"link";
-    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, toolFolder), "links for this user");
-    RegisterFolder(link);
-    EXPECT_EQ(FindRefusal(), Refusal::None);
-}
-
-TEST_F(JudgeClientTest, RefusesAnUninstallerOutsideTheFolder) {
-    const fs::path client = toolFolder;
+TEST_F(JudgeClientTest, RefusesWithoutTheUninstallersFileInTheFolder) {
     for (const fs::path& elsewhere :
-         {Outside() / L"Uninstall.exe", client / L"data" / L"Uninstall.exe"}) {
+         {Outside() / L"Uninstall.exe", client_ / L"data" / L"Uninstall.exe"}) {
         bench::WriteFile(elsewhere, "MZ uninstaller");
         toolExePath = elsewhere;
         EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder) << elsewhere;
     }
-}
-
-TEST_F(JudgeClientTest, RefusesWithoutTheUninstallersFile) {
+    toolExePath = client_ / L"Uninstall.exe";
     fs::remove(toolExePath);
     EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder);
     fs::create_directory(toolExePath);
     EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder);
 }
 
-TEST_F(JudgeClientTest, RefusesTheRootOfADrive) {
-    const GameInFolder game(L"C:\\");
-    Install(L"C:\\");
-    EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder);
-}
-
-TEST_F(JudgeClientTest, RefusesFoldersOfFiveCharacters) {
-    const struct {
-        const wchar_t* folder;
-        Refusal refusal;
-    } cases[] = {{L"C:\\q", Refusal::UnsafeFolder},
-                 {L"C:\\qz", Refusal::UnsafeFolder},
-                 {L"C:\\qzx", Refusal::None},
-                 {L"C:\\qzx\\..", Refusal::UnsafeFolder}};
+TEST_F(JudgeClientTest, RefusesADrivesRootAndFoldersOfFiveCharacters) {
+    const std::pair<const wchar_t*, Refusal> cases[] = {{L"C:\\", Refusal::UnsafeFolder},
+                                                        {L"C:\\q", Refusal::UnsafeFolder},
+                                                        {L"C:\\qz", Refusal::UnsafeFolder},
+                                                        {L"C:\\qzx", Refusal::None},
+                                                        {L"C:\\qzx\\..", Refusal::UnsafeFolder}};
     for (const auto& [folder, refusal] : cases) {
         const GameInFolder game(folder);
         Install(folder);
@@ -199,119 +161,172 @@ TEST_F(JudgeClientTest, RefusesFoldersOfFiveCharacters) {
 
 TEST_F(JudgeClientTest, RefusesAFolderWithAnotherProgram) {
     const RegisteredProgram other(HKEY_CURRENT_USER, L"Mod Loader");
-    other.Store(L"InstallLocation", toolFolder.native() + L"\\data");
+    other.Store(L"InstallLocation", client_.native() + L"\\data");
     const Verdict verdict = JudgeClient();
     EXPECT_EQ(verdict.refusal, Refusal::OtherProgram);
-    EXPECT_EQ(verdict.namedFolder, toolFolder.native() + L"\\data");
+    EXPECT_EQ(verdict.namedFolder, client_.native() + L"\\data");
     EXPECT_EQ(verdict.namedProgram, L"Mod Loader");
 }
 
-TEST_F(JudgeClientTest, RefusesWithoutTheStartupProgram) {
-    fs::remove(toolFolder / L"bin" / L"start.exe");
-    EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
-    fs::create_directory(toolFolder / L"bin" / L"start.exe");
-    EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
-    toolConfig.startupExe.clear();
-    EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
-}
-
-TEST_F(JudgeClientTest, RefusesAStartupProgramElsewhere) {
-    bench::WriteFile(Outside() / L"run.exe", "MZ");
+TEST_F(JudgeClientTest, RefusesWithoutTheStartupProgramInTheFolder) {
+    bench::WriteFile(Outside() / L"elsewhere" / L"run.exe", "MZ");
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(client_ / L"link", Outside() / L"elsewhere"),
+                            "links for this user");
     for (const std::wstring& startupExe :
-         {Outside().native() + L"\\run.exe", std::wstring(L"..\\run.exe"),
-          std::wstring(L"bin\\..\\..\\run.exe")}) {
+         {std::wstring(), std::wstring(L"missing.exe"), std::wstring(L"bin"),
+          Outside().native() + L"\\elsewhere\\run.exe", std::wstring(L"..\\elsewhere\\run.exe"),
+          std::wstring(L"bin\\..\\..\\elsewhere\\run.exe"), std::wstring(L"link\\run.exe")}) {
         toolConfig.startupExe = startupExe;
         EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing) << startupExe;
     }
 }
 
-TEST_F(JudgeClientTest, RefusesAStartupProgramBehindALinkToElsewhere) {
-    bench::WriteFile(Outside() / L"elsewhere" / L"run.exe", "MZ");
-    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(toolFolder / L"link", Outside() / L"elsewhere"),
-                            "links for this user");
-    toolConfig.startupExe = L"link\\run.exe";
-    EXPECT_EQ(FindRefusal(), Refusal::StartupProgramMissing);
+TEST_F(JudgeClientTest, RefusesWhileTheGameOrTheRepairToolIsRunning) {
+    for (const wchar_t* const program : {L"bin\\start.exe", L"repair.exe"}) {
+        const bench::RunningCopy running(L"child_program.exe", client_ / program, L"sleep 60000");
+        ASSERT_TRUE(running.Process());
+        EXPECT_EQ(FindRefusal(), Refusal::InUse) << program;
+    }
 }
 
-TEST_F(JudgeClientTest, ConsentsToAStartupProgramByItsFullPath) {
-    toolConfig.startupExe = toolFolder / L"bin" / L"start.exe";
-    EXPECT_EQ(FindRefusal(), Refusal::None);
-}
-
-TEST_F(JudgeClientTest, RefusesWhileTheGameIsRunning) {
-    const bench::RunningCopy running(L"child_program.exe", toolFolder / L"bin" / L"start.exe",
-                                     L"sleep 60000");
+TEST_F(JudgeClientTest, AllowsARunningOriginalAndReadOnlyOrOpenPrograms) {
+    const bench::RunningCopy running(L"child_program.exe", toolExePath, L"sleep 60000");
     ASSERT_TRUE(running.Process());
-    EXPECT_EQ(FindRefusal(), Refusal::InUse);
-}
-
-TEST_F(JudgeClientTest, RefusesWhileTheRepairToolIsRunning) {
-    const bench::RunningCopy running(L"child_program.exe", toolFolder / L"repair.exe",
-                                     L"sleep 60000");
-    ASSERT_TRUE(running.Process());
-    EXPECT_EQ(FindRefusal(), Refusal::InUse);
-}
-
-TEST_F(JudgeClientTest, DoesNotMindItsOwnOriginalOrReadOnlyPrograms) {
-    const bench::RunningCopy running(L"child_program.exe", toolFolder / L"Uninstall.exe",
-                                     L"sleep 60000");
-    ASSERT_TRUE(running.Process());
-    bench::SetReadOnly(toolFolder / L"bin" / L"start.exe", true);
-    EXPECT_EQ(FindRefusal(), Refusal::None);
-}
-
-TEST_F(JudgeClientTest, DoesNotTakeAnOpenProgramForARunningOne) {
-    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     for (const DWORD access : {DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}, DWORD{DELETE}}) {
-        const bench::OpenElsewhere open(toolFolder / L"bin" / L"start.exe", kShareAll, access);
+        const bench::OpenElsewhere open(
+            start_, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, access);
         EXPECT_EQ(FindRefusal(), Refusal::None) << access;
     }
+    bench::SetReadOnly(start_, true);
+    EXPECT_EQ(FindRefusal(), Refusal::None);
 }
 
-TEST_F(JudgeClientTest, NamesTheFirstReason) {
-    fs::remove(toolFolder / L"bin" / L"start.exe");
-    RegisterFolder(Outside());
-    EXPECT_EQ(FindRefusal(), Refusal::RegisteredElsewhere);
-    RemoveKey(EntryKey());
-    EXPECT_EQ(FindRefusal(), Refusal::NotRegistered);
-}
-
-TEST_F(JudgeClientTest, ReadsTheRegisteredFolderAsItIsWritten) {
-    EXPECT_EQ(RegisteredFolder(toolConfig), toolFolder.native());
-    const std::wstring longPath(1000, L'x');
-    RegisterFolder(longPath);
-    EXPECT_EQ(RegisteredFolder(toolConfig), longPath);
-    // Stored without its terminator, as some programs do.
-    StoredValue unterminated = StoredText(L"C:\\Games");
-    unterminated.bytes.resize(unterminated.bytes.size() - sizeof(wchar_t));
-    StoreValue(EntryKey(), L"InstallLocation", unterminated);
-    EXPECT_EQ(RegisteredFolder(toolConfig), L"C:\\Games");
-}
-
-TEST(IsBelowCanonicalPath, ComparesWholeNames) {
-    const struct {
-        const wchar_t* path;
-        const wchar_t* folder;
-        bool below;
-    } cases[] = {
-        {L"C:\\game\\a", L"C:\\game", true},
-        {L"C:\\game\\a\\b", L"C:\\game", true},
-        {L"C:\\game", L"C:\\game", false},
-        {L"C:\\game2", L"C:\\game", false},
-        {L"C:\\game2\\a", L"C:\\game", false},
-        {L"C:\\gam", L"C:\\game", false},
-        {L"C:\\", L"C:\\game", false},
-        {L"C:\\game", L"C:\\", true},
-        {L"C:\\", L"C:\\", false},
-        {L"D:\\game\\a", L"C:\\game", false},
-        {L"C:\\game\\", L"C:\\game", false},
-        {L"C:\\game\\a", L"", false},
-        {L"", L"C:\\game", false},
-        {L"C:\\Game\\a", L"C:\\game", false},
-    };
-    for (const auto& [path, folder, below] : cases) {
-        EXPECT_EQ(IsBelowCanonicalPath(path, folder), below) << path << L" " << folder;
+// Reports one known folder at a place of the test's choice, and no others.
+class SharedFolder : public JudgeClientTest {
+protected:
+    [[nodiscard]] auto PlaceFolders() {
+        return bench::HookCall<decltype(&::SHGetKnownFolderPath)>(
+            L"shell32.dll", "SHGetKnownFolderPath",
+            [this](REFKNOWNFOLDERID id, DWORD, HANDLE, PWSTR* path) -> HRESULT {
+                *path = nullptr;
+                if (!::IsEqualGUID(id, placedId_)) {
+                    return E_FAIL;
+                }
+                const std::wstring& text = place_.native();
+                *path =
+                    static_cast<wchar_t*>(::CoTaskMemAlloc((text.size() + 1) * sizeof(wchar_t)));
+                (*path)[text.copy(*path, text.size())] = L'\0';
+                return S_OK;
+            });
     }
+
+    GUID placedId_ = FOLDERID_Documents;
+    fs::path place_;
+};
+
+TEST_F(SharedFolder, IsAnyOfTheKnownFolders) {
+    const auto hook = PlaceFolders();
+    place_ = client_;
+    // Repeats the product's list on purpose: none may be lost from there.
+    for (const KNOWNFOLDERID& id : {FOLDERID_Windows,         FOLDERID_System,
+                                    FOLDERID_SystemX86,       FOLDERID_ProgramFiles,
+                                    FOLDERID_ProgramFilesX86, FOLDERID_ProgramFilesCommon,
+                                    FOLDERID_ProgramData,     FOLDERID_ProgramFilesCommonX86,
+                                    FOLDERID_Profile,         FOLDERID_UserProgramFiles,
+                                    FOLDERID_UserProfiles,    FOLDERID_Public,
+                                    FOLDERID_Desktop,         FOLDERID_PublicDesktop,
+                                    FOLDERID_Documents,       FOLDERID_PublicDocuments,
+                                    FOLDERID_Downloads,       FOLDERID_PublicDownloads,
+                                    FOLDERID_Pictures,        FOLDERID_PublicPictures,
+                                    FOLDERID_Music,           FOLDERID_PublicMusic,
+                                    FOLDERID_Videos,          FOLDERID_PublicVideos,
+                                    FOLDERID_RoamingAppData,  FOLDERID_LocalAppData,
+                                    FOLDERID_LocalAppDataLow, FOLDERID_SavedGames,
+                                    FOLDERID_Favorites,       FOLDERID_SkyDrive,
+                                    FOLDERID_StartMenu,       FOLDERID_Programs,
+                                    FOLDERID_Startup}) {
+        placedId_ = id;
+        EXPECT_EQ(FindRefusal(), Refusal::SharedFolder) << id.Data1;
+    }
+}
+
+TEST_F(SharedFolder, MayBeInTheClientAndForWindowsAboveIt) {
+    const auto hook = PlaceFolders();
+    for (const bool isWindows : {true, false}) {
+        placedId_ = isWindows ? FOLDERID_Windows : FOLDERID_Documents;
+        const std::pair<fs::path, Refusal> cases[] = {
+            {client_ / L"data" / L"not there", Refusal::SharedFolder},
+            {UpperCase(client_), Refusal::SharedFolder},
+            {Outside(), isWindows ? Refusal::SharedFolder : Refusal::None},
+            {client_.native() + L"2", Refusal::None},
+        };
+        for (const auto& [place, refusal] : cases) {
+            place_ = place;
+            EXPECT_EQ(FindRefusal(), refusal) << place;
+        }
+    }
+}
+
+TEST_F(SharedFolder, IsRecognizedAlsoIfItCannotBeResolved) {
+    const auto place = PlaceFolders();
+    const auto closed = bench::HookCall<decltype(&::CreateFileW)>(
+        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
+            if (place_.native() == path) {
+                ::SetLastError(ERROR_ACCESS_DENIED);
+                return INVALID_HANDLE_VALUE;
+            }
+            return bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW")(
+                path, more...);
+        });
+    for (const fs::path& shared :
+         {client_ / L"DATA", fs::path(UpperCase(client_.native() + L"\\"))}) {
+        place_ = shared;
+        EXPECT_EQ(FindRefusal(), Refusal::SharedFolder) << shared;
+    }
+    place_ = Outside() / L"elsewhere";
+    EXPECT_EQ(FindRefusal(), Refusal::None);
+}
+
+TEST_F(SharedFolder, IsTheTemporaryFolderAndWhatIsAboveIt) {
+    fs::path temporary;
+    const auto hook = bench::HookCall<decltype(&::GetTempPathW)>(
+        L"kernel32.dll", "GetTempPathW", [&](DWORD, LPWSTR text) -> DWORD {
+            const std::wstring path = temporary.native() + L"\\";
+            text[path.copy(text, MAX_PATH)] = L'\0';
+            return static_cast<DWORD>(path.size());
+        });
+    const std::pair<fs::path, Refusal> cases[] = {{client_, Refusal::SharedFolder},
+                                                  {client_ / L"data", Refusal::SharedFolder},
+                                                  {Outside(), Refusal::None}};
+    for (const auto& [folder, refusal] : cases) {
+        temporary = folder;
+        EXPECT_EQ(FindRefusal(), refusal) << folder;
+    }
+}
+
+// With the system's own answers.
+TEST_F(SharedFolder, IsTheRealDesktopByAnyNameButNoGameBelowDocuments) {
+    const fs::path desktop = KnownFolder(FOLDERID_Desktop);
+    const fs::path link = Outside() / L"link";
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, desktop), "links for this user");
+    const std::pair<fs::path, Refusal> cases[] = {
+        {desktop, Refusal::SharedFolder},
+        {UpperCase(desktop), Refusal::SharedFolder},
+        {link, Refusal::SharedFolder},
+        {KnownFolder(FOLDERID_Documents) / L"Bench Game", Refusal::None}};
+    for (const auto& [folder, refusal] : cases) {
+        const GameInFolder game(folder);
+        Install(folder);
+        EXPECT_EQ(FindRefusal(), refusal) << folder;
+    }
+    const fs::path inWindows = KnownFolder(FOLDERID_Windows) / L"Bench Game";
+    std::error_code error;
+    SKIP_ON_WINDOWS_WITHOUT(fs::create_directory(inWindows, error),
+                            "the right to write to the system's folder");
+    fs::remove(inWindows);
+    const GameInFolder game(inWindows);
+    Install(inWindows);
+    EXPECT_EQ(FindRefusal(), Refusal::SharedFolder);
 }
 
 }  // namespace

@@ -5,9 +5,10 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "bench_parts/import_hook.h"
+#include "bench_parts/call_hook.h"
 #include "installed_game_test.h"
 
 namespace {
@@ -15,138 +16,99 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
+constexpr UINT kButtonsAndIcon = MB_TYPEMASK | MB_ICONMASK;
+
 struct Box {
     std::wstring text;
     std::wstring caption;
     UINT style;
 };
-std::vector<Box> boxes;
-// Called while the question is on the screen; what it returns is the user's answer.
-std::function<int()> answer;
-
-int WINAPI AnswerBox(HWND, LPCWSTR text, LPCWSTR caption, UINT style) {
-    boxes.push_back({text, caption, style});
-    return (style & MB_TYPEMASK) == MB_YESNO ? answer() : IDOK;
-}
 
 class RunUninstallTest : public InstalledGameTest {
 protected:
-    RunUninstallTest() {
-        boxes.clear();
-        answer = [] {
-            return IDYES;
-        };
-        before_ = bench::FolderListing(Outside());
+    // Records the boxes; `answer` is called while the question is open and returns the user's
+    // answer.
+    [[nodiscard]] auto AnswerBoxes(std::function<int()> answer) {
+        return bench::HookCall<decltype(&::MessageBoxW)>(
+            L"user32.dll", "MessageBoxW",
+            [this, answer](HWND, LPCWSTR text, LPCWSTR caption, UINT style) -> int {
+                boxes_.push_back({text, caption, style});
+                return (style & MB_TYPEMASK) == MB_YESNO ? answer() : IDOK;
+            });
     }
 
-    void SetUp() override {
-        ASSERT_TRUE(hook_.Installed());
+    // Runs the uninstaller and expects that it removes nothing. The number of boxes.
+    size_t RunInVain(std::function<int()> answer) {
+        const auto hook = AnswerBoxes(std::move(answer));
+        boxes_.clear();
+        EXPECT_FALSE(RunUninstall());
+        EXPECT_EQ(bench::FolderListing(toolFolder), before_);
+        EXPECT_TRUE(bench::ReadKey(EntryKey()));
+        return boxes_.size();
     }
 
-    void ExpectNothingRemoved() const {
-        EXPECT_EQ(bench::FolderListing(Outside()), before_);
-    }
-
-private:
-    bench::ImportHook hook_{L"user32.dll", "MessageBoxW", reinterpret_cast<void*>(&AnswerBox)};
-    std::vector<std::wstring> before_;
+    std::vector<Box> boxes_;
+    std::vector<std::wstring> before_ = bench::FolderListing(toolFolder);
 };
 
 TEST_F(RunUninstallTest, RemovesTheGameAfterAYes) {
     PutShortcut();
+    const auto hook = AnswerBoxes([] { return IDYES; });
     EXPECT_TRUE(RunUninstall());
     EXPECT_TRUE(bench::FolderListing(Outside()).empty());
     EXPECT_FALSE(bench::ReadKey(EntryKey()));
     EXPECT_FALSE(fs::exists(Shortcut()));
-    ASSERT_EQ(boxes.size(), 2U);
-    EXPECT_EQ(boxes[1].text, L"Bench Game was removed.");
-    EXPECT_EQ(boxes[1].style & MB_ICONMASK, UINT{MB_ICONINFORMATION});
-}
-
-TEST_F(RunUninstallTest, AsksWithNoAsTheDefault) {
-    RunUninstall();
-    ASSERT_FALSE(boxes.empty());
-    EXPECT_EQ(boxes[0].style & (MB_TYPEMASK | MB_DEFMASK | MB_ICONMASK),
+    ASSERT_EQ(boxes_.size(), 2U);
+    EXPECT_EQ(boxes_[0].style & (kButtonsAndIcon | MB_DEFMASK),
               UINT{MB_YESNO | MB_DEFBUTTON2 | MB_ICONWARNING});
-    EXPECT_EQ(boxes[0].caption, L"Uninstall Bench Game");
-    EXPECT_THAT(boxes[0].text, HasSubstr(L"remove Bench Game?"));
-    EXPECT_THAT(boxes[0].text, HasSubstr(L"\n" + toolFolder.native() + L"\n"));
-    EXPECT_THAT(boxes[0].text, HasSubstr(L"3 files, 27 B"));
+    EXPECT_EQ(boxes_[0].caption, L"Uninstall Bench Game");
+    EXPECT_THAT(boxes_[0].text, HasSubstr(L"remove Bench Game?"));
+    EXPECT_THAT(boxes_[0].text, HasSubstr(L"\n" + toolFolder.native() + L"\n"));
+    EXPECT_THAT(boxes_[0].text, HasSubstr(L"3 files, 27 B"));
+    EXPECT_EQ(boxes_[1].text, L"Bench Game was removed.");
+    EXPECT_EQ(boxes_[1].style & kButtonsAndIcon, UINT{MB_OK | MB_ICONINFORMATION});
 }
 
-TEST_F(RunUninstallTest, RemovesNothingAfterANo) {
+TEST_F(RunUninstallTest, RemovesNothingWithoutAYes) {
     PutShortcut();
-    const auto entry = bench::ReadKey(EntryKey());
-    answer = [] {
-        return IDNO;
-    };
-    EXPECT_FALSE(RunUninstall());
-    ExpectNothingRemoved();
-    EXPECT_EQ(bench::ReadKey(EntryKey()), entry);
+    EXPECT_EQ(RunInVain([] { return IDNO; }), 1U);
+    EXPECT_EQ(RunInVain([] { return 0; }), 1U);  // The question cannot be shown.
     EXPECT_TRUE(fs::exists(Shortcut()));
-    EXPECT_EQ(boxes.size(), 1U);
 }
 
-TEST_F(RunUninstallTest, RemovesNothingWhenTheQuestionCannotBeShown) {
-    answer = [] {
-        return 0;
-    };
-    EXPECT_FALSE(RunUninstall());
-    ExpectNothingRemoved();
-}
-
-TEST_F(RunUninstallTest, DoesNotEvenAskWhenItRefuses) {
+TEST_F(RunUninstallTest, AsksNothingIfItRefuses) {
     RegisterFolder(L"C:\\Elsewhere");
-    EXPECT_FALSE(RunUninstall());
-    ExpectNothingRemoved();
-    ASSERT_EQ(boxes.size(), 1U);
-    EXPECT_EQ(boxes[0].style & (MB_TYPEMASK | MB_ICONMASK), UINT{MB_OK | MB_ICONERROR});
-    EXPECT_EQ(boxes[0].text,
+    EXPECT_EQ(RunInVain([] { return IDYES; }), 1U);
+    EXPECT_EQ(boxes_[0].style & kButtonsAndIcon, UINT{MB_OK | MB_ICONERROR});
+    EXPECT_EQ(boxes_[0].text,
               L"Bench Game is installed in another folder:\nC:\\Elsewhere\n\nNothing was removed.");
 }
 
-TEST_F(RunUninstallTest, RefusesWhatChangedBehindTheQuestion) {
-    answer = [this] {
-        RegisterFolder(L"C:\\Elsewhere");
-        return IDYES;
-    };
-    EXPECT_FALSE(RunUninstall());
-    ExpectNothingRemoved();
-    ASSERT_EQ(boxes.size(), 2U);
-    EXPECT_THAT(boxes[1].text, HasSubstr(L"Nothing was removed."));
-}
-
-TEST_F(RunUninstallTest, RemovesNoOtherClientThanTheQuestionNamed) {
+TEST_F(RunUninstallTest, RefusesWhatChangedDuringTheQuestion) {
     const fs::path named = toolFolder;
-    answer = [this] {
-        Install(Outside() / L"other client");
-        return IDYES;
-    };
-    EXPECT_FALSE(RunUninstall());
+    EXPECT_EQ(RunInVain([this] {
+                  Install(Outside() / L"other client");
+                  return IDYES;
+              }),
+              2U);
     EXPECT_TRUE(fs::exists(named / L"bin" / L"start.exe"));
-    EXPECT_TRUE(fs::exists(toolFolder / L"bin" / L"start.exe"));
-    ASSERT_EQ(boxes.size(), 2U);
-    EXPECT_THAT(boxes[1].text, HasSubstr(L"\n" + named.native() + L"\n"));
+    EXPECT_THAT(boxes_.back().text, HasSubstr(L"\n" + named.native() + L"\n"));
+    EXPECT_EQ(RunInVain([this] {
+                  RegisterFolder(L"C:\\Elsewhere");
+                  return IDYES;
+              }),
+              2U);
+    EXPECT_THAT(boxes_.back().text, HasSubstr(L"Nothing was removed."));
 }
 
 TEST_F(RunUninstallTest, ReportsWhatStays) {
+    const auto hook = AnswerBoxes([] { return IDYES; });
     bench::WriteFile(toolFolder / L"open", "x");
     const bench::OpenElsewhere open(toolFolder / L"open", FILE_SHARE_READ);
     EXPECT_FALSE(RunUninstall());
-    ASSERT_EQ(boxes.size(), 2U);
-    EXPECT_THAT(boxes[1].text, HasSubstr(L"\n" + toolFolder.native() + L"\\open\n"));
-    EXPECT_EQ(boxes[1].style & MB_ICONMASK, UINT{MB_ICONWARNING});
-}
-
-TEST_F(RunUninstallTest, SaysThatItCouldNotBeStarted) {
-    ReportFailedStart();
-    ASSERT_EQ(boxes.size(), 1U);
-    EXPECT_EQ(boxes[0].text,
-              L"The uninstaller could not be started from the temporary folder.\n\n"
-              L"Nothing was removed.");
-    EXPECT_EQ(boxes[0].caption, L"Uninstall Bench Game");
-    EXPECT_EQ(boxes[0].style & (MB_TYPEMASK | MB_ICONMASK), UINT{MB_OK | MB_ICONERROR});
-    ExpectNothingRemoved();
+    ASSERT_EQ(boxes_.size(), 2U);
+    EXPECT_THAT(boxes_[1].text, HasSubstr(L"\n" + toolFolder.native() + L"\\open\n"));
+    EXPECT_EQ(boxes_[1].style & kButtonsAndIcon, UINT{MB_OK | MB_ICONWARNING});
 }
 
 }  // namespace
