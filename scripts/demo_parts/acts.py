@@ -1,4 +1,4 @@
-"""The acts of the demo: what the player does in each, and what must have come of it."""
+"""The acts of the demo: what the player does in each, and the expected result."""
 
 import os
 import shutil
@@ -23,7 +23,7 @@ REINSTALL_QUESTION = "Confirm Reinstall"
 SHORTCUT_QUESTION = "Create Game Shortcut"
 
 JOB_LIMIT_S = 90
-# How full the bar is in the photograph of a download.
+# How full the bar is in the screenshot of a download.
 DURING_SHARE = (0.5, 0.95)
 
 
@@ -62,13 +62,13 @@ class Act:
             self.player.photograph_screen("unexpected")
             raise
         finally:
-            # Nothing to do after a proper end.
+            # Does nothing when the tool has ended normally.
             tool.kill()
             tool.wait()
             self.report.notes(self.player.notes)
         self.after = look_at_folder(self.client)
-        self.tell_files()
-        self.tell_system()
+        self.report_files()
+        self.report_system()
         self.judge()
 
     def prepare_client(self):
@@ -80,7 +80,7 @@ class Act:
         config = self.stage.write_config(self.settings)
         code, _ = self.windows.run_demo_program("demo_stamp", tool, config)
         if code != 0:
-            raise DemoFailure("The configuration could not be put into the tool's copy.")
+            raise DemoFailure("The configuration could not be embedded in the tool's copy.")
 
     def perform(self):
         raise NotImplementedError
@@ -88,7 +88,7 @@ class Act:
     def judge(self):
         raise NotImplementedError
 
-    # What the acts have in common.
+    # Steps shared by the acts.
 
     def wait_until_ready(self):
         view = self.player.find_window()
@@ -111,9 +111,13 @@ class Act:
         wait_until("the bar is full", lambda: self.player.bar_share() == 1, 10)
         self.player.note("saw the job done")
 
-    def wait_for_startup_program(self):
+    def finish(self):
+        """Waits for the success and its startup program, and closes the tool."""
+        self.wait_for_success()
         log = os.path.join(self.client, client_package.STARTUP_LOG)
         wait_until("the startup program runs", lambda: os.path.exists(log), 20)
+        self.player.photograph_settled("after")
+        self.close(CLOSE_MARK, "close_question")
 
     def close(self, control_id, picture):
         self.player.press(control_id)
@@ -127,14 +131,14 @@ class Act:
         self.player.photograph_settled("reinstall_question", whole_screen=True)
         self.player.answer("No")
         self.player.wait_for_view(
-            "the question is gone", lambda view: not view.question and view.usable(REINSTALL)
+            "the question is closed", lambda view: not view.question and view.usable(REINSTALL)
         )
         untouched = look_at_folder(self.client) == self.before and not self.server.requests
         self.report.check(untouched, "the refused reinstall changed and requested nothing")
 
-    # What is told and judged at the end.
+    # Reported and checked at the end.
 
-    def tell_files(self):
+    def report_files(self):
         names = [
             client_package.MISSING,
             client_package.CHANGED,
@@ -149,10 +153,10 @@ class Act:
             (name, self.before.get(name, none), self.after.get(name, none)) for name in names
         )
 
-    def tell_system(self):
+    def report_system(self):
         self.entry = self.windows.installed_programs_entry(GAME)
         self.report.entry(GAME, self.entry)
-        self.report.list("Requests that the server saw", self.server.requests)
+        self.report.list("Requests received by the server", self.server.requests)
         self.report.list("Left in the temporary folder", self.windows.temporary_files())
         self.report.list("On the Desktop", self.windows.desktop_files())
 
@@ -168,7 +172,7 @@ class Act:
         check(self.exit_code == 0, "the tool ended with exit code 0")
         check(not self.windows.temporary_files(), "nothing is left in the temporary folder")
         kept = self.after.get(TOOL_NAME) == self.before[TOOL_NAME]
-        check(kept, "the tool's own file is there, unchanged")
+        check(kept, "the tool's own file is unchanged")
 
     def judge_success(self, requested):
         check = self.report.check
@@ -182,7 +186,7 @@ class Act:
         check(date == client_package.PACKED_SECONDS, "the older file has the package's date")
         built = look_at(self.stage.uninstaller)
         same = self.after.get(UNINSTALLER, FileState()).same_bytes(built)
-        check(same, f"{UNINSTALLER} is the one that was built into the tool")
+        check(same, f"{UNINSTALLER} is the embedded one")
         check(
             self.entry.get("DisplayName") == GAME
             and self.entry.get("InstallLocation") == self.folder
@@ -200,7 +204,7 @@ class Act:
                 same = self.after.get(name) == self.before[name]
                 self.report.check(same, f"the player's own {name} is kept")
             else:
-                self.report.check(name not in self.after, f"the player's own {name} is gone")
+                self.report.check(name not in self.after, f"the player's own {name} is deleted")
 
 
 class Repair(Act):
@@ -212,10 +216,7 @@ class Repair(Act):
         self.refuse_reinstall()
         self.player.press(REPAIR)
         self.photograph_download()
-        self.wait_for_success()
-        self.wait_for_startup_program()
-        self.player.photograph_settled("after")
-        self.close(CLOSE_MARK, "close_question")
+        self.finish()
 
     def judge(self):
         self.judge_success(FIRST_SERVER)
@@ -239,10 +240,7 @@ class RepairFromSecondServer(Act):
         self.player.photograph_settled("second_server")
         self.player.press(REPAIR)
         self.photograph_download()
-        self.wait_for_success()
-        self.wait_for_startup_program()
-        self.player.photograph_settled("after")
-        self.close(CLOSE_MARK, "close_question")
+        self.finish()
 
     def judge(self):
         self.judge_success(SECOND_SERVER)
@@ -264,10 +262,7 @@ class Reinstall(Act):
         self.player.read_question(SHORTCUT_QUESTION)
         self.player.photograph_settled("shortcut_question", whole_screen=True)
         self.player.answer("Yes")
-        self.wait_for_success()
-        self.wait_for_startup_program()
-        self.player.photograph_settled("after")
-        self.close(CLOSE_MARK, "close_question")
+        self.finish()
 
     def shortcut_is_offered(self):
         view = self.player.look()
@@ -281,7 +276,7 @@ class Reinstall(Act):
 
 
 class Failure(Act):
-    title = "A repair that fails, for the server damages the package"
+    title = "A repair that fails because the server damages the package"
     folder = r"C:\Games\Karvoth damaged"
     slow = False
     damages = True
@@ -310,9 +305,9 @@ class Failure(Act):
 
     def judge(self):
         check = self.report.check
-        check(self.after == self.before, "the client is as it was before, every byte and date")
+        check(self.after == self.before, "every byte and date of the client is unchanged")
         lines = [request.line for request in self.server.requests]
-        check(lines == [f"GET {FIRST_SERVER} HTTP/1.1"] * 2, "the second try downloaded afresh")
+        check(lines == [f"GET {FIRST_SERVER} HTTP/1.1"] * 2, "the second attempt downloaded the package again")
         registered = self.entry.get("InstallLocation") == self.folder
         check(not registered, "the failed repair registered nothing")
         check(self.startup_count() == 0, "the startup program was not started")

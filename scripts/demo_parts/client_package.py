@@ -1,4 +1,4 @@
-"""The sample game: its package, an installed client made from it, and what is broken there."""
+"""The sample game: its package, a client installed from it, and the damage to that client."""
 
 import calendar
 import dataclasses
@@ -10,7 +10,7 @@ import struct
 import time
 import zipfile
 
-# The package's one top folder, which the tool takes off.
+# The package's only top folder, which the tool flattens.
 TOP_FOLDER = "Karvoth 2.0.0/"
 PACKED_AT = (2026, 3, 14, 12, 0, 0)
 PACKED_SECONDS = calendar.timegm(PACKED_AT)
@@ -39,13 +39,13 @@ PLAYERS_OWN = {
     "Screenshots/first_victory.png": random.Random("victory").randbytes(80_000),
 }
 STARTUP_PROGRAM = "patcher.exe"
-# What the sample client's startup program leaves behind.
+# Written by the sample client's startup program.
 STARTUP_LOG = "patcher_started.txt"
 
 
 @dataclasses.dataclass(frozen=True)
 class FileState:
-    """What is at a path: size, digest and date, or nothing."""
+    """Size, digest and date of a file, if there is one."""
 
     size: int = -1
     digest: str = ""
@@ -60,7 +60,7 @@ class FileState:
 
     def __str__(self):
         if not self.present:
-            return "not there"
+            return "missing"
         date = time.strftime("%Y-%m-%d %H:%M:%S", time.gmtime(self.seconds))
         return f"{self.size:>10,} bytes   SHA-256 {self.digest[:8]}   {date}"
 
@@ -75,7 +75,7 @@ def look_at(path):
 
 
 def look_at_folder(folder):
-    """Each file below `folder`, by its name with forward slashes."""
+    """Each file below `folder`, by its relative path with forward slashes."""
     states = {}
     for place, _, names in os.walk(folder):
         for name in names:
@@ -85,7 +85,7 @@ def look_at_folder(folder):
 
 
 def sample_files(startup_program):
-    """Yields name and content of each file of the game, the same ones each time."""
+    """Yields name and content of each file of the game, always the same."""
     with open(startup_program, "rb") as file:
         yield STARTUP_PROGRAM, file.read()
     yield "readme.txt", b"Karvoth, a sample client. Its files hold random numbers.\r\n" * 20
@@ -100,7 +100,7 @@ def sample_files(startup_program):
 
 
 class Package:
-    """A ZIP file with the whole client, and what is in it."""
+    """A ZIP file with the whole client, and its contents."""
 
     def __init__(self, path, startup_program):
         self.path = path
@@ -115,14 +115,14 @@ class Package:
     @staticmethod
     def _entry(name):
         entry = zipfile.ZipInfo(TOP_FOLDER + name, PACKED_AT)
-        # Random numbers do not shrink, and storing them is quick.
+        # Random bytes cannot be compressed, and storing them is fast.
         entry.compress_type = zipfile.ZIP_STORED
-        # A ZIP file's own dates are local times; this field tells the moment in UTC.
+        # A ZIP file's own dates are local times; this field holds UTC.
         entry.extra = struct.pack("<HHBl", 0x5455, 5, 1, PACKED_SECONDS)
         return entry
 
     def install(self, folder):
-        """Makes a client of it, as the game's installer would, in a folder that is not there."""
+        """Installs a client in a new folder, as the game's installer would."""
         with zipfile.ZipFile(self.path) as archive:
             for entry in archive.infolist():
                 target = os.path.join(folder, entry.filename.removeprefix(TOP_FOLDER))
@@ -132,7 +132,7 @@ class Package:
                 os.utime(target, (PACKED_SECONDS, PACKED_SECONDS))
 
     def differences(self, folder):
-        """Names of the package's files that are not byte for byte in `folder`."""
+        """Names of the package's files that are missing or different in `folder`."""
         return [
             name
             for name, state in self.files.items()
@@ -141,8 +141,7 @@ class Package:
 
 
 def break_client(folder):
-    """One file is missing, one changed in a single byte, one has an older date; and the player has
-    played."""
+    """Deletes one file, changes a byte of another and the date of a third; adds player's files."""
     os.remove(os.path.join(folder, MISSING))
     with open(os.path.join(folder, CHANGED), "r+b") as file:
         file.seek(5000)

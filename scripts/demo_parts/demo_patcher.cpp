@@ -1,5 +1,5 @@
-// The sample client's startup program. It only leaves a line in the file patcher_started.txt of its
-// current folder, for each start one.
+// The sample client's startup program. Each start appends a line to patcher_started.txt in the
+// current folder.
 
 #include <fstream>
 #include <string>

@@ -1,7 +1,7 @@
 // demo_stamp TOOL.exe CONFIG.txt
 //
-// Puts a configuration text into a copy of the tool, where the text that it was built with stands.
-// Nothing else in the file changes. Ends with 0 on success and with kFailed otherwise.
+// Replaces the embedded configuration text of a copy of the tool, and nothing else. The exit code
+// is 0 on success and kFailed otherwise.
 
 #include <cstddef>
 #include <fstream>
@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kFailed = 1;
 
-// The system may prefer the copy in the user's language to the neutral one, so both get the text.
+// Windows may prefer the user's language to the neutral one, so both get the text.
 constexpr WORD kLanguages[] = {MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL),
                                MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)};
 

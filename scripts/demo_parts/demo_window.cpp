@@ -1,13 +1,13 @@
 // demo_window
 //
-// Tells what a player could see and press on the tool's window, in UTF-8, one line each, the fields
+// Prints what a player can see and press in the tool's window: UTF-8, one line each, fields
 // separated by tabs, boxes as left, top, width, height in screen pixels:
 //   window    BOX ENABLED CAPTION
 //   button    BOX ID VISIBLE ENABLED TEXT        each of the window's buttons
 //   question  BOX CAPTION TEXT                   a message box of the window
 //   answer    BOX ID TEXT                        each button of that message box
-// Switches are 0 or 1; line feeds in a text are written as "\n". Prints nothing and ends with
-// kNoWindow while there is no visible window. It looks only and changes nothing.
+// Switches are 0 or 1; a line feed in a text is written as "\n". Without a visible window it prints
+// nothing and the exit code is kNoWindow.
 
 #include <cstdio>
 #include <string>

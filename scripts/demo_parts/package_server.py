@@ -1,4 +1,4 @@
-"""A web server on loopback that hands out the sample package."""
+"""A web server on loopback for the sample package."""
 
 import dataclasses
 import http.server
@@ -8,9 +8,9 @@ import time
 
 LOOPBACK = "127.0.0.1"
 PIECE_BYTES = 64 * 1024
-# So slow that a download can be looked at.
+# Slow enough to take a screenshot of the download.
 SLOW_BYTES_PER_SECOND = 11_000_000
-# Where a slow download waits for its photograph, and how long at most.
+# Where a slow download waits for its screenshot, and the longest wait.
 PHOTOGRAPH_SHARE = 0.75
 PHOTOGRAPH_LIMIT_S = 20
 
@@ -35,7 +35,7 @@ class PackageServer(http.server.ThreadingHTTPServer):
         self.paths = paths
         self.requests = []
         self.slow = False
-        # Whether one byte of the package is wrong on its way.
+        # Whether one byte of the package is changed.
         self.damages = False
         self.photographed = threading.Event()
         threading.Thread(target=self.serve_forever, daemon=True).start()
@@ -44,7 +44,7 @@ class PackageServer(http.server.ThreadingHTTPServer):
         return f"http://{LOOPBACK}:{self.server_address[1]}{path}"
 
     def prepare(self, slow, damages):
-        """For the next act, with no requests yet."""
+        """Resets the server for the next act."""
         self.slow = slow
         self.damages = damages
         self.requests = []
@@ -87,4 +87,4 @@ class Handler(http.server.BaseHTTPRequestHandler):
             self.server.photographed.wait(PHOTOGRAPH_LIMIT_S)
 
     def log_message(self, format, *args):
-        """Nothing: the demo's report tells the requests."""
+        """Logs nothing: the demo's report lists the requests."""

@@ -1,17 +1,17 @@
 #!/usr/bin/env python3
-"""Plays the demo's acts in a scratch Windows and reports; scripts/demo prepares everything for it.
+"""Plays the demo's acts in a scratch Windows and reports. Called by scripts/demo.
 
 usage: play.py ACTS DEMO_FOLDER BUILD_FOLDER
 
 ACTS is "default", "reinstall", "fail" or "servers". DEMO_FOLDER holds the scratch Windows in
-`prefix` and gets the pictures and the report. Succeeds when everything came out as it should.
+`prefix` and receives the pictures and the report. Succeeds when every check passed.
 """
 
 import os
 import subprocess
 import sys
 
-# No folder of compiled files beside the sources.
+# No __pycache__ beside the sources.
 sys.dont_write_bytecode = True
 
 import acts
@@ -31,7 +31,7 @@ PLAYS = {
 
 
 class Stage:
-    """What the acts share."""
+    """The things that the acts share."""
 
     def __init__(self, demo, build):
         self.pictures = demo
@@ -76,12 +76,12 @@ def introduce(report, stage):
     size = os.path.getsize(stage.tool)
     package = stage.package
     report.line(f"Tool:      {os.path.relpath(stage.tool, ROOT)}, {size:,} bytes,")
-    report.line("           the file that operators ship; the demo's copies differ in the embedded")
-    report.line("           configuration text only")
+    report.line("           the file that operators ship; the demo's copies differ only in the")
+    report.line("           embedded configuration text")
     report.line(f"Package:   {len(package.files)} files, {package.state.size:,} bytes,")
     report.line(f"           SHA-256 {package.state.digest}")
-    report.line("Unpacking: Wine has no tar.exe, so a stand-in that passes its arguments to 7-Zip")
-    report.line("           takes the place of the one that every Windows brings along")
+    report.line("Unpacking: Wine has no tar.exe, so a substitute that calls 7-Zip replaces the one")
+    report.line("           that is part of Windows")
 
 
 def play(act_types, demo, build):
@@ -96,15 +96,15 @@ def play(act_types, demo, build):
             act.play()
         except (DemoFailure, subprocess.SubprocessError) as failure:
             report.check(False, str(failure))
-        report.tell_checks()
+        report.print_checks()
     pictures = sorted(name for name in os.listdir(demo) if name.endswith(".png"))
-    report.heading("Where it is")
+    report.heading("Results")
     where = os.path.relpath(demo, ROOT)
     client = os.path.relpath(stage.windows.path(act_types[0].folder), ROOT)
     report.line(f"Client:     {client}")
     report.line(f"Pictures:   {where}/{{{','.join(name[:-4] for name in pictures)}}}.png")
     report.line(f"Report:     {where}/report.txt")
-    report.line(f"Result:     {'FAILED' if report.failures else 'everything as it should be'}")
+    report.line(f"Result:     {'FAILED' if report.failures else 'all checks passed'}")
     return 1 if report.failures else 0
 
 

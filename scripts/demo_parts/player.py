@@ -1,4 +1,4 @@
-"""The player: looks at the tool's window, moves the mouse and clicks, takes photographs."""
+"""The player: looks at the tool's window, moves the mouse, clicks and takes screenshots."""
 
 import dataclasses
 import os
@@ -6,16 +6,16 @@ import subprocess
 import time
 
 POLL_S = 0.1
-# A hand is not faster, and the window wants a moment between moving and pressing.
+# As fast as a hand; the window needs a moment between moving and pressing.
 BEFORE_PRESS_S = 0.25
 PRESSED_S = 0.1
 PROGRESS_BAR = (115, 329, 630, 24)
-# What of a picture is compared to see that nothing moves any more.
+# Two pictures this far apart are equal when the window no longer changes.
 SETTLED_PAUSE_S = 0.15
 
 
 class DemoFailure(Exception):
-    """Something did not happen that the demo waits for, or is not as it should be."""
+    """Something that the demo waits for did not happen, or has the wrong result."""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -27,7 +27,7 @@ class Button:
 
 @dataclasses.dataclass
 class View:
-    """What can be seen at one moment. Boxes are left, top, width, height in screen pixels."""
+    """What is visible at one moment. Boxes are left, top, width, height in screen pixels."""
 
     box: tuple
     caption: str
@@ -72,13 +72,13 @@ def wait_until(description, condition, seconds):
     deadline = time.monotonic() + seconds
     while not (result := condition()):
         if time.monotonic() > deadline:
-            raise DemoFailure(f"Waited {seconds} s in vain: {description}.")
+            raise DemoFailure(f"Not within {seconds} s: {description}.")
         time.sleep(POLL_S)
     return result
 
 
 def find_on_screen(view):
-    """Left and top of the window, as the display knows it; none when it is not there."""
+    """Left and top of the window on the display; None when it is not there."""
     search = ["xdotool", "search", "--onlyvisible", "--name", view.caption]
     found = subprocess.run(search, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=30)
     for window in found.stdout.split():
@@ -102,7 +102,7 @@ class Player:
         self.notes.append((time.monotonic() - self.started, text))
 
     def look(self):
-        """None while there is no window."""
+        """The window's view; None while there is no window."""
         code, text = self.windows.run_demo_program("demo_window")
         return parse_view(text) if code == 0 else None
 
@@ -114,7 +114,7 @@ class Player:
         return wait_until(description, seen, seconds)
 
     def find_window(self):
-        """Waits for the window, and finds where the screen of Windows begins on the real one."""
+        """Waits for the window and finds the offset of Wine's screen on the display."""
         view = self.wait_for_view("the window appears", lambda view: True, 60)
         left, top = wait_until("the window is on the screen", lambda: find_on_screen(view), 30)
         self.offset = (left - view.box[0], top - view.box[1])
@@ -127,7 +127,7 @@ class Player:
     def window_on_screen(self):
         view = self.look()
         if view is None:
-            raise DemoFailure("The window is gone.")
+            raise DemoFailure("The window is closed.")
         return self.on_screen(view.box)
 
     def click(self, button):
@@ -163,7 +163,7 @@ class Player:
         self.note(f'answered "{text}"')
 
     def bar_share(self):
-        """How much of the progress bar is filled, as it is painted, from 0 to 1."""
+        """The painted share of the progress bar, from 0 to 1."""
         window = self.window_on_screen()
         left, top, width, height = PROGRESS_BAR
         row = grab((window[0] + left, window[1] + top + height // 2, width, 1))
@@ -171,22 +171,22 @@ class Player:
         return pixels.count(self.accent) / width
 
     def photograph(self, name, whole_screen=False):
-        """At once. Without `whole_screen` only the tool's window."""
+        """Immediately. Without `whole_screen` only the tool's window."""
         if whole_screen:
             self.photograph_screen(name)
             return
         grab(self.window_on_screen(), self.picture(name))
-        self.note(f"took the photograph {name}.png")
+        self.note(f"took the screenshot {name}.png")
 
     def photograph_screen(self, name):
         run_tool("import", "-silent", "-window", "root", self.picture(name))
-        self.note(f"took the photograph {name}.png")
+        self.note(f"took the screenshot {name}.png")
 
     def picture(self, name):
         return os.path.join(self.pictures, name + ".png")
 
     def photograph_settled(self, name, whole_screen=False):
-        """When the window no longer changes."""
+        """As soon as the window no longer changes."""
         box = self.window_on_screen()
 
         def settled():
@@ -194,5 +194,5 @@ class Player:
             time.sleep(SETTLED_PAUSE_S)
             return first == grab(box)
 
-        wait_until("the window stays as it is", settled, 20)
+        wait_until("the window no longer changes", settled, 20)
         self.photograph(name, whole_screen)

@@ -1,4 +1,4 @@
-"""The demo's report: printed line by line, and kept in a file."""
+"""The demo's report: printed line by line and written to a file."""
 
 class Report:
     def __init__(self, path):
@@ -41,11 +41,11 @@ class Report:
             self.line(f"  {item}")
 
     def check(self, passed, text):
-        """Collected for `tell_checks`, for some are made while the tool runs."""
+        """Collected for `print_checks`, because some are made while the tool runs."""
         self.checks.append((bool(passed), text))
         self.failures += not passed
 
-    def tell_checks(self):
+    def print_checks(self):
         self.line("Checks:")
         for passed, text in self.checks:
             self.line(f"  {'ok    ' if passed else 'FAILED'}  {text}")

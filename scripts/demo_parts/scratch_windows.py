@@ -1,4 +1,4 @@
-"""The scratch Windows that the demo plays in: a Wine prefix of its own."""
+"""The scratch Windows of the demo: a Wine prefix that nothing else uses."""
 
 import glob
 import os
@@ -8,8 +8,8 @@ import subprocess
 
 PROGRAM_TIME_LIMIT_S = 60
 QUIET = dict.fromkeys(("stdin", "stdout", "stderr"), subprocess.DEVNULL)
-# Message boxes come in a font that Wine draws coarsely and measures too narrow: the end of a line
-# is cut off.
+# Wine draws the default font of message boxes coarsely and measures it too narrow, so that lines
+# are truncated.
 FONT_SETTINGS = r"""
 [Software\\Wine\\Fonts\\Replacements]
 "Tahoma"="Open Sans"
@@ -22,8 +22,8 @@ UNINSTALL_KEY = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall"
 
 
 def launcher():
-    """Debian's Wine now and then fails to start a program whose address space is randomised; some
-    containers do not allow to say so."""
+    """Without address space randomization, where the container allows that: with it, Debian's Wine
+    sometimes fails to start a program."""
     wine = "/usr/lib/wine/wine64"
     command = [wine if os.access(wine, os.X_OK) else "wine"]
     fixed = ["setarch", "--addr-no-randomize"]
@@ -45,21 +45,21 @@ class ScratchWindows:
         )
 
     def begin(self):
-        """Gives this Windows what it lacks, then starts its services."""
+        """Adds what this Windows lacks, then starts its services."""
         tar = os.path.join(self.drive, "windows", "system32", "tar.exe")
         shutil.copyfile(os.path.join(self.programs, "tar_stand_in.exe"), tar)
-        # Debian's Wine does not find the font that holds the marks of a caption's buttons.
+        # Debian's Wine does not find the font with the symbols of the caption's buttons.
         for font in glob.glob("/usr/share/wine/fonts/marlett.ttf"):
             shutil.copy(font, os.path.join(self.drive, "windows", "Fonts"))
         # Wine's server reads this file when it starts.
         with open(self.registry, "a", encoding="utf-8") as registry:
             registry.write(FONT_SETTINGS)
         subprocess.run(["wineserver", "-p"], check=True, **QUIET)
-        # Services keep the files that their first program has open: not the caller's, therefore.
+        # Services inherit the open files of the first program, so start one without the caller's.
         self.start(["cmd", "/c", "exit"], self.drive).wait(PROGRAM_TIME_LIMIT_S)
 
     def path(self, windows_path):
-        """Where a path on drive C: is on this machine."""
+        """The path on this machine of a path on drive C:."""
         return os.path.join(self.drive, *windows_path.split("\\")[1:])
 
     def start(self, command, folder):
