@@ -1,20 +1,20 @@
 #!/usr/bin/env python3
-"""A web server on loopback that behaves well or badly, as the request asks, and remembers requests.
+"""A web server on loopback that behaves as the request asks, well or badly, and logs requests.
 
-  fault_server.py start FOLDER    starts one in the background unless FOLDER has one already
-  fault_server.py stop FOLDER     ends it
+  fault_server.py start FOLDER    starts one in the background unless one is running for FOLDER
+  fault_server.py stop FOLDER     stops it
   fault_server.py serve FOLDER    runs in the foreground
 
 FOLDER/ports then holds three ports: of HTTP, of HTTPS with a certificate for "localhost" (not for
 "127.0.0.1") from the authority in FOLDER/authority.der, and of HTTPS with a certificate for
-"localhost" from nobody. The server ends by itself after 15 minutes without a request, and when
-FOLDER/ports is gone or no longer its own.
+"localhost" that is self-signed. The server ends after 15 minutes without a request, and when
+FOLDER/ports is missing or belongs to another server.
 
-A request's path is /PREFIX/BEHAVIOUR/ARGUMENTS..., its query is ignored. Each test has a prefix of its
-own, under which the server keeps the requests it got: /control/log/PREFIX answers, for each, the
-scheme and the head as it arrived, each line ended by a line feed, and an empty line.
-/control/release/PREFIX ends every wait under that prefix, also a later one.
-The behaviours are the functions below whose names begin with "serve_".
+A request's path is /PREFIX/BEHAVIOR/ARGUMENTS..., its query is ignored. Each test has its own
+prefix, under which the server logs requests: /control/log/PREFIX returns, for each, the scheme and
+the head as it arrived, each line ended by a line feed, and an empty line. /control/release/PREFIX
+ends every wait under that prefix, also later ones.
+The behaviors are the functions below whose names begin with "serve_".
 """
 
 import os
@@ -25,22 +25,22 @@ import sys
 import threading
 import time
 
-# No folder of compiled files beside the sources.
+# No __pycache__ beside the sources.
 sys.dont_write_bytecode = True
 
 from fault_server_control import LOOPBACK, ports_file, read_ports, start, stop
 
 IDLE_LIMIT_S = 15 * 60
-# No behaviour keeps a connection without sending for longer than this.
+# The longest time that a connection stays silent.
 WAIT_LIMIT_S = 10
 PATTERN = bytes(range(251))
 BLOCK = PATTERN * 4177  # About 1 MB.
-# The system's record of whether to linger and for how long.
+# The format of SO_LINGER.
 LINGER = "HH" if os.name == "nt" else "ii"
 
 
 def unread_bytes(connection):
-    """What waits on either side of the connection, as the Linux kernel tells; elsewhere 0."""
+    """Unread bytes on both sides of the connection according to the Linux kernel; elsewhere 0."""
     ends = [connection.getsockname()[1], connection.getpeername()[1]]
     try:
         with open("/proc/net/tcp", encoding="ascii") as table:
@@ -57,7 +57,7 @@ def unread_bytes(connection):
 
 
 class Exchange:
-    """One connection with the one request that it is for."""
+    """One connection with its only request."""
 
     def __init__(self, server, connection, scheme):
         self.server = server
@@ -87,13 +87,13 @@ class Exchange:
             start += len(piece)
 
     def wait_until_read(self):
-        """Returns when the client has taken everything that was sent, where that can be seen."""
+        """Returns when the client has read everything that was sent, where that is visible."""
         deadline = time.monotonic() + WAIT_LIMIT_S
         while time.monotonic() < deadline and unread_bytes(self.connection):
             time.sleep(0.005)
 
     def wait(self):
-        """Sends nothing until the test allows it to go on."""
+        """Sends nothing until the test releases it."""
         self.server.release_of(self.prefix).wait(WAIT_LIMIT_S)
 
 
@@ -118,13 +118,13 @@ def serve_chunked(exchange, size):
 
 
 def serve_encoded(exchange, size):
-    """Says that the body is compressed, which it is not."""
+    """Claims that the uncompressed body is compressed."""
     exchange.send_head(200, f"Content-Length: {size}", "Content-Encoding: gzip")
     exchange.send_pattern(int(size))
 
 
 def serve_status(exchange, status, size="6"):
-    """Any status, without the headers that belong to it."""
+    """Any status, without the headers that usually come with it."""
     if status == "204":
         exchange.send_head(status)
         return
@@ -152,7 +152,7 @@ def serve_loop(exchange):
 
 
 def serve_short(exchange, announced, sent):
-    """Ends in the middle of the body as if it were the end."""
+    """Ends in the middle of the body."""
     exchange.send_head(200, f"Content-Length: {announced}")
     exchange.send_pattern(int(sent))
 
@@ -161,8 +161,8 @@ def serve_reset(exchange, announced, sent):
     """Breaks the connection in the middle of the body."""
     exchange.send_head(200, f"Content-Length: {announced}")
     exchange.send_pattern(int(sent))
-    # A reset throws away what the client has not read yet, and a client that is not waiting in a
-    # read may take it for the end.
+    # A reset discards what the client has not read yet, and a client that is not waiting in a read
+    # may mistake it for the end.
     exchange.wait_until_read()
     time.sleep(0.2)
     # Without lingering, closing resets.
@@ -172,7 +172,7 @@ def serve_reset(exchange, announced, sent):
 
 
 def serve_stall(exchange, announced, sent):
-    """Waits in the middle of the body, then goes on."""
+    """Waits in the middle of the body, then continues."""
     exchange.send_head(200, f"Content-Length: {announced}")
     exchange.send_pattern(int(sent))
     exchange.wait()
@@ -180,8 +180,8 @@ def serve_stall(exchange, announced, sent):
 
 
 def serve_stall_late(exchange, announced, sent):
-    """The same, but the last byte before the wait comes late enough to be published: the tool tells
-    its window about a download every 0.35 seconds at most. An announced size of 0 is left out."""
+    """The same, but the last byte before the wait comes late enough to be published, because the
+    tool publishes at most every 0.35 seconds. An announced size of 0 is left out."""
     if announced == "0":
         exchange.send_head(200)
     else:
@@ -194,7 +194,7 @@ def serve_stall_late(exchange, announced, sent):
 
 
 def serve_understated(exchange, announced, sent):
-    """Announces a size, but sends two chunks, whose own sizes count. The second comes late and is
+    """Announces a size, but sends two chunks, whose sizes count instead. The second comes late and is
     followed by a wait, as in serve_stall_late."""
     exchange.send_head(200, f"Content-Length: {announced}", "Transfer-Encoding: chunked")
     half = int(sent) // 2
@@ -209,7 +209,7 @@ def serve_understated(exchange, announced, sent):
 
 
 def serve_stall_and_close(exchange, announced, sent):
-    """Waits in the middle of the body, then ends as if that were the end."""
+    """Waits in the middle of the body, then ends."""
     serve_short(exchange, announced, sent)
     exchange.wait()
 
@@ -229,16 +229,16 @@ def serve_stall_in_head(exchange):
 
 
 def serve_silence(exchange):
-    """Waits without an answer, then closes."""
+    """Waits without a response, then closes."""
     exchange.wait()
 
 
 def serve_garbage(exchange):
-    exchange.connection.sendall(b"\x00\xff no answer that anybody knows\n\n" * 4)
+    exchange.connection.sendall(b"\x00\xff not a response\n\n" * 4)
 
 
 def serve_close(exchange):
-    """Closes without an answer."""
+    """Closes without a response."""
 
 
 # Where the name in the URL matters, such as "pkg.zip".
@@ -255,7 +255,7 @@ def serve_archive(exchange, name):
         exchange.connection.sendfile(file)
 
 
-BEHAVIOURS = {
+BEHAVIORS = {
     name.removeprefix("serve_"): function
     for name, function in list(globals().items())
     if name.startswith("serve_")
@@ -269,7 +269,7 @@ class Server:
         self.heads = {}  # prefix -> list of (scheme, head)
         self.releases = {}  # prefix -> Event
         self.last_request = time.monotonic()
-        # Each with what makes a connection secure, None for plain HTTP.
+        # Each with its TLS context, None for plain HTTP.
         self.listeners = [
             (self.listen(), None),
             (self.listen(), self.certificate("server")),
@@ -328,14 +328,14 @@ class Server:
             self.control(exchange, *parts)
             return
         self.log(exchange)
-        behaviour = BEHAVIOURS.get(parts[0] if parts else "")
-        if behaviour is None:
+        behavior = BEHAVIORS.get(parts[0] if parts else "")
+        if behavior is None:
             exchange.send_head(404, "Content-Length: 0")
         else:
-            behaviour(exchange, *parts[1:])
+            behavior(exchange, *parts[1:])
 
     def close(self, connection, exchange):
-        """Lets the client read everything before the connection goes."""
+        """Lets the client read everything before the connection is closed."""
         try:
             lingers = connection.getsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.calcsize(LINGER))
             if exchange is not None and not struct.unpack(LINGER, lingers)[0]:
@@ -356,7 +356,7 @@ class Server:
             exchange = Exchange(self, connection, "https" if tls else "http")
             self.answer(exchange)
         except (OSError, ValueError, TypeError, LookupError) as error:
-            # A client that went away, or that asked for something impossible.
+            # The client closed the connection or sent an invalid request.
             print(f"{error!r} {exchange.head[:80] if exchange else b''!r}", flush=True)
         self.close(connection, exchange)
         self.last_request = time.monotonic()
@@ -378,7 +378,7 @@ class Server:
     def run(self):
         for listener in self.listeners:
             threading.Thread(target=self.accept, args=listener, daemon=True).start()
-        # In one step: whoever finds the file finds all the numbers.
+        # In one step, so that a reader of the file finds all numbers.
         temporary = f"{ports_file(self.folder)}.{os.getpid()}"
         with open(temporary, "w", encoding="ascii") as file:
             file.write("{} {} {}\n".format(*self.ports))

@@ -1,4 +1,4 @@
-"""What surrounds the fault server: its port numbers, its certificates, its start and its end."""
+"""The fault server's port numbers, certificates, start and stop."""
 
 import os
 import socket
@@ -22,7 +22,7 @@ def read_ports(folder):
 
 
 def ask_running(folder, order):
-    """Whether a server answers there."""
+    """Whether a server responds there."""
     ports = read_ports(folder)
     if len(ports) != 3:
         return False
@@ -35,12 +35,12 @@ def ask_running(folder, order):
 
 
 def make_certificates(folder):
-    """An authority of our own, a certificate for "localhost" from it, and one from nobody."""
+    """A test authority, a certificate for "localhost" from it, and a self-signed one."""
 
     def openssl(*arguments):
         subprocess.run(["openssl", *arguments], cwd=folder, check=True, capture_output=True)
 
-    # Not elliptic curves: the older the Windows, the fewer of them it knows.
+    # Not elliptic curves: older versions of Windows know few of them.
     new = ["req", "-x509", "-newkey", "rsa:2048", "-noenc", "-days", "3650"]
     localhost = ["-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost",
                  "-addext", "basicConstraints=critical,CA:FALSE"]  # fmt: skip
@@ -54,16 +54,16 @@ def make_certificates(folder):
 
 
 def start(folder, command):
-    """Runs `command` with the folder in the background and waits until it answers."""
+    """Runs `command` with the folder in the background and waits until it responds."""
     if ask_running(folder, "ping"):
         return 0
     os.makedirs(folder, exist_ok=True)
     if os.path.exists(ports_file(folder)):
         os.remove(ports_file(folder))
-    # The last of the files that are made.
+    # The last of the files to be made.
     if not os.path.exists(os.path.join(folder, "stranger.pem")):
         make_certificates(folder)
-    # Nothing of the caller's stays open in the server: a test runner waits for the end of its pipe.
+    # The server must not inherit the caller's pipes: a test runner waits for their end.
     with open(os.path.join(folder, "log"), "w", encoding="utf-8") as log:
         server = subprocess.Popen(
             [*command, folder],

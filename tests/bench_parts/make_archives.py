@@ -3,8 +3,8 @@
 
 make_archives.py FOLDER
 
-Beside each NAME.zip or NAME.rar that can be unpacked stands NAME.contents: for each entry a line
-of its path, a tab and its size, then its bytes. The files are the same each time.
+Each NAME.zip or NAME.rar that can be unpacked has a NAME.contents: for each entry a line of its
+path, a tab and its size, then its bytes. The files are the same each time.
 """
 
 import os
@@ -48,7 +48,7 @@ UNICODE = [
 
 TWO_FILES = [("first.dat", b"first"), ("damaged.dat", CRC_BYTES)]
 
-# Something of everything, for jobs that run from end to end; also a file named like the tool.
+# A bit of everything, for whole jobs; also a file with the tool's name.
 SMALL_CLIENT = CLIENT + UNICODE + [
     ("Karvoth Repair.exe", b"the tool of another version"),
     ("data/maps/old/deep/c.map", b"valley " * 1_000),

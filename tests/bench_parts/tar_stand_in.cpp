@@ -1,6 +1,5 @@
-// Takes the place of Windows' tar.exe, which Wine does not have: tar.exe -xf ARCHIVE -C FOLDER.
-// Ends with 0 when everything was unpacked and with 1 otherwise, as the original does; the folder
-// must exist.
+// Replaces Windows' tar.exe, which Wine lacks: tar.exe -xf ARCHIVE -C FOLDER. As with the original,
+// the folder must exist, and the exit code is 0 when everything was unpacked and otherwise 1.
 
 #include <string>
 #include <string_view>

@@ -17,15 +17,15 @@ namespace bench {
 namespace {
 
 constexpr DWORD kPatienceMs = 30'000;
-constexpr DWORD kLookAgainMs = 2;
-constexpr ULONGLONG kSmallDiskLimit = 4'194'304;  // Larger is another disk: nothing is mounted.
+constexpr DWORD kPollMs = 2;
+constexpr ULONGLONG kSmallDiskLimit = 4'194'304;  // A larger disk means that nothing is mounted.
 
-// A process that has ended can hold on to its exe and its current folder for a moment more. Repeats
-// what fails because of that, until it works or takes too long; the error, ERROR_SUCCESS for none.
+// Repeats an action that fails because a process that has just ended still holds its exe or current
+// folder, until it succeeds or takes too long. Returns the last error or ERROR_SUCCESS.
 template <class Action>
-DWORD InsistOn(Action action) {
+DWORD RetryWhileHeld(Action action) {
     const ULONGLONG deadline = ::GetTickCount64() + kPatienceMs;
-    for (;; ::Sleep(kLookAgainMs)) {
+    for (;; ::Sleep(kPollMs)) {
         const DWORD error = action() ? ERROR_SUCCESS : ::GetLastError();
         const bool isHeld = error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
         if (!isHeld || ::GetTickCount64() > deadline) {
@@ -75,11 +75,11 @@ UnpackerMachine::~UnpackerMachine() {
     toolExePath = formerToolExePath_;
     std::error_code ignored;
     fs::current_path(formerCurrentFolder_, ignored);
-    // Else the scratch folder could not be removed.
+    // Otherwise the scratch folder could not be removed.
     for (const fs::path& program : programs_) {
-        InsistOn([&] { return ::DeleteFileW(program.c_str()); });
+        RetryWhileHeld([&] { return ::DeleteFileW(program.c_str()); });
     }
-    InsistOn([this] { return ::RemoveDirectoryW(CurrentFolder().c_str()); });
+    RetryWhileHeld([this] { return ::RemoveDirectoryW(CurrentFolder().c_str()); });
 }
 
 fs::path UnpackerMachine::ToolFolder() const {
@@ -137,7 +137,7 @@ void UnpackerMachine::PutPowerShell() const {
 void UnpackerMachine::PutProgram(const fs::path& source, const fs::path& program) const {
     fs::create_directories(program.parent_path());
     const DWORD error =
-        InsistOn([&] { return ::CopyFileW(source.c_str(), program.c_str(), FALSE); });
+        RetryWhileHeld([&] { return ::CopyFileW(source.c_str(), program.c_str(), FALSE); });
     if (error != ERROR_SUCCESS) {
         throw std::system_error(static_cast<int>(error), std::system_category(),
                                 "copy " + source.string());
@@ -176,7 +176,7 @@ std::vector<ProgramRun> UnpackerMachine::AwaitRuns(size_t count) const {
             runs.resize(count);
             return runs;
         }
-        ::Sleep(kLookAgainMs);
+        ::Sleep(kPollMs);
     }
 }
 

@@ -13,7 +13,7 @@
 
 namespace bench {
 
-// How a recorder (recorder.cpp) was started.
+// One start of a recorder (recorder.cpp).
 struct ProgramRun {
     std::wstring program;  // Its full path.
     std::wstring commandLine;
@@ -22,13 +22,13 @@ struct ProgramRun {
     std::string show;     // The show state; SW_HIDE is "0".
     std::wstring mark;    // The environment variable BENCH_MARK.
     DWORD processId = 0;
-    std::optional<uint32_t> endCode;  // None while it runs and when it was ended from outside.
+    std::optional<uint32_t> endCode;  // Empty while it runs and after it was terminated.
 };
 
-// A machine that has the unpacking programs that a test puts there and no others: program folders,
-// search path, current folder and the tool's own folder are fresh folders of this test, until the
-// object goes. The job's record is as at the start. A bare tar.exe or powershell.exe is looked for
-// in the current folder before the system's own, so a test that lets one be started puts one there.
+// A machine with only the unpacking programs that a test puts there: as long as the object lives,
+// program folders, search path, current folder and the tool's folder are fresh folders. The job's
+// record is reset. A bare tar.exe or powershell.exe is searched for in the current folder before
+// Windows' own, so a test that causes such a start puts one there.
 class UnpackerMachine {
 public:
     UnpackerMachine();
@@ -41,22 +41,22 @@ public:
     std::filesystem::path ProgramFolder32() const;  // The value of ProgramFiles(x86).
     std::filesystem::path SearchFolder() const;     // The one folder in PATH.
     std::filesystem::path CurrentFolder() const;
-    // For anything else; also where StagingFolder() lies, which does not exist yet.
+    // For anything else; also the parent of StagingFolder(), which does not exist yet.
     const std::filesystem::path& Root() const;
     std::filesystem::path StagingFolder() const;
 
-    // Puts a recorder at `program`, which follows `plan` (see recorder.cpp).
+    // A recorder that follows `plan` (see recorder.cpp).
     void PutRecorder(const std::filesystem::path& program, std::string_view plan) const;
-    // A file that the system refuses to start.
+    // A file that Windows refuses to start.
     void PutUnstartable(const std::filesystem::path& program) const;
     void PutSevenZip(const std::filesystem::path& program) const;
-    // The ones that really unpack, in the current folder.
+    // Programs that really unpack, in the current folder.
     void PutTar() const;
     void PutPowerShell() const;
 
-    // The recorders that were started so far, in order.
+    // The recorders started so far, in order.
     std::vector<ProgramRun> Runs() const;
-    // Waits until that many were started. When it takes too long, the test has failed.
+    // Waits until that many were started; fails the test if this takes too long.
     std::vector<ProgramRun> AwaitRuns(size_t count) const;
 
 private:
@@ -73,13 +73,13 @@ private:
     EnvironmentVariable records_;
 };
 
-// A process by its id, opened while it runs. Null when there is none.
+// Null when there is no such process.
 KernelHandle OpenRunningProcess(DWORD processId);
 
-// Waits for its end, but not for ever. None when it still runs.
+// Waits for the end of the process. Empty if this takes too long.
 std::optional<DWORD> AwaitExitCode(const KernelHandle& process);
 
-// A disk of 2 MB, empty, as another volume than the prefix's. Throws std::runtime_error when it is
+// An empty disk of 2 MB, on another volume than the prefix. Throws std::runtime_error when it is
 // not mounted; only the bench can mount it.
 std::filesystem::path EmptySmallDisk();
 

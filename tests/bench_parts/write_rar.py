@@ -21,9 +21,9 @@ def rar4_block(block_type, flags, body):
 
 
 def rar4_name(name):
-    """The bytes of a name and the flag that tells their form.
+    """The bytes of a name and the flag for their format.
 
-    A name beyond ASCII is an 8-bit stand-in, NUL, and the packed UTF-16 units: one byte of high
+    A name beyond ASCII is an 8-bit substitute, NUL, and the packed UTF-16 units: one byte of high
     bits (unused here), then for each four units a byte of four 2-bit modes and the units; mode 2
     is a whole unit.
     """
@@ -37,8 +37,8 @@ def rar4_name(name):
         group = units[first : first + 4]
         packed.append(sum(2 << (6 - 2 * i) for i in range(len(group))))
         packed += b"".join(group)
-    stand_in = name.encode("ascii", "replace").replace(b"?", b"_")
-    return stand_in + b"\0" + bytes(packed), 0x200
+    substitute = name.encode("ascii", "replace").replace(b"?", b"_")
+    return substitute + b"\0" + bytes(packed), 0x200
 
 
 def rar4(items):
@@ -84,7 +84,7 @@ def rar5(items):
     for name, data in items:
         is_folder = name.endswith("/")
         name_bytes = name.rstrip("/").encode("utf-8")
-        # A file header that announces a data area, also an empty one: some programs want it.
+        # A file header with a data area, even if it is empty: some programs require it.
         body = vint(2) + vint(2) + vint(len(data))
         # Folder, or file with time and CRC-32.
         body += vint(1 if is_folder else 2 | 4) + vint(len(data))
