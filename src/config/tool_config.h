@@ -17,6 +17,11 @@ inline constexpr std::wstring_view kDefaultVcRedistUrl =
 
 inline constexpr std::wstring_view kDefaultStartupExe = L"patcher.exe";
 inline constexpr std::wstring_view kDefaultRepairToolName = L"KrvBrennickInstaller.exe";
+inline constexpr std::wstring_view kDefaultToolTitle = L"KrvBrennickInstaller";
+
+// Replace texts that an operator left blank.
+inline constexpr std::wstring_view kFallbackGameName = L"Karvoth";
+inline constexpr std::wstring_view kFallbackPublisher = L"Brennick";
 
 // Everything that differs between games. The downloader, the installer and the uninstaller of a
 // game use the same keys: this tool reads all of them and uses some. The member initializers are
@@ -42,7 +47,7 @@ struct ToolConfig {
     std::wstring shortcutName = L"Karvoth";
     std::wstring discordUrl;
     std::wstring websiteUrl;
-    std::wstring repairToolName = L"KrvBrennickInstaller.exe";
+    std::wstring repairToolName{kDefaultRepairToolName};
     std::wstring downloadTitle = L"DOWNLOAD & INSTALL";
     std::wstring downloadSubtitle;
     std::wstring accentHex = L"FFA640";
@@ -60,8 +65,8 @@ struct ToolConfig {
     std::wstring programsDisplayName = L"Karvoth";
     std::wstring programsPublisher = L"Brennick";
     std::wstring programsDisplayVersion = L"2.0.0";
-    std::wstring repairFileDescription = L"KrvBrennickInstaller";
-    std::wstring repairProductName = L"KrvBrennickInstaller";
+    std::wstring repairFileDescription{kDefaultToolTitle};
+    std::wstring repairProductName{kDefaultToolTitle};
     std::wstring repairProductVersion = L"2.0.0";
     std::wstring repairCopyright{kDefaultCopyright};
     std::wstring repairLanguage = L"0409";

@@ -11,7 +11,6 @@ std::wstring selectedPackageUrl;
 
 namespace {
 
-constexpr std::wstring_view kFallbackArchiveName = L"KrvBrennickInstaller";
 constexpr std::wstring_view kJobFolderPrefix = L"KrvBrennickRepair_";
 
 std::wstring TrimmedOr(std::wstring_view text, const std::wstring& fallback) {
@@ -66,9 +65,8 @@ ArchiveKind DetectArchiveKind(std::wstring_view hint) {
 
 std::wstring ArchiveFileName(std::wstring_view repairToolName, uint32_t processId,
                              uint64_t milliseconds, ArchiveKind kind) {
-    return SanitizeFileName(repairToolName, kFallbackArchiveName) + L"_" +
-           std::to_wstring(processId) + L"_" + std::to_wstring(milliseconds) +
-           (kind == ArchiveKind::Rar ? L".rar" : L".zip");
+    return SanitizeFileName(repairToolName, kDefaultToolTitle) + L"_" + std::to_wstring(processId) +
+           L"_" + std::to_wstring(milliseconds) + (kind == ArchiveKind::Rar ? L".rar" : L".zip");
 }
 
 std::wstring JobFolderName(uint32_t processId, uint64_t milliseconds) {

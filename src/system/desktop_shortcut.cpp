@@ -15,7 +15,6 @@
 namespace {
 
 constexpr std::wstring_view kLinkExtension = L".lnk";
-constexpr std::wstring_view kFallbackName = L"Karvoth";
 
 ComPointer<IShellLinkW> MakeShellLink() {
     void* link = nullptr;
@@ -39,7 +38,7 @@ bool SaveShellLink(IShellLinkW& link, const std::filesystem::path& linkPath) {
 }  // namespace
 
 std::wstring ShortcutFileName(const ToolConfig& config) {
-    const std::wstring name = SanitizeFileName(config.shortcutName, kFallbackName);
+    const std::wstring name = SanitizeFileName(config.shortcutName, kFallbackGameName);
     return LowerCase(FileNameExtension(name)) == kLinkExtension ? name
                                                                 : name + kLinkExtension.data();
 }

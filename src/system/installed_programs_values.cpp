@@ -13,8 +13,6 @@ namespace {
 constexpr std::wstring_view kUninstallKeysPath =
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
 constexpr std::wstring_view kKeyNamePrefix = L"Quellstone.";
-constexpr std::wstring_view kFallbackName = L"Karvoth";
-constexpr std::wstring_view kFallbackPublisher = L"Brennick";
 constexpr uint64_t kBytesPerKibibyte = 1024;
 
 // The first text that is not blank, trimmed; `fallback` if all are blank.
@@ -41,7 +39,7 @@ std::wstring DateDigits(const SYSTEMTIME& date) {
 
 std::wstring ProgramsDisplayName(const ToolConfig& config) {
     return FirstNotBlank({config.programsDisplayName, config.shortcutName, config.downloaderName},
-                         kFallbackName);
+                         kFallbackGameName);
 }
 
 std::wstring ProgramsPublisher(const ToolConfig& config) {
@@ -56,7 +54,7 @@ std::wstring ProgramsDisplayVersion(const ToolConfig& config) {
 
 std::wstring BuildUninstallKeyName(const ToolConfig& config) {
     const std::wstring name = ReplaceFileNameCharacters(ProgramsDisplayName(config));
-    return std::wstring(kKeyNamePrefix) + FirstNotBlank({name}, kFallbackName);
+    return std::wstring(kKeyNamePrefix) + FirstNotBlank({name}, kFallbackGameName);
 }
 
 std::wstring UninstallKeyPath(const ToolConfig& config) {

@@ -17,7 +17,6 @@
 namespace {
 
 constexpr wchar_t kWindowClassName[] = L"Quellstone.RepairTool";
-constexpr wchar_t kFirstTitle[] = L"KrvBrennickInstaller";  // Until the configuration is loaded.
 constexpr int kUiFontHeightPx = 15;
 
 HFONT CreateUiFont() {
@@ -165,7 +164,7 @@ HWND CreateMainWindow(HINSTANCE instance, int showCommand) {
     RegisterWindowClass(instance);
     const int left = (::GetSystemMetrics(SM_CXSCREEN) - kWindow.width) / 2;
     const int top = (::GetSystemMetrics(SM_CYSCREEN) - kWindow.height) / 2;
-    mainWindow = ::CreateWindowExW(WS_EX_APPWINDOW, kWindowClassName, kFirstTitle,
+    mainWindow = ::CreateWindowExW(WS_EX_APPWINDOW, kWindowClassName, kDefaultToolTitle.data(),
                                    WS_POPUP | WS_MINIMIZEBOX, left, top, kWindow.width,
                                    kWindow.height, nullptr, nullptr, instance, nullptr);
     if (mainWindow == nullptr) {
