@@ -4,6 +4,9 @@
 # once for all brands; each brand adds its uninstaller, which the tool embeds, and the tool itself.
 # `repairToolName` in config.txt names the exe, and the `repair*` keys fill its version resource.
 
+configure_file("${PROJECT_SOURCE_DIR}/resources/engine_version.h.in"
+               "${PROJECT_BINARY_DIR}/generated/engine_version.h" @ONLY)
+
 set(brand_version_program "${CMAKE_CURRENT_LIST_DIR}/brand_version.py")
 set(brand_defaults "${PROJECT_SOURCE_DIR}/src/config/tool_config.h")
 
@@ -53,8 +56,11 @@ function(add_branded_uninstaller target brand_folder output_folder)
         APPEND
         PROPERTY OBJECT_DEPENDS
                  "${config_file};${brand_folder}/tool.ico;${generated}/brand_version.h"
-                 "${PROJECT_SOURCE_DIR}/resources/uninstaller.manifest")
-    target_include_directories(${target} PRIVATE "${generated}" "${brand_folder}")
+                 "${PROJECT_SOURCE_DIR}/resources/uninstaller.manifest"
+                 "${PROJECT_SOURCE_DIR}/resources/version_info.rc"
+                 "${PROJECT_BINARY_DIR}/generated/engine_version.h")
+    target_include_directories(${target} PRIVATE "${generated}" "${PROJECT_BINARY_DIR}/generated"
+                                                 "${brand_folder}")
     target_link_libraries(${target} PRIVATE uninstaller_core)
     set_target_properties(${target} PROPERTIES OUTPUT_NAME Uninstall RUNTIME_OUTPUT_DIRECTORY
                                                                      "${output_folder}")
@@ -85,7 +91,8 @@ function(add_branded_tool target brand_folder)
         PROPERTY OBJECT_DEPENDS
                  "${config_file};${brand_folder}/background.jpg;${brand_folder}/logo.png"
                  "${brand_folder}/tool.ico;${PROJECT_SOURCE_DIR}/resources/tool.manifest"
-                 "${generated}/brand_version.h")
+                 "${generated}/brand_version.h" "${PROJECT_SOURCE_DIR}/resources/version_info.rc"
+                 "${PROJECT_BINARY_DIR}/generated/engine_version.h")
     if(NOT is_multi_config)
         # This property takes no generator expression. Visual Studio does not need these entries: it
         # records which files the resource compiler reads.
@@ -93,8 +100,9 @@ function(add_branded_tool target brand_folder)
                                                         "${uninstaller_folder}/Uninstall.exe")
     endif()
     add_dependencies(${target} ${target}_uninstaller)
-    target_include_directories(${target} PRIVATE "${generated}" "${uninstaller_folder}"
-                                                 "${brand_folder}")
+    target_include_directories(
+        ${target} PRIVATE "${generated}" "${PROJECT_BINARY_DIR}/generated" "${uninstaller_folder}"
+                          "${brand_folder}")
     target_link_libraries(${target} PRIVATE repair_core)
     string(REGEX REPLACE "\\.[Ee][Xx][Ee]$" "" output_name "${file_name}")
     # A folder for each brand, because two brands may name their exe alike. The tests expect it beside

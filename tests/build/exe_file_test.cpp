@@ -147,7 +147,8 @@ TEST_F(ToolFile, VersionResourceHasTheBrandsRepairTexts) {
                         {L"FileVersion", config.repairProductVersion},
                         {L"LegalCopyright", config.repairCopyright},
                         {L"CompanyName", config.programsPublisher},
-                        {L"OriginalFilename", config.repairToolName}});
+                        {L"OriginalFilename", config.repairToolName},
+                        {L"EngineVersion", ENGINE_VERSION}});
     EXPECT_EQ(exe_.VersionNumbers().dwFileVersionMS, 0x00020000u);
     EXPECT_EQ(exe_.VersionNumbers().dwFileVersionLS, 0u);
 }
@@ -161,7 +162,8 @@ TEST(OddBrand, VersionResourceHasItsTextsAsTheToolReadsThem) {
                         {L"ProductName", L"C:\\Odd \u00A9 \u00C4"},
                         {L"ProductVersion", L"1.08.20.3000-rc4"},
                         {L"CompanyName", L"Brennick"},
-                        {L"LegalCopyright", std::wstring(kDefaultCopyright)}});
+                        {L"LegalCopyright", std::wstring(kDefaultCopyright)},
+                        {L"EngineVersion", ENGINE_VERSION}});
     EXPECT_EQ(exe.VersionNumbers().dwFileVersionMS, 0x00010008u);
     EXPECT_EQ(exe.VersionNumbers().dwFileVersionLS, (20u << 16) | 3000u);
 }
@@ -181,7 +183,8 @@ TEST_F(ToolFile, CarriesTheUninstallerOfItsGame) {
                         {L"ProductName", config.uninstallerProductName},
                         {L"ProductVersion", config.uninstallerProductVersion},
                         {L"LegalCopyright", config.uninstallerCopyright},
-                        {L"OriginalFilename", L"Uninstall.exe"}});
+                        {L"OriginalFilename", L"Uninstall.exe"},
+                        {L"EngineVersion", ENGINE_VERSION}});
     const std::string manifest(uninstaller.Manifest());
     EXPECT_THAT(manifest, HasSubstr("level=\"asInvoker\""));
     // It draws nothing itself, so it is sharp on every monitor.
