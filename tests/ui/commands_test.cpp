@@ -5,6 +5,7 @@
 
 #include "job/job_thread.h"
 #include "package/package_source.h"
+#include "ui/erase_counter.h"
 #include "ui/open_window.h"
 #include "ui/player.h"
 #include "ui/window_state.h"
@@ -42,44 +43,6 @@ TEST_F(Commands, RepairTakesTheChosenServerIfThereAreSeveral) {
         JoinJobThread();
     }
 }
-
-// Counts how often a window is erased while the object lives.
-class EraseCounter {
-public:
-    explicit EraseCounter(HWND window) : window_(window) {
-        EXPECT_TRUE(::SetPropW(window_, kProperty, this));
-        former_ = Replace(&Count);
-    }
-    ~EraseCounter() {
-        Replace(former_);
-        ::RemovePropW(window_, kProperty);
-    }
-    EraseCounter(const EraseCounter&) = delete;
-    EraseCounter& operator=(const EraseCounter&) = delete;
-
-    [[nodiscard]] int Erasures() const {
-        return erasures_;
-    }
-
-private:
-    static constexpr wchar_t kProperty[] = L"EraseCounter";
-
-    static LRESULT CALLBACK Count(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-        auto* const counter = static_cast<EraseCounter*>(::GetPropW(window, kProperty));
-        counter->erasures_ += message == WM_ERASEBKGND ? 1 : 0;
-        return ::CallWindowProcW(counter->former_, window, message, wParam, lParam);
-    }
-
-    WNDPROC Replace(WNDPROC procedure) const {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): the system keeps the address as a number.
-        return reinterpret_cast<WNDPROC>(
-            ::SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure)));
-    }
-
-    HWND window_;
-    WNDPROC former_ = nullptr;
-    int erasures_ = 0;
-};
 
 TEST_F(Commands, ChoosingAServerRedrawsBothServerButtonsWithErasingAndNothingElse) {
     const OpenWindow window({.config = TwoServers()});

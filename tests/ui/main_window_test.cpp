@@ -147,7 +147,7 @@ std::pair<HICON, HICON> IconsWhen(std::pair<HICON, HICON> loaded) {
             icons = {windowClass->hIcon, windowClass->hIconSm};
             return 0;
         });
-    CreateMainWindow(::GetModuleHandleW(nullptr), SW_HIDE);
+    EXPECT_EQ(CreateMainWindow(::GetModuleHandleW(nullptr), SW_HIDE), nullptr);
     return icons;
 }
 
