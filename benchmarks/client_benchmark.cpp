@@ -1,5 +1,5 @@
 // Verification and repair of a client: one that agrees with the package, one with changed files and
-// an empty one. Beside each a loop that does nothing but the platform calls this takes at least:
+// an empty one. Each compared with a loop of the fewest platform calls that it takes:
 // list the package, open and read both files, compare, copy what differs.
 
 #include <algorithm>

@@ -1,6 +1,6 @@
-// Download throughput beside a loop that does nothing but read and write, and the peak memory of
+// Download throughput compared with a plain read-and-write loop, and the peak memory of
 // a small and a large package. Wants the fault server, which is slower than many a web server: it
-// bounds both throughputs, so the processor time of the client stands beside them.
+// bounds both throughputs, so the processor time of the client is printed too.
 
 #include <memory>
 #include <string>

@@ -1,4 +1,4 @@
-// SHA-256 throughput beside a loop that does nothing but read and hash, with the tool's parameters,
+// SHA-256 throughput compared with a plain read-and-hash loop with the tool's parameters,
 // and the peak memory of a small and a large package.
 
 #include <string>

@@ -34,7 +34,7 @@ void PrintComparison(std::string_view what, uint64_t bytes, const Comparison& co
 void PrintTimes(std::string_view what, std::string_view bareName, const Comparison& comparison);
 
 // One line: the processor time that each spent on a round, on average. Tells more than the
-// throughput where most of the time goes by in another program.
+// throughput where another program takes most of the time.
 void PrintCpuTimes(std::string_view what, const Comparison& comparison);
 
 // One line: by how much the program's peak memory grows from a small package to a large one.

@@ -1,5 +1,5 @@
-// How long the tool takes to show its window, beside a program that does nothing else, and how long
-// a repaint takes, beside the single copy to the screen that every flicker-free one needs.
+// How long the tool takes to show its window, compared with a program that does only that, and how
+// long a repaint takes, beside the single copy to the screen that every flicker-free one needs.
 
 #include <array>
 #include <filesystem>
@@ -66,7 +66,7 @@ bool AwaitAccent(bool shown) {
     return true;
 }
 
-// From the start of a program until its window is painted; the program goes on.
+// From the start of a program until its window is painted; the program keeps running.
 class ShownProgram {
 public:
     bool Start(const fs::path& exe) {

@@ -1,6 +1,6 @@
-// The `main` of every test program. It differs from GoogleTest's own in what an unattended run
-// needs: no dialog waits for an answer, nothing printed is lost in a crash, and the last line of a
-// successful run is a marker that the runner looks for, because an exit code alone can lie.
+// The `main` of every test program. It adds to GoogleTest's own what an unattended run needs: no
+// dialog blocks it, no output is lost in a crash, and a successful run ends with a marker line that
+// the runner looks for, because exit codes alone can be wrong.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -38,7 +38,7 @@ void PrepareOutput() {
     std::setvbuf(stdout, nullptr, _IONBF, 0);
 }
 
-// False when the tests were only listed, or when a filter left none.
+// False if the tests were only listed or all filtered out.
 bool HasRunAnyTest() {
     const testing::UnitTest& run = *testing::UnitTest::GetInstance();
     return run.successful_test_count() + run.failed_test_count() + run.skipped_test_count() > 0;

@@ -1,4 +1,4 @@
-// Tests of the bench itself: a tool that lies makes every other test worthless.
+// Tests of the bench itself: with a wrong tool every other test is worthless.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>
@@ -8,6 +8,7 @@
 #include <string>
 #include <system_error>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/import_hook.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/skipping.h"
@@ -22,7 +23,7 @@ using bench::ScratchFolder;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Values that a test can tell from real ones.
+// Values that no real call returns.
 constexpr ULONGLONG kFakeTick = 4242;
 constexpr ULONGLONG kOtherFakeTick = 2424;
 
@@ -30,8 +31,8 @@ ULONGLONG WINAPI FakeTickCount() {
     return kFakeTick;
 }
 
-// A function of its own: an optimized one loads an import's address once, however often it calls.
-// Through a pointer that the compiler cannot see through, for else it would be inlined.
+// An optimized function loads an import's address only once, so each call is made in a separate
+// one, through a volatile pointer so that it is not inlined.
 ULONGLONG CallTickCount() {
     return ::GetTickCount64();
 }
@@ -39,11 +40,6 @@ ULONGLONG (*volatile tickCount)() = &CallTickCount;
 
 ULONGLONG WINAPI OtherFakeTickCount() {
     return kOtherFakeTick;
-}
-
-BOOL WINAPI RefuseToMoveFile(LPCWSTR, LPCWSTR, DWORD) {
-    ::SetLastError(ERROR_SHARING_VIOLATION);
-    return FALSE;
 }
 
 bool Exists(const fs::path& path) {
@@ -72,51 +68,46 @@ DWORD ListingError(const fs::path& folder) {
     return search ? ERROR_SUCCESS : ::GetLastError();
 }
 
-TEST(ImportHook, ReplacesAndRestoresAFunction) {
+TEST(ImportHook, ReplacesAFunctionAndRestoresItInReverseOrder) {
     {
-        const ImportHook hook(L"KERNEL32.dll", "GetTickCount64",
-                              reinterpret_cast<void*>(&FakeTickCount));
-        ASSERT_TRUE(hook.Installed());
+        const ImportHook outer(L"Kernel32.DLL", "GetTickCount64",
+                               reinterpret_cast<void*>(&FakeTickCount));
+        ASSERT_TRUE(outer.Installed()) << "the DLL's name in other letter case";
+        EXPECT_EQ(tickCount(), kFakeTick);
+        const auto original = outer.Original<decltype(&::GetTickCount64)>();
+        ASSERT_NE(original, nullptr);
+        EXPECT_NE(original(), kFakeTick);
+        {
+            const ImportHook inner(L"kernel32.dll", "GetTickCount64",
+                                   reinterpret_cast<void*>(&OtherFakeTickCount));
+            EXPECT_EQ(tickCount(), kOtherFakeTick);
+        }
         EXPECT_EQ(tickCount(), kFakeTick);
     }
     EXPECT_NE(tickCount(), kFakeTick);
 }
 
-TEST(ImportHook, ReachesCallsFromStaticLibraries) {
+TEST(HookCall, ReachesCallsFromStaticLibrariesAndTheRealFunctionStaysAvailable) {
     const ScratchFolder scratch;
     bench::WriteFile(scratch.Path() / L"a.txt", "");
-    const ImportHook hook(L"kernel32.dll", "MoveFileExW",
-                          reinterpret_cast<void*>(&RefuseToMoveFile));
-    ASSERT_TRUE(hook.Installed());
+    int calls = 0;
+    const auto hook = bench::HookCall<decltype(&::MoveFileExW)>(
+        L"kernel32.dll", "MoveFileExW", [&](auto... arguments) -> BOOL {
+            if (++calls == 1) {
+                ::SetLastError(ERROR_SHARING_VIOLATION);
+                return FALSE;
+            }
+            return bench::RealFunction<decltype(&::MoveFileExW)>(L"kernel32.dll",
+                                                                 "MoveFileExW")(arguments...);
+        });
     std::error_code error;
     fs::rename(scratch.Path() / L"a.txt", scratch.Path() / L"b.txt", error);
     EXPECT_TRUE(error);
     EXPECT_THAT(bench::FolderListing(scratch.Path()), ElementsAre(L"a.txt"));
-}
-
-TEST(ImportHook, MatchesTheDllInAnyLetterCase) {
-    const ImportHook hook(L"Kernel32.DLL", "GetTickCount64",
-                          reinterpret_cast<void*>(&FakeTickCount));
-    EXPECT_TRUE(hook.Installed());
-}
-
-TEST(ImportHook, OffersTheOriginal) {
-    const ImportHook hook(L"kernel32.dll", "GetTickCount64",
-                          reinterpret_cast<void*>(&FakeTickCount));
-    const auto original = hook.Original<decltype(&::GetTickCount64)>();
-    ASSERT_NE(original, nullptr);
-    EXPECT_NE(original(), kFakeTick);
-}
-
-TEST(ImportHook, NestsInReverseOrder) {
-    const ImportHook outer(L"kernel32.dll", "GetTickCount64",
-                           reinterpret_cast<void*>(&FakeTickCount));
-    {
-        const ImportHook inner(L"kernel32.dll", "GetTickCount64",
-                               reinterpret_cast<void*>(&OtherFakeTickCount));
-        EXPECT_EQ(tickCount(), kOtherFakeTick);
-    }
-    EXPECT_EQ(tickCount(), kFakeTick);
+    fs::rename(scratch.Path() / L"a.txt", scratch.Path() / L"b.txt", error);
+    EXPECT_FALSE(error);
+    EXPECT_THAT(bench::FolderListing(scratch.Path()), ElementsAre(L"b.txt"));
+    EXPECT_EQ(calls, 2);
 }
 
 // Whether the system accepts the request for its common controls.
@@ -145,7 +136,7 @@ TEST(ImportHook, ReplacesAFunctionThatIsResolvedAtItsFirstCall) {
     EXPECT_TRUE(initializesControls());
 }
 
-TEST(ImportHook, SaysWhenThereIsNothingToReplace) {
+TEST(ImportHook, IsNotInstalledForAFunctionThatIsNotImported) {
     const ImportHook unknownFunction(L"kernel32.dll", "NoSuchFunction",
                                      reinterpret_cast<void*>(&FakeTickCount));
     const ImportHook unknownDll(L"no_such.dll", "GetTickCount64",
@@ -164,7 +155,7 @@ TEST(Bench, StartsWithEmptyFolders) {
     EXPECT_THAT(bench::FolderListing(L"C:\\bench"), IsEmpty());
 }
 
-TEST(ScratchFolder, IsFreshAndGoesWithItsContent) {
+TEST(ScratchFolder, IsFreshAndRemovedWithItsContent) {
     fs::path folder;
     {
         const ScratchFolder scratch;
@@ -181,7 +172,7 @@ TEST(ScratchFolder, IsFreshAndGoesWithItsContent) {
     EXPECT_FALSE(Exists(folder));
 }
 
-TEST(ScratchFolder, TakesAnEntryNamedLikeADriveForWhatItIs) {
+TEST(ScratchFolder, RemovesAnEntryNamedLikeADrive) {
     SKIP_ON_WINDOWS("Windows has no such names");
     fs::path folder;
     {
@@ -194,7 +185,7 @@ TEST(ScratchFolder, TakesAnEntryNamedLikeADriveForWhatItIs) {
     EXPECT_FALSE(Exists(folder));
 }
 
-TEST(ScratchFolder, LeavesTheTargetsOfLinksAlone) {
+TEST(ScratchFolder, KeepsTheTargetsOfLinks) {
     const ScratchFolder kept;
     bench::WriteFile(kept.Path() / L"sub" / L"inside.txt", "kept");
     bench::WriteFile(kept.Path() / L"file.txt", "kept");
@@ -221,16 +212,11 @@ TEST(ScratchFolder, FailsTheTestWhenSomethingIsStillOpen) {
     fs::remove_all(folder);
 }
 
-TEST(FileHelpers, KeepBytesAsTheyAre) {
+TEST(FileHelpers, KeepBytesAndTimes) {
     const ScratchFolder scratch;
     const std::string bytes("a\r\n\0\xff\x1a", 6);
     bench::WriteFile(scratch.Path() / L"b.dat", bytes);
     EXPECT_EQ(bench::ReadFile(scratch.Path() / L"b.dat"), bytes);
-}
-
-TEST(FileHelpers, KeepTimesToTheTick) {
-    const ScratchFolder scratch;
-    bench::WriteFile(scratch.Path() / L"b.dat", "");
     constexpr std::uint64_t kTime = 133'000'000'000'000'001;
     bench::SetWriteTime(scratch.Path() / L"b.dat", kTime);
     EXPECT_EQ(bench::GetWriteTime(scratch.Path() / L"b.dat"), kTime);
@@ -303,7 +289,7 @@ TEST(Links, MayLeadUpwardsOrNowhere) {
     ASSERT_TRUE(bench::MakeFolderLink(scratch.Path() / L"dangling", scratch.Path() / L"missing"));
     EXPECT_TRUE(Exists(scratch.Path() / L"sub" / L"loop" / L"sub" / L"loop" / L"sub" / L"a.txt"));
     EXPECT_FALSE(Exists(scratch.Path() / L"dangling" / L"a.txt"));
-    // Its name is taken, although nothing seems to be there.
+    // The dangling link still occupies its name.
     EXPECT_FALSE(bench::MakeFolderLink(scratch.Path() / L"dangling", scratch.Path() / L"sub"));
     EXPECT_THAT(bench::FolderListing(scratch.Path() / L"sub"), ElementsAre(L"a.txt", L"loop@"));
 }

@@ -13,8 +13,8 @@
 //   const auto hook = bench::HookCall<decltype(&::WinHttpOpen)>(
 //       L"winhttp.dll", "WinHttpOpen", [&](auto&&...) -> HINTERNET { return nullptr; });
 //
-// A lambda has a type of its own, so each hook in the source has its own slot; the same line must
-// not be in use twice at a time.
+// Each lambda has its own type, so each hook in the source has its own slot. The same line must not
+// be in use twice at a time.
 
 namespace bench {
 
@@ -50,7 +50,7 @@ template <class Function, class Callable>
     return CallHook<Function, Callable>(dllName, functionName, std::move(callable));
 }
 
-// The function itself, whatever hooks there are.
+// The real function, regardless of hooks.
 template <class Function>
 Function RealFunction(const wchar_t* dllName, const char* functionName) {
     return reinterpret_cast<Function>(RealAddress(dllName, functionName));

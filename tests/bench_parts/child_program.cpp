@@ -13,23 +13,14 @@
 #include <string>
 #include <string_view>
 
+#include "bench_parts/utf8.h"
 #include "common/windows_api.h"
 
 namespace {
 
-constexpr int kUsageError = 90;
+using bench::ToUtf8;
 
-std::string ToUtf8(std::wstring_view text) {
-    if (text.empty()) {
-        return {};
-    }
-    const int length = static_cast<int>(text.size());
-    const int needed =
-        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(needed), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), needed, nullptr, nullptr);
-    return bytes;
-}
+constexpr int kUsageError = 90;
 
 std::wstring CurrentFolder() {
     std::wstring folder(::GetCurrentDirectoryW(0, nullptr), L'\0');

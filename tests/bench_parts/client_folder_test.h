@@ -28,7 +28,7 @@ protected:
         toolConfig = ToolConfig{};
     }
 
-    // The folder above the client folder, for what must lie outside.
+    // The folder above the client folder, for what must be outside of it.
     [[nodiscard]] const std::filesystem::path& Outside() const {
         return scratch_.Path();
     }

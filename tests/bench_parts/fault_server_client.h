@@ -31,9 +31,9 @@ public:
 
     // "http://127.0.0.1:PORT/PREFIX/behavior"; the behaviors are listed in fault_server.py.
     [[nodiscard]] std::wstring Url(std::wstring_view behavior) const;
-    // "https://localhost:PORT/PREFIX/behavior", good for whoever trusts the TestAuthority.
+    // "https://localhost:PORT/PREFIX/behavior", valid for those who trust the TestAuthority.
     [[nodiscard]] std::wstring SecureUrl(std::wstring_view behavior) const;
-    // The same from a server whose certificate nobody should trust.
+    // The same from a server with an untrusted certificate.
     [[nodiscard]] std::wstring StrangersUrl(std::wstring_view behavior) const;
     // "/PREFIX/behavior", as it appears in a request line.
     [[nodiscard]] std::string ObjectName(std::string_view behavior) const;
@@ -45,7 +45,7 @@ public:
     // The requests so far, oldest first.
     [[nodiscard]] std::vector<LoggedRequest> RequestLog() const;
 
-    // Lets every answer of this test go on that waits for it, now or later.
+    // Continues every answer of this test that waits for it, now or later.
     void ReleaseWaits() const;
 
 private:
@@ -58,7 +58,7 @@ private:
 // What the server sends as a body of `size` bytes: 0, 1, ... 250, 0, 1, ...
 std::string PatternBytes(std::size_t size);
 
-// A port on loopback on which nobody listens.
+// An unused port on loopback.
 std::uint16_t UnusedPort();
 
 // Makes the current user trust the server's certificate as long as the object lives. A program's

@@ -10,7 +10,7 @@
 namespace bench {
 namespace {
 
-// The address of something that lies `offset` bytes behind the start of the program's image.
+// The address `offset` bytes into the program's image.
 template <class T>
 T* InImage(std::byte* image, DWORD offset) {
     return reinterpret_cast<T*>(image + offset);
@@ -45,7 +45,7 @@ std::byte* ThisImage() {
     return reinterpret_cast<std::byte*>(::GetModuleHandleW(nullptr));
 }
 
-// The address of a table that the image's headers name; 0 when it has none.
+// The address of a table from the image's headers; 0 if it has no such table.
 DWORD TableOfImage(size_t directory) {
     std::byte* const image = ThisImage();
     const auto* const dosHeader = InImage<IMAGE_DOS_HEADER>(image, 0);
@@ -54,7 +54,7 @@ DWORD TableOfImage(size_t directory) {
     return headers->OptionalHeader.DataDirectory[directory].VirtualAddress;
 }
 
-// The entries that this program's calls of the function go through.
+// The entries through which this program calls the function.
 std::vector<void**> FindImportEntries(std::wstring_view dllName, std::string_view functionName) {
     std::vector<void**> entries;
     const DWORD table = TableOfImage(IMAGE_DIRECTORY_ENTRY_IMPORT);

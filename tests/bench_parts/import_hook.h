@@ -2,10 +2,10 @@
 
 // Replaces one function of a system DLL for the test program itself, as long as the object lives.
 //
-// What cannot be made to fail from outside, such as the third copy of a file, is made to fail here.
-// The address is exchanged in the program's own import tables (imports that are resolved at their
-// first call included), through which every call goes that our statically linked code makes; the
-// DLL, other modules and pointers from GetProcAddress are untouched.
+// For failures that cannot be provoked from outside, such as that of the third copy of a file. The
+// address is exchanged in the program's own import tables (also for imports resolved at their first
+// call), which all calls of our statically linked code use; the DLL, other modules and pointers
+// from GetProcAddress are untouched.
 //
 //   ImportHook hook(L"kernel32.dll", "CopyFileW", reinterpret_cast<void*>(&FailingCopy));
 //   ASSERT_TRUE(hook.Installed());
@@ -20,7 +20,7 @@
 
 namespace bench {
 
-// The function itself, whatever hooks there are. Null when the system has none.
+// The real function, regardless of hooks. Null if the system does not have it.
 void* RealAddress(std::wstring_view dllName, std::string_view functionName);
 
 class ImportHook {
@@ -31,7 +31,7 @@ public:
     ImportHook(const ImportHook&) = delete;
     ImportHook& operator=(const ImportHook&) = delete;
 
-    // False when the program does not import this function from this DLL: then nothing is replaced.
+    // False if the program does not import this function from this DLL, so that it is not replaced.
     [[nodiscard]] bool Installed() const;
 
     // The function that calls reached before, as a pointer of type Function. Null when not

@@ -1,6 +1,7 @@
 #include "bench_parts/package_contents.h"
 
 #include "bench_parts/scratch_folder.h"
+#include "bench_parts/utf8.h"
 #include "common/text.h"
 
 namespace bench {
@@ -11,11 +12,6 @@ void AddFoldersAbove(const std::wstring& path, Contents& contents) {
          slash = path.find(L'/', slash + 1)) {
         contents[path.substr(0, slash + 1)];
     }
-}
-
-std::string Printable(const std::wstring& path) {
-    const std::u8string utf8 = std::filesystem::path(path).u8string();
-    return {utf8.begin(), utf8.end()};
 }
 
 }  // namespace
@@ -64,15 +60,15 @@ std::string FirstDifference(const Contents& expected, const Contents& actual) {
     for (const auto& [path, bytes] : expected) {
         const auto found = actual.find(path);
         if (found == actual.end()) {
-            return "missing: " + Printable(path);
+            return "missing: " + ToUtf8(path);
         }
         if (found->second != bytes) {
-            return "different: " + Printable(path);
+            return "different: " + ToUtf8(path);
         }
     }
     for (const auto& [path, bytes] : actual) {
         if (!expected.contains(path)) {
-            return "not expected: " + Printable(path);
+            return "not expected: " + ToUtf8(path);
         }
     }
     return {};

@@ -21,8 +21,8 @@ Contents FolderContents(const std::filesystem::path& folder);
 // The entries below the folder `name`, as if it were the top.
 Contents Below(const std::wstring& name, const Contents& contents);
 
-// Empty when both are equal in every byte, else the first difference. (Printing megabytes of both
-// would help nobody.)
+// Empty if both are equal in every byte, else the first difference. (Printing both would produce
+// megabytes.)
 std::string FirstDifference(const Contents& expected, const Contents& actual);
 
 }  // namespace bench

@@ -1,9 +1,9 @@
-// Stands under the name of an unpacking program and notes how it was started. What it does then is
-// told by a file beside it, its own name with ".plan" appended; words, in order:
+// Takes the name of an unpacking program and records how it was started. What it does then is the
+// plan in a file beside it, its own name with ".plan" appended; words, in order:
 //   sleep MS    waits
-//   hold        waits until somebody ends it (or for two minutes, then ends with kNobodyCame)
-//   leave NAME  writes a file of that name (ASCII, no blanks) below the folder that its last
-//               argument names, as an unpacking program does, but with bytes of its own
+//   hold        waits until it is ended from outside; ends with kHoldTimedOut after two minutes
+//   leave NAME  writes a file of that name (ASCII, no blanks) in the folder that its last argument
+//               names, as an unpacking program does, but with its own bytes
 //   exit CODE   ends with that code, any 32-bit value
 // Without a plan it ends with 0 at once.
 //
@@ -17,19 +17,17 @@
 #include <string>
 #include <string_view>
 
+#include "bench_parts/utf8.h"
 #include "common/handles.h"
 #include "common/windows_api.h"
 
 namespace {
 
-constexpr DWORD kHoldLimitMs = 120'000;
-constexpr int kNobodyCame = 93;
-constexpr int kBadPlan = 94;
+using bench::ToUtf8;
 
-std::string ToUtf8(std::wstring_view text) {
-    const std::u8string utf8 = std::filesystem::path(text).u8string();
-    return {utf8.begin(), utf8.end()};
-}
+constexpr DWORD kHoldLimitMs = 120'000;
+constexpr int kHoldTimedOut = 93;
+constexpr int kBadPlan = 94;
 
 std::wstring Environment(const wchar_t* name) {
     std::wstring value(32'768, L'\0');
@@ -83,7 +81,7 @@ int FollowPlan(const std::filesystem::path& lastArgument) {
     while (plan >> word) {
         if (word == "hold") {
             ::Sleep(kHoldLimitMs);
-            return Finish(kNobodyCame);
+            return Finish(kHoldTimedOut);
         }
         if (word == "leave" && plan >> word) {
             Leave(lastArgument, word);

@@ -24,13 +24,13 @@ using StoredValues = std::map<std::wstring, StoredValue>;
 StoredValue StoredText(const std::wstring& text);
 StoredValue StoredNumber(uint32_t number);
 
-// All values of the key; none when there is no such key.
+// All values of the key; empty optional if the key does not exist.
 std::optional<StoredValues> ReadKey(const std::wstring& keyPath);
 
 // Creates the key when missing and writes the value as it is.
 void StoreValue(const std::wstring& keyPath, const std::wstring& name, const StoredValue& value);
 
-// The key and what is below it; fine when there is none.
+// Removes the key and everything below it, if it exists.
 void RemoveKey(const std::wstring& keyPath);
 
 }  // namespace bench

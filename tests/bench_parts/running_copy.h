@@ -9,14 +9,14 @@
 
 namespace bench {
 
-// Where the bench's programs lie.
+// The folder of all programs of the build.
 inline std::filesystem::path FolderOfThisProgram() {
     std::wstring own(MAX_PATH * 4, L'\0');
     own.resize(::GetModuleFileNameW(nullptr, own.data(), static_cast<DWORD>(own.size())));
     return std::filesystem::path(own).parent_path();
 }
 
-// A copy of a program of the bench, running until the object goes.
+// A copy of a program of the bench that runs as long as the object lives.
 class RunningCopy {
 public:
     // `arguments` as on a command line; the file is created at `exe`.

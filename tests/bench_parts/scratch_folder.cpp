@@ -115,7 +115,7 @@ void ListBelow(const fs::path& folder, const std::wstring& prefix,
     });
 }
 
-// The host's name of a path, of which only the drive need exist; empty when there is none.
+// The host's path of a Windows path, of which only the drive need exist; empty if not known.
 std::wstring HostPath(const fs::path& path) {
     using GetUnixFileName = char*(__cdecl*)(const wchar_t*);
     const auto getUnixFileName = reinterpret_cast<GetUnixFileName>(reinterpret_cast<void*>(
@@ -142,7 +142,7 @@ std::wstring HostPath(const fs::path& path) {
     return wide + rest;
 }
 
-// What the file holds as soon as it holds something; none after the time limit.
+// The file's content as soon as there is any; none after the time limit.
 std::optional<std::string> AwaitContent(const fs::path& path) {
     const ULONGLONG deadline = ::GetTickCount64() + kHostCommandTimeLimitMs;
     while (::GetTickCount64() < deadline) {
@@ -197,7 +197,7 @@ bool MakeLink(const fs::path& link, const fs::path& target, DWORD kind) {
                                  kind | SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE) != FALSE;
 }
 
-// An access list without an entry: nobody may do anything but the owner, who may change the list.
+// An empty access list: no access except for the owner, who may change the list.
 std::vector<std::byte> AccessForNobody() {
     ACL list{};
     SECURITY_DESCRIPTOR absolute{};

@@ -12,15 +12,14 @@
 // A place for a test's files, and what tests do with files there. Nothing in here uses the file
 // functions of the program under test.
 //
-// Helpers without a result throw std::system_error with the Win32 error code when they cannot do
-// their work, so that preparing a test needs no checks of its own: Google Test reports it as a
-// failure.
+// Helpers without a result throw std::system_error with the Win32 error code when they fail, so
+// that preparing a test needs no checks: GoogleTest reports the exception as a failure.
 
 namespace bench {
 
-// A fresh empty folder below the temp folder. It goes with the object, and so does everything in
-// it: read-only entries, unreadable folders, links, but never what a link leads to. What cannot be
-// removed, such as a file that is still open, fails the test.
+// A fresh empty folder below the temp folder, removed with the object together with its content:
+// read-only entries, unreadable folders, links (but not their targets). An entry that cannot be
+// removed, such as an open file, fails the test.
 class ScratchFolder {
 public:
     ScratchFolder();
@@ -37,7 +36,8 @@ private:
     std::filesystem::path path_;
 };
 
-// Keeps a file or folder open, as another program would, until the object goes or Close is called.
+// Keeps a file or folder open, as another program would, as long as the object lives or until
+// Close.
 class OpenElsewhere {
 public:
     // `shareMode`: what others may still do, a combination of FILE_SHARE_READ, _WRITE and _DELETE.
@@ -50,8 +50,8 @@ private:
     KernelHandle file_;
 };
 
-// Makes a folder's content unreadable (its listing fails with ERROR_ACCESS_DENIED) until the object
-// goes. To be declared after the ScratchFolder that it lies in.
+// Makes a folder's content unreadable (its listing fails with ERROR_ACCESS_DENIED) as long as the
+// object lives. Declare it after its ScratchFolder.
 class UnreadableFolder {
 public:
     explicit UnreadableFolder(std::filesystem::path folder);
@@ -83,12 +83,12 @@ void SetWriteTime(const std::filesystem::path& path, std::uint64_t time);
 
 // Everything below `folder`, sorted by character codes: "a.txt", "empty/", "link@", "sub/",
 // "sub/b.txt". Paths are relative to `folder`, with "/" between and after folders; a folder link
-// ends in "@" and is not entered. (Under Wine a file link looks like a file, and a dangling link
-// like nothing.)
+// ends in "@" and is not entered. (Under Wine a file link looks like a file, and a dangling link is
+// invisible.)
 std::vector<std::wstring> FolderListing(const std::filesystem::path& folder);
 
-// Symbolic links. `target` is absolute; it need not exist and may lie above the link. True when the
-// link is there; Windows makes links only for administrators or in developer mode.
+// Symbolic links. `target` is absolute; it need not exist and may be above the link. True if the
+// link was made; Windows makes links only for administrators or in developer mode.
 bool MakeFolderLink(const std::filesystem::path& link, const std::filesystem::path& target);
 bool MakeFileLink(const std::filesystem::path& link, const std::filesystem::path& target);
 

@@ -4,7 +4,7 @@
 
 #include "common/windows_api.h"
 
-// For the stand-ins that really unpack: the bench's own 7-Zip, which lies in a folder where no
+// For the stand-ins that really unpack: the bench's own 7-Zip, which is in a folder where no
 // search of the tool finds it.
 
 namespace bench {

@@ -1,4 +1,4 @@
-# What the tests of unpacking need: programs that stand in for tar.exe, powershell.exe and the RAR
+# What the tests of unpacking need: stand-ins for tar.exe, powershell.exe and the RAR
 # programs, packages to unpack, and a disk that is quickly full.
 
 # Windows' name of a path of this machine, as the test programs see it.

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "bench_parts/scratch_folder.h"
+#include "bench_parts/utf8.h"
 #include "common/windows_api.h"
 #include "convergence/job_process.h"
 
@@ -14,11 +15,6 @@ namespace {
 
 constexpr DWORD kPatienceMs = 10'000;
 constexpr uint64_t kYear2010 = 129'067'776'000'000'000;  // In 100 ns steps since 1601.
-
-std::string Printable(const std::wstring& path) {
-    const std::u8string utf8 = fs::path(path).u8string();
-    return {utf8.begin(), utf8.end()};
-}
 
 void FlipBits(std::string& bytes, size_t position) {
     bytes[position] = static_cast<char>(bytes[position] ^ 0x10);
@@ -90,18 +86,18 @@ std::string FirstDifference(const FolderState& expected, const FolderState& actu
     for (const auto& [path, entry] : expected) {
         const auto found = actual.find(path);
         if (found == actual.end()) {
-            return "missing: " + Printable(path);
+            return "missing: " + bench::ToUtf8(path);
         }
         if (found->second.bytes != entry.bytes) {
-            return "different: " + Printable(path);
+            return "different: " + bench::ToUtf8(path);
         }
         if (found->second.writeTime != entry.writeTime) {
-            return "of another time: " + Printable(path);
+            return "of another time: " + bench::ToUtf8(path);
         }
     }
     for (const auto& [path, entry] : actual) {
         if (!expected.contains(path)) {
-            return "not expected: " + Printable(path);
+            return "not expected: " + bench::ToUtf8(path);
         }
     }
     return {};

@@ -27,8 +27,8 @@ std::string FirstDifference(const FolderState& expected, const FolderState& actu
 inline constexpr wchar_t kToolName[] = L"Karvoth Repair.exe";
 inline constexpr wchar_t kUninstallerName[] = L"Uninstall.exe";
 
-// An installed client with everything that can be wrong with it, in a folder that goes with the
-// object, and the tool in it. Beside it lies a folder for the tool's temporary files.
+// An installed client with every kind of damage and the tool in it, in a folder that is removed
+// with the object. Beside it is a folder for the tool's temporary files.
 class BrokenClient {
 public:
     // What the package holds, and the time of its files, 0 when it is not known: one damaged file

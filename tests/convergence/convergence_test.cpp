@@ -1,5 +1,5 @@
-// The promise of the tool: whatever happened to a former attempt, the next one makes the client
-// what the package says.
+// The promise of the tool: whatever interrupted an earlier job, the next one makes the client agree
+// with the package.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -61,7 +61,7 @@ void ExpectSame(const FolderState& expected, const FolderState& actual, const st
     EXPECT_TRUE(found != actual.end() && found->second == expected.at(path)) << path;
 }
 
-// Without the day, which may end in the middle of a test.
+// Without the date, which may change during a test.
 bench::StoredValues ReadEntry() {
     bench::StoredValues values = bench::ReadKey(kEntryKey).value_or(bench::StoredValues());
     values.erase(L"InstallDate");
@@ -84,7 +84,7 @@ protected:
         bench::RemoveKey(kEntryKey);
     }
 
-    // Does the job without a disturbance; what it leaves is what every other one is to end in.
+    // Runs the job undisturbed. Its result is the reference for all others.
     void SetUp() override {
         const BrokenClient client(machine_.Root(), package_, packageTime_);
         const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_);
@@ -138,13 +138,13 @@ protected:
         EXPECT_THAT(outcome.exitCode, testing::AnyOf(kKilled, varies ? kKilledLate : kKilled));
     }
 
-    // A client that is half-way mended takes fewer calls.
+    // A client that is partly repaired takes fewer calls.
     void KillAgain(const BrokenClient& client, const Strike& strike) const {
         const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_, strike);
         EXPECT_THAT(outcome.exitCode, testing::AnyOf(kKilled, kKilledLate));
     }
 
-    // What must hold at whatever moment the process ended.
+    // Must hold at whatever moment the process ended.
     void ExpectNothingLost(const BrokenClient& client, Phase phase) const {
         const FolderState state = StateOf(client.Folder());
         if (phase < Phase::CleanOut) {
@@ -226,14 +226,16 @@ constexpr wchar_t kRar[] = L"rar5_small_client.rar";
 constexpr wchar_t kLoneRar[] = L"rar5_small_client_lone_folder.rar";
 
 // Two of each, so that none takes long.
-INSTANTIATE_TEST_SUITE_P(Each, KilledJob,
+INSTANTIATE_TEST_SUITE_P(Some, KilledJob,
                          testing::Values(Scene{kZip, false, JobKind::Repair, 1001},
-                                         Scene{kLoneZip, true, JobKind::Repair, 1002},
-                                         Scene{kRar, false, JobKind::Repair, 1003},
                                          Scene{kLoneRar, true, JobKind::Repair, 1004},
-                                         Scene{kZip, false, JobKind::Reinstall, 1005},
                                          Scene{kLoneZip, true, JobKind::Reinstall, 1006},
-                                         Scene{kRar, false, JobKind::Reinstall, 1007},
+                                         Scene{kRar, false, JobKind::Reinstall, 1007}),
+                         SceneName);
+INSTANTIATE_TEST_SUITE_P(SlowOthers, KilledJob,
+                         testing::Values(Scene{kLoneZip, true, JobKind::Repair, 1002},
+                                         Scene{kRar, false, JobKind::Repair, 1003},
+                                         Scene{kZip, false, JobKind::Reinstall, 1005},
                                          Scene{kLoneRar, true, JobKind::Reinstall, 1008},
                                          Scene{kZip, false, JobKind::Repair, 1009},
                                          Scene{kLoneZip, true, JobKind::Repair, 1010},
@@ -263,7 +265,7 @@ TEST_P(JobWithManyDeaths, ConvergesWhenItIsKilledTwice) {
     killPoints.PrintSpread();
 }
 
-// A file that has its full size already but not its content is the nastiest thing to find.
+// The nastiest case: a file with its full size but not its content.
 TEST_P(JobWithManyDeaths, ConvergesAfterEachHalfOfACopy) {
     const unsigned copies = calls_.at(Phase::Copying).at(L"CopyFileW");
     for (unsigned number = 1; number <= copies && !HasFailure(); ++number) {
@@ -278,15 +280,16 @@ TEST_P(JobWithManyDeaths, ConvergesAfterEachHalfOfACopy) {
     std::printf("Copies that were cut short: %u\n", copies);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, JobWithManyDeaths,
-                         testing::Values(Scene{kLoneZip, true, JobKind::Repair, 2001},
-                                         Scene{kLoneZip, true, JobKind::Reinstall, 2002}),
+INSTANTIATE_TEST_SUITE_P(Repair, JobWithManyDeaths,
+                         testing::Values(Scene{kLoneZip, true, JobKind::Repair, 2001}), SceneName);
+INSTANTIATE_TEST_SUITE_P(SlowReinstall, JobWithManyDeaths,
+                         testing::Values(Scene{kLoneZip, true, JobKind::Reinstall, 2002}),
                          SceneName);
 
 class KilledReinstall : public KilledJob {};
 
-// The player has had enough and tries the other button.
-TEST_P(KilledReinstall, IsMendedByARepair) {
+// The player tries the other button.
+TEST_P(KilledReinstall, IsCompletedByARepair) {
     KillPoints killPoints(calls_, GetParam().seed);
     const JobOrder repair{JobKind::Repair, order_.url, order_.digest};
     for (unsigned i = 0; i < kRepairedReinstalls && !HasFailure(); ++i) {
@@ -301,7 +304,7 @@ TEST_P(KilledReinstall, IsMendedByARepair) {
     killPoints.PrintSpread();
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, KilledReinstall,
+INSTANTIATE_TEST_SUITE_P(Slow, KilledReinstall,
                          testing::Values(Scene{kRar, false, JobKind::Reinstall, 3001}), SceneName);
 
 }  // namespace

@@ -24,7 +24,7 @@ Phase PhaseOfFinishing(const JobState& state) {
     if (state.detailLine == L"Writing Uninstall.exe...") {
         return Phase::Uninstaller;
     }
-    // The clean-up publishes nothing, but it is what comes after the registration.
+    // The clean-up publishes nothing; it follows the registration.
     return isRegistered ? Phase::CleanUp : Phase::Registration;
 }
 
@@ -77,7 +77,7 @@ Intervention NoteCall(const char* function) {
     if (!chosen) {
         return Intervention::None;
     }
-    if (phase > chosen->phase && chosen->intervention != Intervention::Cancel) {
+    if (phase > chosen->phase) {
         Die(kKilledLate);
     }
     if (!IsChosen(phase, function, number)) {
@@ -86,15 +86,12 @@ Intervention NoteCall(const char* function) {
     if (chosen->intervention == Intervention::DieBefore) {
         Die();
     }
-    if (chosen->intervention == Intervention::Cancel) {
-        requestCancel();
-    }
-    isIntervening = chosen->intervention != Intervention::Cancel;
+    isIntervening = true;
     return chosen->intervention;
 }
 
 void NoteReturn(const char* function, Intervention intervention) {
-    if (intervention != Intervention::None && intervention != Intervention::Cancel) {
+    if (intervention != Intervention::None) {
         Die();
     }
     // The job closes one registry key, when the registration is over.

@@ -41,7 +41,7 @@ std::wstring CommandLine(const fs::path& tool, const JobOrder& order,
     return line;
 }
 
-// What the program prints goes there.
+// Receives what the program prints.
 KernelHandle MakeOutputFile(const fs::path& path) {
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     auto file = AdoptHandle<KernelHandle>(

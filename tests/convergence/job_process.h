@@ -37,7 +37,7 @@ struct JobOutcome {
 // Puts the program there under the name of the tool.
 void PutJobRunner(const std::filesystem::path& tool);
 
-// Runs it to its end, its temporary files in `tempFolder`. When this comes back, nothing that it
-// started runs any more.
+// Runs it to its end with its temporary files in `tempFolder`. On return all processes that it
+// started have ended.
 JobOutcome RunJob(const std::filesystem::path& tool, const std::filesystem::path& tempFolder,
                   const JobOrder& order, const std::optional<Strike>& strike = std::nullopt);

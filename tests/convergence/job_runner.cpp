@@ -11,6 +11,7 @@
 #include <string>
 #include <tuple>
 
+#include "bench_parts/utf8.h"
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
 #include "convergence/counted_calls.h"
@@ -20,6 +21,8 @@
 #include "package/winhttp_api.h"
 
 namespace {
+
+using bench::ToUtf8;
 
 constexpr int kOrderArguments = 4;
 constexpr int kInterventionArguments = 8;
@@ -67,11 +70,6 @@ using CountedFunctions = std::tuple<
     CountedCall<kAdvapi, "RegCreateKeyExW", decltype(&::RegCreateKeyExW)>,
     CountedCall<kAdvapi, "RegSetValueExW", decltype(&::RegSetValueExW)>,
     CountedCall<kAdvapi, "RegCloseKey", decltype(&::RegCloseKey)>>;
-
-std::string ToUtf8(std::wstring_view text) {
-    const std::u8string utf8 = std::filesystem::path(text).u8string();
-    return {utf8.begin(), utf8.end()};
-}
 
 template <typename Value, size_t kCount>
 std::optional<Value> ValueNamed(const std::array<std::wstring_view, kCount>& names,
@@ -123,7 +121,7 @@ int wmain(int argc, wchar_t** argv) {
     }
     StartJobThread([kind] { runJob(kind); });
     JoinJobThread();
-    if (chosen && chosen->intervention != Intervention::Cancel) {
+    if (chosen) {
         Die(kKilledLate);
     }
     PrintReport();

@@ -8,7 +8,7 @@
 //   job_runner URL repair|reinstall DIGEST
 //   job_runner URL repair|reinstall DIGEST INTERVENTION PHASE FUNCTION NUMBER
 //
-// Does one job in the folder where its exe lies, as the tool would after a click, and prints lines
+// Does one job in the folder of its exe, as the tool would after a click, and prints lines
 // of words with tabs between them:
 //   detail TEXT                     the record's detail line at the job's end
 //   calls PHASE FUNCTION NUMBER     how often the job has called the function in that phase
@@ -37,10 +37,9 @@ enum class Intervention {
     DieAfter,      // or when the call has been made,
     DieHalfWay,    // or in the middle: half of a file is copied or written, the rest missing,
     DieStretched,  // or half of a file is copied, but the file already has its full size.
-    Cancel,        // The user asks for a stop; the call is made.
 };
-inline constexpr std::array<std::wstring_view, 6> kInterventionNames{
-    L"none", L"die-before", L"die-after", L"die-halfway", L"die-stretched", L"cancel"};
+inline constexpr std::array<std::wstring_view, 5> kInterventionNames{
+    L"none", L"die-before", L"die-after", L"die-halfway", L"die-stretched"};
 
 // How the process ends.
 inline constexpr int kJobSucceeded = 0;

@@ -1,4 +1,4 @@
-// Packages that only a few machines ever see.
+// A package with a file of more than 4 GiB.
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using HugePackageTest = bench::GameMachine;
+using SlowHugePackageTest = bench::GameMachine;
 
 // A file's bytes from `offset` on.
 std::string BytesFrom(const fs::path& path, std::streamoff offset) {
@@ -22,10 +22,10 @@ std::string BytesFrom(const fs::path& path, std::streamoff offset) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-TEST_F(HugePackageTest, FileOfMoreThanFourGibibytesIsRepaired) {
+TEST_F(SlowHugePackageTest, FileOfMoreThanFourGibibytesIsRepaired) {
     constexpr uint64_t kSize = 4'294'969'348;
     toolConfig.archiveUrl = PackageUrl(L"zip_huge.zip");
-    // Differs in the last bytes only.
+    // Only the last bytes differ.
     bench::MakeSparseFile(Client() / L"huge.dat", kSize);
     RunJob(JobKind::Repair);
     ExpectSuccess(kRepairSuccess);

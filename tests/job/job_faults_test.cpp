@@ -1,4 +1,4 @@
-// Jobs on a machine whose other programs get in the way.
+// Jobs on a machine where other programs interfere.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "bench_parts/call_hook.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/game_machine.h"
 #include "config/tool_config.h"
 
@@ -17,23 +17,19 @@ namespace {
 
 using testing::SizeIs;
 
-constexpr wchar_t kKernel32[] = L"kernel32.dll";
-
 class JobFaultTest : public bench::GameMachine {
 protected:
     // Runs a repair in which a virus scanner opens the package, and keeps it open, before the first
     // file is copied.
     void RunRepairWithTheScanner() {
         std::unique_ptr<bench::OpenElsewhere> scanner;
-        const auto hook = bench::HookCall<decltype(&::CopyFileW)>(
-            kKernel32, "CopyFileW", [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) -> BOOL {
-                if (!scanner) {
-                    scanner = std::make_unique<bench::OpenElsewhere>(
-                        fs::temp_directory_path() / PackageName(), FILE_SHARE_READ);
-                }
-                return bench::RealFunction<decltype(&::CopyFileW)>(kKernel32, "CopyFileW")(
-                    source, target, failIfExists);
-            });
+        const auto hook = bench::HookCopy([&](const std::wstring&, const std::wstring&) -> DWORD {
+            if (!scanner) {
+                scanner = std::make_unique<bench::OpenElsewhere>(
+                    fs::temp_directory_path() / PackageName(), FILE_SHARE_READ);
+            }
+            return ERROR_SUCCESS;
+        });
         RunJob(JobKind::Repair);
         EXPECT_TRUE(scanner);
     }
@@ -55,13 +51,13 @@ protected:
     }
 };
 
-TEST_F(JobFaultTest, PackageThatIsHeldOpenDoesNotDisturbTheSuccess) {
+TEST_F(JobFaultTest, AnOpenPackageDoesNotPreventTheSuccess) {
     RunRepairWithTheScanner();
     ExpectSuccess(kRepairSuccess);
     ExpectOnlyThePackage();
 }
 
-TEST_F(JobFaultTest, PackageThatIsHeldOpenDoesNotReplaceTheFailure) {
+TEST_F(JobFaultTest, AnOpenPackageDoesNotReplaceTheFailure) {
     bench::WriteFile(Client() / L"data" / L"maps" / L"a.map", "broken");
     bench::SetReadOnly(Client() / L"data" / L"maps" / L"a.map", true);
     RunRepairWithTheScanner();
@@ -69,7 +65,7 @@ TEST_F(JobFaultTest, PackageThatIsHeldOpenDoesNotReplaceTheFailure) {
     ExpectOnlyThePackage();
 }
 
-TEST_F(JobFaultTest, ClientIsThePackageAfterAnUnpackerThatFailedHalfWay) {
+TEST_F(JobFaultTest, ClientIsCompleteAfterAnUnpackerThatFailedHalfWay) {
     machine_.PutRecorder(machine_.CurrentFolder() / L"tar.exe",
                          "leave Client/readme.txt leave Client/data/maps/b.map exit 1");
     machine_.PutPowerShell();

@@ -43,24 +43,24 @@ std::string RequestedName(const bench::FaultServer& server) {
     return log.empty() ? std::string() : log.front().requestLine;
 }
 
-TEST_F(JobFlowTest, RepairFillsAnEmptyClientFolder) {
+TEST_F(JobFlowTest, RepairFillsAnEmptyClientFolderAndRepairsABrokenOne) {
     RunJob(JobKind::Repair);
     ExpectSuccess(kRepairSuccess);
     EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
+    EXPECT_EQ(bench::ReadFile(Client() / L"Uninstall.exe"), "the uninstaller's bytes");
     EXPECT_THAT(TempFolder(), IsEmpty());
-}
-
-TEST_F(JobFlowTest, RepairMendsABrokenClientAndLeavesOtherFilesAlone) {
-    RunJob(JobKind::Repair);
     resetForRetry();
+
     bench::WriteFile(Client() / L"data" / L"maps" / L"a.map", "broken");
     fs::remove(Client() / L"client.exe");
+    bench::WriteFile(Client() / L"Uninstall.exe", std::string(10'000, 'o'));
     bench::WriteFile(Client() / L"data" / L"player settings.ini", "mine");
     RunJob(JobKind::Repair);
     ExpectSuccess(kRepairSuccess);
     bench::Contents expected = LoneFolderPackage();
     expected[L"data/player settings.ini"] = "mine";
     EXPECT_EQ(bench::FirstDifference(expected, ClientContents()), "");
+    EXPECT_EQ(bench::ReadFile(Client() / L"Uninstall.exe"), "the uninstaller's bytes");
     EXPECT_EQ(snapshot().filesRepaired, 2u);
 }
 
@@ -124,12 +124,6 @@ TEST_F(JobFlowTest, EntersTheGameIntoTheListOfInstalledPrograms) {
     EXPECT_THAT(*entry, SizeIs(11));
 }
 
-TEST_F(JobFlowTest, WritesTheEmbeddedUninstaller) {
-    bench::WriteFile(Client() / L"Uninstall.exe", std::string(10'000, 'o'));
-    RunJob(JobKind::Repair);
-    EXPECT_EQ(bench::ReadFile(Client() / L"Uninstall.exe"), "the uninstaller's bytes");
-}
-
 // The servers.
 
 TEST_F(JobFlowTest, GivenUrlIsAskedInsteadOfTheConfiguredOne) {
@@ -138,15 +132,6 @@ TEST_F(JobFlowTest, GivenUrlIsAskedInsteadOfTheConfiguredOne) {
     ExpectSuccess(kRepairSuccess);
     EXPECT_EQ(RequestedName(server_),
               "GET " + server_.ObjectName("archive/zip_lone_folder.zip") + " HTTP/1.1");
-}
-
-TEST_F(JobFlowTest, MirrorRepairsTheClientAsWell) {
-    toolConfig.multiRepairTool = true;
-    toolConfig.archiveUrl = server_.Url(L"status/500");
-    toolConfig.archiveMirrorUrls = {PackageUrl(kZip)};
-    RunJob(JobKind::Repair, ChoosePackageUrl(toolConfig, false));
-    ExpectSuccess(kRepairSuccess);
-    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
 }
 
 TEST_F(JobFlowTest, EachServerChoiceAsksForItsOwnPackage) {
@@ -172,13 +157,7 @@ TEST_F(JobFlowTest, ReinstallAsksForTheConfiguredUrlWhicheverServerIsChosen) {
     }
 }
 
-TEST_F(JobFlowTest, BlankUrlFallsBackToTheConfiguredOne) {
-    RunJob(JobKind::Repair, L" \t\r\n");
-    ExpectSuccess(kRepairSuccess);
-    EXPECT_EQ(selectedPackageUrl, toolConfig.archiveUrl);
-}
-
-TEST_F(JobFlowTest, ConfiguredUrlWithBlanksAroundItIsStillTrimmedForTheJob) {
+TEST_F(JobFlowTest, ConfiguredUrlWithBlanksAroundItIsTrimmedForTheJob) {
     toolConfig.archiveUrl = L"  " + PackageUrl(kZip) + L" ";
     RunJob(JobKind::Repair);
     EXPECT_EQ(selectedPackageUrl, toolConfig.archiveUrl);

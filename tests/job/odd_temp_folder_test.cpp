@@ -1,6 +1,6 @@
 // Whole jobs with a temporary folder that is missing, relative, too long or oddly named. A name
-// that is too long counts as none, and the job's files then go to the current folder, which can be
-// the client's: a reinstall that deleted its own package there would leave an empty client.
+// that is too long is ignored, and the job then uses the current folder, which can be the
+// client's: a reinstall that deleted its own package there would leave an empty client.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ constexpr std::wstring_view kSuccess;
 
 struct TempSetting {
     const char* name;
-    std::optional<std::wstring> value;  // Of TMP and TEMP; none takes both away.
+    std::optional<std::wstring> value;  // Of TMP and TEMP; none removes both.
     bool startedInClient;               // Which folder is current: the client's or another one.
     std::wstring_view repairFailure;    // Empty for a success.
     std::wstring_view reinstallFailure;
@@ -135,7 +135,7 @@ TEST_P(OddTempFolder, ReinstallIsCompleteOrFailsWithNothingLost) {
 
 class OddTempFolderForPowerShell : public bench::GameMachine {};
 
-// It takes over where tar.exe fails, and apostrophes are its quotes.
+// The fallback after tar.exe. Apostrophes are its quotes.
 TEST_F(OddTempFolderForPowerShell, RepairsAndReinstalls) {
     machine_.PutRecorder(machine_.CurrentFolder() / L"tar.exe", "exit 1");
     machine_.PutPowerShell();

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "bench_parts/named_call.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 
@@ -28,14 +29,15 @@ bool IsSamePath(const wchar_t* path) {
 bool Strikes(const char* function, const wchar_t* path) {
     ++callCount;
     if (notedCalls != nullptr) {
-        notedCalls->push_back({function, path == nullptr ? std::wstring() : std::wstring(path)});
+        notedCalls->push_back({function, path == nullptr ? std::wstring() : std::wstring(path),
+                               snapshot().detailLine});
     }
     if (plannedFault == nullptr || callCount < plannedFault->number) {
         return false;
     }
     if (callCount == plannedFault->number) {
         hasStruck = true;
-        struckCall = {function, path == nullptr ? std::wstring() : std::wstring(path)};
+        struckCall = {function, path == nullptr ? std::wstring() : std::wstring(path), {}};
         return true;
     }
     switch (plannedFault->mode) {

@@ -25,7 +25,8 @@ struct Fault {
 
 struct SystemCall {
     const char* function;
-    std::wstring path;  // Named or opened before; empty for a call that concerns none.
+    std::wstring path;  // Named or opened before; empty for a call without one.
+    std::wstring step;  // The record's detail line at that moment.
 };
 
 // The functions are replaced as long as the object lives; one at a time. Closing a handle is left
@@ -42,7 +43,7 @@ public:
         return missing_;
     }
 
-    // Does the work on this thread and tells which calls the thread has made meanwhile.
+    // Does the work on this thread and returns the calls that the thread made meanwhile.
     static std::vector<SystemCall> NoteDuring(const std::function<void()>& work);
 
     // Does the work with the fault in it; whether a call has failed.
@@ -52,7 +53,7 @@ private:
     std::vector<std::string> missing_;
 };
 
-// As long as the object lives, the thread's calls neither count nor fail: for stand-ins.
+// As long as the object lives, the thread's calls are neither counted nor failed.
 class Uncounted {
 public:
     Uncounted();

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "bench_parts/utf8.h"
 #include "common/folder_walk.h"
 #include "common/tool_instance.h"
 #include "common/windows_api.h"
@@ -56,11 +57,6 @@ void Empty(const fs::path& folder) {
         }
         return true;
     }));
-}
-
-std::string Printable(const fs::path& path) {
-    const std::u8string utf8 = path.u8string();
-    return {utf8.begin(), utf8.end()};
 }
 
 bool Holds(const fs::path& file, std::string_view bytes) {
@@ -129,7 +125,7 @@ void SmallMachine::UnpackTo(const fs::path& folder) {
 std::string SmallMachine::FirstMissing(const fs::path& folder) {
     for (const PackageFile& file : kPackage) {
         if (std::wstring_view(file.path) != kToolName && !Holds(folder / file.path, file.bytes)) {
-            return Printable(file.path);
+            return bench::ToUtf8(file.path);
         }
     }
     return {};
@@ -141,7 +137,7 @@ std::string SmallMachine::Damage() const {
           std::pair{root_.Path() / L"games" / L"neighbor.txt", kOthersBytes},
           std::pair{Client() / kToolName, kToolBytes}}) {
         if (!Holds(file, bytes)) {
-            return Printable(file);
+            return bench::ToUtf8(file.native());
         }
     }
     return {};

@@ -7,10 +7,10 @@
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/unpacker_machine.h"
 
-// A machine as small as can be, for it is made anew some thousand times: a client with something of
-// everything that can be wrong with it, its package, and things beside it that no job may touch.
-// The program under test is told the place of the tool. The tool's file is open, as that of a
-// running program is: it can be neither written nor deleted.
+// A minimal machine, because it is set up some thousand times: a client with one file for each kind
+// of damage, its package, and files outside that no job may touch. The program under test is told
+// the location of the tool. The tool's file is open like that of a running program: it can be
+// neither written nor deleted.
 class SmallMachine {
 public:
     SmallMachine();
@@ -44,7 +44,7 @@ public:
     // The first file of the package that `folder` has not, or not byte for byte; empty when it has
     // all. The tool's own file does not count.
     [[nodiscard]] static std::string FirstMissing(const std::filesystem::path& folder);
-    // What has changed beside the client folder, and in the tool's own file; empty for nothing.
+    // What has changed outside of the client folder or in the tool's own file; empty if unchanged.
     [[nodiscard]] std::string Damage() const;
     // Whether the client is as Restore left it.
     [[nodiscard]] bool IsClientUntouched() const;

@@ -113,7 +113,7 @@ std::string MissingAfterJob(const SmallMachine& machine) {
     return missing.empty() ? MissingUninstaller(machine) : missing;
 }
 
-// The folder that a command line tells an unpacking program: tar.exe or PowerShell.
+// The target folder in the command line of an unpacking program: tar.exe or PowerShell.
 fs::path UnpackingFolder(std::wstring_view commandLine) {
     for (const auto& [before, after] :
          {std::pair{std::wstring_view(L" -C \""), L'"'},

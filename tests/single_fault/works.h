@@ -34,7 +34,7 @@ extern const Work kLastSteps;
 extern const Work kRepairJob;
 extern const Work kReinstallJob;
 
-// Sets up the stand-ins, and what they need, as long as the object lives. To be made before the
+// Sets up the stand-ins and what they need, as long as the object lives. Made before the
 // FailingCalls.
 class StandInsFor {
 public:

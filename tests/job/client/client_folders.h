@@ -1,11 +1,11 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
@@ -14,8 +14,8 @@ namespace bench {
 
 inline constexpr std::string_view kToolBytes = "this is the running tool";
 
-// An unpacked package and a client folder with a tool in it, the place of which the program under
-// test is told. The process-wide records are as at the program's start before and afterwards.
+// An unpacked package and a client folder with the tool in it, whose location the program under
+// test is told. The process-wide records are in their initial state before and afterwards.
 class ClientFolders {
 public:
     ClientFolders();
@@ -23,7 +23,7 @@ public:
     ClientFolders(const ClientFolders&) = delete;
     ClientFolders& operator=(const ClientFolders&) = delete;
 
-    // Both folders lie in it, at different depths.
+    // The parent of both folders, which are at different depths.
     [[nodiscard]] const std::filesystem::path& Scratch() const {
         return scratch_.Path();
     }
@@ -51,7 +51,7 @@ private:
     ScratchFolder scratch_;
 };
 
-// Where the program under test believes to be, as long as the object lives.
+// The location that the program under test takes for its own, as long as the object lives.
 class ToolLocation {
 public:
     ToolLocation(const std::filesystem::path& folder, const std::filesystem::path& exePath);
@@ -94,8 +94,8 @@ inline constexpr wchar_t kUnsafeReinstall[] =
     });
 }
 
-// The name of the same file or folder with a short (8.3) name as its last part; empty where the
-// file system has none.
+// The path of the same file or folder with a short (8.3) name as its last part; empty if the file
+// system has no short names.
 std::filesystem::path WithShortName(const std::filesystem::path& path);
 
 }  // namespace bench

@@ -18,12 +18,12 @@ using testing::ElementsAre;
 
 namespace {
 
-// Reparse tags of a folder and a file that a cloud service keeps: special, but no links.
+// The reparse tag of a cloud service's placeholder: a reparse point, but not a link.
 constexpr DWORD kCloudTag = IO_REPARSE_TAG_CLOUD;
 
 class ClientRepairLinks : public bench::ClientTest {};
 
-// Lists every entry whose name begins with "cloud" as one that a cloud service keeps.
+// Lists every entry whose name begins with "cloud" as a cloud service's placeholder.
 DWORD MarkCloudEntries(WIN32_FIND_DATAW& entry) {
     if (std::wstring_view(entry.cFileName).starts_with(L"cloud")) {
         entry.dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
@@ -40,7 +40,7 @@ TEST_F(ClientRepairLinks, ALinkToAFolderBecomesTheFolderThatItLeadsTo) {
     SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(InPackage(L"link"), elsewhere),
                             "links for this user");
     EXPECT_TRUE(Repair());
-    // Seen from the package it lies at "..\elsewhere", and so does the folder created.
+    // Relative to the package it is "..\elsewhere", and so is the folder that is created.
     EXPECT_THAT(bench::FolderListing(Scratch() / L"games"),
                 ElementsAre(L"Client/", L"Client/RepairTool.exe", L"elsewhere/"));
     EXPECT_EQ(snapshot().filesTotal, 0u);

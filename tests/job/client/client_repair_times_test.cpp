@@ -10,8 +10,8 @@
 
 namespace fs = std::filesystem;
 
-// Times that some disks cannot hold, FAT none before 1980. A file's time never makes it count as
-// broken, so the second of two repairs finds everything clean.
+// Times that some disks cannot store (FAT begins in 1980). A file's time alone never counts as
+// damage, so the second of two repairs finds everything clean.
 
 namespace {
 

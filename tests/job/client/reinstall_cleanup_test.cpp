@@ -66,7 +66,7 @@ TEST_F(ReinstallCleanup, KeepsTheToolOfAnyName) {
 TEST_F(ReinstallCleanup, KeepsTheToolIfItsPathCannotBeResolvedForAMoment) {
     // Some systems let the file of a running program be deleted.
     const std::wstring tool = Tool();
-    for (int failingOpen = 1; failingOpen <= 2; ++failingOpen) {
+    for (int failingOpen = 1; failingOpen <= 3; ++failingOpen) {
         int opens = 0;
         {
             const auto hook = bench::HookOpen([&](const std::wstring& path) -> DWORD {
@@ -75,7 +75,7 @@ TEST_F(ReinstallCleanup, KeepsTheToolIfItsPathCannotBeResolvedForAMoment) {
             });
             static_cast<void>(PrepareCleanReinstall());
         }
-        EXPECT_GE(opens, failingOpen);
+        EXPECT_GE(opens, 2);  // The third would be that of the deletion.
         EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe")) << failingOpen;
         resetJobProgress();
     }

@@ -9,7 +9,7 @@ namespace bench {
 // A drive letter substituted for a folder (as by `subst`) while the object lives.
 class SubstitutedDrive {
 public:
-    // `drive` with its colon. Under Wine nothing on such a drive can be opened.
+    // `drive` with its colon. Under Wine no file on such a drive can be opened.
     SubstitutedDrive(const wchar_t* drive, const std::filesystem::path& folder) : drive_(drive) {
         made_ = ::DefineDosDeviceW(0, drive, folder.c_str()) != FALSE;
     }
