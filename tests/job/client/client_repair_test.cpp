@@ -6,6 +6,7 @@
 #include <ostream>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "bench_parts/current_folder.h"
@@ -295,6 +296,18 @@ TEST_F(ClientRepair, ARefusedReinstallCopiesAndDeletesNothing) {
     EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe", L"settings.ini"));
     ExpectFailure(bench::kUnsafeReinstall);
     ExpectCounters(0, 0, 0);
+}
+
+TEST_F(ClientRepair, AReinstallFromTheClientFolderItselfIsRefused) {
+    bench::WriteFile(InClient(L"settings.ini"), "mine");
+    for (const auto& [package, archive] :
+         {std::pair{InClient(L"temp"), Scratch() / L"a.zip"}, {Package(), InClient(L"a.zip")}}) {
+        bench::WriteFile(package / L"a.dat", "a");
+        jobProgress.running = true;
+        EXPECT_FALSE(VerifyAndRepairClient(package, true, archive));
+        ExpectFailure(bench::kUnsafeReinstall);
+        EXPECT_TRUE(fs::exists(InClient(L"settings.ini")));
+    }
 }
 
 TEST_F(ClientRepair, NeitherJobOverwritesTheTool) {
