@@ -5,12 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "bench_parts/call_hook.h"
@@ -72,78 +72,42 @@ KernelHandle AwaitProcess(const UnpackerMachine& machine, size_t number) {
     return bench::OpenRunningProcess(machine.AwaitRuns(number).at(number - 1).processId);
 }
 
-// Watches the programs that the job thread waits for. Keeps a handle to each for its exit code, and
-// lets the first wait begin only when the recorder has noted its start: on a busy machine that can
-// take longer than the time to the first poll, which ends it after a stop.
-//
-// Only the first `polled` programs are polled. The others end before their first poll.
-class WatchedPrograms {
-public:
-    explicit WatchedPrograms(const UnpackerMachine& machine, size_t polled = SIZE_MAX)
-        : machine_(machine), polled_(polled), hook_(kKernel32, "WaitForSingleObject", Wait{this}) {}
+// Opens each program that is started. The one with the number `finished` has ended before the job
+// waits for it, however slow this machine is.
+auto WatchStarts(std::vector<KernelHandle>& programs, size_t finished = 0) {
+    using Start = decltype(&::CreateProcessW);
+    return bench::HookCall<Start>(
+        L"kernel32.dll", "CreateProcessW", [&programs, finished](auto... values) -> BOOL {
+            const auto start = bench::RealFunction<Start>(L"kernel32.dll", "CreateProcessW");
+            if (!start(values...)) {
+                return FALSE;
+            }
+            const PROCESS_INFORMATION& started = *std::get<9>(std::tuple(values...));
+            programs.push_back(bench::OpenRunningProcess(started.dwProcessId));
+            if (programs.size() == finished) {
+                bench::AwaitExitCode(programs.back());
+            }
+            return TRUE;
+        });
+}
 
-    // In the order of their start. Only when no extraction runs any more.
-    std::vector<std::optional<DWORD>> ExitCodes() const {
-        std::vector<std::optional<DWORD>> codes(programs_.size());
-        std::transform(programs_.begin(), programs_.end(), codes.begin(), bench::AwaitExitCode);
-        return codes;
-    }
-
-private:
-    static constexpr wchar_t kKernel32[] = L"kernel32.dll";
-    using WaitFunction = decltype(&::WaitForSingleObject);
-
-    struct Wait {
-        WatchedPrograms* watched;
-        DWORD operator()(HANDLE handle, DWORD milliseconds) const {
-            return watched->OnWait(handle, milliseconds);
-        }
-    };
-
-    DWORD OnWait(HANDLE handle, DWORD milliseconds) {
-        const auto wait = bench::RealFunction<WaitFunction>(kKernel32, "WaitForSingleObject");
-        const DWORD processId = ::GetProcessId(handle);  // 0 for a thread.
-        if (processId == 0 || IsOurs(handle)) {
-            return wait(handle, milliseconds);
-        }
-        if (processId != lastProcessId_) {
-            lastProcessId_ = processId;
-            programs_.push_back(Duplicate(handle));
-            machine_.AwaitRuns(programs_.size());
-        }
-        return wait(handle, programs_.size() <= polled_ ? milliseconds : 60'000);
-    }
-
-    bool IsOurs(HANDLE handle) const {
-        return std::any_of(programs_.begin(), programs_.end(),
-                           [&](const auto& own) { return own.get() == handle; });
-    }
-
-    // Not by the id: a quick program can be over by now.
-    static KernelHandle Duplicate(HANDLE process) {
-        HANDLE duplicate = nullptr;
-        ::DuplicateHandle(::GetCurrentProcess(), process, ::GetCurrentProcess(), &duplicate, 0,
-                          FALSE, DUPLICATE_SAME_ACCESS);
-        return KernelHandle(duplicate);
-    }
-
-    const UnpackerMachine& machine_;
-    size_t polled_;
-    DWORD lastProcessId_ = 0;
-    std::vector<KernelHandle> programs_;
-    bench::CallHook<WaitFunction, Wait> hook_;
-};
+std::vector<std::optional<DWORD>> ExitCodes(const std::vector<KernelHandle>& programs) {
+    std::vector<std::optional<DWORD>> codes(programs.size());
+    std::transform(programs.begin(), programs.end(), codes.begin(), bench::AwaitExitCode);
+    return codes;
+}
 
 TEST(StopDuringExtraction, EndsEachRarProgramThatIsStillStarted) {
     const UnpackerMachine machine;
     machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", "hold");
     machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "hold");
     machine.PutRecorder(machine.ToolFolder() / L"7za.exe", "hold");
-    WatchedPrograms programs(machine);
+    std::vector<KernelHandle> programs;
+    const auto hook = WatchStarts(programs);
     jobProgress.cancelRequested = true;
     BackgroundExtraction extraction(machine, bench::kRarStart);
     EXPECT_FALSE(extraction.Result());
-    EXPECT_THAT(programs.ExitCodes(), ElementsAre(Optional(1u), Optional(1u), Optional(1u)));
+    EXPECT_THAT(ExitCodes(programs), ElementsAre(Optional(1u), Optional(1u), Optional(1u)));
     EXPECT_EQ(snapshot().errorMessage, bench::RarFailed(L"7za.exe exit code 0"));
     EXPECT_NE(jobProgress.childProcess, nullptr);
 }
@@ -196,14 +160,15 @@ TEST(StopDuringExtraction, EndsTarAndThenPowerShellAndLeavesWhatWasUnpacked) {
     machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "hold");
     machine.PutRecorder(machine.CurrentFolder() / L"powershell.exe", "hold");
     bench::WriteFile(machine.StagingFolder() / L"Client" / L"half.dat", "half");
-    WatchedPrograms programs(machine);
+    std::vector<KernelHandle> programs;
+    const auto hook = WatchStarts(programs);
     BackgroundExtraction extraction(machine, bench::kZipStart);
     machine.AwaitRuns(1);
 
     jobProgress.cancelRequested = true;
 
     EXPECT_FALSE(extraction.Result());
-    EXPECT_THAT(programs.ExitCodes(), ElementsAre(Optional(1u), Optional(1u)));
+    EXPECT_THAT(ExitCodes(programs), ElementsAre(Optional(1u), Optional(1u)));
     EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
     EXPECT_THAT(bench::FolderListing(machine.StagingFolder()),
                 ElementsAre(L"Client/", L"Client/half.dat"));
@@ -252,7 +217,8 @@ TEST(StopDuringExtraction, LetsAQuickNextProgramFinish) {
     const UnpackerMachine machine;
     machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", "hold");
     machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "exit 0");
-    WatchedPrograms programs(machine, 1);
+    std::vector<KernelHandle> programs;
+    const auto hook = WatchStarts(programs, 2);
     BackgroundExtraction extraction(machine, bench::kRarStart);
     machine.AwaitRuns(1);
 
@@ -261,7 +227,7 @@ TEST(StopDuringExtraction, LetsAQuickNextProgramFinish) {
 
     EXPECT_TRUE(extraction.Result());
     EXPECT_FALSE(jobProgress.failed);
-    EXPECT_THAT(programs.ExitCodes(), ElementsAre(Optional(1u), Optional(0u)));
+    EXPECT_THAT(ExitCodes(programs), ElementsAre(Optional(1u), Optional(0u)));
     EXPECT_EQ(jobProgress.childProcess, nullptr);
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
 #include "extract/flattening_fixture.h"
 #include "extract/folder_flattening.h"
@@ -167,13 +168,9 @@ TEST_F(MoveByCopyTest, FailsForAFolderWhereAFileCouldNotBeRemoved) {
 }
 
 TEST_F(MoveByCopyTest, FailsAndKeepsTheSourceWhenAFileCannotBeCopied) {
-    const auto copy = bench::RealFunction<decltype(&::CopyFileW)>(L"kernel32.dll", "CopyFileW");
-    const auto hook = bench::HookCall<decltype(&::CopyFileW)>(
-        L"kernel32.dll", "CopyFileW", [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) {
-            return std::wstring_view(source).ends_with(L"\\bad.dat")
-                       ? FailWith(ERROR_CRC)
-                       : copy(source, target, failIfExists);
-        });
+    const auto hook = bench::HookCopy([](const std::wstring& source, const std::wstring&) -> DWORD {
+        return source.ends_with(L"\\bad.dat") ? ERROR_CRC : ERROR_SUCCESS;
+    });
     WriteFile(From() / L"bad.dat", "bad");
     EXPECT_EQ(Move(L"bad.dat"), DWORD{ERROR_CRC});
     EXPECT_EQ(ReadFile(From() / L"bad.dat"), "bad");

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
 #include "extract/flattening_fixture.h"
 
@@ -111,17 +112,11 @@ protected:
     }
     // With the first `count` listings broken off.
     std::wstring MessageOfBrokenFlattening(int count) const {
-        const auto advance = RealKernelFunction<decltype(&::FindNextFileW)>("FindNextFileW");
-        const auto hook = bench::HookCall<decltype(&::FindNextFileW)>(
-            L"kernel32.dll", "FindNextFileW",
-            [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
-                const BOOL succeeded = advance(listing, found);
-                if (succeeded && count > 0 && std::wstring_view(found->cFileName) == L"z.dat") {
-                    --count;
-                    return Refuse();
-                }
-                return succeeded;
-            });
+        const bench::ListingHook hook([&](WIN32_FIND_DATAW& found) -> DWORD {
+            const bool breaksOff = count > 0 && std::wstring_view(found.cFileName) == L"z.dat";
+            count -= breaksOff ? 1 : 0;
+            return breaksOff ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+        });
         std::wstring message = MessageOfFlattening();
         EXPECT_EQ(count, 0);
         return message;
@@ -166,27 +161,17 @@ TEST_F(Flattening, FindsTheLoneFolderWhenTheFirstListingFails) {
 
 // "odd" is a link, and looking at its target fails.
 TEST_F(Flattening, DoesNotCountALinkThatCannotBeFollowedAsAFolder) {
-    const auto look = RealKernelFunction<decltype(&::GetFileAttributesExW)>("GetFileAttributesExW");
     DWORD lookError = ERROR_SUCCESS;
-    const auto hook = bench::HookCall<decltype(&::GetFileAttributesExW)>(
-        L"kernel32.dll", "GetFileAttributesExW",
-        [&](LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID facts) -> BOOL {
-            if (!std::wstring_view(path).ends_with(L"\\odd")) {
-                return look(path, level, facts);
-            }
-            ::SetLastError(lookError);
-            return FALSE;
-        });
-    const auto advance = RealKernelFunction<decltype(&::FindNextFileW)>("FindNextFileW");
-    const auto listingHook = bench::HookCall<decltype(&::FindNextFileW)>(
-        L"kernel32.dll", "FindNextFileW", [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
-            const BOOL succeeded = advance(listing, found);
-            if (succeeded && std::wstring_view(found->cFileName) == L"odd") {
-                found->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
-                found->dwReserved0 = IO_REPARSE_TAG_SYMLINK;
-            }
-            return succeeded;
-        });
+    const auto look = bench::HookAttributes([&](const std::wstring& path) -> DWORD {
+        return path.ends_with(L"\\odd") ? lookError : ERROR_SUCCESS;
+    });
+    const bench::ListingHook listing([](WIN32_FIND_DATAW& found) -> DWORD {
+        if (std::wstring_view(found.cFileName) == L"odd") {
+            found.dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+            found.dwReserved0 = IO_REPARSE_TAG_SYMLINK;
+        }
+        return ERROR_SUCCESS;
+    });
     WriteFile(Staging() / L"odd" / L"a.dat", "a");
     for (const DWORD error : {DWORD{ERROR_FILE_NOT_FOUND}, DWORD{ERROR_ACCESS_DENIED}}) {
         lookError = error;
