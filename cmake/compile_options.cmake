@@ -1,5 +1,5 @@
-# One interface target carries language level, warnings and hardening for everything of ours.
-# Google Test is not linked to it, so that its code does not meet our warnings.
+# Language level, warnings and hardening of all our targets. GoogleTest does not link to this, because its
+# code would not pass the warnings.
 add_library(repair_options INTERFACE)
 target_compile_features(repair_options INTERFACE cxx_std_20)
 target_compile_definitions(
@@ -18,7 +18,7 @@ if(MSVC)
         repair_options
         INTERFACE /W4
                   /WX
-                  # Not for the Windows headers, some of which do not pass level 4.
+                  # No warnings for the Windows headers: some do not pass level 4.
                   /external:anglebrackets
                   /external:W0
                   /permissive-
@@ -27,10 +27,10 @@ if(MSVC)
                   /sdl
                   /Brepro)
     target_link_options(repair_options INTERFACE /guard:cf /CETCOMPAT /Brepro /MANIFEST:NO
-                                                  # Imports come from the system's folder,
-                                                  # not from the exe's own.
+                                                  # Load imports from the system folder, never
+                                                  # from the exe's folder.
                                                   /DEPENDENTLOADFLAG:0x800
-                                                  # Names the file with debug symbols without its folder.
+                                                  # Only the name of the symbol file, not its path.
                                                   /PDBALTPATH:%_PDB%)
 else()
     target_compile_options(
@@ -41,17 +41,17 @@ else()
                   -Wshadow
                   -Wconversion
                   -Werror
-                  # GCC 12 sees overlapping copies in every `"literal" + std::string` (its bug 105651).
+                  # GCC 12 falsely warns about `"literal" + std::string` (GCC bug 105651).
                   -Wno-restrict
                   -fstack-protector-strong
                   -ffunction-sections
                   -fdata-sections
-                  # Paths of the build machine have no place in a file that players get.
+                  # Keep the build machine's paths out of the exe.
                   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
                   $<$<CONFIG:Release>:-U_FORTIFY_SOURCE>
                   $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>
                   -D_GLIBCXX_ASSERTIONS)
-    # Static runtime: one file to ship. No time stamp: same inputs, same bytes.
+    # Static runtime: one file to ship. No time stamp: reproducible builds.
     target_link_options(
         repair_options
         INTERFACE
