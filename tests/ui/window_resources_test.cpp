@@ -90,7 +90,7 @@ void PaintTimes(const OpenWindow& window, int times) {
     }
 }
 
-// The parameter: tenths of the full size.
+// The parameter: tenths of the full size. Even one tenth has more rounds than kLateHandles.
 class WindowResources : public WindowTest, public testing::WithParamInterface<int> {};
 class JobResources : public GameMachine, public testing::WithParamInterface<int> {
 private:
@@ -140,10 +140,10 @@ size_t GdiObjectsLostBySystem(int windows) {
 }
 
 TEST_P(WindowResources, AreReleasedWithEachWindow) {
-    const size_t lostBySystem = GdiObjectsLostBySystem(2 * GetParam());
+    const size_t lostBySystem = GdiObjectsLostBySystem(3 + 2 * GetParam());
     OpenAndClose(3);
     const ResourceCounters before = CountResources();
-    OpenAndClose(2 * GetParam());
+    OpenAndClose(3 + 2 * GetParam());
     ResourceCounters after = CountResources();
     after.gdiObjects -= lostBySystem;
     ExpectNothingLeft(before, after);
@@ -188,7 +188,7 @@ TEST_P(JobResources, AreReleasedAfterEachRepair) {
     const OpenWindow window({.config = config});
     Repair(window, 3);
     const ResourceCounters before = CountResources();
-    Repair(window, 2 * GetParam());
+    Repair(window, 3 + 2 * GetParam());
     ExpectNothingLeft(before, CountResources());
 }
 
