@@ -1,5 +1,5 @@
 // What the loader does for the tool and the uninstaller before their first instruction: which DLLs
-// it loads, and which functions it wants of them.
+// it loads, and which of their functions it imports.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ using testing::Contains;
 using testing::IsEmpty;
 using testing::Not;
 
-// The functions that are imported from each DLL, whose name is in small letters.
+// The imported functions by DLL, its name in lower case.
 using Imports = std::map<std::string, std::set<std::string>>;
 
 std::string LowerCaseName(std::string text) {

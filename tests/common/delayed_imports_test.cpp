@@ -42,9 +42,9 @@ TEST(DelayedImports, LeadToTheFunctionAfterTheFirstCall) {
     EXPECT_EQ(creation->function, FindImport(*creation));
 }
 
-// The second argument travels in another kind of register than whole numbers do.
+// Floating-point arguments are passed in other registers than integers.
 TEST(DelayedImports, PassFractionsOnInTheFirstCall) {
-    // Leaves something else in that register.
+    // Overwrites that register.
     const auto load = bench::HookCall<decltype(&::LoadLibraryExA)>(
         L"kernel32.dll", "LoadLibraryExA",
         [real = bench::RealFunction<decltype(&::LoadLibraryExA)>(
@@ -60,7 +60,7 @@ TEST(DelayedImports, PassFractionsOnInTheFirstCall) {
     EXPECT_EQ(width, 2.25F);
 }
 
-// Instead of calling nothing at all. The exception stands for the program's end.
+// Otherwise it would call a null pointer. The exception takes the place of the program's end.
 TEST(DelayedImports, EndTheProgramWhereWindowsLacksAFunction) {
     std::string message;
     const auto end = bench::HookCall<decltype(&::FatalAppExitA)>(

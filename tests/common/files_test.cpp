@@ -308,6 +308,18 @@ TEST_F(Files, WriteBinaryFileReplacesTheContentAndCreatesTheFolder) {
     EXPECT_EQ(ReadFile(At(L"file")), "");
 }
 
+TEST_F(Files, WriteBinaryFileFailsOnAFullDisk) {
+    for (const BOOL result : {TRUE, FALSE}) {
+        const auto hook = bench::HookCall<decltype(&::WriteFile)>(
+            L"kernel32.dll", "WriteFile",
+            [&](HANDLE, LPCVOID, DWORD count, LPDWORD written, LPOVERLAPPED) -> BOOL {
+                *written = count - 1;
+                return result;
+            });
+        EXPECT_FALSE(WriteBinaryFile(At(L"file"), Bytes("new"))) << result;
+    }
+}
+
 TEST_F(Files, WriteBinaryFileFailsOnReadOnlyOpenAndImpossibleFiles) {
     for (const wchar_t* name : {L"read-only", L"open"}) {
         WriteFile(At(name), "old");

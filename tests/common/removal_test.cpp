@@ -181,12 +181,13 @@ TEST_F(Removal, RemoveTreeDoesNotFollowALinkThatReplacesAListedFolder) {
 TEST_F(Removal, RemoveTreeKeepsAFolderInPlaceWhileItIsEmptied) {
     WriteFile(At(L"tree\\file"), "x");
     bool isAsked = false;
-    const auto hook = bench::HookCall<decltype(&::FindNextFileW)>(
-        L"kernel32.dll", "FindNextFileW", [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
+    // Before the listing, which keeps the folder in place as well.
+    const auto hook = bench::HookCall<decltype(&::FindFirstFileExW)>(
+        L"kernel32.dll", "FindFirstFileExW", [&](auto... arguments) -> HANDLE {
             isAsked = true;
             EXPECT_FALSE(::MoveFileW(At(L"tree").c_str(), At(L"moved").c_str()));
-            return bench::RealFunction<decltype(&::FindNextFileW)>(L"kernel32.dll",
-                                                                   "FindNextFileW")(listing, found);
+            return bench::RealFunction<decltype(&::FindFirstFileExW)>(
+                L"kernel32.dll", "FindFirstFileExW")(arguments...);
         });
     EXPECT_EQ(RemoveTree(At(L"tree")), ERROR_SUCCESS);
     EXPECT_TRUE(isAsked);

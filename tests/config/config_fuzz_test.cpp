@@ -15,7 +15,7 @@ namespace {
 constexpr uint32_t kSeed = 20261121;
 constexpr int kTexts = 25'000;
 
-// Texts made of what the format finds meaningful, mixed with any bytes at all.
+// Texts of pieces that have a meaning in the format, mixed with arbitrary bytes.
 class ConfigTextGenerator {
 public:
     explicit ConfigTextGenerator(uint32_t seed) : random_(seed) {}
