@@ -58,13 +58,13 @@ protected:
         return Start(std::wstring(reinterpret_cast<const wchar_t*>(value.bytes.data())));
     }
 
-    // The process; null when it does not start.
+    // The process, which inherits handles; null when it does not start.
     static KernelHandle Start(std::wstring commandLine,
                               const fs::path& currentFolder = toolFolder) {
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
         PROCESS_INFORMATION started{};
-        if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
+        if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
                               currentFolder.c_str(), &startup, &started)) {
             return nullptr;
         }
@@ -72,11 +72,13 @@ protected:
         return KernelHandle(started.hProcess);
     }
 
-    // Starts a copy elsewhere as the original does, but lets the test see how it ends.
-    [[nodiscard]] KernelHandle StartAsCopy() const {
+    // Starts a copy elsewhere as the original does, but lets the test see how it ends. `original`:
+    // the handle that the copy waits for.
+    [[nodiscard]] KernelHandle StartAsCopy(HANDLE original = nullptr) const {
         const fs::path copy = elsewhere_.Path() / L"copy.exe";
         bench::WriteFile(copy, bench::ReadFile(toolExePath));
-        return Start(L"\"" + copy.native() + L"\" /remove \"" + toolExePath.native() + L"\" 0",
+        return Start(L"\"" + copy.native() + L"\" /remove \"" + toolExePath.native() + L"\" " +
+                         std::to_wstring(reinterpret_cast<uintptr_t>(original)),
                      elsewhere_.Path());
     }
 
@@ -113,10 +115,14 @@ TEST_F(UninstallerProgram, EndsWithZeroOnlyIfTheGameIsRemoved) {
     // The usual startup program of a game that names none.
     Configure("format=Quellstone.v1\nprogramsDisplayName=Bench Game\nstartupExe=\n");
     bench::WriteFile(toolFolder / L"patcher.exe", "MZ");
-    const KernelHandle declined = StartAsCopy();
+    // The wait resets this event.
+    SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    const KernelHandle original(::CreateEventW(&inheritable, FALSE, TRUE, nullptr));
+    const KernelHandle declined = StartAsCopy(original.get());
     ASSERT_TRUE(declined);
     const HWND question = AwaitBox(kCaption);
     EXPECT_THAT(BoxText(question), HasSubstr(L"Do you want to remove"));
+    EXPECT_EQ(::WaitForSingleObject(original.get(), 0), DWORD{WAIT_TIMEOUT});
     Answer(question, IDNO);
     EXPECT_EQ(ExitCode(declined), 1U);
 
