@@ -104,11 +104,18 @@ TEST_F(RunUninstallTest, RefusesWhatChangedDuringTheQuestion) {
 TEST_F(RunUninstallTest, ReportsWhatStays) {
     const auto hook = AnswerBoxes([] { return IDYES; });
     bench::WriteFile(toolFolder / L"open", "x");
-    const bench::OpenElsewhere open(toolFolder / L"open", FILE_SHARE_READ);
+    bench::OpenElsewhere open(toolFolder / L"open", FILE_SHARE_READ);
     EXPECT_FALSE(RunUninstall());
     ASSERT_EQ(boxes_.size(), 2U);
     EXPECT_THAT(boxes_[1].text, HasSubstr(L"\n" + toolFolder.native() + L"\\open\n"));
     EXPECT_EQ(boxes_[1].style & kButtonsAndIcon, UINT{MB_OK | MB_ICONWARNING});
+
+    open.Close();
+    const auto refuse = bench::HookCall<decltype(&::RegDeleteTreeW)>(
+        L"advapi32.dll", "RegDeleteTreeW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
+    EXPECT_FALSE(RunUninstall());
+    ASSERT_EQ(boxes_.size(), 4U);
+    EXPECT_EQ(boxes_[3].style & kButtonsAndIcon, UINT{MB_OK | MB_ICONWARNING});
 }
 
 }  // namespace
