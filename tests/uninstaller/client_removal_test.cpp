@@ -178,12 +178,15 @@ TEST_F(RemoveGameTest, KeepsTheStartupProgramUntilTheUninstallerIsRemoved) {
 
 TEST_F(RemoveGameTest, NamesAFolderThatCannotBeListed) {
     WriteFile(toolFolder / L"closed" / L"file", "x");
-    const bench::UnreadableFolder closed(toolFolder / L"closed");
-    SKIP_ON_WINDOWS_WITHOUT(closed.Made(), "a way to make a folder unreadable");
-    const RemovalResult result = RemoveInstalledGame();
-    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"closed"));
-    EXPECT_TRUE(result.canBeRepeated);
-    EXPECT_TRUE(result.rightsAreMissing);
+    const ApprovedClient approved = Client();
+    for (const wchar_t* const name : {L"closed", L"bin"}) {
+        const bench::UnreadableFolder closed(toolFolder / name);
+        SKIP_ON_WINDOWS_WITHOUT(closed.Made(), "a way to make a folder unreadable");
+        const RemovalResult result = RemoveGame(approved);
+        EXPECT_THAT(result.left, ElementsAre(toolFolder / name));
+        EXPECT_TRUE(result.canBeRepeated);
+        EXPECT_TRUE(result.rightsAreMissing);
+    }
 }
 
 TEST_F(RemoveGameTest, DistinguishesMissingRightsFromFilesInUse) {
