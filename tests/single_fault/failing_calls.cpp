@@ -29,8 +29,9 @@ bool IsSamePath(const wchar_t* path) {
 bool Strikes(const char* function, const wchar_t* path) {
     ++callCount;
     if (notedCalls != nullptr) {
+        // Without the lock: only this thread writes the record, and some calls are made under it.
         notedCalls->push_back({function, path == nullptr ? std::wstring() : std::wstring(path),
-                               snapshot().detailLine});
+                               jobProgress.state.detailLine});
     }
     if (plannedFault == nullptr || callCount < plannedFault->number) {
         return false;
