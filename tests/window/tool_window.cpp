@@ -229,10 +229,10 @@ void ToolWindow::AwaitUsable() const {
     EXPECT_EQ(::WaitForSingleObject(process_.get(), 0), DWORD{WAIT_TIMEOUT});
 }
 
-std::optional<DWORD> ToolWindow::AwaitExitCode(std::chrono::milliseconds limit) const {
+std::optional<DWORD> ToolWindow::AwaitExitCode() const {
+    constexpr DWORD kLimitMs = 60'000;
     DWORD code = 0;
-    const auto limitMs = static_cast<DWORD>(limit.count());
-    if (::WaitForSingleObject(process_.get(), limitMs) != WAIT_OBJECT_0 ||
+    if (::WaitForSingleObject(process_.get(), kLimitMs) != WAIT_OBJECT_0 ||
         !::GetExitCodeProcess(process_.get(), &code)) {
         return std::nullopt;
     }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -86,9 +85,8 @@ public:
     void AwaitJobEnd() const;
     // No box is open on top of the window, and the process is running.
     void AwaitUsable() const;
-    // Empty if the process does not end.
-    [[nodiscard]] std::optional<DWORD> AwaitExitCode(
-        std::chrono::milliseconds limit = std::chrono::minutes(1)) const;
+    // Empty if the process does not end within a minute.
+    [[nodiscard]] std::optional<DWORD> AwaitExitCode() const;
 
     // The picture on the screen, once all pending painting is done.
     [[nodiscard]] WindowShot Look() const;
