@@ -15,6 +15,7 @@
 
 namespace {
 
+using bench::Flattening;
 using bench::FolderListing;
 using bench::OpenElsewhere;
 using bench::ReadFile;
@@ -180,6 +181,21 @@ TEST_F(MoveByCopyTest, FailsAndKeepsTheSourceWhenAFileCannotBeCopied) {
     const auto before = FolderListing(From());
     EXPECT_EQ(Move(L"Data"), DWORD{ERROR_CRC});
     EXPECT_EQ(FolderListing(From()), before);
+}
+
+TEST_F(MoveByCopyTest, FailsAndKeepsTheSourceWhenItsListingBreaksOff) {
+    WriteFile(From() / L"Data" / L"a.dat", "a");
+    WriteFile(From() / L"Data" / L"z.dat", "z");
+    bool hasBrokenOff = false;
+    const bench::ListingHook hook([&](WIN32_FIND_DATAW& found) -> DWORD {
+        if (hasBrokenOff || std::wstring_view(found.cFileName) != L"z.dat") {
+            return ERROR_SUCCESS;
+        }
+        hasBrokenOff = true;
+        return ERROR_CRC;
+    });
+    EXPECT_EQ(Move(L"Data"), DWORD{ERROR_CRC});
+    EXPECT_EQ(ReadFile(From() / L"Data" / L"z.dat"), "z");
 }
 
 TEST_F(MoveByCopyTest, FailsWhenAFolderInTheFolderCannotBeListed) {

@@ -14,6 +14,7 @@
 
 namespace {
 
+using bench::Flattening;
 using bench::FolderListing;
 using bench::WriteFile;
 using testing::ElementsAre;

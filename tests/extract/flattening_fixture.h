@@ -9,7 +9,9 @@
 #include "extract/folder_flattening.h"
 #include "job/progress/job_progress.h"
 
-// A fresh record, and a folder for a staging folder and things beside it.
+namespace bench {
+
+// A reset record, and a staging folder with room beside it.
 class Flattening : public testing::Test {
 protected:
     Flattening() {
@@ -34,5 +36,7 @@ protected:
     }
 
 private:
-    bench::ScratchFolder scratch_;
+    ScratchFolder scratch_;
 };
+
+}  // namespace bench

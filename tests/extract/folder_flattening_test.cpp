@@ -15,6 +15,7 @@
 
 namespace {
 
+using bench::Flattening;
 using bench::FolderListing;
 using bench::OpenElsewhere;
 using bench::ReadFile;

@@ -133,7 +133,7 @@ TEST(RealPackages, WithAPasswordWaitUntilTheToolIsClosed) {
     requestCancel();
     EXPECT_FALSE(extraction.get());
     EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
-    // The program has ended with its parent and holds nothing any more.
+    // The program has ended with its parent and no longer holds the file.
     EXPECT_TRUE(bench::Await([&] { return ::DeleteFileW(secret.c_str()) != FALSE; }));
 }
 

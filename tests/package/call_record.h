@@ -55,7 +55,7 @@ struct CallRecord {
     }
 };
 
-// A function's name as a template argument, so that each function has a hook of its own.
+// A function's name as a template argument, so that each function has its own hook.
 template <size_t kSize>
 struct FunctionName {
     // Converts, so that a template argument can be a literal.

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "bench_parts/call_hook.h"
 #include "bench_parts/fault_server_client.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/waiting.h"
 #include "common/files.h"
@@ -15,13 +15,14 @@
 #include "package/http_download.h"
 #include "package/winhttp_api.h"
 
+namespace bench {
+
 inline constexpr wchar_t kWinHttp[] = L"winhttp.dll";
-inline constexpr wchar_t kKernel32[] = L"kernel32.dll";
 inline constexpr size_t kMebibyte = 0x100000;
 
 inline BOOL ReadRealData(HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
     static const auto real =
-        bench::RealFunction<decltype(&::WinHttpReadData)>(kWinHttp, "WinHttpReadData");
+        RealFunction<decltype(&::WinHttpReadData)>(kWinHttp, "WinHttpReadData");
     return real(request, buffer, size, bytesRead);
 }
 
@@ -40,7 +41,7 @@ protected:
     }
 
     std::string SavedBytes() const {
-        return bench::ReadFile(archive_);
+        return ReadFile(archive_);
     }
 
     bool IsSaved() const {
@@ -48,7 +49,7 @@ protected:
     }
 
     bool WaitForFileSize(uint64_t size) const {
-        return bench::Await([&] { return FileSize(archive_).value_or(0) >= size; });
+        return Await([&] { return FileSize(archive_).value_or(0) >= size; });
     }
 
     // A reported failure's record.
@@ -71,7 +72,9 @@ protected:
         EXPECT_TRUE(jobProgress.running);
     }
 
-    bench::ScratchFolder scratch_;
-    bench::FaultServer server_;
+    ScratchFolder scratch_;
+    FaultServer server_;
     const std::filesystem::path archive_ = scratch_.Path() / L"it's \u4FEE\u7406 p\u00E4ck.zip";
 };
+
+}  // namespace bench

@@ -8,6 +8,11 @@
 
 namespace {
 
+using bench::DownloadTest;
+using bench::kMebibyte;
+using bench::kWinHttp;
+using bench::ReadRealData;
+
 using FullDiskDownload = DownloadTest;
 
 TEST_F(FullDiskDownload, KeepsWhatFitsOnASmallDisk) {

@@ -18,6 +18,12 @@
 
 namespace {
 
+using bench::DownloadTest;
+using bench::kKernel32;
+using bench::kMebibyte;
+using bench::kWinHttp;
+using bench::ReadRealData;
+
 using testing::ElementsAre;
 
 template <bench::FunctionName kName, class Function>
@@ -43,7 +49,7 @@ using DownloadFunctions = bench::RecordedFunctions<
     FileFunction<"CloseHandle", decltype(&::CloseHandle)>,
     FileFunction<"DeleteFileW", decltype(&::DeleteFileW)>>;
 
-// The time stands still, so that the number of reads does not depend on the machine's speed.
+// Stops the clock, so that the number of reads does not depend on the machine's speed.
 auto FreezeClock() {
     return bench::HookCall<decltype(&::QueryPerformanceCounter)>(
         kKernel32, "QueryPerformanceCounter", [](LARGE_INTEGER* now) {
@@ -274,7 +280,7 @@ TEST_F(AnnouncedSize, LeadsToNoAbsurdPercentage) {
     }
 }
 
-// Downloads by a clock of its own.
+// Downloads by a simulated clock.
 class DownloadTiming : public DownloadTest {
 protected:
     // Bytes that a read is to give, and how long it is to take.

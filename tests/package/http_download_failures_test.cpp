@@ -1,4 +1,4 @@
-// How a download fails: its message, and what is then on disk. The failures of single calls are in
+// The messages of failed downloads and what they leave on disk. Failures of single calls are in
 // http_download_calls_test.cpp.
 
 #include <gtest/gtest.h>
@@ -13,6 +13,12 @@
 #include "package/download_fixture.h"
 
 namespace {
+
+using bench::DownloadTest;
+using bench::kKernel32;
+using bench::kMebibyte;
+using bench::kWinHttp;
+using bench::ReadRealData;
 
 constexpr wchar_t kNoResponse[] = L"The server did not respond to the download request.";
 constexpr wchar_t kCannotWrite[] = L"Could not write the downloaded data to disk.";

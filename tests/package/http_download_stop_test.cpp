@@ -11,6 +11,10 @@
 
 namespace {
 
+using bench::DownloadTest;
+using bench::kWinHttp;
+using bench::ReadRealData;
+
 class HttpDownloadStop : public DownloadTest {
 protected:
     void ExpectStoppedSilently(uint64_t bytesReceived) const {

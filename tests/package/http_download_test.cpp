@@ -12,6 +12,9 @@
 
 namespace {
 
+using bench::DownloadTest;
+using bench::kMebibyte;
+
 using HttpDownload = DownloadTest;
 
 std::vector<std::string> HeaderNames(const bench::LoggedRequest& request) {

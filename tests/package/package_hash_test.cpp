@@ -24,7 +24,7 @@ constexpr wchar_t kBcrypt[] = L"bcrypt.dll";
 constexpr NTSTATUS kStatusUnsuccessful = static_cast<NTSTATUS>(0xC0000001);
 constexpr size_t kMebibyte = 0x100000;
 
-// FIPS 180-4's example and the digest of nothing.
+// FIPS 180-4's example and the digest of an empty file.
 constexpr wchar_t kDigestOfAbc[] =
     L"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 constexpr wchar_t kDigestOfNothing[] =
@@ -277,7 +277,8 @@ TEST_F(HashCalls, AreThePrescribedOnesAndGiveHashAndProviderBack) {
     }
     // No handle of the file is left.
     EXPECT_TRUE(::DeleteFileW(archive_.c_str()));
-    EXPECT_THAT(CallsWithFailing("opening the file"), testing::IsEmpty()) << "without a file, no hash";
+    EXPECT_THAT(CallsWithFailing("opening the file"), testing::IsEmpty())
+        << "without a file, no hash";
 }
 
 }  // namespace
