@@ -40,8 +40,8 @@ bool WithWebsite(const Conditions& now) {
     return now.hasWebsite;
 }
 
-bool WithCommunity(const Conditions& now) {
-    return now.hasCommunity;
+bool WithDiscord(const Conditions& now) {
+    return now.hasDiscord;
 }
 
 constexpr ButtonSpec kButtons[] = {
@@ -88,12 +88,12 @@ constexpr ButtonSpec kButtons[] = {
      .place = kWebsiteButton,
      .placeWithServers = kWebsiteButton,
      .isShown = WithWebsite},
-    {.id = ButtonId::Community,
+    {.id = ButtonId::Discord,
      .text = L"Discord",
      .look = ButtonLook::Quiet,
-     .place = kCommunityButton,
-     .placeWithServers = kCommunityButton,
-     .isShown = WithCommunity},
+     .place = kDiscordButton,
+     .placeWithServers = kDiscordButton,
+     .isShown = WithDiscord},
     {.id = ButtonId::Retry,
      .text = L"Retry",
      .look = ButtonLook::Accented,
@@ -141,7 +141,7 @@ ButtonConditions ConditionsFor(const ToolConfig& config, bool failureShown) {
         .failureShown = failureShown,
         .severalServers = HasSeveralServers(config),
         .hasWebsite = !config.websiteUrl.empty(),
-        .hasCommunity = config.showDiscord && !config.discordUrl.empty(),
+        .hasDiscord = config.showDiscord && !config.discordUrl.empty(),
         .offersShortcut = config.offerDesktopShortcut,
         .hasStartupProgram = !config.startupExe.empty(),
     };

@@ -15,7 +15,7 @@ enum class ButtonId : int {
     CreateShortcut = 4003,
     RunPatcher = 4004,
     Website = 4005,
-    Community = 4006,
+    Discord = 4006,
     Minimize = 4007,
     CloseMark = 4008,
     Retry = 4009,
@@ -37,7 +37,7 @@ struct ButtonConditions {
     bool failureShown = false;  // A job has failed and "Retry" has not been pressed.
     bool severalServers = false;
     bool hasWebsite = false;
-    bool hasCommunity = false;
+    bool hasDiscord = false;
     bool offersShortcut = false;
     bool hasStartupProgram = false;
 };

@@ -58,7 +58,7 @@ void RunCommand(HWND window, int controlId) {
             return LaunchStartupProgram();
         case ButtonId::Website:
             return OpenLink(window, toolConfig.websiteUrl);
-        case ButtonId::Community:
+        case ButtonId::Discord:
             return OpenLink(window, toolConfig.discordUrl);
         case ButtonId::Retry:
             return PrepareRetry(window);

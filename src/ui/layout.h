@@ -60,7 +60,7 @@ inline constexpr Box kShortcutButtonWithServers{178, 486, 220, 28};
 inline constexpr Box kPatcherButton{342, 456, 176, 42};
 inline constexpr Box kPatcherButtonWithServers{462, 486, 176, 28};
 inline constexpr Box kWebsiteButton{24, 516, 110, 30};
-inline constexpr Box kCommunityButton{142, 516, 110, 30};
+inline constexpr Box kDiscordButton{142, 516, 110, 30};
 inline constexpr Box kRetryButton{244, 396, 176, 44};
 inline constexpr Box kCloseButton{440, 396, 176, 44};
 inline constexpr Box kMinimizeButton{792, 10, 28, 28};

@@ -75,7 +75,7 @@ ButtonConditions ConditionsFromBits(int bits) {
         .failureShown = (bits & 1) != 0,
         .severalServers = (bits & 2) != 0,
         .hasWebsite = (bits & 4) != 0,
-        .hasCommunity = (bits & 8) != 0,
+        .hasDiscord = (bits & 8) != 0,
         .offersShortcut = (bits & 16) != 0,
         .hasStartupProgram = (bits & 32) != 0,
     };
@@ -83,7 +83,7 @@ ButtonConditions ConditionsFromBits(int bits) {
 
 int BitsOf(const ButtonConditions& state) {
     return (state.failureShown ? 1 : 0) + (state.severalServers ? 2 : 0) +
-           (state.hasWebsite ? 4 : 0) + (state.hasCommunity ? 8 : 0) +
+           (state.hasWebsite ? 4 : 0) + (state.hasDiscord ? 8 : 0) +
            (state.offersShortcut ? 16 : 0) + (state.hasStartupProgram ? 32 : 0);
 }
 
@@ -93,7 +93,7 @@ std::set<int> ExpectedIds(const ButtonConditions& state) {
     if (state.hasWebsite) {
         ids.insert(4005);
     }
-    if (state.hasCommunity) {
+    if (state.hasDiscord) {
         ids.insert(4006);
     }
     if (state.failureShown) {

@@ -80,7 +80,7 @@ constexpr ShownButton kForOneServer[] = {
     {ButtonId::CreateShortcut, L"Create Game Shortcut", {504, 396, 180, 44}},
     {ButtonId::RunPatcher, L"Run Patcher", {342, 456, 176, 42}},
     {ButtonId::Website, L"Website", {24, 516, 110, 30}},
-    {ButtonId::Community, L"Discord", {142, 516, 110, 30}},
+    {ButtonId::Discord, L"Discord", {142, 516, 110, 30}},
     {ButtonId::Minimize, L"-", {792, 10, 28, 28}},
     {ButtonId::CloseMark, L"x", {822, 10, 28, 28}},
 };
@@ -92,7 +92,7 @@ constexpr ShownButton kForSeveralServers[] = {
     {ButtonId::CreateShortcut, L"Create Game Shortcut", {178, 486, 220, 28}},
     {ButtonId::RunPatcher, L"Run Patcher", {462, 486, 176, 28}},
     {ButtonId::Website, L"Website", {24, 516, 110, 30}},
-    {ButtonId::Community, L"Discord", {142, 516, 110, 30}},
+    {ButtonId::Discord, L"Discord", {142, 516, 110, 30}},
     {ButtonId::Minimize, L"-", {792, 10, 28, 28}},
     {ButtonId::CloseMark, L"x", {822, 10, 28, 28}},
 };

@@ -124,7 +124,7 @@ TEST_F(LinkCommand, OpensItsAddressAtEachPress) {
     Set("websiteUrl", L"http://127.0.0.1:1/news?from=tool&x=1%20y#latest");
     Set("discordUrl", L"https://127.0.0.1:1/join?game=karvoth&a=b#rules");
     const bench::ToolWindow& window = StartTool();
-    const ButtonId presses[] = {ButtonId::Website, ButtonId::Community, ButtonId::Website};
+    const ButtonId presses[] = {ButtonId::Website, ButtonId::Discord, ButtonId::Website};
     for (long press = 0; press < std::ssize(presses); ++press) {
         window.Press(presses[press]);
         EXPECT_TRUE(bench::Await([&] { return std::ranges::count(Opened(), '\n') > press; }));
