@@ -40,15 +40,15 @@ bool ListHeldFolder(const std::filesystem::path& folder, const EntryVisitor& vis
 
 // Removes everything below `folder` except `kept` and the folders that contain them.
 void RemoveAllExcept(const Paths& kept, const std::filesystem::path& folder) {
-    // The result is ignored: AddEntriesExcept finds what remains.
-    ListHeldFolder(folder, [&](const FolderEntry& entry) {
+    // AddEntriesExcept finds what remains.
+    static_cast<void>(ListHeldFolder(folder, [&](const FolderEntry& entry) {
         if (!IsOrContainsKept(entry.path, kept)) {
             static_cast<void>(RemoveEntryOrTree(entry.path));
         } else if (entry.IsFolder() && !entry.isLink) {
             RemoveAllExcept(kept, entry.path);
         }
         return true;
-    });
+    }));
 }
 
 // Adds everything below `folder` to `left`, except `kept` and the folders that contain them; such a

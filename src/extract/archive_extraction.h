@@ -24,8 +24,8 @@ enum class PackageSignature {
 // False after a failure report; what a failed program has written stays in the folder. A stop
 // request makes each attempt fail and so ends in the same report. Job thread; blocks while the
 // programs run.
-bool ExtractPackage(const std::filesystem::path& archivePath,
-                    const std::filesystem::path& stagingFolder);
+[[nodiscard]] bool ExtractPackage(const std::filesystem::path& archivePath,
+                                  const std::filesystem::path& stagingFolder);
 
 // Unknown also for a file that cannot be opened or read.
 [[nodiscard]] PackageSignature SniffPackageSignature(const std::filesystem::path& archivePath);

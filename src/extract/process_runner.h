@@ -20,4 +20,4 @@ inline constexpr DWORD kNotStartedExitCode = 0xFFFFFFFF;
 // the result is false; `exitCode` is then not written, and childProcess keeps the closed handle.
 //
 // Job thread. Publishes stage and texts, but reports no failure.
-bool RunHiddenAndWait(std::wstring_view commandLine, DWORD* exitCode = nullptr);
+[[nodiscard]] bool RunHiddenAndWait(std::wstring_view commandLine, DWORD* exitCode = nullptr);

@@ -95,7 +95,7 @@ TEST_F(FlattenSingleTopFolderTest, ReportsAStagingFolderThatCannotBeListed) {
 TEST_F(FlattenSingleTopFolderTest, PublishesNothingWhenThereIsNothingToDo) {
     WriteFile(Staging() / L"a.dat", "a");
     reportStage(JobStage::Downloading, L"headline", L"detail");
-    FlattenSingleTopFolder(Staging());
+    EXPECT_TRUE(FlattenSingleTopFolder(Staging()));
     const JobState state = snapshot();
     EXPECT_EQ(state.stage, JobStage::Downloading);
     EXPECT_EQ(state.statusLine, L"headline");
