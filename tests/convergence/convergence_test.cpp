@@ -25,7 +25,6 @@ namespace {
 
 constexpr unsigned kKillPointsOfEach = 13;
 constexpr unsigned kDoubleKillsOfEach = 8;
-constexpr unsigned kRepairedReinstalls = 12;
 
 // The place of the default configuration's entry.
 constexpr wchar_t kEntryKey[] =
@@ -36,6 +35,7 @@ struct Scene {
     bool hasLoneFolder;
     JobKind kind;
     unsigned seed;
+    unsigned repairedReinstalls = 0;  // Kill points of KilledReinstall.
 };
 
 // What Google Test prints of it.
@@ -292,7 +292,7 @@ class KilledReinstall : public KilledJob {};
 TEST_P(KilledReinstall, IsCompletedByARepair) {
     KillPoints killPoints(calls_, GetParam().seed);
     const JobOrder repair{JobKind::Repair, order_.url, order_.digest};
-    for (unsigned i = 0; i < kRepairedReinstalls && !HasFailure(); ++i) {
+    for (unsigned i = 0; i < GetParam().repairedReinstalls && !HasFailure(); ++i) {
         const Strike strike = killPoints.Next();
         SCOPED_TRACE(Description(strike));
         const BrokenClient client(machine_.Root(), package_, packageTime_);
@@ -304,7 +304,11 @@ TEST_P(KilledReinstall, IsCompletedByARepair) {
     killPoints.PrintSpread();
 }
 
+INSTANTIATE_TEST_SUITE_P(Some, KilledReinstall,
+                         testing::Values(Scene{kZip, false, JobKind::Reinstall, 3002, 3}),
+                         SceneName);
 INSTANTIATE_TEST_SUITE_P(Slow, KilledReinstall,
-                         testing::Values(Scene{kRar, false, JobKind::Reinstall, 3001}), SceneName);
+                         testing::Values(Scene{kRar, false, JobKind::Reinstall, 3001, 12}),
+                         SceneName);
 
 }  // namespace
