@@ -21,15 +21,15 @@ using testing::IsEmpty;
 // What the tool calls, what that calls in turn, and what mods are known to use. Without
 // - DLLs on Windows' list of known DLLs, which no folder can replace;
 // - what Wine's own DLLs load from the exe's folder, whatever the program has asked for:
-//   version.dll (its user32.dll), uxtheme.dll (comctl32.dll), windowscodecs.dll and propsys.dll
-//   (gdiplus.dll), crypt32.dll (winhttp.dll).
+//   version.dll (its user32.dll), uxtheme.dll (comctl32.dll), msimg32.dll (uxtheme.dll),
+//   windowscodecs.dll and propsys.dll (gdiplus.dll), crypt32.dll (winhttp.dll).
 constexpr const wchar_t* kPlantedNames[] = {
-    L"winhttp.dll",  L"bcrypt.dll",   L"gdiplus.dll",   L"comctl32.dll", L"winspool.drv",
-    L"dwmapi.dll",   L"cryptsp.dll",  L"cryptbase.dll", L"userenv.dll",  L"dnsapi.dll",
-    L"iphlpapi.dll", L"mswsock.dll",  L"secur32.dll",   L"sspicli.dll",  L"msimg32.dll",
-    L"oleacc.dll",   L"winmm.dll",    L"dinput8.dll",   L"d3d9.dll",     L"dxgi.dll",
-    L"apphelp.dll",  L"netapi32.dll", L"jsproxy.dll",   L"usp10.dll",    L"ncrypt.dll",
-    L"schannel.dll", L"webio.dll",    L"wintypes.dll"};
+    L"winhttp.dll",  L"bcrypt.dll",  L"gdiplus.dll",   L"comctl32.dll", L"winspool.drv",
+    L"dwmapi.dll",   L"cryptsp.dll", L"cryptbase.dll", L"userenv.dll",  L"dnsapi.dll",
+    L"iphlpapi.dll", L"mswsock.dll", L"secur32.dll",   L"sspicli.dll",  L"oleacc.dll",
+    L"winmm.dll",    L"dinput8.dll", L"d3d9.dll",      L"dxgi.dll",     L"apphelp.dll",
+    L"netapi32.dll", L"jsproxy.dll", L"usp10.dll",     L"ncrypt.dll",   L"schannel.dll",
+    L"webio.dll",    L"wintypes.dll"};
 
 void Plant(const std::filesystem::path& path) {
     bench::WriteFile(path, bench::ReadFile(bench::FolderOfThisProgram() / L"planted_dll.dll"));
