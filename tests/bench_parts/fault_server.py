@@ -193,21 +193,6 @@ def serve_stall_late(exchange, announced, sent):
     exchange.send_pattern(int(announced), start=int(sent))
 
 
-def serve_understated(exchange, announced, sent):
-    """Announces a size, but sends two chunks, whose sizes count instead. The second comes late and is
-    followed by a wait, as in serve_stall_late."""
-    exchange.send_head(200, f"Content-Length: {announced}", "Transfer-Encoding: chunked")
-    half = int(sent) // 2
-    for start, end in ((0, half), (half, int(sent))):
-        exchange.connection.sendall(b"%x\r\n" % (end - start))
-        exchange.send_pattern(end, start)
-        exchange.connection.sendall(b"\r\n")
-        if start == 0:
-            time.sleep(0.5)
-    exchange.wait()
-    exchange.connection.sendall(b"0\r\n\r\n")
-
-
 def serve_stall_and_close(exchange, announced, sent):
     """Waits in the middle of the body, then ends."""
     serve_short(exchange, announced, sent)
