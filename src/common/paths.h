@@ -73,7 +73,7 @@
 // have the extended form "\\?\C:\..." or "\\?\UNC\server\...". That form is taken literally, so the
 // path is made absolute and normalized first. Shorter paths are unchanged.
 //
-// Refers to the text of a short path, which must therefore outlive it.
+// Refers to the text of a short path, so the path must outlive this object.
 class SystemPath {
 public:
     explicit SystemPath(const std::filesystem::path& path);

@@ -12,7 +12,7 @@
 void beginJob(HWND window, JobKind kind, std::wstring_view packageUrl);
 
 // Called every 250 ms: repaints the job's progress. When the job has ended, joins its thread and,
-// after a success, asks the question and starts the program that follow. Does nothing without a
+// after a success, offers the shortcut and starts the game, as configured. Does nothing without a
 // job. May run while a question is open.
 void OnTick(HWND window);
 

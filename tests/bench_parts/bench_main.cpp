@@ -33,7 +33,7 @@ void KeepDialogsAway() {
 
 void PrepareOutput() {
     ::SetConsoleOutputCP(CP_UTF8);
-    // Plain line ends, for the runner compares lines on a system that has no carriage returns.
+    // Plain line ends: the runner compares lines on a system without carriage returns.
     _setmode(_fileno(stdout), _O_BINARY);
     std::setvbuf(stdout, nullptr, _IONBF, 0);
 }

@@ -54,7 +54,7 @@ constexpr wchar_t kBadHash[] =
 
 TEST_F(FailedReinstallTest, DeletesNothingForABadAnswerOrPackage) {
     struct Row {
-        const wchar_t* behaviour;  // Of the server.
+        const wchar_t* behavior;  // Of the server.
         const wchar_t* message;
         bool checksHash = false;
     };
@@ -76,8 +76,8 @@ TEST_F(FailedReinstallTest, DeletesNothingForABadAnswerOrPackage) {
              {L"archive/rar4_damaged.rar", kBadRar},
              {L"archive/zip_own_name.zip", L"Could not move extracted client files into place."},
          }) {
-        SCOPED_TRACE(fs::path(row.behaviour));
-        toolConfig.archiveUrl = server_.Url(row.behaviour);
+        SCOPED_TRACE(fs::path(row.behavior));
+        toolConfig.archiveUrl = server_.Url(row.behavior);
         toolConfig.archiveSha256 = row.checksHash ? std::wstring(64, L'0') : std::wstring();
         ExpectNothingLost(row.message);
     }

@@ -49,7 +49,7 @@ TEST_F(JobFailureTest, UrlWithoutAnAcceptedSchemeIsRefused) {
 TEST_F(JobFailureTest, FailedDownloadHashCheckOrUnpackingLeavesNothingBehind) {
     machine_.PutSevenZip(machine_.SearchFolder() / L"7z.exe");
     struct Row {
-        const wchar_t* behaviour;  // Of the server.
+        const wchar_t* behavior;  // Of the server.
         const wchar_t* message;
         bool checksHash = false;
     };
@@ -65,7 +65,7 @@ TEST_F(JobFailureTest, FailedDownloadHashCheckOrUnpackingLeavesNothingBehind) {
            L"The downloaded package is not a valid ZIP or RAR archive.\nCheck that the CDN URL "
            L"points directly to the client .zip/.rar file, not an installer EXE or website "
            L"page."}}) {
-        toolConfig.archiveUrl = server_.Url(row.behaviour);
+        toolConfig.archiveUrl = server_.Url(row.behavior);
         toolConfig.archiveSha256 = row.checksHash ? std::wstring(64, L'0') : std::wstring();
         RunJob(JobKind::Repair);
         ExpectFailure(row.message);

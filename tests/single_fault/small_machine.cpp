@@ -92,7 +92,7 @@ SmallMachine::~SmallMachine() {
 
 void SmallMachine::Restore() {
     resetJobProgress();
-    // The links stay in their places, for they take long to make.
+    // The links stay in place because creating them takes long.
     for (const fs::path& folder :
          {Client(), Client() / kFolderWithLink, TempFolder(), fs::current_path()}) {
         Empty(folder);

@@ -10,7 +10,7 @@
 #include "common/handles.h"
 #include "ui/button_table.h"
 
-// The real tool in a process of its own, seen and driven from outside as a player does.
+// The real tool in a separate process, driven from outside as by a player.
 
 namespace bench {
 

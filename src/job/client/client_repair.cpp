@@ -21,8 +21,8 @@ namespace {
 // 3 seconds in units of 100 ns. File systems round time stamps, some to 2 seconds.
 constexpr uint64_t kTimeDifferenceThreshold = 30'000'000;
 
-// The minimum of the standard library's file clock. The system refuses negative times, so the one
-// that the copy brought along stays.
+// Used when the source's time cannot be read. Negative as a FILETIME, so SetFileTime refuses it and
+// the copied time stays.
 constexpr uint64_t kMinimumTime = uint64_t{1} << 63;
 
 constexpr wchar_t kUnreadablePackage[] = L"Could not read the unpacked client files.";

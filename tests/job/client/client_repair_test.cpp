@@ -351,7 +351,7 @@ TEST_F(ClientRepair, DoesNotWriteAToolThatWasRenamedAway) {
     ExpectCounters(1, 1, 0);
 }
 
-// The parameter: how many folders of 200 files. 500 is labelled slow.
+// The parameter: how many folders of 200 files. 500 is labeled slow.
 class ClientOfManyFiles : public ClientRepair, public testing::WithParamInterface<uint64_t> {};
 
 TEST_P(ClientOfManyFiles, IsFilledAndVerified) {
