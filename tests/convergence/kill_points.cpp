@@ -7,18 +7,12 @@
 #include <string_view>
 #include <utility>
 
+#include "bench_parts/utf8.h"
+
 namespace {
 
-std::string Narrow(std::wstring_view ascii) {
-    std::string narrow;
-    for (const wchar_t character : ascii) {
-        narrow += static_cast<char>(character);
-    }
-    return narrow;
-}
-
 std::string NameOf(Phase phase) {
-    return Narrow(kPhaseNames[static_cast<size_t>(phase)]);
+    return bench::ToUtf8(kPhaseNames[static_cast<size_t>(phase)]);
 }
 
 bool IsOneOf(std::initializer_list<std::wstring_view> names, std::wstring_view name) {
@@ -43,8 +37,8 @@ Intervention DeathFor(std::wstring_view function, unsigned choice) {
 }  // namespace
 
 std::string Description(const Strike& strike) {
-    return Narrow(kInterventionNames[static_cast<size_t>(strike.intervention)]) + " in " +
-           NameOf(strike.phase) + ", " + Narrow(strike.function) + " " +
+    return bench::ToUtf8(kInterventionNames[static_cast<size_t>(strike.intervention)]) + " in " +
+           NameOf(strike.phase) + ", " + bench::ToUtf8(strike.function) + " " +
            std::to_string(strike.number);
 }
 

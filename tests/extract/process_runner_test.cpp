@@ -27,11 +27,6 @@ constexpr DWORD kUntouched = 0x1234;
 // Longer than any program of these tests runs.
 constexpr DWORD kToTheEndMs = 60'000;
 
-template <class Function>
-Function Real(const char* name) {
-    return bench::RealFunction<Function>(kKernel32, name);
-}
-
 HANDLE PublishedChild() {
     const std::lock_guard guard(jobProgress.lock);
     return jobProgress.childProcess;
@@ -188,7 +183,8 @@ TEST_F(ProcessRunner, EndsTheProgramWhenItSeesAStopRequest) {
 }
 
 TEST_F(ProcessRunner, PollsEvery250Milliseconds) {
-    const auto wait = Real<decltype(&::WaitForSingleObject)>("WaitForSingleObject");
+    const auto wait =
+        bench::RealFunction<decltype(&::WaitForSingleObject)>(kKernel32, "WaitForSingleObject");
     std::vector<DWORD> intervals;
     const auto hook = bench::HookCall<decltype(&::WaitForSingleObject)>(
         kKernel32, "WaitForSingleObject", [&](HANDLE handle, DWORD milliseconds) -> DWORD {
@@ -207,7 +203,8 @@ TEST_F(ProcessRunner, PollsEvery250Milliseconds) {
 // end.
 TEST_F(ProcessRunner, TakesAnyOtherResultOfTheWaitForTheEnd) {
     for (const DWORD waitResult : {DWORD{WAIT_OBJECT_0}, DWORD{WAIT_FAILED}}) {
-        const auto wait = Real<decltype(&::WaitForSingleObject)>("WaitForSingleObject");
+        const auto wait =
+            bench::RealFunction<decltype(&::WaitForSingleObject)>(kKernel32, "WaitForSingleObject");
         const auto hook = bench::HookCall<decltype(&::WaitForSingleObject)>(
             kKernel32, "WaitForSingleObject", [&](HANDLE handle, DWORD) -> DWORD {
                 wait(handle, kToTheEndMs);
@@ -273,8 +270,9 @@ protected:
     bool Run(const std::wstring& commandLine) {
         opened_.clear();
         closed_.clear();
-        const auto start = Real<decltype(&::CreateProcessW)>("CreateProcessW");
-        const auto close = Real<decltype(&::CloseHandle)>("CloseHandle");
+        const auto start =
+            bench::RealFunction<decltype(&::CreateProcessW)>(kKernel32, "CreateProcessW");
+        const auto close = bench::RealFunction<decltype(&::CloseHandle)>(kKernel32, "CloseHandle");
         const auto startHook = bench::HookCall<decltype(&::CreateProcessW)>(
             kKernel32, "CreateProcessW", [&](auto... values) -> BOOL {
                 const StartArguments arguments{values...};

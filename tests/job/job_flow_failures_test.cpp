@@ -27,11 +27,6 @@ class JobFailureTest : public bench::GameMachine {};
 
 using bench::kKernel32;
 
-template <class Function>
-Function Real(const char* name) {
-    return bench::RealFunction<Function>(kKernel32, name);
-}
-
 TEST_F(JobFailureTest, UrlWithoutAnAcceptedSchemeIsRefused) {
     for (const std::wstring& url :
          {std::wstring(), std::wstring(L" \t"), std::wstring(L"ftp://h/a"),
@@ -140,7 +135,8 @@ TEST_F(JobFailureTest, ReinstallWithOnlyThePackageInTheClientFolderIsRefused) {
         kKernel32, "GetTempPathW", [&](DWORD size, LPWSTR path) -> DWORD {
             const bench::EnvironmentVariable tmp(
                 L"TMP", ++asked == 1 ? temp.native() : machine_.Root().native());
-            return Real<decltype(&::GetTempPathW)>("GetTempPathW")(size, path);
+            return bench::RealFunction<decltype(&::GetTempPathW)>(kKernel32, "GetTempPathW")(size,
+                                                                                             path);
         });
     bench::WriteFile(Client() / L"mine", "mine");
     RunJob(JobKind::Reinstall);
@@ -178,7 +174,8 @@ TEST_F(JobFailureTest, IncompleteListingOfTheCleanOutFailsTheJobAndStillCleansUp
                 ::SetLastError(ERROR_READ_FAULT);
                 return FALSE;
             }
-            return Real<decltype(&::FindNextFileW)>("FindNextFileW")(listing, found);
+            return bench::RealFunction<decltype(&::FindNextFileW)>(kKernel32, "FindNextFileW")(
+                listing, found);
         });
     RunJob(JobKind::Reinstall);
     ExpectFailure(L"Could not read the client folder while removing the old client files.");

@@ -27,11 +27,6 @@ class JobRecordTest : public bench::GameMachine {};
 
 using bench::kKernel32;
 
-template <class Function>
-Function Real(const char* name) {
-    return bench::RealFunction<Function>(kKernel32, name);
-}
-
 // The record on the way.
 
 struct SeenState {
@@ -55,12 +50,14 @@ std::vector<SeenState> StatesSeenDuring(const std::function<void()>& job) {
     const auto temp = bench::HookCall<decltype(&::GetTempPathW)>(
         kKernel32, "GetTempPathW", [&](DWORD size, LPWSTR buffer) -> DWORD {
             note();
-            return Real<decltype(&::GetTempPathW)>("GetTempPathW")(size, buffer);
+            return bench::RealFunction<decltype(&::GetTempPathW)>(kKernel32, "GetTempPathW")(
+                size, buffer);
         });
     const auto resource = bench::HookCall<decltype(&::FindResourceW)>(
         kKernel32, "FindResourceW", [&](HMODULE module, LPCWSTR name, LPCWSTR type) -> HRSRC {
             note();
-            return Real<decltype(&::FindResourceW)>("FindResourceW")(module, name, type);
+            return bench::RealFunction<decltype(&::FindResourceW)>(kKernel32, "FindResourceW")(
+                module, name, type);
         });
     const auto key = bench::HookCall<decltype(&::RegCreateKeyExW)>(
         L"advapi32.dll", "RegCreateKeyExW", [&](auto... arguments) -> LSTATUS {

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/utf8.h"
 #include "ui/gdiplus_api.h"
 
 using namespace Gdiplus::DllExports;
@@ -29,15 +30,6 @@ auto HookAfter(const char* functionName, Note note) {
 
 // What an object was made with, by the object.
 using MadeOf = std::map<const void*, std::string>;
-
-// The tests draw plain ASCII.
-std::string Narrow(std::wstring_view text) {
-    std::string narrow;
-    for (const wchar_t character : text) {
-        narrow += static_cast<char>(character);
-    }
-    return narrow;
-}
 
 std::string SizeText(Gdiplus::REAL size, Gdiplus::Unit unit) {
     std::ostringstream text;
@@ -98,7 +90,7 @@ std::vector<std::string> RecordTexts(const std::function<void()>& paint) {
     std::vector<std::string> texts;
     const auto createFamily = HookAfter<decltype(&GdipCreateFontFamilyFromName)>(
         "GdipCreateFontFamilyFromName",
-        [&](auto* name, auto*, auto** family) { families[*family] = Narrow(name); });
+        [&](auto* name, auto*, auto** family) { families[*family] = ToUtf8(name); });
     const auto createFont = HookAfter<decltype(&GdipCreateFont)>(
         "GdipCreateFont",
         [&](auto* family, Gdiplus::REAL size, INT style, Gdiplus::Unit unit, auto** font) {
@@ -107,7 +99,7 @@ std::vector<std::string> RecordTexts(const std::function<void()>& paint) {
     const auto drawString = HookAfter<decltype(&GdipDrawString)>(
         "GdipDrawString",
         [&](auto*, auto* text, INT length, auto* font, auto* area, auto* format, auto*) {
-            texts.push_back(Narrow({text, static_cast<size_t>(length)}) + " | " + fonts[font] +
+            texts.push_back(ToUtf8({text, static_cast<size_t>(length)}) + " | " + fonts[font] +
                             " | " + PlaceText(area->X, area->Y, area->Width, area->Height) +
                             FormatText(format));
         });

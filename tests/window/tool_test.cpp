@@ -6,6 +6,7 @@
 
 #include "bench_parts/message_boxes.h"
 #include "bench_parts/running_copy.h"
+#include "bench_parts/utf8.h"
 #include "bench_parts/waiting.h"
 #include "resource_ids.h"
 #include "system/known_folder.h"
@@ -21,14 +22,9 @@ namespace {
 constexpr wchar_t kGameName[] = L"game.exe";
 constexpr wchar_t kShortcutName[] = L"Bench window \u00fc";
 
-std::string Utf8(const std::wstring& text) {
-    const std::u8string utf8 = fs::path(text).u8string();
-    return {utf8.begin(), utf8.end()};
-}
-
 std::string Escaped(const std::wstring& value) {
     std::string escaped;
-    for (const char character : Utf8(value)) {
+    for (const char character : ToUtf8(value)) {
         if (character == '\\') {
             escaped += "\\\\";
         } else if (character == '=') {
