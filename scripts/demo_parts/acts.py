@@ -59,7 +59,7 @@ class Act:
             self.exit_code = tool.wait(60)
             self.player.note(f"saw the tool end with exit code {self.exit_code}")
         except Exception:
-            self.player.photograph_screen("unexpected")
+            self.player.capture_screen("unexpected")
             raise
         finally:
             # Does nothing when the tool has ended normally.
@@ -96,15 +96,15 @@ class Act:
         shown = view.usable(WEBSITE) and view.usable(COMMUNITY) and view.usable(PATCHER)
         self.report.check(shown, '"Website", "Discord" and "Run Patcher" are shown')
 
-    def photograph_download(self):
+    def capture_download(self):
         def under_way():
             share = self.player.bar_share()
             return share if DURING_SHARE[0] <= share <= DURING_SHARE[1] else 0
 
         share = wait_until("the bar is partly filled", under_way, JOB_LIMIT_S)
-        self.player.photograph("during")
+        self.player.capture("during")
         self.player.note(f"saw the bar at {share:.0%}")
-        self.server.photographed.set()
+        self.server.captured.set()
 
     def wait_for_success(self):
         self.player.wait_for_view("the job is done", lambda view: view.usable(REPAIR), JOB_LIMIT_S)
@@ -116,19 +116,19 @@ class Act:
         self.wait_for_success()
         log = os.path.join(self.client, client_package.STARTUP_LOG)
         wait_until("the startup program runs", lambda: os.path.exists(log), 20)
-        self.player.photograph_settled("after")
+        self.player.capture_settled("after")
         self.close(CLOSE_MARK, "close_question")
 
     def close(self, control_id, picture):
         self.player.press(control_id)
         self.player.read_question(CLOSE_QUESTION)
-        self.player.photograph_settled(picture, whole_screen=True)
+        self.player.capture_settled(picture, whole_screen=True)
         self.player.answer("Yes")
 
     def refuse_reinstall(self):
         self.player.press(REINSTALL)
         self.player.read_question(REINSTALL_QUESTION)
-        self.player.photograph_settled("reinstall_question", whole_screen=True)
+        self.player.capture_settled("reinstall_question", whole_screen=True)
         self.player.answer("No")
         self.player.wait_for_view(
             "the question is closed", lambda view: not view.question and view.usable(REINSTALL)
@@ -212,10 +212,10 @@ class Repair(Act):
 
     def perform(self):
         self.wait_until_ready()
-        self.player.photograph_settled("before")
+        self.player.capture_settled("before")
         self.refuse_reinstall()
         self.player.press(REPAIR)
-        self.photograph_download()
+        self.capture_download()
         self.finish()
 
     def judge(self):
@@ -235,11 +235,11 @@ class RepairFromSecondServer(Act):
 
     def perform(self):
         self.wait_until_ready()
-        self.player.photograph_settled("before")
+        self.player.capture_settled("before")
         self.player.press(SECOND_CHOICE)
-        self.player.photograph_settled("second_server")
+        self.player.capture_settled("second_server")
         self.player.press(REPAIR)
-        self.photograph_download()
+        self.capture_download()
         self.finish()
 
     def judge(self):
@@ -252,15 +252,15 @@ class Reinstall(Act):
 
     def perform(self):
         self.wait_until_ready()
-        self.player.photograph_settled("before")
+        self.player.capture_settled("before")
         self.player.press(REINSTALL)
         self.player.read_question(REINSTALL_QUESTION)
-        self.player.photograph_settled("reinstall_question", whole_screen=True)
+        self.player.capture_settled("reinstall_question", whole_screen=True)
         self.player.answer("Yes")
-        self.photograph_download()
+        self.capture_download()
         wait_until("the offer of a shortcut", self.shortcut_is_offered, JOB_LIMIT_S)
         self.player.read_question(SHORTCUT_QUESTION)
-        self.player.photograph_settled("shortcut_question", whole_screen=True)
+        self.player.capture_settled("shortcut_question", whole_screen=True)
         self.player.answer("Yes")
         self.finish()
 
@@ -285,11 +285,11 @@ class Failure(Act):
         self.wait_until_ready()
         self.player.press(REPAIR)
         self.wait_for_failure()
-        self.player.photograph_settled("failure")
+        self.player.capture_settled("failure")
         self.player.press(RETRY)
         self.player.wait_for_view("the tool is ready again", lambda view: view.usable(REPAIR))
         self.player.note("saw the tool ready again")
-        self.player.photograph_settled("ready_again")
+        self.player.capture_settled("ready_again")
         self.player.press(REPAIR)
         self.wait_for_failure()
         self.close(CLOSE, "close_question_after_failure")

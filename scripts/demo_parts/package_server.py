@@ -12,7 +12,7 @@ PIECE_BYTES = 64 * 1024
 SLOW_BYTES_PER_SECOND = 11_000_000
 # Where a slow download waits for its screenshot, and the longest wait.
 PHOTOGRAPH_SHARE = 0.75
-PHOTOGRAPH_LIMIT_S = 20
+CAPTURE_LIMIT_S = 20
 
 
 @dataclasses.dataclass
@@ -37,7 +37,7 @@ class PackageServer(http.server.ThreadingHTTPServer):
         self.slow = False
         # Whether one byte of the package is changed.
         self.damages = False
-        self.photographed = threading.Event()
+        self.captured = threading.Event()
         threading.Thread(target=self.serve_forever, daemon=True).start()
 
     def url(self, path):
@@ -48,7 +48,7 @@ class PackageServer(http.server.ThreadingHTTPServer):
         self.slow = slow
         self.damages = damages
         self.requests = []
-        self.photographed.clear()
+        self.captured.clear()
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
@@ -84,7 +84,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         due = started + bytes_sent / SLOW_BYTES_PER_SECOND
         time.sleep(max(0, due - time.monotonic()))
         if bytes_sent > size * PHOTOGRAPH_SHARE:
-            self.server.photographed.wait(PHOTOGRAPH_LIMIT_S)
+            self.server.captured.wait(CAPTURE_LIMIT_S)
 
     def log_message(self, format, *args):
         """Logs nothing: the demo's report lists the requests."""

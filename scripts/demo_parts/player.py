@@ -170,22 +170,22 @@ class Player:
         pixels = [tuple(row[i : i + 3]) for i in range(0, len(row), 3)]
         return pixels.count(self.accent) / width
 
-    def photograph(self, name, whole_screen=False):
+    def capture(self, name, whole_screen=False):
         """Immediately. Without `whole_screen` only the tool's window."""
         if whole_screen:
-            self.photograph_screen(name)
+            self.capture_screen(name)
             return
         grab(self.window_on_screen(), self.picture(name))
         self.note(f"took the screenshot {name}.png")
 
-    def photograph_screen(self, name):
+    def capture_screen(self, name):
         run_tool("import", "-silent", "-window", "root", self.picture(name))
         self.note(f"took the screenshot {name}.png")
 
     def picture(self, name):
         return os.path.join(self.pictures, name + ".png")
 
-    def photograph_settled(self, name, whole_screen=False):
+    def capture_settled(self, name, whole_screen=False):
         """As soon as the window no longer changes."""
         box = self.window_on_screen()
 
@@ -195,4 +195,4 @@ class Player:
             return first == grab(box)
 
         wait_until("the window no longer changes", settled, 20)
-        self.photograph(name, whole_screen)
+        self.capture(name, whole_screen)
