@@ -131,7 +131,7 @@ TEST_F(ProcessRunner, StoresAllOnesAndReportsNothingForAProgramThatCannotBeStart
 TEST_F(ProcessRunner, FindsABareNameOnTheSearchPath) {
     machine_.PutRecorder(machine_.SearchFolder() / L"bench_found.exe", "exit 4");
     DWORD exitCode = kUntouched;
-    EXPECT_TRUE(RunHiddenAndWait(L"bench_found.exe -xf", &exitCode));
+    EXPECT_FALSE(RunHiddenAndWait(L"bench_found.exe -xf", &exitCode));
     EXPECT_EQ(exitCode, 4u);
     EXPECT_EQ(machine_.Runs().at(0).commandLine, L"bench_found.exe -xf");
 }
