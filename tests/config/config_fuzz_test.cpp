@@ -13,7 +13,7 @@
 namespace {
 
 constexpr uint32_t kSeed = 20261121;
-constexpr int kTexts = 25'000;
+constexpr int kTexts = 100'000;
 
 // Texts of pieces that have a meaning in the format, mixed with arbitrary bytes.
 class ConfigTextGenerator {

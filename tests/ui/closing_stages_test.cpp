@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <chrono>
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/game_machine.h"
@@ -21,6 +22,10 @@ namespace {
 
 using namespace bench;
 using testing::IsEmpty;
+
+// From the answer to the end of the window: the rest of the stage, a poll for each unpacking
+// program, and the clean-up.
+constexpr std::chrono::seconds kCloseLimit{10};
 
 class ClosingStages : public GameMachine {
 protected:
@@ -45,7 +50,9 @@ protected:
 
     void Close(const OpenWindow& window) {
         const Player player(IDYES);
+        const auto start = std::chrono::steady_clock::now();
         window.Press(4008);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, kCloseLimit);
         EXPECT_FALSE(JobThreadExists());
         EXPECT_FALSE(::IsWindow(window.Handle()));
         EXPECT_EQ(HandleWaitingMessages(), 0);

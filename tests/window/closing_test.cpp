@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+
 #include "bench_parts/message_boxes.h"
 #include "bench_parts/waiting.h"
 #include "window/tool_test.h"
@@ -19,6 +21,7 @@ struct Download {
     const wchar_t* behavior;
     uint64_t receivedBytes;
     bool blocksARead;  // Closing waits for the read that the server has to answer.
+    std::chrono::seconds closeLimit = std::chrono::minutes{1};  // After the answer.
 };
 
 class ClosingInADownload : public bench::ToolTest, public testing::WithParamInterface<Download> {
@@ -44,10 +47,12 @@ TEST_P(ClosingInADownload, StopsIt) {
     EXPECT_TRUE(bench::Await([this] { return !RequestedNames().empty(); }));
     EXPECT_TRUE(bench::Await([this] { return ReceivedBytes() >= GetParam().receivedBytes; }));
     Answer(AskToClose(), IDYES);
+    const auto answered = std::chrono::steady_clock::now();
     if (GetParam().blocksARead) {
         server_.ReleaseWaits();
     }
     ExpectExit();
+    EXPECT_LT(std::chrono::steady_clock::now() - answered, GetParam().closeLimit);
     EXPECT_THAT(ClientContents(), IsEmpty());
 }
 
@@ -57,7 +62,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Download{"Stalled", L"stall/3000000/2000000", 1, true},
                     Download{"Flowing", L"drip/4000000000/500000/20", 1'000'000, false},
                     // A byte a second: a read of a whole buffer would take an hour.
-                    Download{"Dripping", L"drip/1000000/1/1000", 1, false}),
+                    Download{"Dripping", L"drip/1000000/1/1000", 1, false,
+                             std::chrono::seconds{2}}),
     [](const auto& download) { return download.param.name; });
 
 TEST_F(Closing, EndsTheUnpackingProgramBeforeAnythingIsDeleted) {

@@ -305,7 +305,7 @@ TEST_F(JobProgressTest, AFailureIsNeverSeenInPart) {
 }
 
 TEST_F(JobProgressTest, AThreadThatSeesRunningFalseSeesTheWholeFailure) {
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 2'000; ++round) {
         ClearForJobStart(JobKind::Repair);
         std::thread job([] { reportFailure(L"broken"); });
         while (jobProgress.running) {
