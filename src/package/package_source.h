@@ -35,7 +35,7 @@ void SelectPackageUrl(std::wstring_view candidate);
                                                         const std::wstring& archiveUrl);
 
 // The configured kind of the package. It only decides the downloaded file's extension; extraction
-// goes by the file's first bytes.
+// uses the file's first bytes.
 enum class ArchiveKind { Zip, Rar };
 
 // The kind that `archiveType` names. With "auto", the first of `hint`, the trimmed `selectedUrl`

@@ -4,8 +4,8 @@
 
 #include "common/windows_api.h"
 
-// For the stand-ins that really unpack: the bench's own 7-Zip, which is in a folder where no
-// search of the tool finds it.
+// For the fake programs that really unpack: the bench's 7-Zip, in a folder that the tool does not
+// search.
 
 namespace bench {
 

@@ -1,5 +1,5 @@
-# What the tests of unpacking need: stand-ins for tar.exe, powershell.exe and the RAR
-# programs, packages to unpack, and a disk that is quickly full.
+# For the tests of unpacking: fake tar.exe, powershell.exe and RAR programs, packages to unpack, and a
+# small disk.
 
 # Windows' name of a path of this machine, as the test programs see it.
 if(CMAKE_HOST_WIN32)

@@ -34,8 +34,7 @@ extern const Work kLastSteps;
 extern const Work kRepairJob;
 extern const Work kReinstallJob;
 
-// Sets up the stand-ins and what they need, as long as the object lives. Made before the
-// FailingCalls.
+// Sets up the fake programs and what they need for its lifetime. Create it before FailingCalls.
 class StandInsFor {
 public:
     explicit StandInsFor(const Work& work);
