@@ -1,0 +1,20 @@
+#include "kit/commands.h"
+
+namespace {
+
+template <auto Read, auto Run>
+ExitCode ReadAndRun(const CommandWords& words, Console& console) {
+    const auto arguments = Read(words);
+    console.SetMode({arguments.output.quiet, arguments.output.json});
+    return Run(arguments, console);
+}
+
+constexpr Command kCommands[] = {
+    {&kCheckSyntax, ReadAndRun<ReadCheckArguments, RunCheck>},
+};
+
+}  // namespace
+
+std::span<const Command> Commands() {
+    return kCommands;
+}

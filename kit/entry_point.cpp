@@ -1,0 +1,15 @@
+#include <string>
+#include <vector>
+
+#include "common/system_dlls.h"
+#include "kit/kit_main.h"
+#include "kit/output_file.h"
+
+int wmain(int count, wchar_t** arguments) {
+    LoadDllsFromSystemFolderOnly();
+    InstallCrashGuards();
+    RemoveTemporaryFilesOnInterruption();
+    Console console;
+    const std::vector<std::wstring> words(arguments + (count > 0 ? 1 : 0), arguments + count);
+    return static_cast<int>(RunKit(words, console));
+}

@@ -1,0 +1,126 @@
+#include "kit/kit_main.h"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <new>
+
+#include "engine_version.h"
+#include "kit/commands.h"
+#include "kit/errors.h"
+#include "kit/utf8.h"
+
+namespace {
+
+constexpr char kProgram[] = "repair_kit: ";
+
+// As few steps as possible: the process is damaged.
+[[noreturn]] void EndAfterCrash(const char* line) {
+    DWORD written = 0;
+    ::WriteFile(::GetStdHandle(STD_ERROR_HANDLE), line, static_cast<DWORD>(std::strlen(line)),
+                &written, nullptr);
+    ::TerminateProcess(::GetCurrentProcess(), kCrashExitCode);
+    std::_Exit(static_cast<int>(kCrashExitCode));
+}
+
+LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers) {
+    std::array<char, 80> line{};
+    std::snprintf(line.data(), line.size(),
+                  "repair_kit: ended by an error of its own (exception %08lX)\n",
+                  pointers->ExceptionRecord->ExceptionCode);
+    EndAfterCrash(line.data());
+}
+
+[[noreturn]] void OnTerminate() {
+    EndAfterCrash("repair_kit: ended by an error of its own\n");
+}
+
+void PrintHelp(Console& console) {
+    constexpr size_t kColumn = 12;
+    console.Print("usage: repair_kit COMMAND ...");
+    console.Print("");
+    console.Print(
+        "For the operators of a game: makes the package, checks the brand and builds the");
+    console.Print("repair tool that players run.");
+    console.Print("");
+    for (const Command& command : Commands()) {
+        std::string line = "  " + WideToUtf8(command.syntax->name);
+        line.append(kColumn - line.size(), ' ');
+        console.Print(line + std::string(command.syntax->summary));
+    }
+    console.Print("");
+    console.Print("repair_kit COMMAND --help explains a command and shows an example.");
+    console.Print("repair_kit --version prints the version.");
+}
+
+const Command* FindCommand(std::wstring_view name) {
+    for (const Command& command : Commands()) {
+        if (command.syntax->name == name) {
+            return &command;
+        }
+    }
+    return nullptr;
+}
+
+std::string CommandNames() {
+    std::string names;
+    for (const Command& command : Commands()) {
+        names += (names.empty() ? "" : ", ") + WideToUtf8(command.syntax->name);
+    }
+    return names;
+}
+
+ExitCode Dispatch(std::span<const std::wstring> arguments, Console& console) {
+    if (arguments.empty()) {
+        throw WrongUsage("a command is missing: " + CommandNames() + " (see repair_kit --help)");
+    }
+    const std::wstring& first = arguments.front();
+    if (first == L"--help" || first == L"-h" || first == L"/?") {
+        PrintHelp(console);
+        return ExitCode::Done;
+    }
+    if (first == L"--version") {
+        console.Print("repair_kit " ENGINE_VERSION);
+        return ExitCode::Done;
+    }
+    const Command* command = FindCommand(first);
+    if (command == nullptr) {
+        throw WrongUsage("unknown command " + WideToUtf8(first) + "; the commands are " +
+                         CommandNames());
+    }
+    const CommandWords words = SortWords(*command->syntax, arguments.subspan(1));
+    if (words.asksForHelp) {
+        for (const std::string& line : CommandHelp(*command->syntax)) {
+            console.Print(line);
+        }
+        return ExitCode::Done;
+    }
+    return command->run(words, console);
+}
+
+void PrintReason(Console& console, const char* reason) {
+    console.PrintError({{kProgram, Color::Error}, {reason}});
+}
+
+}  // namespace
+
+ExitCode RunKit(std::span<const std::wstring> arguments, Console& console) {
+    try {
+        return Dispatch(arguments, console);
+    } catch (const WrongUsage& error) {
+        PrintReason(console, error.what());
+        return ExitCode::WrongUsage;
+    } catch (const OutsideFailure& error) {
+        PrintReason(console, error.what());
+    } catch (const std::bad_alloc&) {
+        PrintReason(console, SystemErrorText(ERROR_NOT_ENOUGH_MEMORY).c_str());
+    }
+    return ExitCode::OutsideFailure;
+}
+
+void InstallCrashGuards() {
+    ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    ::SetUnhandledExceptionFilter(OnUnhandledException);
+    std::set_terminate(OnTerminate);
+}

@@ -1,0 +1,269 @@
+#include "kit/output_file.h"
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "common/files.h"
+#include "common/folder_walk.h"
+#include "common/paths.h"
+#include "kit/errors.h"
+#include "kit/utf8.h"
+
+namespace {
+
+constexpr std::wstring_view kTemporaryMark = L".tmp";
+// So that the temporary name stays within the 255 characters that file systems allow.
+constexpr size_t kLongestStem = 200;
+
+struct TemporaryFile {
+    std::wstring path;
+    HANDLE file;  // Null once it is closed.
+};
+
+// The temporary files that exist. The mutex is held while one of them is created, closed, renamed
+// or removed, and for good once an interruption has begun.
+std::mutex temporaryFilesMutex;
+std::vector<TemporaryFile> temporaryFiles;
+
+struct NameParts {
+    std::wstring prefix;  // Up to the process id: ".client."
+    std::wstring suffix;  // Behind it: ".tmp.zip"
+};
+
+NameParts TemporaryNameParts(std::wstring_view fileName) {
+    const std::wstring extension = FileNameExtension(fileName);
+    const std::wstring_view stem = fileName.substr(0, fileName.size() - extension.size());
+    NameParts parts;
+    parts.prefix = L"." + std::wstring(stem.substr(0, kLongestStem)) + L".";
+    parts.suffix = std::wstring(kTemporaryMark) + extension;
+    return parts;
+}
+
+// The process id in the name of a temporary file for the target with these parts; 0 if it is none.
+unsigned long ProcessIdIn(std::wstring_view name, const NameParts& parts) {
+    if (name.size() <= parts.prefix.size() + parts.suffix.size() ||
+        !name.starts_with(parts.prefix) || !name.ends_with(parts.suffix)) {
+        return 0;
+    }
+    name.remove_prefix(parts.prefix.size());
+    name.remove_suffix(parts.suffix.size());
+    constexpr size_t kMostDigits = 9;
+    if (name.size() > kMostDigits || name.find_first_not_of(L"0123456789") != name.npos) {
+        return 0;
+    }
+    unsigned long id = 0;
+    for (const wchar_t digit : name) {
+        id = id * 10 + static_cast<unsigned long>(digit - L'0');
+    }
+    return id;
+}
+
+bool IsProcessGone(unsigned long processId) {
+    const KernelHandle process(::OpenProcess(SYNCHRONIZE, FALSE, processId));
+    if (!process) {
+        return ::GetLastError() == ERROR_INVALID_PARAMETER;
+    }
+    return ::WaitForSingleObject(process.get(), 0) == WAIT_OBJECT_0;
+}
+
+// What runs with the same target have left behind. A run on another machine has its file open,
+// which keeps it from being removed.
+void RemoveLeftovers(const std::wstring& folder, const NameParts& parts) {
+    std::vector<std::wstring> leftovers;
+    static_cast<void>(ListFolder(folder, [&](const FolderEntry& entry) {
+        const unsigned long processId = ProcessIdIn(entry.relativePath, parts);
+        if (processId != 0 && !entry.IsFolder() && IsProcessGone(processId)) {
+            leftovers.push_back(entry.path);
+        }
+        return true;
+    }));  // A folder that cannot be listed has no leftovers to see.
+    for (const std::wstring& leftover : leftovers) {
+        static_cast<void>(DeleteSingleFile(leftover));  // The next run tries again.
+    }
+}
+
+void Forget(const std::wstring& path) {
+    std::erase_if(temporaryFiles, [&](const TemporaryFile& file) { return file.path == path; });
+}
+
+// An open file is removed when the process's end closes it.
+void RemoveOnInterruption(const TemporaryFile& file) {
+    FILE_DISPOSITION_INFO disposition{TRUE};
+    if (file.file != nullptr) {
+        ::SetFileInformationByHandle(file.file, FileDispositionInfo, &disposition,
+                                     sizeof disposition);
+    } else {
+        static_cast<void>(DeleteSingleFile(file.path));  // The next run tries again.
+    }
+}
+
+BOOL WINAPI OnInterruption(DWORD) {
+    // Kept until the process ends, so that no file is created or renamed any more.
+    temporaryFilesMutex.lock();
+    for (const TemporaryFile& file : temporaryFiles) {
+        RemoveOnInterruption(file);
+    }
+    return FALSE;  // The system's own handler ends the process.
+}
+
+std::wstring FolderOf(const std::wstring& path) {
+    std::wstring folder = ParentFolder(path);
+    return folder.empty() ? L"." : folder;
+}
+
+}  // namespace
+
+std::wstring TemporaryName(std::wstring_view fileName, unsigned long processId) {
+    const NameParts parts = TemporaryNameParts(fileName);
+    return parts.prefix + std::to_wstring(processId) + parts.suffix;
+}
+
+OutputFile::OutputFile(std::wstring target) : target_(FullPath(target)) {
+    if (target_.empty() || FileNamePart(target_).empty()) {
+        throw OutsideFailure("cannot write", target, ERROR_INVALID_NAME);
+    }
+    if (KindOf(target_) == EntryKind::Folder) {
+        throw OutsideFailure("cannot write " + WideToUtf8(target_) + ", which is a folder",
+                             ERROR_ACCESS_DENIED);
+    }
+    CreateFolders();
+    const std::wstring fileName = FileNamePart(target_);
+    const std::wstring folder = FolderOf(target_);
+    RemoveLeftovers(folder, TemporaryNameParts(fileName));
+    temporaryPath_ = (folder.ends_with(L'\\') ? folder : folder + L'\\') +
+                     TemporaryName(fileName, ::GetCurrentProcessId());
+    DWORD error = ERROR_SUCCESS;
+    {
+        const std::lock_guard lock(temporaryFilesMutex);
+        file_ = AdoptHandle<KernelHandle>(
+            ::CreateFileW(SystemPath(temporaryPath_).Text(), GENERIC_READ | GENERIC_WRITE | DELETE,
+                          FILE_SHARE_READ, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+        if (file_) {
+            temporaryFiles.push_back({temporaryPath_, file_.get()});
+        } else {
+            error = ::GetLastError();
+        }
+    }
+    if (error != ERROR_SUCCESS) {
+        Discard();
+        throw OutsideFailure("cannot write", target_, error);
+    }
+}
+
+OutputFile::~OutputFile() {
+    if (!committed_) {
+        Discard();
+    }
+}
+
+void OutputFile::Write(std::span<const std::byte> bytes) {
+    while (!bytes.empty()) {
+        constexpr size_t kPieceBytes = 0x1000000;
+        const auto length = static_cast<DWORD>(std::min(bytes.size(), kPieceBytes));
+        DWORD written = 0;
+        if (!::WriteFile(file_.get(), bytes.data(), length, &written, nullptr)) {
+            throw OutsideFailure("cannot write", target_, ::GetLastError());
+        }
+        // On a full disk WriteFile can succeed with a short count.
+        if (written != length) {
+            throw OutsideFailure("cannot write", target_, ERROR_DISK_FULL);
+        }
+        bytes = bytes.subspan(length);
+    }
+}
+
+void OutputFile::Write(std::string_view bytes) {
+    Write(std::as_bytes(std::span(bytes)));
+}
+
+void OutputFile::Close() {
+    const std::lock_guard lock(temporaryFilesMutex);
+    for (TemporaryFile& file : temporaryFiles) {
+        file.file = file.path == temporaryPath_ ? nullptr : file.file;
+    }
+    file_.reset();
+}
+
+void OutputFile::Commit() {
+    Close();
+    DWORD error = ERROR_SUCCESS;
+    {
+        const std::lock_guard lock(temporaryFilesMutex);
+        error = MoveEntry(temporaryPath_, target_);
+        if (error == ERROR_SUCCESS) {
+            Forget(temporaryPath_);
+            committed_ = true;
+        }
+    }
+    if (error != ERROR_SUCCESS) {
+        Discard();
+        throw OutsideFailure("cannot replace", target_, error);
+    }
+}
+
+// Remembers what it creates, so that a failure leaves no new folders behind.
+void OutputFile::CreateFolders() {
+    std::vector<std::wstring> missing;
+    for (std::wstring folder = FolderOf(target_); KindOf(folder) == EntryKind::Missing;) {
+        missing.push_back(folder);
+        std::wstring parent = ParentFolder(folder);
+        if (parent.empty() || parent == folder) {
+            break;
+        }
+        folder = std::move(parent);
+    }
+    for (; !missing.empty(); missing.pop_back()) {
+        const DWORD error = CreateSingleFolder(missing.back());
+        if (error == ERROR_SUCCESS) {
+            createdFolders_.push_back(missing.back());
+        } else if (error != ERROR_ALREADY_EXISTS) {
+            const std::wstring folder = missing.back();
+            Discard();
+            throw OutsideFailure("cannot create the folder", folder, error);
+        }
+    }
+}
+
+void OutputFile::Discard() {
+    Close();
+    if (!temporaryPath_.empty()) {
+        const std::lock_guard lock(temporaryFilesMutex);
+        static_cast<void>(DeleteSingleFile(temporaryPath_));  // The next run tries again.
+        Forget(temporaryPath_);
+    }
+    for (; !createdFolders_.empty(); createdFolders_.pop_back()) {
+        // Stays if somebody has put something into it.
+        ::RemoveDirectoryW(SystemPath(createdFolders_.back()).Text());
+    }
+}
+
+void WriteFilesTogether(std::span<const FileContent> files) {
+    // The last goes first, because the first may have created the others' folder.
+    struct Outputs {
+        std::vector<std::unique_ptr<OutputFile>> files;
+
+        Outputs() = default;
+        Outputs(const Outputs&) = delete;
+        Outputs& operator=(const Outputs&) = delete;
+        ~Outputs() {
+            while (!files.empty()) {
+                files.pop_back();
+            }
+        }
+    };
+    Outputs outputs;
+    for (const FileContent& file : files) {
+        outputs.files.push_back(std::make_unique<OutputFile>(file.path));
+        outputs.files.back()->Write(file.bytes);
+        outputs.files.back()->Close();
+    }
+    for (const auto& output : outputs.files) {
+        output->Commit();
+    }
+}
+
+void RemoveTemporaryFilesOnInterruption() {
+    ::SetConsoleCtrlHandler(OnInterruption, TRUE);
+}
