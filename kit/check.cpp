@@ -1,6 +1,7 @@
 #include "kit/check.h"
 
 #include "kit/brand_check.h"
+#include "kit/config_check.h"
 #include "kit/utf8.h"
 
 namespace {
@@ -43,8 +44,9 @@ void PrintFact(Console& console, std::string_view name, const std::optional<uint
 
 }  // namespace
 
-CheckResult CheckBrand(const std::wstring& folder, const CheckOptions&, Console&) {
+CheckResult CheckBrand(const std::wstring& folder, const CheckOptions& options, Console&) {
     CheckResult result{ReadBrand(folder), {}, {}};
+    CheckConfig(result.brand, options.noDigest, result.findings);
     CheckBrandFiles(result.brand, result.findings);
     return result;
 }

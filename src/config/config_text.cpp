@@ -11,21 +11,10 @@ namespace {
 // Keys and raw values exactly as in the text: not trimmed, values not unescaped.
 using RawValues = std::map<std::string, std::string, std::less<>>;
 
-// Removes the first line from `rest` and returns it without its LF and one CR before that.
-std::string_view TakeLine(std::string_view& rest) {
-    const size_t end = rest.find('\n');
-    std::string_view line = rest.substr(0, end);
-    rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
-    if (line.ends_with('\r')) {
-        line.remove_suffix(1);
-    }
-    return line;
-}
-
 RawValues SplitConfigText(std::string_view rest) {
     RawValues values;
     while (!rest.empty()) {
-        const std::string_view line = TakeLine(rest);
+        const std::string_view line = TakeConfigLine(rest);
         const size_t split = FindConfigSplitPoint(line);
         if (split != std::string_view::npos) {
             values.insert_or_assign(std::string(line.substr(0, split)),
@@ -96,6 +85,16 @@ ToolConfig ParseConfigText(std::string_view utf8) {
         }
     }
     return config;
+}
+
+std::string_view TakeConfigLine(std::string_view& rest) {
+    const size_t end = rest.find('\n');
+    std::string_view line = rest.substr(0, end);
+    rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+    if (line.ends_with('\r')) {
+        line.remove_suffix(1);
+    }
+    return line;
 }
 
 size_t FindConfigSplitPoint(std::string_view line) {

@@ -10,6 +10,9 @@
 // the last line of a key wins, and invalid UTF-8 becomes U+FFFD. Any thread.
 ToolConfig ParseConfigText(std::string_view utf8);
 
+// Removes the first line from `rest` and returns it without its LF and one CR before that.
+std::string_view TakeConfigLine(std::string_view& rest);
+
 // The position of the first unescaped "=" of `line`, which ends the key; npos if there is none. A
 // backslash escapes the next byte, also another backslash.
 size_t FindConfigSplitPoint(std::string_view line);
