@@ -48,19 +48,21 @@ def read_config(content):
     return values
 
 
-def version_numbers(version):
-    """ "2.08.1-beta3" gives "2,8,1,0": the leading digits of the first four parts between dots."""
-    numbers = [int(re.match("[0-9]*", part)[0] or 0) for part in (version + "...").split(".")[:4]]
-    for number in numbers:
-        if number > 65535:
-            raise BrandError(f"the version number {number} is over 65535")
-    return ",".join(map(str, numbers))
+def version_numbers(version, key):
+    """ "2.08.1-beta3" gives "2,8,1,0": up to four numbers, before the suffix."""
+    numbers = version.strip(WHITESPACE).partition("-")[0].split(".")
+    if (len(numbers) > 4 or not all(re.fullmatch("[0-9]+", number) for number in numbers)
+            or any(int(number) > 65535 for number in numbers)):
+        raise BrandError(f"{key} must be one to four numbers of at most 65535 with dots between, "
+                         "optionally followed by a suffix that begins with -")
+    return ",".join(str(int(number)) for number in (numbers + ["0"] * 3)[:4])
 
 
 def language_id(text, key):
-    if not re.fullmatch("[0-9A-Fa-f]{4}", text):
+    digits = text.strip(WHITESPACE)
+    if not re.fullmatch("[0-9A-Fa-f]{4}", digits):
         raise BrandError(f"{key} must be four hexadecimal digits")
-    return text
+    return digits
 
 
 def quoted(text):
@@ -93,7 +95,7 @@ def version_header(program, values):
         "PRODUCT_NAME": quoted(values[program + "ProductName"]),
         "PRODUCT_VERSION": quoted(version),
         "COPYRIGHT": quoted(values[program + "Copyright"]),
-        "VERSION_NUMBERS": version_numbers(version),
+        "VERSION_NUMBERS": version_numbers(version, program + "ProductVersion"),
         # The primary language is in the low ten bits. Plain numbers, because resource compilers differ
         # in the operators that they know.
         "LANGUAGE": int(language, 16) & 0x3FF,

@@ -82,18 +82,26 @@ class BrandVersionTest(unittest.TestCase):
             ('repairProductName="q"', '"""q"""'),
         ])
 
-    def test_version_numbers_are_the_leading_digits_of_four_parts(self):
+    def test_version_has_one_to_four_numbers_and_a_suffix(self):
         self.check_table("VERSION_NUMBERS", [
             ("repairProductVersion=" + version, numbers) for version, numbers in (
-                ("1.08.20.3000-rc4", "1,8,20,3000"), ("2", "2,0,0,0"), ("", "0,0,0,0"),
-                ("1.2.3.4.5", "1,2,3,4"), ("v2.x.3", "0,0,3,0"), ("65535.0000065535", "65535,65535,0,0"))])
-        self.check_refused("repairProductVersion=1.65536", "the version number 65536 is over 65535")
+                ("1.08.20.3000-rc4", "1,8,20,3000"), ("2", "2,0,0,0"), (" 1.2\t", "1,2,0,0"),
+                ("1.2-beta.7 x", "1,2,0,0"), ("65535.0000065535", "65535,65535,0,0"))])
+        self.check_table("PRODUCT_VERSION", [("repairProductVersion= 1.2-a", '" 1.2-a"')])
+        for version in ("", " ", "-1", "1.", ".1", "1..2", "1.2.3.4.5", "v2", "2.x", "1.65536", "1 .2",
+                        "1.2 beta", "\u0661", "1.2\\n3"):
+            self.check_refused("repairProductVersion=" + version,
+                               "repairProductVersion must be one to four numbers of at most 65535 with "
+                               "dots between, optionally followed by a suffix that begins with -")
+        with self.assertRaises(brand_version.BrandError):
+            describe("uninstaller", "uninstallerProductVersion=2.0b")
 
     def test_language_is_split_into_its_two_parts(self):
         config = "repairLanguage=1eFf"
         for macro, expected in (("LANGUAGE", "767"), ("SUBLANGUAGE", "7"), ("TRANSLATION", "0x1eFf"),
                                 ("LANGUAGE_BLOCK", '"1eFf04B0"')):
             self.check_table(macro, [(config, expected)])
+        self.check_table("LANGUAGE_BLOCK", [("repairLanguage= 0407 ", '"040704B0"')])
         for language in ("", "409", "04090", "04g9", " 409"):
             self.check_refused("repairLanguage=" + language,
                                "repairLanguage must be four hexadecimal digits")
