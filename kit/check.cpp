@@ -2,7 +2,7 @@
 
 #include "kit/brand_check.h"
 #include "kit/config_check.h"
-#include "kit/utf8.h"
+#include "kit/picture_check.h"
 
 namespace {
 
@@ -48,6 +48,7 @@ CheckResult CheckBrand(const std::wstring& folder, const CheckOptions& options, 
     CheckResult result{ReadBrand(folder), {}, {}};
     CheckConfig(result.brand, options.noDigest, result.findings);
     CheckBrandFiles(result.brand, result.findings);
+    CheckPictures(result.brand, result.findings);
     return result;
 }
 
