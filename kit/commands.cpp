@@ -10,6 +10,7 @@ ExitCode ReadAndRun(const CommandWords& words, Console& console) {
 }
 
 constexpr Command kCommands[] = {
+    {&kNewSyntax, ReadAndRun<ReadNewArguments, RunNew>},
     {&kCheckSyntax, ReadAndRun<ReadCheckArguments, RunCheck>},
 };
 

@@ -9,6 +9,7 @@
 // The commands. Each prints its result and returns Done or Refused; WrongUsage and OutsideFailure
 // are thrown.
 
+ExitCode RunNew(const NewArguments& arguments, Console& console);
 ExitCode RunCheck(const CheckArguments& arguments, Console& console);
 
 struct Command {

@@ -1,0 +1,86 @@
+#include <span>
+
+#include "common/files.h"
+#include "common/folder_walk.h"
+#include "common/paths.h"
+#include "common/resources.h"
+#include "common/text.h"
+#include "kit/brand.h"
+#include "kit/brand_template.h"
+#include "kit/brand_template_ids.h"
+#include "kit/commands.h"
+#include "kit/errors.h"
+#include "kit/output_file.h"
+#include "kit/utf8.h"
+
+namespace {
+
+std::string_view Template(int id) {
+    const std::span<const std::byte> bytes = EmbeddedData(nullptr, id);
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+std::string GameName(const std::wstring& name) {
+    constexpr size_t kMostCharacters = 100;  // Names of files are made from it.
+    const std::wstring trimmed = TrimWhitespace(name);
+    if (trimmed.size() > kMostCharacters) {
+        throw WrongUsage("--name is longer than 100 characters; give a shorter name");
+    }
+    for (const wchar_t character : trimmed) {
+        if (character < 0x20) {
+            throw WrongUsage(
+                "--name has a control character; give the name as players shall see it");
+        }
+    }
+    return WideToUtf8(trimmed);
+}
+
+// Why nothing can be written there; empty when it can.
+std::string RefusalFor(const std::wstring& folder) {
+    const EntryKind kind = KindOf(folder);
+    if (kind == EntryKind::RegularFile) {
+        return "is a file";
+    }
+    if (kind != EntryKind::Folder) {
+        return {};
+    }
+    bool isEmpty = true;
+    const ListingResult listing = ListFolder(folder, [&](const FolderEntry&) {
+        isEmpty = false;
+        return false;
+    });
+    if (listing.Error() != ERROR_SUCCESS) {
+        throw OutsideFailure("cannot read", folder, listing.Error());
+    }
+    return isEmpty ? "" : "is not empty";
+}
+
+}  // namespace
+
+ExitCode RunNew(const NewArguments& arguments, Console& console) {
+    const std::string name = GameName(arguments.name);
+    const std::string shown = WideToUtf8(arguments.brand);
+    const std::string refusal = RefusalFor(arguments.brand);
+    if (!refusal.empty()) {
+        console.PrintError("repair_kit: " + shown + " " + refusal +
+                           "; choose a folder that is new or empty");
+        return ExitCode::Refused;
+    }
+    const std::wstring folder(AsFolder(arguments.brand));
+    const std::wstring prefix =
+        folder.ends_with(L'\\') || folder.ends_with(L'/') ? folder : folder + L'\\';
+    const std::string config = ConfigTextFor(Template(ID_TEMPLATE_CONFIG), name);
+    const FileContent files[] = {
+        {prefix + std::wstring(kConfigFileName), config},
+        {prefix + std::wstring(kBackgroundFileName), Template(ID_TEMPLATE_BACKGROUND)},
+        {prefix + std::wstring(kLogoFileName), Template(ID_TEMPLATE_LOGO)},
+        {prefix + std::wstring(kIconFileName), Template(ID_TEMPLATE_ICON)},
+    };
+    WriteFilesTogether(files);
+    console.PrintSummary("Wrote config.txt, background.jpg, logo.png and tool.ico into " + shown +
+                         ".");
+    console.PrintSummary("Next: fill in archiveUrl in config.txt, replace the pictures, then");
+    console.PrintSummary("  repair_kit pack CLIENT -o PACKAGE.zip --brand \"" + shown + "\"");
+    console.PrintSummary("  repair_kit check \"" + shown + "\" --package PACKAGE.zip");
+    return ExitCode::Done;
+}
