@@ -1,0 +1,207 @@
+#include "kit/output_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <random>
+
+#include "bench_parts/call_hook.h"
+#include "bench_parts/scratch_folder.h"
+#include "bench_parts/waiting.h"
+#include "kit/errors.h"
+#include "kit_process.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using bench::FolderListing;
+using bench::ReadFile;
+using bench::ScratchFolder;
+using bench::WriteFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// A process id that no process has.
+DWORD GoneProcessId() {
+    DWORD id = 0;
+    const KernelHandle process = kit_test::StartProgram(L"output_writer.exe", L"unused 0", &id);
+    ::WaitForSingleObject(process.get(), INFINITE);
+    return id;
+}
+
+std::string MessageOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const OutsideFailure& failure) {
+        return failure.what();
+    }
+    return "no failure";
+}
+
+TEST(TemporaryName, KeepsTheEnding) {
+    EXPECT_EQ(TemporaryName(L"client.zip", 12), L".client.12.tmp.zip");
+    EXPECT_EQ(TemporaryName(L"client-1.4.zip", 12), L".client-1.4.12.tmp.zip");
+    EXPECT_EQ(TemporaryName(L"client", 12), L".client.12.tmp");
+    EXPECT_LE(TemporaryName(std::wstring(251, L'n') + L".zip", 4'000'000).size(), 255U);
+}
+
+TEST(OutputFile, AppearsWhenItIsComplete) {
+    const ScratchFolder scratch;
+    const fs::path target = scratch.Path() / L"new" / L"deep" / L"a.txt";
+    OutputFile file(target);
+    file.Write("abc");
+    EXPECT_EQ(FolderListing(target.parent_path()).size(), 1U);
+    EXPECT_FALSE(fs::exists(target));
+    file.Commit();
+    EXPECT_THAT(FolderListing(scratch.Path()),
+                ElementsAre(L"new/", L"new/deep/", L"new/deep/a.txt"));
+    EXPECT_EQ(ReadFile(target), "abc");
+}
+
+TEST(OutputFile, ReplacesWhatIsThere) {
+    const ScratchFolder scratch;
+    const fs::path target = scratch.Path() / L"a.txt";
+    WriteFile(target, "a longer old text");
+    OutputFile file(target);
+    file.Write("new");
+    EXPECT_EQ(ReadFile(target), "a longer old text");
+    file.Commit();
+    EXPECT_EQ(ReadFile(target), "new");
+}
+
+TEST(OutputFile, LeavesNothingWithoutCommit) {
+    const ScratchFolder scratch;
+    {
+        OutputFile file(scratch.Path() / L"new" / L"a.txt");
+        file.Write("abc");
+    }
+    EXPECT_THAT(FolderListing(scratch.Path()), IsEmpty());
+}
+
+TEST(OutputFile, WorksAtLongPaths) {
+    const ScratchFolder scratch;
+    fs::path folder = scratch.Path();
+    for (int i = 0; i < 6; ++i) {
+        folder /= std::wstring(60, L'd');
+    }
+    OutputFile file(folder / L"a.txt");
+    file.Write("abc");
+    file.Commit();
+    EXPECT_EQ(ReadFile(L"\\\\?\\" + (folder / L"a.txt").native()), "abc");
+}
+
+TEST(OutputFile, RefusesAFolderAsTarget) {
+    const ScratchFolder scratch;
+    EXPECT_THAT(MessageOf([&] { const OutputFile file(scratch.Path()); }), HasSubstr("folder"));
+}
+
+TEST(OutputFile, SaysWhyTheTargetCannotBeReplaced) {
+    const ScratchFolder scratch;
+    const fs::path target = scratch.Path() / L"a.txt";
+    WriteFile(target, "old");
+    const bench::OpenElsewhere user(target, FILE_SHARE_READ);
+    OutputFile file(target);
+    file.Write("new");
+    EXPECT_THAT(MessageOf([&] { file.Commit(); }), HasSubstr("a.txt: "));
+    EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"a.txt"));
+    EXPECT_EQ(ReadFile(target), "old");
+}
+
+TEST(OutputFile, RemovesWhatKilledRunsWithTheSameTargetHaveLeft) {
+    const ScratchFolder scratch;
+    const DWORD gone = GoneProcessId();
+    const std::wstring leftover = TemporaryName(L"a.zip", gone);
+    WriteFile(scratch.Path() / leftover, "half");
+    // Another target's, another ending's, a running process', and files of somebody else.
+    const std::wstring kept[] = {TemporaryName(L"b.zip", gone), TemporaryName(L"a.exe", gone),
+                                 L".a.x.tmp.zip", L".a.tmp.zip", L"a.1.tmp.zip"};
+    for (const std::wstring& name : kept) {
+        WriteFile(scratch.Path() / name, "kept");
+    }
+    DWORD running = 0;
+    const fs::path mark = scratch.Path() / L"mark";
+    const KernelHandle other = kit_test::StartProgram(
+        L"output_writer.exe",
+        L"\"" + (scratch.Path() / L"a.zip").native() + L"\" 0 \"" + mark.native() + L"\"",
+        &running);
+    ASSERT_TRUE(bench::Await([&] { return fs::exists(mark); }));
+    {
+        OutputFile file(scratch.Path() / L"a.zip");
+        file.Commit();
+    }
+    EXPECT_FALSE(fs::exists(scratch.Path() / leftover));
+    EXPECT_TRUE(fs::exists(scratch.Path() / TemporaryName(L"a.zip", running)));
+    for (const std::wstring& name : kept) {
+        EXPECT_TRUE(fs::exists(scratch.Path() / name));
+    }
+    ::TerminateProcess(other.get(), 1);
+    ::WaitForSingleObject(other.get(), INFINITE);
+}
+
+TEST(WriteFilesTogether, WritesAllOrNone) {
+    const ScratchFolder scratch;
+    const fs::path folder = scratch.Path() / L"new";
+    const FileContent good[] = {{folder / L"a", "1"}, {folder / L"b", "2"}};
+    WriteFilesTogether(good);
+    EXPECT_THAT(FolderListing(folder), ElementsAre(L"a", L"b"));
+    const fs::path other = scratch.Path() / L"other";
+    const FileContent bad[] = {{other / L"a", "1"}, {folder, "2"}};
+    EXPECT_THAT(MessageOf([&] { WriteFilesTogether(bad); }), HasSubstr("folder"));
+    EXPECT_FALSE(fs::exists(other));
+}
+
+// The bench's programs have no console that could send an interruption, so the handler is called as
+// the system would call it. It keeps the lock: this test needs a process of its own.
+TEST(Interruption, RemovesOpenAndClosedTemporaryFiles) {
+    PHANDLER_ROUTINE handler = nullptr;
+    const auto hook = bench::HookCall<decltype(&::SetConsoleCtrlHandler)>(
+        L"kernel32.dll", "SetConsoleCtrlHandler", [&](PHANDLER_ROUTINE routine, BOOL) -> BOOL {
+            handler = routine;
+            return TRUE;
+        });
+    RemoveTemporaryFilesOnInterruption();
+    ASSERT_NE(handler, nullptr);
+    const ScratchFolder scratch;
+    // Not freed, because that would wait for the lock.
+    auto* const open = new OutputFile(scratch.Path() / L"open.zip");
+    auto* const closed = new OutputFile(scratch.Path() / L"closed.zip");
+    closed->Close();
+    OutputFile finished(scratch.Path() / L"finished.zip");
+    finished.Commit();
+    ASSERT_EQ(FolderListing(scratch.Path()).size(), 3U);
+    EXPECT_FALSE(handler(CTRL_C_EVENT));  // The system goes on to end the process...
+    ::CloseHandle(open->Handle());        // ...which closes all files.
+    EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"finished.zip"));
+}
+
+// KIT_KILLS kills at random moments; a few in the usual run.
+TEST(Interruption, NeverLeavesAHalfWrittenTarget) {
+    const char* kills = std::getenv("KIT_KILLS");
+    const int rounds = kills == nullptr ? 6 : std::atoi(kills);
+    const ScratchFolder scratch;
+    const fs::path target = scratch.Path() / L"a.bin";
+    const std::string contents[] = {std::string(0x400000, 'a'), std::string(0x400000, 'b'), "old"};
+    WriteFile(target, contents[2]);
+    std::mt19937 random(20261121);
+    for (int i = 0; i < rounds; ++i) {
+        const KernelHandle writer =
+            kit_test::StartProgram(L"output_writer.exe", L"\"" + target.native() + L"\" 1000");
+        ::WaitForSingleObject(writer.get(), random() % 300);
+        ::TerminateProcess(writer.get(), 1);
+        ::WaitForSingleObject(writer.get(), INFINITE);
+        const std::string content = ReadFile(target);
+        ASSERT_TRUE(content == contents[0] || content == contents[1] || content == contents[2])
+            << i << ": " << content.size();
+        EXPECT_LE(FolderListing(scratch.Path()).size(), 2U) << "the leftover of one run at most";
+    }
+    const KernelHandle last =
+        kit_test::StartProgram(L"output_writer.exe", L"\"" + target.native() + L"\" 1");
+    ::WaitForSingleObject(last.get(), INFINITE);
+    EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"a.bin"));
+    EXPECT_TRUE(ReadFile(target) == contents[0]);
+}
+
+}  // namespace
