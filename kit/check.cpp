@@ -3,6 +3,8 @@
 #include "kit/brand_check.h"
 #include "kit/config_check.h"
 #include "kit/picture_check.h"
+#include "kit/utf8.h"
+#include "kit/zip/package_check.h"
 
 namespace {
 
@@ -44,11 +46,14 @@ void PrintFact(Console& console, std::string_view name, const std::optional<uint
 
 }  // namespace
 
-CheckResult CheckBrand(const std::wstring& folder, const CheckOptions& options, Console&) {
+CheckResult CheckBrand(const std::wstring& folder, const CheckOptions& options, Console& console) {
     CheckResult result{ReadBrand(folder), {}, {}};
     CheckConfig(result.brand, options.noDigest, result.findings);
     CheckBrandFiles(result.brand, result.findings);
     CheckPictures(result.brand, result.findings);
+    if (!options.package.empty()) {
+        CheckPackage(options.package, result.brand.config, result.findings, result.facts, console);
+    }
     return result;
 }
 

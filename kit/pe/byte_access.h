@@ -36,6 +36,9 @@ public:
     [[nodiscard]] uint32_t U32() {
         return static_cast<uint32_t>(Number(4));
     }
+    [[nodiscard]] uint64_t U64() {
+        return Number(8);
+    }
     void Skip(uint64_t size) {
         static_cast<void>(Take(size));  // A skip beyond the end sets Failed().
     }
@@ -97,6 +100,10 @@ inline void AppendU16(ByteBuffer& bytes, uint16_t number) {
 inline void AppendU32(ByteBuffer& bytes, uint32_t number) {
     bytes.resize(bytes.size() + 4);
     PutU32(bytes, bytes.size() - 4, number);
+}
+inline void AppendU64(ByteBuffer& bytes, uint64_t number) {
+    bytes.resize(bytes.size() + 8);
+    PutNumber(std::span(bytes).last(8), number);
 }
 inline void AppendBytes(ByteBuffer& bytes, ByteView more) {
     bytes.insert(bytes.end(), more.begin(), more.end());

@@ -1,0 +1,135 @@
+#include "kit/zip/name_rules.h"
+
+#include "kit/zip/entry_name.h"
+
+namespace {
+
+struct PlayerFile {
+    std::string_view pattern;  // Folded; `*` stands for anything.
+    std::string_view kind;
+};
+
+// docs/kit.md lists these.
+constexpr PlayerFile kPlayerFiles[] = {
+    {"SETTINGS.INI", "settings"},
+    {"SETTINGS.CFG", "settings"},
+    {"SETTINGS.JSON", "settings"},
+    {"SETTINGS.XML", "settings"},
+    {"OPTIONS.INI", "settings"},
+    {"OPTIONS.CFG", "settings"},
+    {"OPTIONS.TXT", "settings"},
+    {"OPTIONS.JSON", "settings"},
+    {"OPTIONS.XML", "settings"},
+    {"PREFERENCES.*", "settings"},
+    {"USER.INI", "settings"},
+    {"USER.CFG", "settings"},
+    {"*USERSETTINGS*", "settings"},
+    {"*USER_SETTINGS*", "settings"},
+    {"*KEYBIND*", "key bindings"},
+    {"*KEY_BIND*", "key bindings"},
+    {"HOTKEYS.*", "key bindings"},
+    {"BINDINGS.*", "key bindings"},
+    {"*.SAV", "a saved game"},
+    {"*.SAVE", "a saved game"},
+    {"*.SAVEGAME", "a saved game"},
+    {"*.LOG", "a log"},
+    {"SCREENSHOT*.PNG", "a screenshot"},
+    {"SCREENSHOT*.JPG", "a screenshot"},
+    {"SCREENSHOT*.BMP", "a screenshot"},
+    {"SCREENSHOT*.TGA", "a screenshot"},
+    {"*.DMP", "a crash dump"},
+    {"*.MDMP", "a crash dump"},
+};
+
+// Everything in folders of these names.
+constexpr PlayerFile kPlayerFolders[] = {
+    {"SAVE", "a saved game"},        {"SAVES", "a saved game"},
+    {"SAVEGAMES", "a saved game"},   {"SAVEDGAMES", "a saved game"},
+    {"SAVED GAMES", "a saved game"}, {"LOGS", "a log"},
+    {"SCREENSHOTS", "a screenshot"}, {"CRASHES", "a crash dump"},
+    {"CRASHDUMPS", "a crash dump"},  {"CRASHREPORTS", "a crash dump"},
+    {"MINIDUMPS", "a crash dump"},
+};
+
+// Whether a component fits a pattern whose only special character is `*`, at most at both ends and
+// once between.
+bool FitsPattern(std::string_view component, std::string_view pattern) {
+    const size_t star = pattern.find('*');
+    if (star == std::string_view::npos) {
+        return component == pattern;
+    }
+    const std::string_view before = pattern.substr(0, star);
+    const std::string_view after = pattern.substr(star + 1);
+    if (!component.starts_with(before)) {
+        return false;
+    }
+    component.remove_prefix(before.size());
+    if (after.ends_with('*')) {
+        return component.find(after.substr(0, after.size() - 1)) != std::string_view::npos;
+    }
+    return component.ends_with(after);
+}
+
+template <size_t Count>
+std::string_view KindOf(std::string_view component, const PlayerFile (&table)[Count]) {
+    for (const PlayerFile& row : table) {
+        if (FitsPattern(component, row.pattern)) {
+            return row.kind;
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+void CheckName(std::string_view name, size_t entry, PackagePaths& paths, Findings& findings) {
+    const std::string_view fault = NameFault(name);
+    if (fault.empty()) {
+        paths.Add(name, entry);
+        return;
+    }
+    findings.Add("package.bad-name", PackageEntry(name), "The name " + std::string(fault) + ".",
+                 "Rename it in the client folder and make the package again.");
+}
+
+void CheckNamesTogether(const PackagePaths& paths, const NameOf& nameOf, Findings& findings) {
+    paths.FindClashes([&](size_t first, size_t second) {
+        findings.Add("package.case-clash", PackageEntry(nameOf(second)),
+                     "On Windows this is the same name as " + std::string(nameOf(first)) +
+                         ", and only one of them can exist.",
+                     "Rename one of them, or leave it out.");
+    });
+    if (const auto entry = paths.FindOwnName()) {
+        findings.Add("package.own-name", PackageEntry(nameOf(*entry)),
+                     "Everything is in one folder, which holds an entry of its own name. The tool "
+                     "takes that folder off, which fails then.",
+                     "Pack the content of the folder instead of the folder.");
+    }
+    for (const std::string_view unpacker : {"tar.exe", "powershell.exe"}) {
+        if (const auto entry = paths.FindFile(unpacker)) {
+            findings.Add("package.holds-unpacker", PackageEntry(nameOf(*entry)),
+                         "Once this lies beside the tool, the tool starts it instead of Windows' "
+                         "own " +
+                             std::string(unpacker) + ", and repairs fail.",
+                         "Rename it, or put it into a folder of the client.");
+        }
+    }
+}
+
+void CheckFileCount(uint64_t files, const std::string& packageName, Findings& findings) {
+    if (files == 0) {
+        findings.Add("package.empty", PackageFile(packageName), "There is no file in the package.",
+                     "Pack the folder that holds the client's files.");
+    }
+}
+
+std::string_view PlayerFileKind(std::string_view foldedName) {
+    while (foldedName.find('/') != std::string_view::npos) {
+        const std::string_view kind = KindOf(FirstComponent(foldedName), kPlayerFolders);
+        if (!kind.empty()) {
+            return kind;
+        }
+        foldedName = AfterFirstComponent(foldedName);
+    }
+    return KindOf(foldedName, kPlayerFiles);
+}
