@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr uint64_t kMostConfigBytes = 0x400000;
 constexpr uint64_t kMostPictureBytes = 0x10000000;
 
 std::wstring FileIn(const std::wstring& folder, std::wstring_view name) {

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "config/tool_config.h"
+
+// No config.txt that makes sense is larger.
+inline constexpr uint64_t kMostConfigBytes = 0x400000;
 
 inline constexpr std::wstring_view kConfigFileName = L"config.txt";
 inline constexpr std::wstring_view kBackgroundFileName = L"background.jpg";

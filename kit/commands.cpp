@@ -11,6 +11,7 @@ ExitCode ReadAndRun(const CommandWords& words, Console& console) {
 
 constexpr Command kCommands[] = {
     {&kNewSyntax, ReadAndRun<ReadNewArguments, RunNew>},
+    {&kPackSyntax, ReadAndRun<ReadPackArguments, RunPack>},
     {&kCheckSyntax, ReadAndRun<ReadCheckArguments, RunCheck>},
 };
 

@@ -10,6 +10,7 @@
 // are thrown.
 
 ExitCode RunNew(const NewArguments& arguments, Console& console);
+ExitCode RunPack(const PackArguments& arguments, Console& console);
 ExitCode RunCheck(const CheckArguments& arguments, Console& console);
 
 struct Command {

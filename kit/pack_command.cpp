@@ -1,0 +1,171 @@
+#include <algorithm>
+#include <optional>
+#include <thread>
+
+#include "common/byte_count_text.h"
+#include "common/files.h"
+#include "common/paths.h"
+#include "config/tool_config.h"
+#include "kit/brand.h"
+#include "kit/check.h"
+#include "kit/commands.h"
+#include "kit/errors.h"
+#include "kit/input_file.h"
+#include "kit/output_file.h"
+#include "kit/utf8.h"
+#include "kit/zip/client_listing.h"
+#include "kit/zip/digest_line.h"
+#include "kit/zip/entry_name.h"
+#include "kit/zip/name_rules.h"
+#include "kit/zip/package_writer.h"
+#include "package/package_hash.h"
+
+namespace {
+
+constexpr int kDefaultLevel = 6;
+
+// Names for the findings, and the facts that are known before anything is packed.
+PackageFacts CheckListing(const ClientListing& listing, const std::string& packageName,
+                          Findings& findings) {
+    PackagePaths paths;
+    PackageFacts facts;
+    uint64_t files = 0;
+    uint64_t unpacked = 0;
+    const ClientEntry* largest = nullptr;
+    const ClientEntry* longest = nullptr;
+    for (size_t i = 0; i < listing.entries.size(); ++i) {
+        const ClientEntry& entry = listing.entries[i];
+        CheckName(entry.name, i, paths, findings);
+        files += entry.IsFolder() ? 0 : 1;
+        unpacked += entry.size;
+        if (!entry.IsFolder() && (largest == nullptr || entry.size > largest->size)) {
+            largest = &entry;
+        }
+        if (longest == nullptr || Utf16Length(entry.name) > Utf16Length(longest->name)) {
+            longest = &entry;
+        }
+    }
+    paths.Sort();
+    CheckNamesTogether(
+        paths, [&](size_t i) { return std::string_view(listing.entries[i].name); }, findings);
+    CheckFileCount(files, packageName, findings);
+    facts.kind = "zip";
+    facts.files = files;
+    facts.folders = paths.FolderCount();
+    facts.unpackedBytes = unpacked;
+    if (largest != nullptr) {
+        facts.largestFile = largest->name;
+    }
+    if (longest != nullptr) {
+        facts.longestPath = longest->name;
+    }
+    return facts;
+}
+
+void PrintJsonResult(const Findings& findings, const PackageFacts& facts,
+                     const std::vector<std::string>& leftOut, Console& console) {
+    Json document;
+    document["findings"] = FindingsJson(findings);
+    document["facts"] = FactsJson(facts);
+    document["leftOut"] = leftOut;
+    console.PrintJson(JsonText(document));
+}
+
+void PrintResult(const PackageFacts& facts, const std::vector<std::string>& leftOut,
+                 Console& console) {
+    for (const std::string& name : leftOut) {
+        console.PrintSummary("left out             " + name);
+    }
+    PrintFacts(facts, console);
+    const auto size = [](uint64_t bytes) {
+        return WideToUtf8(FormatByteCount(static_cast<double>(bytes)));
+    };
+    const uint64_t temporary = facts.tempBytes.value_or(0);
+    const uint64_t client = facts.unpackedBytes.value_or(0);
+    console.PrintSummary("A player needs " + size(temporary + client) + ": " + size(client) +
+                         " for the client, and during a repair " + size(temporary) +
+                         " in %TEMP% for the package and its unpacked files.");
+}
+
+// The config.txt of the brand with the new digest. The package is in its place already.
+void SetDigestInBrand(const std::wstring& brand, const std::string& digest) {
+    const std::wstring path = (AsFolder(brand) / std::wstring(kConfigFileName)).native();
+    try {
+        const std::optional<std::string> text = ReadInputFile(path, kMostConfigBytes);
+        if (!text) {
+            throw OutsideFailure("cannot read", path, ERROR_FILE_NOT_FOUND);
+        }
+        const std::string changed = WithArchiveDigest(*text, digest);
+        if (changed != *text) {
+            OutputFile file(path);
+            file.Write(changed);
+            file.Commit();
+        }
+    } catch (const OutsideFailure& failure) {
+        throw OutsideFailure("the package is complete, but set archiveSha256=" + digest +
+                             " yourself: " + failure.what());
+    }
+}
+
+std::string DigestOf(const std::wstring& path) {
+    std::wstring digest;
+    if (!ComputeFileSha256(path, digest)) {
+        throw OutsideFailure("cannot compute the SHA-256 of " + WideToUtf8(path));
+    }
+    return WideToUtf8(digest);
+}
+
+std::wstring ToolNameOf(const std::wstring& brand) {
+    if (brand.empty()) {
+        return std::wstring(kDefaultRepairToolName);
+    }
+    const Brand read = ReadBrand(brand);
+    if (!read.configText) {
+        throw OutsideFailure("cannot read",
+                             (AsFolder(brand) / std::wstring(kConfigFileName)).native(),
+                             ERROR_FILE_NOT_FOUND);
+    }
+    return read.config.repairToolName;
+}
+
+}  // namespace
+
+ExitCode RunPack(const PackArguments& arguments, Console& console) {
+    RequireFolder(arguments.client);
+    const std::wstring client = FullPath(arguments.client);
+    const LeaveOut leaveOut{ToolNameOf(arguments.brand), arguments.excludes};
+    Findings findings;
+    const ClientListing listing = ListClient(client, leaveOut, findings);
+    PackageFacts facts =
+        CheckListing(listing, WideToUtf8(FileNamePart(arguments.package)), findings);
+    if (IsRefused(findings, false)) {
+        if (arguments.output.json) {
+            PrintJsonResult(findings, facts, listing.leftOut, console);
+        } else {
+            PrintFindings(findings, console);
+        }
+        return ExitCode::Refused;
+    }
+    OutputFile package(arguments.package);
+    {
+        Progress progress(console, "Packing", facts.unpackedBytes.value_or(0));
+        WritePackage(client, listing.entries, arguments.level.value_or(kDefaultLevel),
+                     arguments.threads.value_or(std::max(1U, std::thread::hardware_concurrency())),
+                     package, [&](uint64_t bytes) { progress.Add(bytes); });
+    }
+    package.Close();
+    facts.sha256 = DigestOf(package.TemporaryPath());
+    facts.packedBytes = FileSize(package.TemporaryPath()).value_or(0);
+    facts.tempBytes = *facts.packedBytes + *facts.unpackedBytes;
+    facts.movedBytes = 3 * *facts.tempBytes;
+    package.Commit();
+    if (!arguments.brand.empty()) {
+        SetDigestInBrand(arguments.brand, *facts.sha256);
+    }
+    if (arguments.output.json) {
+        PrintJsonResult(findings, facts, listing.leftOut, console);
+    } else {
+        PrintResult(facts, listing.leftOut, console);
+    }
+    return ExitCode::Done;
+}

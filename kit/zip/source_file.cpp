@@ -1,0 +1,60 @@
+#include "kit/zip/source_file.h"
+
+#include "common/paths.h"
+#include "kit/errors.h"
+#include "kit/utf8.h"
+
+namespace {
+
+uint64_t Join(DWORD high, DWORD low) {
+    return (uint64_t{high} << 32) | low;
+}
+
+}  // namespace
+
+SourceFile::SourceFile(const std::wstring& path, uint64_t size, uint64_t lastWriteTime)
+    : path_(path),
+      size_(size),
+      lastWriteTime_(lastWriteTime),
+      file_(AdoptHandle<KernelHandle>(
+          ::CreateFileW(SystemPath(path).Text(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                        nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr))) {
+    if (!file_) {
+        const DWORD error = ::GetLastError();
+        throw OutsideFailure("cannot read", path_, error);
+    }
+    RequireUnchanged();
+}
+
+void SourceFile::Read(uint64_t offset, std::span<std::byte> target) {
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(offset);
+    place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+    DWORD count = 0;
+    if (!::ReadFile(file_.get(), target.data(), static_cast<DWORD>(target.size()), &count,
+                    &place)) {
+        const DWORD error = ::GetLastError();
+        if (error != ERROR_HANDLE_EOF) {
+            throw OutsideFailure("cannot read", path_, error);
+        }
+    }
+    if (count != target.size()) {
+        throw OutsideFailure(WideToUtf8(path_) +
+                             " was changed while it was packed; close the game and pack again");
+    }
+    RequireUnchanged();
+}
+
+void SourceFile::RequireUnchanged() const {
+    BY_HANDLE_FILE_INFORMATION information{};
+    if (!::GetFileInformationByHandle(file_.get(), &information)) {
+        const DWORD error = ::GetLastError();
+        throw OutsideFailure("cannot read", path_, error);
+    }
+    const FILETIME& time = information.ftLastWriteTime;
+    if (Join(information.nFileSizeHigh, information.nFileSizeLow) != size_ ||
+        Join(time.dwHighDateTime, time.dwLowDateTime) != lastWriteTime_) {
+        throw OutsideFailure(WideToUtf8(path_) +
+                             " was changed while it was packed; close the game and pack again");
+    }
+}
