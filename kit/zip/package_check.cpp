@@ -161,12 +161,6 @@ private:
                     " bytes behind the archive belong to nothing.",
                 kMakeAgain);
         }
-        if (directory_.bytesBehindDirectory > 0) {
-            Add("package.extra-bytes",
-                std::to_string(directory_.bytesBehindDirectory) +
-                    " bytes behind the directory belong to nothing.",
-                kMakeAgain);
-        }
         const bool isAnyDamaged =
             std::any_of(directory_.entries.begin(), directory_.entries.end(),
                         [](const ZipEntry& entry) { return entry.damage != EntryDamage::None; });

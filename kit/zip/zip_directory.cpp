@@ -159,6 +159,11 @@ std::string EndProblem(const EndRecord& end) {
         end.directoryBytes > end.position - end.directoryOffset) {
         return Claims(end) + ", which the file is too short for.";
     }
+    if (end.directoryOffset + end.directoryBytes != end.position) {
+        return "The directory does not end where the end record begins, so programs disagree on "
+               "where "
+               "entries are.";
+    }
     if (end.entries > end.directoryBytes / kDirectoryHeaderBytes) {
         return Claims(end) + ", which is too short for them.";
     }
@@ -278,7 +283,6 @@ ZipDirectory ReadZipDirectory(const RandomAccessFile& file) {
         return directory;
     }
     directory.offset = end.directoryOffset;
-    directory.bytesBehindDirectory = end.position - end.directoryOffset - end.directoryBytes;
     directory.bytesBehindArchive = file.Size() - end.archiveEnd;
     ReadEntries(file, end, directory);
     return directory;

@@ -52,8 +52,7 @@ struct ZipDirectory {
     std::string problem;
     std::deque<ZipEntry> entries;  // Does not copy its elements when it grows.
     TextStorage names;
-    uint64_t offset = 0;                // Where it begins; entries lie before.
-    uint64_t bytesBehindDirectory = 0;  // Between it and the end record: they belong to nothing.
+    uint64_t offset = 0;  // Where it begins; entries lie before.
     uint64_t bytesBehindArchive = 0;
 };
 
