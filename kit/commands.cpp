@@ -13,6 +13,8 @@ constexpr Command kCommands[] = {
     {&kNewSyntax, ReadAndRun<ReadNewArguments, RunNew>},
     {&kPackSyntax, ReadAndRun<ReadPackArguments, RunPack>},
     {&kCheckSyntax, ReadAndRun<ReadCheckArguments, RunCheck>},
+    {&kBuildSyntax, ReadAndRun<ReadBuildArguments, RunBuild>},
+    {&kShowSyntax, ReadAndRun<ReadShowArguments, RunShow>},
 };
 
 }  // namespace

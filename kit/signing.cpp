@@ -1,0 +1,207 @@
+#include "kit/signing.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "common/handles.h"
+#include "common/paths.h"
+#include "common/temporary_folder.h"
+#include "common/text.h"
+#include "kit/errors.h"
+#include "kit/utf8.h"
+
+namespace {
+
+// More than anybody reads.
+constexpr size_t kMostOutputBytes = 0x100000;
+
+constexpr char kWhat[] = "the signing command ";
+
+SECURITY_ATTRIBUTES Inheritable() {
+    SECURITY_ATTRIBUTES attributes{};
+    attributes.nLength = sizeof attributes;
+    attributes.bInheritHandle = TRUE;
+    return attributes;
+}
+
+// A file for the command's output, gone when the last handle is closed. A pipe would stay open as
+// long as anything that the command leaves running.
+KernelHandle CreateOutputFile() {
+    std::array<wchar_t, MAX_PATH> path{};
+    const std::wstring folder = TemporaryFolder();
+    if (::GetTempFileNameW(folder.c_str(), L"kit", 0, path.data()) == 0) {
+        throw OutsideFailure("cannot write", folder, ::GetLastError());
+    }
+    SECURITY_ATTRIBUTES inheritable = Inheritable();
+    auto file = AdoptHandle<KernelHandle>(::CreateFileW(
+        path.data(), GENERIC_READ | GENERIC_WRITE | DELETE,
+        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable, CREATE_ALWAYS,
+        FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+    if (!file) {
+        throw OutsideFailure("cannot write", path.data(), ::GetLastError());
+    }
+    return file;
+}
+
+KernelHandle OpenEmptyInput() {
+    SECURITY_ATTRIBUTES inheritable = Inheritable();
+    return AdoptHandle<KernelHandle>(::CreateFileW(L"NUL", GENERIC_READ,
+                                                   FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
+                                                   OPEN_EXISTING, 0, nullptr));
+}
+
+// A job object that ends what is in it when the kit ends or the object goes.
+class ProcessGroup {
+public:
+    ProcessGroup() : job_(::CreateJobObjectW(nullptr, nullptr)) {
+        SetLimits(JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE);
+    }
+
+    // A failure costs only that children of the command outlive it.
+    void Add(HANDLE process) const {
+        static_cast<void>(::AssignProcessToJobObject(job_.get(), process));
+    }
+    void End(HANDLE process) const {
+        static_cast<void>(::TerminateJobObject(job_.get(), 1));  // The next line ends the command.
+        static_cast<void>(::TerminateProcess(process, 1));       // It may be gone already.
+    }
+    // Lets go what the command has left running on purpose, such as a service for its next run.
+    void Release() const {
+        SetLimits(0);
+    }
+
+private:
+    void SetLimits(DWORD flags) const {
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+        limits.BasicLimitInformation.LimitFlags = flags;
+        static_cast<void>(::SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation,
+                                                    &limits, sizeof limits));  // See Add.
+    }
+
+    KernelHandle job_;
+};
+
+// The command inherits these handles and no others.
+class InheritedHandles {
+public:
+    explicit InheritedHandles(std::array<HANDLE, 2> handles) : handles_(handles) {
+        SIZE_T size = 0;
+        ::InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+        buffer_.resize(size);
+        if (!::InitializeProcThreadAttributeList(List(), 1, 0, &size) ||
+            !::UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST,
+                                         handles_.data(), sizeof handles_, nullptr, nullptr)) {
+            throw OutsideFailure(std::string(kWhat) + "cannot be started", ::GetLastError());
+        }
+    }
+    ~InheritedHandles() {
+        ::DeleteProcThreadAttributeList(List());
+    }
+    InheritedHandles(const InheritedHandles&) = delete;
+    InheritedHandles& operator=(const InheritedHandles&) = delete;
+
+    [[nodiscard]] LPPROC_THREAD_ATTRIBUTE_LIST List() {
+        return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(buffer_.data());
+    }
+
+private:
+    std::array<HANDLE, 2> handles_;
+    std::vector<std::byte> buffer_;
+};
+
+KernelHandle Start(const std::wstring& commandLine, HANDLE input, HANDLE output,
+                   const ProcessGroup& group) {
+    InheritedHandles inherited({input, output});
+    STARTUPINFOEXW startup{};
+    startup.StartupInfo.cb = sizeof startup;
+    startup.StartupInfo.dwFlags = STARTF_USESHOWWINDOW | STARTF_USESTDHANDLES;
+    startup.StartupInfo.wShowWindow = SW_HIDE;
+    startup.StartupInfo.hStdInput = input;
+    startup.StartupInfo.hStdOutput = output;
+    startup.StartupInfo.hStdError = output;
+    startup.lpAttributeList = inherited.List();
+    std::wstring buffer = commandLine;  // The call may write into it.
+    PROCESS_INFORMATION started{};
+    constexpr DWORD kFlags = CREATE_NO_WINDOW | CREATE_SUSPENDED | EXTENDED_STARTUPINFO_PRESENT;
+    if (!::CreateProcessW(nullptr, buffer.data(), nullptr, nullptr, TRUE, kFlags, nullptr, nullptr,
+                          &startup.StartupInfo, &started)) {
+        throw OutsideFailure(std::string(kWhat) + WideToUtf8(commandLine) + " cannot be started",
+                             ::GetLastError());
+    }
+    const KernelHandle thread(started.hThread);
+    KernelHandle process(started.hProcess);
+    group.Add(process.get());
+    ::ResumeThread(thread.get());
+    return process;
+}
+
+// Whatever encoding the command prints in, as UTF-8.
+std::string OutputText(std::string bytes) {
+    if (IsValidUtf8(bytes)) {
+        return bytes;
+    }
+    const auto length = static_cast<int>(bytes.size());
+    std::wstring wide(bytes.size(), L'\0');
+    const int characters = ::MultiByteToWideChar(CP_OEMCP, 0, bytes.data(), length, wide.data(),
+                                                 static_cast<int>(wide.size()));
+    wide.resize(static_cast<size_t>(characters));
+    return WideToUtf8(wide);
+}
+
+void PrintOutput(HANDLE file, Console& console) {
+    std::string bytes(kMostOutputBytes, '\0');
+    DWORD length = 0;
+    ::SetFilePointer(file, 0, nullptr, FILE_BEGIN);
+    if (!::ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &length, nullptr)) {
+        length = 0;  // The command's exit code says what matters.
+    }
+    bytes.resize(length);
+    const std::string text = OutputText(std::move(bytes));
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        const size_t end = rest.find('\n');
+        std::string_view line = rest.substr(0, end);
+        rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+        if (line.ends_with('\r')) {
+            line.remove_suffix(1);
+        }
+        console.PrintError(line);
+    }
+}
+
+}  // namespace
+
+std::wstring SigningCommandLine(std::wstring_view command, std::wstring_view file) {
+    std::wstring line;
+    for (size_t found = command.find(kFilePlaceholder); found != std::wstring_view::npos;
+         found = command.find(kFilePlaceholder)) {
+        line += command.substr(0, found);
+        line += file;
+        command.remove_prefix(found + kFilePlaceholder.size());
+    }
+    return line.append(command);
+}
+
+void RunSigningCommand(const std::wstring& commandLine, DWORD timeLimitMs, Console& console) {
+    const KernelHandle output = CreateOutputFile();
+    const KernelHandle input = OpenEmptyInput();
+    const ProcessGroup group;
+    const KernelHandle process = Start(commandLine, input.get(), output.get(), group);
+    if (::WaitForSingleObject(process.get(), timeLimitMs) != WAIT_OBJECT_0) {
+        group.End(process.get());
+        PrintOutput(output.get(), console);
+        throw OutsideFailure(std::string(kWhat) + "took longer than " +
+                                 std::to_string(timeLimitMs / 1000) + " seconds and was ended",
+                             WAIT_TIMEOUT);
+    }
+    group.Release();
+    PrintOutput(output.get(), console);
+    DWORD exitCode = 1;
+    ::GetExitCodeProcess(process.get(), &exitCode);  // If it fails, it counts as a failure.
+    if (exitCode != 0) {
+        throw OutsideFailure(std::string(kWhat) + "failed with exit code " +
+                             std::to_string(exitCode));
+    }
+}

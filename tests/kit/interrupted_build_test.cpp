@@ -1,0 +1,106 @@
+// Ends the kit at random moments while it builds, as a power failure or an impatient operator
+// would.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <random>
+
+#include "bench_parts/running_copy.h"
+#include "bench_parts/scratch_folder.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr uint32_t kSeed = 20261121;
+constexpr wchar_t kToolName[] = L"KrvBrennickInstaller.exe";
+
+int Kills() {
+    const char* const kills = std::getenv("KIT_KILLS");
+    return kills == nullptr ? 12 : std::atoi(kills);
+}
+
+class InterruptedBuild : public testing::Test {
+protected:
+    // Starts `repair_kit build` of the default brand.
+    [[nodiscard]] KernelHandle StartBuild() const {
+        std::wstring command =
+            L"\"" + std::wstring(bench::FolderOfThisProgram() / L"repair_kit.exe") +
+            L"\" build \"" + BRAND_FOLDER + L"\" --force --quiet -o \"" + release_.native() + L"\"";
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION started{};
+        if (!::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW,
+                              nullptr, nullptr, &startup, &started)) {
+            ADD_FAILURE() << ::GetLastError();
+            return nullptr;
+        }
+        ::CloseHandle(started.hThread);
+        return KernelHandle(started.hProcess);
+    }
+
+    // The exit code of a whole build.
+    [[nodiscard]] DWORD Build() const {
+        const KernelHandle process = StartBuild();
+        ::WaitForSingleObject(process.get(), INFINITE);
+        DWORD code = ~0U;
+        ::GetExitCodeProcess(process.get(), &code);
+        return code;
+    }
+
+    [[nodiscard]] fs::path Tool() const {
+        return release_ / kToolName;
+    }
+
+    bench::ScratchFolder scratch_;
+    fs::path release_ = scratch_.Path() / L"release";
+};
+
+TEST_F(InterruptedBuild, LeavesTheOldToolOrTheNewOne) {
+    const ULONGLONG start = ::GetTickCount64();
+    ASSERT_EQ(Build(), 0U);
+    const auto buildMs = static_cast<DWORD>(::GetTickCount64() - start);
+    const std::string complete = bench::ReadFile(Tool());
+    std::mt19937 random(kSeed);
+    int replaced = 0;
+    int leftovers = 0;
+    for (int kill = 0; kill < Kills(); ++kill) {
+        SCOPED_TRACE(kill);
+        bench::WriteFile(Tool(), "an older tool");
+        const KernelHandle process = StartBuild();
+        // Up to the time that a whole build takes.
+        ::WaitForSingleObject(process.get(), random() % (buildMs + 1));
+        ::TerminateProcess(process.get(), 1);
+        ::WaitForSingleObject(process.get(), INFINITE);
+        const std::string tool = bench::ReadFile(Tool());
+        ASSERT_TRUE(tool == complete || tool == "an older tool") << tool.size();
+        replaced += tool == complete ? 1 : 0;
+        for (const std::wstring& name : bench::FolderListing(release_)) {
+            ASSERT_TRUE(name == kToolName || name.find(L".tmp.") != std::wstring::npos);
+            leftovers += name == kToolName ? 0 : 1;
+        }
+    }
+    // Otherwise no kill came between the beginning and the end of the work.
+    EXPECT_LT(replaced, Kills());
+    EXPECT_GT(leftovers, 0);
+
+    // The next run takes away what the killed ones have left.
+    EXPECT_EQ(Build(), 0U);
+    EXPECT_THAT(bench::FolderListing(release_), testing::ElementsAre(kToolName));
+    EXPECT_TRUE(bench::ReadFile(Tool()) == complete);
+}
+
+TEST_F(InterruptedBuild, KeepsAToolThatIsInUse) {
+    ASSERT_EQ(Build(), 0U);
+    bench::WriteFile(Tool(), "an older tool");
+    {
+        const bench::OpenElsewhere inUse(Tool(), FILE_SHARE_READ);
+        EXPECT_EQ(Build(), 4U);
+    }
+    EXPECT_EQ(bench::ReadFile(Tool()), "an older tool");
+    EXPECT_THAT(bench::FolderListing(release_), testing::ElementsAre(kToolName));
+}
+
+}  // namespace
