@@ -89,7 +89,7 @@ void PrintResult(const PackageFacts& facts, const std::vector<std::string>& left
 
 // The config.txt of the brand with the new digest. The package is in its place already.
 void SetDigestInBrand(const std::wstring& brand, const std::string& digest) {
-    const std::wstring path = (AsFolder(brand) / std::wstring(kConfigFileName)).native();
+    const std::wstring path = JoinPaths(AsFolder(brand), kConfigFileName);
     try {
         const std::optional<std::string> text = ReadInputFile(path, kMostConfigBytes);
         if (!text) {
@@ -121,8 +121,7 @@ std::wstring ToolNameOf(const std::wstring& brand) {
     }
     const Brand read = ReadBrand(brand);
     if (!read.configText) {
-        throw OutsideFailure("cannot read",
-                             (AsFolder(brand) / std::wstring(kConfigFileName)).native(),
+        throw OutsideFailure("cannot read", JoinPaths(AsFolder(brand), kConfigFileName),
                              ERROR_FILE_NOT_FOUND);
     }
     return read.config.repairToolName;

@@ -18,18 +18,18 @@
 
 namespace {
 
-using Paths = std::vector<std::filesystem::path>;
+using Paths = std::vector<std::wstring>;
 
 // Whether one of `kept` is this entry or is inside it.
 bool IsOrContainsKept(const std::wstring& entry, const Paths& kept) {
-    return std::any_of(kept.begin(), kept.end(), [&](const std::filesystem::path& path) {
-        return IsAtOrBelowCanonicalPath(path.native(), entry);
+    return std::any_of(kept.begin(), kept.end(), [&](const std::wstring& path) {
+        return IsAtOrBelowCanonicalPath(path, entry);
     });
 }
 
 // Lists the canonical `folder` while holding it, so that no link can replace it while its entries
 // are removed by path. False, with nothing listed, when it cannot be held.
-bool ListHeldFolder(const std::filesystem::path& folder, const EntryVisitor& visit) {
+bool ListHeldFolder(const std::wstring& folder, const EntryVisitor& visit) {
     const KernelHandle held = HoldFolder(folder);
     if (held) {
         // Entries missed by a failed listing make the removal of `folder` fail.
@@ -39,7 +39,7 @@ bool ListHeldFolder(const std::filesystem::path& folder, const EntryVisitor& vis
 }
 
 // Removes everything below `folder` except `kept` and the folders that contain them.
-void RemoveAllExcept(const Paths& kept, const std::filesystem::path& folder) {
+void RemoveAllExcept(const Paths& kept, const std::wstring& folder) {
     // AddEntriesExcept finds what remains.
     static_cast<void>(ListHeldFolder(folder, [&](const FolderEntry& entry) {
         if (!IsOrContainsKept(entry.path, kept)) {
@@ -53,12 +53,12 @@ void RemoveAllExcept(const Paths& kept, const std::filesystem::path& folder) {
 
 // Adds everything below `folder` to `left`, except `kept` and the folders that contain them; such a
 // folder is added if it cannot be listed.
-void AddEntriesExcept(const Paths& kept, const std::filesystem::path& folder, Paths& left) {
+void AddEntriesExcept(const Paths& kept, const std::wstring& folder, Paths& left) {
     const bool isListed = ListHeldFolder(folder, [&](const FolderEntry& entry) {
         // The paths of `kept` are canonical, so a link cannot be part of them.
         if (entry.isLink || !IsOrContainsKept(entry.path, kept)) {
             // A folder comes before its content and is replaced by it.
-            if (!left.empty() && IsBelowCanonicalPath(entry.path, left.back().native())) {
+            if (!left.empty() && IsBelowCanonicalPath(entry.path, left.back())) {
                 left.pop_back();
             }
             left.emplace_back(entry.path);
@@ -76,17 +76,17 @@ void AddEntriesExcept(const Paths& kept, const std::filesystem::path& folder, Pa
 
 // Removes a file or an empty folder by its canonical path, unless a link has replaced one of its
 // parent folders. True when it does not exist any more.
-bool RemoveInHeldFolder(const std::filesystem::path& path) {
-    const KernelHandle held = HoldFolder(ParentFolder(path.native()));
+bool RemoveInHeldFolder(const std::wstring& path) {
+    const KernelHandle held = HoldFolder(ParentFolder(path));
     return held ? RemoveEntry(path) == ERROR_SUCCESS : KindOf(path) == EntryKind::Missing;
 }
 
 // Removes the canonical `folder`, which is empty except for the folders that contained `kept`.
 // Files that have appeared since the removal began are not the game's: they are kept and returned.
-Paths RemoveEmptied(const std::filesystem::path& folder, const Paths& kept) {
-    for (const std::filesystem::path& path : kept) {
-        std::wstring parent = ParentFolder(path.native());
-        for (; IsBelowCanonicalPath(parent, folder.native()); parent = ParentFolder(parent)) {
+Paths RemoveEmptied(const std::wstring& folder, const Paths& kept) {
+    for (const std::wstring& path : kept) {
+        std::wstring parent = ParentFolder(path);
+        for (; IsBelowCanonicalPath(parent, folder); parent = ParentFolder(parent)) {
             // If this fails, removing `folder` fails too.
             static_cast<void>(RemoveInHeldFolder(parent));
         }
@@ -110,7 +110,7 @@ Paths RemoveClientFolder(const ApprovedClient& client) {
     if (!left.empty()) {
         return left;
     }
-    for (const std::filesystem::path& path : kept) {
+    for (const std::wstring& path : kept) {
         if (!RemoveInHeldFolder(path)) {
             return {path};
         }
@@ -121,7 +121,7 @@ Paths RemoveClientFolder(const ApprovedClient& client) {
 // Whether this account lacks the right to remove the entry. The removal's error is not enough:
 // ERROR_ACCESS_DENIED can also mean a running program, which can still be opened with DELETE
 // access, or a pending deletion, in which case the attributes cannot be read.
-bool LacksRights(const std::filesystem::path& path) {
+bool LacksRights(const std::wstring& path) {
     const EntryKind kind = KindOf(path);
     const DWORD needed = kind == EntryKind::Folder ? DELETE | FILE_LIST_DIRECTORY : DELETE;
     const auto entry = AdoptHandle<KernelHandle>(::CreateFileW(
@@ -133,22 +133,21 @@ bool LacksRights(const std::filesystem::path& path) {
 }
 
 // The game's shortcut on the Desktop, if it points into the canonical `folder`.
-std::optional<std::filesystem::path> FindShortcutInto(const std::filesystem::path& folder) {
-    const std::filesystem::path desktop = KnownFolder(FOLDERID_Desktop);
+std::optional<std::wstring> FindShortcutInto(const std::wstring& folder) {
+    const std::wstring desktop = KnownFolder(FOLDERID_Desktop);
     if (desktop.empty()) {
         return std::nullopt;
     }
-    const std::filesystem::path shortcut = desktop / ShortcutFileName(toolConfig);
-    const std::optional<std::filesystem::path> stored = ReadShortcutTarget(shortcut);
-    const std::optional<std::filesystem::path> target =
-        stored ? WeaklyCanonical(*stored) : std::nullopt;
-    const bool leadsThere = target && IsBelowCanonicalPath(target->native(), folder.native());
+    const std::wstring shortcut = JoinPaths(desktop, ShortcutFileName(toolConfig));
+    const std::optional<std::wstring> stored = ReadShortcutTarget(shortcut);
+    const std::optional<std::wstring> target = stored ? WeaklyCanonical(*stored) : std::nullopt;
+    const bool leadsThere = target && IsBelowCanonicalPath(*target, folder);
     return leadsThere ? std::optional(shortcut) : std::nullopt;
 }
 
 }  // namespace
 
-ClientContent MeasureClient(const std::filesystem::path& folder) {
+ClientContent MeasureClient(const std::wstring& folder) {
     ClientContent content;
     content.bytes = FolderSizeBytes(folder);
     // For the question only; folders that cannot be listed are skipped.
@@ -162,7 +161,7 @@ ClientContent MeasureClient(const std::filesystem::path& folder) {
 RemovalResult RemoveGame(const ApprovedClient& client) {
     RemovalResult result;
     // Found first, while its target still exists and can be resolved.
-    const std::optional<std::filesystem::path> shortcut = FindShortcutInto(client.folder);
+    const std::optional<std::wstring> shortcut = FindShortcutInto(client.folder);
     result.left = RemoveClientFolder(client);
     result.canBeRepeated = IsRegularFile(client.uninstaller);
     result.rightsAreMissing = std::any_of(result.left.begin(), result.left.end(), LacksRights);

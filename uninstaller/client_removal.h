@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
+#include <string>
 #include <vector>
 
 #include "uninstaller/uninstall_guard.h"
@@ -14,11 +14,11 @@ struct ClientContent {
     uint64_t files = 0;
     uint64_t bytes = 0;
 };
-[[nodiscard]] ClientContent MeasureClient(const std::filesystem::path& folder);
+[[nodiscard]] ClientContent MeasureClient(const std::wstring& folder);
 
 struct RemovalResult {
     // Full paths of what could not be removed; for a folder with content, the paths of that.
-    std::vector<std::filesystem::path> left;
+    std::vector<std::wstring> left;
     bool entryLeft = false;  // The entry in the list of installed programs still exists.
     // The uninstaller and everything it needs still exist, so it can be started again.
     bool canBeRepeated = false;

@@ -25,7 +25,7 @@ std::optional<HandOver> HandOverOnCommandLine() {
 bool RunAsCopy(const HandOver& handOver) {
     AwaitOriginal(handOver.original);
     toolExePath = handOver.uninstaller;
-    toolFolder = ParentFolder(handOver.uninstaller.native());
+    toolFolder = ParentFolder(handOver.uninstaller);
     const ComApartment apartment;
     return RunUninstall();
 }

@@ -46,7 +46,7 @@ std::optional<Bytes> ReadAll(HANDLE file) {
     return bytes;
 }
 
-std::optional<Bytes> ReadProgram(const std::filesystem::path& program) {
+std::optional<Bytes> ReadProgram(const std::wstring& program) {
     const auto file = AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(program).Text(),
                                                               GENERIC_READ, FILE_SHARE_READ,
                                                               nullptr, OPEN_EXISTING, 0, nullptr));
@@ -54,7 +54,7 @@ std::optional<Bytes> ReadProgram(const std::filesystem::path& program) {
 }
 
 // False when the path exists already or writing fails; a partly written file is deleted.
-bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
+bool WriteNewFile(const std::wstring& path, const Bytes& bytes) {
     auto file = AdoptHandle<KernelHandle>(
         ::CreateFileW(SystemPath(path).Text(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
     if (!file) {
@@ -75,7 +75,7 @@ bool WriteNewFile(const std::filesystem::path& path, const Bytes& bytes) {
 // Opens the file so that it is deleted when the last handle is closed; the copy inherits the handle
 // and keeps it until it ends. Until then others can read and execute the file, but not write,
 // rename or delete it. If a link has replaced the file, the link itself is opened.
-KernelHandle OpenDeleteOnClose(const std::filesystem::path& file) {
+KernelHandle OpenDeleteOnClose(const std::wstring& file) {
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     for (int attempt = 1;; ++attempt) {
         auto held = AdoptHandle<KernelHandle>(::CreateFileW(
@@ -89,7 +89,7 @@ KernelHandle OpenDeleteOnClose(const std::filesystem::path& file) {
 }
 
 // A held copy of `program`; null on failure, with the copy deleted.
-KernelHandle MakeHeldCopy(const std::filesystem::path& program, const std::filesystem::path& copy) {
+KernelHandle MakeHeldCopy(const std::wstring& program, const std::wstring& copy) {
     const std::optional<Bytes> bytes = ReadProgram(program);
     if (!bytes || !WriteNewFile(copy, *bytes)) {
         return nullptr;
@@ -138,8 +138,8 @@ AttributeList InheritOnly(std::span<HANDLE> handles, std::vector<std::byte>& mem
 }
 
 // `currentFolder` must not be inside the client: a process's current folder cannot be deleted.
-bool StartProcess(const std::filesystem::path& program, std::wstring commandLine,
-                  const std::filesystem::path& currentFolder, std::span<HANDLE> inherited) {
+bool StartProcess(const std::wstring& program, std::wstring commandLine,
+                  const std::wstring& currentFolder, std::span<HANDLE> inherited) {
     std::vector<std::byte> memory;
     const AttributeList attributes = InheritOnly(inherited, memory);
     STARTUPINFOEXW startup{};
@@ -160,7 +160,7 @@ bool StartProcess(const std::filesystem::path& program, std::wstring commandLine
 
 }  // namespace
 
-std::wstring HandOverCommandLine(const std::filesystem::path& copy, const HandOver& handOver) {
+std::wstring HandOverCommandLine(const std::wstring& copy, const HandOver& handOver) {
     return QuoteCommandLinePath(copy) + L" " + kHandOverSwitch + L" " +
            QuoteCommandLinePath(handOver.uninstaller) + L" " +
            std::to_wstring(reinterpret_cast<uintptr_t>(handOver.original));
@@ -178,12 +178,12 @@ std::optional<HandOver> ParseHandOver(std::span<const wchar_t* const> arguments)
     return HandOver{arguments[2], std::bit_cast<HANDLE>(handle)};
 }
 
-bool StartCopy(const std::filesystem::path& uninstaller) {
-    const std::filesystem::path folder = TemporaryFolder();
+bool StartCopy(const std::wstring& uninstaller) {
+    const std::wstring folder = TemporaryFolder();
     if (folder.empty()) {
         return false;
     }
-    const std::filesystem::path copy = folder / CopyName();
+    const std::wstring copy = JoinPaths(folder, CopyName());
     const KernelHandle held = MakeHeldCopy(uninstaller, copy);
     const KernelHandle self = InheritableHandleOfThisProcess();
     std::array inherited{held.get(), self.get()};

@@ -10,7 +10,7 @@ namespace {
 // The longest possible path, including the terminator.
 constexpr DWORD kMaxPathLength = 32'768;
 
-std::optional<std::filesystem::path> PathOf(HANDLE folder) {
+std::optional<std::wstring> PathOf(HANDLE folder) {
     std::wstring path(kMaxPathLength, L'\0');
     path.resize(
         ::GetFinalPathNameByHandleW(folder, path.data(), kMaxPathLength, FILE_NAME_NORMALIZED));
@@ -19,7 +19,7 @@ std::optional<std::filesystem::path> PathOf(HANDLE folder) {
 
 }  // namespace
 
-KernelHandle HoldFolder(const std::filesystem::path& canonicalFolder) {
+KernelHandle HoldFolder(const std::wstring& canonicalFolder) {
     // Without FILE_SHARE_DELETE, and with an access right that is subject to sharing.
     auto folder = AdoptHandle<KernelHandle>(::CreateFileW(
         SystemPath(canonicalFolder).Text(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -27,7 +27,7 @@ KernelHandle HoldFolder(const std::filesystem::path& canonicalFolder) {
     if (!folder) {
         return nullptr;
     }
-    const std::optional<std::filesystem::path> path = PathOf(folder.get());
-    const bool isTheSame = path && IsSameCanonicalPath(path->native(), canonicalFolder.native());
+    const std::optional<std::wstring> path = PathOf(folder.get());
+    const bool isTheSame = path && IsSameCanonicalPath(*path, canonicalFolder);
     return isTheSame ? std::move(folder) : nullptr;
 }

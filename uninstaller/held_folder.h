@@ -1,6 +1,6 @@
 #pragma once
 
-#include <filesystem>
+#include <string>
 
 #include "common/handles.h"
 
@@ -8,4 +8,4 @@
 // parents can be renamed or removed, so the path stays valid. Null when the folder does not exist,
 // cannot be listed, or has another final path because a link has replaced it or one of its parents.
 // Any thread.
-[[nodiscard]] KernelHandle HoldFolder(const std::filesystem::path& canonicalFolder);
+[[nodiscard]] KernelHandle HoldFolder(const std::wstring& canonicalFolder);

@@ -43,31 +43,31 @@ bool IsOnServer(const std::wstring& path) {
            (!path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\?\\UNC\\"));
 }
 
-bool IsInstalledIn(const std::wstring& location, const std::filesystem::path& folder) {
+bool IsInstalledIn(const std::wstring& location, const std::wstring& folder) {
     const size_t rootName = RootNameLength(location);
     if (rootName == 0 || RootPathLength(location) == rootName) {
         return false;  // Relative to an unknown folder.
     }
-    if (IsOnServer(location) && !IsOnServer(folder.native())) {
+    if (IsOnServer(location) && !IsOnServer(folder)) {
         return false;  // Not accessed: an unreachable server would block for long.
     }
-    const std::optional<std::filesystem::path> installed = WeaklyCanonical(location);
+    const std::optional<std::wstring> installed = WeaklyCanonical(location);
     return installed && KindOf(*installed) != EntryKind::Missing &&
-           IsAtOrBelowCanonicalPath(installed->native(), folder.native());
+           IsAtOrBelowCanonicalPath(*installed, folder);
 }
 
 // Whether the entry calls the uninstaller in `folder`. It is then the game's own entry under an
 // older display name; uninstalling it first would start this uninstaller again.
-bool CallsUninstallerIn(HKEY list, const std::wstring& key, const std::filesystem::path& folder) {
+bool CallsUninstallerIn(HKEY list, const std::wstring& key, const std::wstring& folder) {
     const std::optional<std::wstring> command = RegistryText(list, key, L"UninstallString");
-    const std::optional<std::filesystem::path> program =
+    const std::optional<std::wstring> program =
         command ? WeaklyCanonical(WithoutQuotes(*command)) : std::nullopt;
-    const std::optional<std::filesystem::path> own = WeaklyCanonical(UninstallerPath(folder));
-    return program && own && IsSameCanonicalPath(program->native(), own->native());
+    const std::optional<std::wstring> own = WeaklyCanonical(UninstallerPath(folder));
+    return program && own && IsSameCanonicalPath(*program, *own);
 }
 
 std::optional<OtherProgram> FindIn(HKEY list, const std::wstring& ownName,
-                                   const std::filesystem::path& folder) {
+                                   const std::wstring& folder) {
     for (DWORD index = 0;; ++index) {
         std::array<wchar_t, kMaxKeyNameLength> name{};
         auto length = static_cast<DWORD>(name.size());
@@ -89,7 +89,7 @@ std::optional<OtherProgram> FindIn(HKEY list, const std::wstring& ownName,
 
 }  // namespace
 
-std::optional<OtherProgram> FindOtherProgramIn(const std::filesystem::path& folder,
+std::optional<OtherProgram> FindOtherProgramIn(const std::wstring& folder,
                                                const ToolConfig& config) {
     const std::wstring listPath = ParentFolder(UninstallKeyPath(config));
     for (const ListPart& part : kListParts) {

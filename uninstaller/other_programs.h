@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -16,5 +15,5 @@ struct OtherProgram {
 // according to the lists of the current user and the machine, 64-bit and 32-bit. Ignores entries
 // whose install location is missing, empty, relative, unresolvable or nonexistent, and entries that
 // call the uninstaller in `folder`: those are the game under an older display name. Any thread.
-[[nodiscard]] std::optional<OtherProgram> FindOtherProgramIn(const std::filesystem::path& folder,
+[[nodiscard]] std::optional<OtherProgram> FindOtherProgramIn(const std::wstring& folder,
                                                              const ToolConfig& config);

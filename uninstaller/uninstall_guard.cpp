@@ -63,12 +63,9 @@ std::wstring UpperCase(std::wstring text) {
 
 // A system folder in the form used for comparing. Falls back to the reported path if it cannot be
 // resolved. Empty if this system does not have the folder.
-std::wstring ComparableForm(const std::filesystem::path& folder) {
-    std::filesystem::path form = WeaklyCanonical(folder).value_or(folder).make_preferred();
-    if (!form.has_filename()) {
-        form = form.parent_path();
-    }
-    return UpperCase(form.native());
+std::wstring ComparableForm(const std::wstring& folder) {
+    const std::wstring form = WeaklyCanonical(folder).value_or(FullPath(folder));
+    return UpperCase(FileNamePart(form).empty() ? ParentFolder(form) : form);
 }
 
 std::wstring ComparableForm(const KNOWNFOLDERID& id) {
@@ -89,7 +86,7 @@ bool OverlapsSharedFolder(const std::wstring& folder) {
 
 // A repair tool that the player has renamed is not found. While it is running, its file cannot be
 // removed; it is then reported, and the uninstaller stays for a second attempt.
-bool IsRunning(const std::filesystem::path& program) {
+bool IsRunning(const std::wstring& program) {
     // The file of a running program cannot be opened for writing.
     const auto file = AdoptHandle<KernelHandle>(
         ::CreateFileW(SystemPath(program).Text(), GENERIC_WRITE,
@@ -99,14 +96,13 @@ bool IsRunning(const std::filesystem::path& program) {
 }
 
 // `folder` is canonical and both the uninstaller's and the registered one.
-Verdict JudgeContent(const std::filesystem::path& folder) {
-    const std::optional<std::filesystem::path> uninstaller = WeaklyCanonical(toolExePath);
-    if (!uninstaller ||
-        !IsSameCanonicalPath(ParentFolder(uninstaller->native()), folder.native()) ||
+Verdict JudgeContent(const std::wstring& folder) {
+    const std::optional<std::wstring> uninstaller = WeaklyCanonical(toolExePath);
+    if (!uninstaller || !IsSameCanonicalPath(ParentFolder(*uninstaller), folder) ||
         !IsRegularFile(*uninstaller) || !IsSafeReinstallFolder()) {
         return {.refusal = Refusal::UnsafeFolder};
     }
-    if (OverlapsSharedFolder(folder.native())) {
+    if (OverlapsSharedFolder(folder)) {
         return {.refusal = Refusal::SharedFolder};
     }
     const std::optional<OtherProgram> other = FindOtherProgramIn(folder, toolConfig);
@@ -115,13 +111,12 @@ Verdict JudgeContent(const std::filesystem::path& folder) {
                 .namedFolder = other->folder,
                 .namedProgram = other->name};
     }
-    const std::optional<std::filesystem::path> startup =
+    const std::optional<std::wstring> startup =
         WeaklyCanonical(ResolveStartupExePath(toolConfig, toolFolder));
-    if (!startup || !IsBelowCanonicalPath(startup->native(), folder.native()) ||
-        !IsRegularFile(*startup)) {
+    if (!startup || !IsBelowCanonicalPath(*startup, folder) || !IsRegularFile(*startup)) {
         return {.refusal = Refusal::StartupProgramMissing};
     }
-    if (IsRunning(*startup) || IsRunning(folder / toolConfig.repairToolName)) {
+    if (IsRunning(*startup) || IsRunning(JoinPaths(folder, toolConfig.repairToolName))) {
         return {.refusal = Refusal::InUse};
     }
     return {.client = {folder, *uninstaller, *startup}};
@@ -134,13 +129,13 @@ Verdict JudgeClient() {
     if (!registered) {
         return {.refusal = Refusal::NotRegistered};
     }
-    const std::optional<std::filesystem::path> folder = WeaklyCanonical(toolFolder);
-    const std::optional<std::filesystem::path> named = WeaklyCanonical(*registered);
+    const std::optional<std::wstring> folder = WeaklyCanonical(toolFolder);
+    const std::optional<std::wstring> named = WeaklyCanonical(*registered);
     if (!folder || !named) {
         return {.refusal = Refusal::UnresolvedFolder,
-                .namedFolder = folder ? *registered : toolFolder.native()};
+                .namedFolder = folder ? *registered : toolFolder};
     }
-    if (!IsSameCanonicalPath(folder->native(), named->native())) {
+    if (!IsSameCanonicalPath(*folder, *named)) {
         return {.refusal = Refusal::RegisteredElsewhere, .namedFolder = *registered};
     }
     return JudgeContent(*folder);
@@ -149,7 +144,7 @@ Verdict JudgeClient() {
 Verdict JudgeClientAgain(const ApprovedClient& approved) {
     Verdict verdict = JudgeClient();
     if (verdict.refusal == Refusal::None && verdict.client != approved) {
-        verdict = {.refusal = Refusal::Changed, .namedFolder = approved.folder.native()};
+        verdict = {.refusal = Refusal::Changed, .namedFolder = approved.folder};
     }
     return verdict;
 }

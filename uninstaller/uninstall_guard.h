@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 
 // Decides whether the client folder may be removed.
@@ -21,9 +20,9 @@ enum class Refusal {
 
 // The approved paths: canonical, resolved once. Both files are inside `folder`.
 struct ApprovedClient {
-    std::filesystem::path folder;
-    std::filesystem::path uninstaller;
-    std::filesystem::path startupProgram;
+    std::wstring folder;
+    std::wstring uninstaller;
+    std::wstring startupProgram;
 
     bool operator==(const ApprovedClient&) const = default;
 };

@@ -16,7 +16,7 @@ int ShowBox(const std::wstring& text, UINT style) {
 }
 
 // No is the default, so that pressing Enter by accident removes nothing.
-bool Confirm(const std::filesystem::path& folder) {
+bool Confirm(const std::wstring& folder) {
     const std::wstring question = QuestionText(toolConfig, folder, MeasureClient(folder));
     return ShowBox(question, MB_YESNO | MB_DEFBUTTON2 | MB_ICONWARNING) == IDYES;
 }

@@ -44,10 +44,10 @@ std::wstring ReasonText(const Verdict& verdict, const std::wstring& name) {
     return {};
 }
 
-std::wstring ListText(const std::vector<std::filesystem::path>& paths) {
+std::wstring ListText(const std::vector<std::wstring>& paths) {
     std::wstring text;
     for (size_t i = 0; i < std::min(paths.size(), kMaxPathsShown); ++i) {
-        text += L"\n" + paths[i].native();
+        text += L"\n" + paths[i];
     }
     if (paths.size() > kMaxPathsShown) {
         text += L"\nand " + std::to_wstring(paths.size() - kMaxPathsShown) + L" more";
@@ -61,12 +61,12 @@ std::wstring CaptionText(const ToolConfig& config) {
     return L"Uninstall " + ProgramsDisplayName(config);
 }
 
-std::wstring QuestionText(const ToolConfig& config, const std::filesystem::path& folder,
+std::wstring QuestionText(const ToolConfig& config, const std::wstring& folder,
                           const ClientContent& content) {
     return L"Do you want to remove " + ProgramsDisplayName(config) +
            L"?\n\nThis folder will be deleted with everything in it, also what you put there "
            L"yourself:\n" +
-           folder.native() + L"\n\n" + FileCountText(content.files) + L", " +
+           folder + L"\n\n" + FileCountText(content.files) + L", " +
            FormatByteCount(static_cast<double>(content.bytes)) + L". This cannot be undone.";
 }
 

@@ -11,7 +11,7 @@
 std::wstring CaptionText(const ToolConfig& config);
 
 // The question: which game, which folder, and how much will be deleted.
-std::wstring QuestionText(const ToolConfig& config, const std::filesystem::path& folder,
+std::wstring QuestionText(const ToolConfig& config, const std::wstring& folder,
                           const ClientContent& content);
 
 // The reason why nothing was removed.

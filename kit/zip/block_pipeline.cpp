@@ -172,5 +172,5 @@ bool BlockPipeline::IsPacked(size_t entry) const {
 std::wstring EntryPath(const std::wstring& clientFolder, const ClientEntry& entry) {
     std::wstring path = Utf8ToWide(entry.name);
     std::replace(path.begin(), path.end(), L'/', L'\\');
-    return (AsFolder(clientFolder) / path).native();
+    return JoinPaths(AsFolder(clientFolder), path);
 }

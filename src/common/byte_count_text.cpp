@@ -1,23 +1,22 @@
 #include "common/byte_count_text.h"
 
+#include <algorithm>
 #include <array>
-#include <iomanip>
-#include <locale>
-#include <sstream>
-#include <string_view>
+#include <cwchar>
 
 std::wstring FormatByteCount(double bytes) {
-    constexpr std::array<std::wstring_view, 5> kUnits{L"B", L"KB", L"MB", L"GB", L"TB"};
+    constexpr std::array<const wchar_t*, 5> kUnits{L"B", L"KB", L"MB", L"GB", L"TB"};
     size_t divisions = 0;
     while (bytes >= 1024.0 && divisions + 1 < kUnits.size()) {
         bytes /= 1024.0;
         ++divisions;
     }
-    std::wostringstream text;
-    text.imbue(std::locale::classic());
-    text << std::fixed << std::setprecision(divisions == 0 ? 0 : 1) << bytes << L' '
-         << kUnits[divisions];
-    return text.str();
+    // Room for the digits of any double.
+    std::array<wchar_t, 330> number{};
+    const int length =
+        std::swprintf(number.data(), number.size(), L"%.*f", divisions == 0 ? 0 : 1, bytes);
+    return std::wstring(number.data(), static_cast<size_t>(std::max(length, 0))) + L' ' +
+           kUnits[divisions];
 }
 
 std::wstring FormatSpeed(double bytesPerSecond) {

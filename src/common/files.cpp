@@ -14,7 +14,7 @@ uint64_t Join(DWORD high, DWORD low) {
     return (static_cast<uint64_t>(high) << 32) | low;
 }
 
-KernelHandle OpenEntry(const std::filesystem::path& path, DWORD access) {
+KernelHandle OpenEntry(const std::wstring& path, DWORD access) {
     return AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(path).Text(), access, kShareAll,
                                                    nullptr, OPEN_EXISTING,
                                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr));
@@ -30,7 +30,7 @@ EntryFacts FactsFrom(const Information& information) {
 }
 
 // Attributes by name are fast but describe a link itself; for a link, the target is opened.
-DWORD ReadFacts(const std::filesystem::path& path, EntryFacts& facts) {
+DWORD ReadFacts(const std::wstring& path, EntryFacts& facts) {
     WIN32_FILE_ATTRIBUTE_DATA byName{};
     if (!::GetFileAttributesExW(SystemPath(path).Text(), GetFileExInfoStandard, &byName)) {
         return ::GetLastError();
@@ -51,14 +51,14 @@ DWORD ReadFacts(const std::filesystem::path& path, EntryFacts& facts) {
     return ERROR_SUCCESS;
 }
 
-bool Exists(const std::filesystem::path& path) {
+bool Exists(const std::wstring& path) {
     const EntryKind kind = KindOf(path);
     return kind == EntryKind::Folder || kind == EntryKind::RegularFile;
 }
 
 }  // namespace
 
-EntryFacts FactsOf(const std::filesystem::path& path) {
+EntryFacts FactsOf(const std::wstring& path) {
     EntryFacts facts;
     const DWORD error = ReadFacts(path, facts);
     if (error != ERROR_SUCCESS && !IsNotFoundError(error)) {
@@ -67,22 +67,22 @@ EntryFacts FactsOf(const std::filesystem::path& path) {
     return facts;
 }
 
-EntryKind KindOf(const std::filesystem::path& path) {
+EntryKind KindOf(const std::wstring& path) {
     return FactsOf(path).kind;
 }
 
-std::optional<uint64_t> FileSize(const std::filesystem::path& path) {
+std::optional<uint64_t> FileSize(const std::wstring& path) {
     const EntryFacts facts = FactsOf(path);
     return facts.kind == EntryKind::RegularFile ? std::optional(facts.size) : std::nullopt;
 }
 
-std::optional<uint64_t> LastWriteTime(const std::filesystem::path& path) {
+std::optional<uint64_t> LastWriteTime(const std::wstring& path) {
     const EntryFacts facts = FactsOf(path);
     const bool isKnown = facts.kind == EntryKind::RegularFile || facts.kind == EntryKind::Folder;
     return isKnown ? std::optional(facts.lastWriteTime) : std::nullopt;
 }
 
-bool SetLastWriteTime(const std::filesystem::path& path, uint64_t time) {
+bool SetLastWriteTime(const std::wstring& path, uint64_t time) {
     const KernelHandle entry = OpenEntry(path, FILE_WRITE_ATTRIBUTES);
     if (!entry) {
         return false;
@@ -91,40 +91,40 @@ bool SetLastWriteTime(const std::filesystem::path& path, uint64_t time) {
     return ::SetFileTime(entry.get(), nullptr, nullptr, &stamp) != 0;
 }
 
-KernelHandle OpenForReading(const std::filesystem::path& path) {
+KernelHandle OpenForReading(const std::wstring& path) {
     return AdoptHandle<KernelHandle>(
         ::CreateFileW(SystemPath(path).Text(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                       nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
-KernelHandle CreateForWriting(const std::filesystem::path& path, DWORD shareMode) {
+KernelHandle CreateForWriting(const std::wstring& path, DWORD shareMode) {
     return AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(path).Text(), GENERIC_WRITE,
                                                    shareMode, nullptr, CREATE_ALWAYS,
                                                    FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-DWORD DeleteSingleFile(const std::filesystem::path& path) {
+DWORD DeleteSingleFile(const std::wstring& path) {
     return ::DeleteFileW(SystemPath(path).Text()) ? ERROR_SUCCESS : ::GetLastError();
 }
 
-DWORD CopyFileOver(const std::filesystem::path& source, const std::filesystem::path& target) {
+DWORD CopyFileOver(const std::wstring& source, const std::wstring& target) {
     return ::CopyFileW(SystemPath(source).Text(), SystemPath(target).Text(), FALSE)
                ? ERROR_SUCCESS
                : ::GetLastError();
 }
 
-DWORD MoveEntry(const std::filesystem::path& source, const std::filesystem::path& target) {
+DWORD MoveEntry(const std::wstring& source, const std::wstring& target) {
     return ::MoveFileExW(SystemPath(source).Text(), SystemPath(target).Text(),
                          MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED)
                ? ERROR_SUCCESS
                : ::GetLastError();
 }
 
-DWORD CreateSingleFolder(const std::filesystem::path& path) {
+DWORD CreateSingleFolder(const std::wstring& path) {
     return ::CreateDirectoryW(SystemPath(path).Text(), nullptr) ? ERROR_SUCCESS : ::GetLastError();
 }
 
-bool EnsureDirectory(const std::filesystem::path& path) {
+bool EnsureDirectory(const std::wstring& path) {
     if (path.empty()) {
         return false;
     }
@@ -133,7 +133,7 @@ bool EnsureDirectory(const std::filesystem::path& path) {
     }
     // Up to the first folder whose parent exists, then down again. Errors are ignored; only the end
     // state matters.
-    std::vector<std::wstring> missing{path.native()};
+    std::vector<std::wstring> missing{path};
     while (CreateSingleFolder(missing.back()) == ERROR_PATH_NOT_FOUND) {
         std::wstring parent = ParentFolder(missing.back());
         if (parent.empty() || parent == missing.back()) {
@@ -147,8 +147,8 @@ bool EnsureDirectory(const std::filesystem::path& path) {
     return Exists(path);
 }
 
-bool WriteBinaryFile(const std::filesystem::path& path, std::span<const std::byte> bytes) {
-    const std::filesystem::path folder = ParentFolder(path.native());
+bool WriteBinaryFile(const std::wstring& path, std::span<const std::byte> bytes) {
+    const std::wstring folder = ParentFolder(path);
     if (!folder.empty()) {
         static_cast<void>(EnsureDirectory(folder));  // Without the folder, opening fails.
     }

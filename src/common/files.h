@@ -2,9 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <span>
+#include <string>
 
 #include "common/handles.h"
 #include "common/windows_api.h"
@@ -28,51 +28,48 @@ struct EntryFacts {
 };
 
 // One query, for callers that need more than one of the answers below.
-[[nodiscard]] EntryFacts FactsOf(const std::filesystem::path& path);
+[[nodiscard]] EntryFacts FactsOf(const std::wstring& path);
 
-[[nodiscard]] EntryKind KindOf(const std::filesystem::path& path);
+[[nodiscard]] EntryKind KindOf(const std::wstring& path);
 
-[[nodiscard]] inline bool IsRegularFile(const std::filesystem::path& path) {
+[[nodiscard]] inline bool IsRegularFile(const std::wstring& path) {
     return KindOf(path) == EntryKind::RegularFile;
 }
 
 // Size of a regular file in bytes; none for anything else.
-[[nodiscard]] std::optional<uint64_t> FileSize(const std::filesystem::path& path);
+[[nodiscard]] std::optional<uint64_t> FileSize(const std::wstring& path);
 
 // Last write time of a file or folder in 100 ns units since 1601 (FILETIME).
-[[nodiscard]] std::optional<uint64_t> LastWriteTime(const std::filesystem::path& path);
+[[nodiscard]] std::optional<uint64_t> LastWriteTime(const std::wstring& path);
 // False when the file cannot be opened for this or the call fails. Works on read-only files.
-[[nodiscard]] bool SetLastWriteTime(const std::filesystem::path& path, uint64_t time);
+[[nodiscard]] bool SetLastWriteTime(const std::wstring& path, uint64_t time);
 
 // Opens an existing file for sequential reading; others may read and write it meanwhile. Null on
 // failure, with the reason in ::GetLastError().
-[[nodiscard]] KernelHandle OpenForReading(const std::filesystem::path& path);
+[[nodiscard]] KernelHandle OpenForReading(const std::wstring& path);
 
 // Creates a file for writing, or truncates an existing one. `shareMode` is a combination of
 // FILE_SHARE_READ, _WRITE and _DELETE, or 0. Null on failure (for instance because the file is
 // read-only, hidden or in use), with the reason in ::GetLastError().
-[[nodiscard]] KernelHandle CreateForWriting(const std::filesystem::path& path, DWORD shareMode);
+[[nodiscard]] KernelHandle CreateForWriting(const std::wstring& path, DWORD shareMode);
 
 // Deletes a file that is not read-only. Not for folders; see removal.h.
-[[nodiscard]] DWORD DeleteSingleFile(const std::filesystem::path& path);
+[[nodiscard]] DWORD DeleteSingleFile(const std::wstring& path);
 
 // Copies one file with its attributes and last write time, replacing an existing target. Fails when
 // the target is read-only or in use. A failed copy can leave a truncated target.
-[[nodiscard]] DWORD CopyFileOver(const std::filesystem::path& source,
-                                 const std::filesystem::path& target);
+[[nodiscard]] DWORD CopyFileOver(const std::wstring& source, const std::wstring& target);
 
 // Renames, replacing an existing file. Files can be moved to another volume, folders cannot.
-[[nodiscard]] DWORD MoveEntry(const std::filesystem::path& source,
-                              const std::filesystem::path& target);
+[[nodiscard]] DWORD MoveEntry(const std::wstring& source, const std::wstring& target);
 
 // Creates one folder; an error when the path exists already.
-[[nodiscard]] DWORD CreateSingleFolder(const std::filesystem::path& path);
+[[nodiscard]] DWORD CreateSingleFolder(const std::wstring& path);
 
 // Creates the folder with all missing parents. True when anything exists at `path` afterwards, even
 // if it is not a folder; false for an empty path.
-[[nodiscard]] bool EnsureDirectory(const std::filesystem::path& path);
+[[nodiscard]] bool EnsureDirectory(const std::wstring& path);
 
 // Writes the file in place and creates its folder if missing. False when it cannot be opened or the
 // write fails; the file's content is then undefined. Errors on closing are ignored.
-[[nodiscard]] bool WriteBinaryFile(const std::filesystem::path& path,
-                                   std::span<const std::byte> bytes);
+[[nodiscard]] bool WriteBinaryFile(const std::wstring& path, std::span<const std::byte> bytes);

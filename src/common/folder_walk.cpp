@@ -9,16 +9,6 @@ bool IsDotEntry(const wchar_t* name) {
     return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
 }
 
-// Joins like std::filesystem::path: "C:" and a name become "C:name", which is relative to the
-// drive's current folder.
-void AppendName(std::wstring& path, const wchar_t* name) {
-    const bool isBareDrive = path.size() == 2 && path[1] == L':';
-    if (!path.empty() && !isBareDrive && path.back() != L'\\' && path.back() != L'/') {
-        path += L'\\';
-    }
-    path += name;
-}
-
 // Lists the folder at `path`. Both strings are working buffers, unchanged on return, so that a walk
 // does not allocate a path for each entry.
 ListingResult ListInto(std::wstring& path, std::wstring& relativePath, bool isBehindReparsePoint,
@@ -80,14 +70,14 @@ ListingResult WalkInto(std::wstring& path, std::wstring& relativePath, bool isBe
 
 }  // namespace
 
-ListingResult ListFolder(const std::filesystem::path& folder, const EntryVisitor& visit) {
-    std::wstring path = folder.native();
+ListingResult ListFolder(const std::wstring& folder, const EntryVisitor& visit) {
+    std::wstring path = folder;
     std::wstring relativePath;
     return ListInto(path, relativePath, false, visit);
 }
 
-ListingResult WalkTree(const std::filesystem::path& root, const EntryVisitor& visit) {
-    std::wstring path = root.native();
+ListingResult WalkTree(const std::wstring& root, const EntryVisitor& visit) {
+    std::wstring path = root;
     std::wstring relativePath;
     return WalkInto(path, relativePath, false, visit);
 }

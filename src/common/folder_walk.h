@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -42,13 +41,12 @@ struct ListingResult {
 // Lists one folder, not its subfolders, in the file system's order. An empty path lists nothing,
 // not the current folder. The visitor may remove the entry it is called with. The listing is closed
 // when this returns.
-[[nodiscard]] ListingResult ListFolder(const std::filesystem::path& folder,
-                                       const EntryVisitor& visit);
+[[nodiscard]] ListingResult ListFolder(const std::wstring& folder, const EntryVisitor& visit);
 
 // Visits everything below `root`, each folder before its content. Subfolders that cannot be listed
 // are skipped; links are visited but never entered. The result is that of listing `root` itself,
 // and says whether the visitor stopped the walk at any depth.
-[[nodiscard]] ListingResult WalkTree(const std::filesystem::path& root, const EntryVisitor& visit);
+[[nodiscard]] ListingResult WalkTree(const std::wstring& root, const EntryVisitor& visit);
 
 // Whether an entry with these attributes and this reparse tag is a link (symbolic link, junction or
 // mount point). Cloud and deduplicated files are reparse points but not links. An unknown tag (0)

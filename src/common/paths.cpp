@@ -97,18 +97,7 @@ Resolution ResolveFinalPath(const std::wstring& path, Naming naming, std::wstrin
     return error == ERROR_SUCCESS ? Resolution::Resolved : Resolution::Failed;
 }
 
-// Joins as text: a path that does not exist may contain names that look like a drive ("x:y").
-std::wstring Append(std::wstring folder, std::wstring_view name) {
-    if (!name.empty()) {
-        if (!IsSeparator(folder.back())) {
-            folder += L'\\';
-        }
-        folder += name;
-    }
-    return folder;
-}
-
-std::optional<std::filesystem::path> ResolveExistingPart(const std::wstring& path, Naming naming) {
+std::optional<std::wstring> ResolveExistingPart(const std::wstring& path, Naming naming) {
     std::wstring head = FullPath(path);
     if (head.empty()) {
         return std::nullopt;
@@ -126,7 +115,7 @@ std::optional<std::filesystem::path> ResolveExistingPart(const std::wstring& pat
         }
         if (resolution == Resolution::Resolved) {
             const size_t tail = SkipSeparators(full, head.size());
-            return Append(std::move(resolved), std::wstring_view(full).substr(tail));
+            return JoinPaths(resolved, std::wstring_view(full).substr(tail));
         }
         if (head.size() <= volumeRoot) {
             return full;
@@ -195,12 +184,28 @@ size_t VolumeRootLength(std::wstring_view fullPath) {
     return SkipName(fullPath, share);
 }
 
-std::filesystem::path AsFolder(const std::filesystem::path& folder) {
-    std::wstring text = folder.native();
+std::wstring AsFolder(const std::wstring& folder) {
+    std::wstring text = folder;
     if (!text.empty() && !IsSeparator(text.back())) {
         text += L'\\';
     }
     return text;
+}
+
+void AppendName(std::wstring& path, std::wstring_view name) {
+    const bool isBareDrive = path.size() == 2 && StartsWithDrive(path);
+    if (!path.empty() && !name.empty() && !isBareDrive && !IsSeparator(path.back())) {
+        path += L'\\';
+    }
+    path += name;
+}
+
+std::wstring JoinPaths(std::wstring_view folder, std::wstring_view name) {
+    std::wstring path;
+    path.reserve(folder.size() + 1 + name.size());
+    path = folder;
+    AppendName(path, name);
+    return path;
 }
 
 std::wstring FileNamePart(std::wstring_view path) {
@@ -248,23 +253,23 @@ std::wstring FullPath(const std::wstring& path) {
     return WithoutVerbatimPrefix(std::move(full));
 }
 
-std::optional<std::filesystem::path> WeaklyCanonical(const std::filesystem::path& path) {
-    return ResolveExistingPart(path.native(), Naming::DosOnly);
+std::optional<std::wstring> WeaklyCanonical(const std::wstring& path) {
+    return ResolveExistingPart(path, Naming::DosOnly);
 }
 
-std::optional<std::filesystem::path> ComparableCanonical(const std::filesystem::path& path) {
-    return ResolveExistingPart(path.native(), Naming::DosOrNt);
+std::optional<std::wstring> ComparableCanonical(const std::wstring& path) {
+    return ResolveExistingPart(path, Naming::DosOrNt);
 }
 
-bool IsVolumeRoot(const std::filesystem::path& canonicalPath) {
+bool IsVolumeRoot(const std::wstring& canonicalPath) {
     // The result is a prefix of the given path, with a trailing separator.
-    std::wstring root(canonicalPath.native().size() + kVerbatimUncPrefix.size() + 2, L'\0');
+    std::wstring root(canonicalPath.size() + kVerbatimUncPrefix.size() + 2, L'\0');
     if (!::GetVolumePathNameW(SystemPath(canonicalPath).Text(), root.data(),
                               static_cast<DWORD>(root.size()))) {
         return false;
     }
     root = WithoutVerbatimPrefix(root.c_str());
-    const std::wstring path = AsFolder(canonicalPath).native();
+    const std::wstring path = AsFolder(canonicalPath);
     return ::CompareStringOrdinal(root.c_str(), -1, path.c_str(), -1, TRUE) == CSTR_EQUAL;
 }
 
@@ -297,7 +302,28 @@ bool IsAtOrBelowCanonicalPath(std::wstring_view path, std::wstring_view folder) 
     return IsSameCanonicalPath(path, folder) || IsBelowCanonicalPath(path, folder);
 }
 
-SystemPath::SystemPath(const std::filesystem::path& path) : SystemPath(path.native()) {}
+std::wstring RelativePath(std::wstring_view path, std::wstring_view base) {
+    size_t i = RootPathLength(path);
+    size_t j = RootPathLength(base);
+    if (!IsSameCanonicalPath(path.substr(0, i), base.substr(0, j))) {
+        return {};
+    }
+    while (i < path.size() && j < base.size()) {
+        const size_t nameEnd = SkipName(path, i);
+        const size_t baseNameEnd = SkipName(base, j);
+        if (path.substr(i, nameEnd - i) != base.substr(j, baseNameEnd - j)) {
+            break;
+        }
+        i = SkipSeparators(path, nameEnd);
+        j = SkipSeparators(base, baseNameEnd);
+    }
+    std::wstring relative;
+    for (; j < base.size(); j = SkipSeparators(base, SkipName(base, j))) {
+        AppendName(relative, L"..");
+    }
+    AppendName(relative, path.substr(i));
+    return relative.empty() ? L"." : relative;
+}
 
 SystemPath::SystemPath(const std::wstring& path)
     : extended_(ExtendedForm(path)), text_(extended_.empty() ? path.c_str() : extended_.c_str()) {}

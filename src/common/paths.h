@@ -1,13 +1,14 @@
 #pragma once
 
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
 
-// Splits and compares paths by Windows' rules for roots: "C:", "\\server" and "\\?" are root names
-// (one compiler's standard library knows only the first). Slash and backslash are equivalent. To
-// join paths, use std::filesystem::path's operator/.
+// Joins, splits and compares paths by Windows' rules. Slash and backslash are equivalent; "C:",
+// "\\server" and "\\?" are root names.
+//
+// A path is a std::wstring. The compilers' std::filesystem::path disagree on what a root is, and it
+// adds a megabyte of locales and streams to the exe.
 
 // Length of the root name at the start of `path`: "C:" 2, "\\server" up to its end, "\\?" and
 // "\\." 3, else 0.
@@ -22,7 +23,15 @@
 
 // The folder with a trailing separator, so that a name can be joined: "C:" becomes "C:\", because
 // "C:name" is relative to the drive's current folder. An empty path stays empty.
-[[nodiscard]] std::filesystem::path AsFolder(const std::filesystem::path& folder);
+[[nodiscard]] std::wstring AsFolder(const std::wstring& folder);
+
+// Appends `name`, which may be a relative path of several names. A backslash comes between the two,
+// except after an empty path, a separator and a bare drive: "C:" and "a" give "C:a", which is
+// relative to the drive's current folder. An empty name changes nothing.
+void AppendName(std::wstring& path, std::wstring_view name);
+
+// The same, as a new path.
+[[nodiscard]] std::wstring JoinPaths(std::wstring_view folder, std::wstring_view name);
 
 // The part after the last separator outside the root name; the whole path if there is none. Empty
 // for a path that ends in a separator.
@@ -45,18 +54,16 @@
 // followed, long names, the file system's letter case), the rest is appended unchanged. No "\\?\"
 // prefix where a plain form exists, no trailing separators. None for an empty path and when the
 // existing part cannot be resolved. Accesses the disk.
-[[nodiscard]] std::optional<std::filesystem::path> WeaklyCanonical(
-    const std::filesystem::path& path);
+[[nodiscard]] std::optional<std::wstring> WeaklyCanonical(const std::wstring& path);
 
 // Like WeaklyCanonical, but a path on a volume without a DOS name (a drive unknown to the mount
 // manager, such as a RAM disk) becomes "\\?\GLOBALROOT\Device\...". Use such a path only to compare
 // it with another result of this function: it does not show what the volume's root is.
-[[nodiscard]] std::optional<std::filesystem::path> ComparableCanonical(
-    const std::filesystem::path& path);
+[[nodiscard]] std::optional<std::wstring> ComparableCanonical(const std::wstring& path);
 
 // Whether a weakly canonical path is the root of a volume, be it mounted in a folder, a drive or a
 // share. False when the query fails. Accesses the disk.
-[[nodiscard]] bool IsVolumeRoot(const std::filesystem::path& canonicalPath);
+[[nodiscard]] bool IsVolumeRoot(const std::wstring& canonicalPath);
 
 // Whether two weakly canonical paths are equal, element by element. Case-sensitive, because
 // canonical paths have the file system's letter case.
@@ -68,6 +75,11 @@
 // The same, but true for the folder itself.
 [[nodiscard]] bool IsAtOrBelowCanonicalPath(std::wstring_view path, std::wstring_view folder);
 
+// The way from the canonical folder `base` to the canonical `path`, with ".." for each folder on
+// the way up: from "C:\a\b" to "C:\a\c" it is "..\c". "." when both are equal, empty when their
+// roots differ. Case-sensitive.
+[[nodiscard]] std::wstring RelativePath(std::wstring_view path, std::wstring_view base);
+
 // A path in the form that the system's file functions accept. Unless long paths are enabled, which
 // is off by default, they refuse paths of 260 characters (new folders: 248) or more that do not
 // have the extended form "\\?\C:\..." or "\\?\UNC\server\...". That form is taken literally, so the
@@ -76,8 +88,6 @@
 // Refers to the text of a short path, so the path must outlive this object.
 class SystemPath {
 public:
-    explicit SystemPath(const std::filesystem::path& path);
-    // The same for a string.
     explicit SystemPath(const std::wstring& path);
     SystemPath(const SystemPath&) = delete;
     SystemPath& operator=(const SystemPath&) = delete;

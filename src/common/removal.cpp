@@ -16,8 +16,7 @@ constexpr auto kFileDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(2
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 // Opens a link itself, not its target.
-KernelHandle OpenWithoutFollowing(const std::filesystem::path& path, DWORD access,
-                                  DWORD shareMode) {
+KernelHandle OpenWithoutFollowing(const std::wstring& path, DWORD access, DWORD shareMode) {
     return AdoptHandle<KernelHandle>(
         ::CreateFileW(SystemPath(path).Text(), access, shareMode, nullptr, OPEN_EXISTING,
                       FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
@@ -30,7 +29,7 @@ bool IsUnsupportedError(DWORD error) {
 
 // POSIX delete (with these flags since Windows 10 1809): the name disappears at once, even while
 // other handles are open. The read-only attribute, shared by all hard links, need not be cleared.
-DWORD RemoveWithPosixSemantics(const std::filesystem::path& path) {
+DWORD RemoveWithPosixSemantics(const std::wstring& path) {
     const KernelHandle entry = OpenWithoutFollowing(path, DELETE, kShareAll);
     if (!entry) {
         return ::GetLastError();
@@ -45,7 +44,7 @@ DWORD RemoveWithPosixSemantics(const std::filesystem::path& path) {
 }
 
 // Fallback for older systems and for file systems without POSIX delete.
-DWORD RemoveByName(const std::filesystem::path& path) {
+DWORD RemoveByName(const std::wstring& path) {
     const SystemPath systemPath(path);
     const DWORD attributes = ::GetFileAttributesW(systemPath.Text());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
@@ -68,7 +67,7 @@ DWORD RemoveByName(const std::filesystem::path& path) {
 }
 
 // Whether `path` is a folder and not a link to one. `entry` is an open handle of it.
-bool IsRealFolder(const std::filesystem::path& path, HANDLE entry) {
+bool IsRealFolder(const std::wstring& path, HANDLE entry) {
     const DWORD attributes = ::GetFileAttributesW(SystemPath(path).Text());
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
         return false;
@@ -84,7 +83,7 @@ bool IsRealFolder(const std::filesystem::path& path, HANDLE entry) {
 // Opens a folder whose content may be removed. While the handle is open, the folder cannot be
 // renamed, deleted or replaced by a link, so its type is checked after opening. Null for a file, a
 // link, and a folder that cannot be listed.
-KernelHandle HoldFolder(const std::filesystem::path& path) {
+KernelHandle HoldFolder(const std::wstring& path) {
     KernelHandle folder =
         OpenWithoutFollowing(path, FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE);
     if (!folder && ::GetLastError() == ERROR_SHARING_VIOLATION) {
@@ -96,7 +95,7 @@ KernelHandle HoldFolder(const std::filesystem::path& path) {
 
 }  // namespace
 
-DWORD RemoveEntry(const std::filesystem::path& path) {
+DWORD RemoveEntry(const std::wstring& path) {
     DWORD error = RemoveWithPosixSemantics(path);
     if (IsUnsupportedError(error)) {
         error = RemoveByName(path);
@@ -104,7 +103,7 @@ DWORD RemoveEntry(const std::filesystem::path& path) {
     return IsNotFoundError(error) ? ERROR_SUCCESS : error;
 }
 
-DWORD RemoveTree(const std::filesystem::path& path) {
+DWORD RemoveTree(const std::wstring& path) {
     DWORD firstError = ERROR_SUCCESS;
     const auto remember = [&](DWORD error) {
         if (firstError == ERROR_SUCCESS) {
@@ -124,7 +123,7 @@ DWORD RemoveTree(const std::filesystem::path& path) {
     return firstError;
 }
 
-DWORD RemoveEntryOrTree(const std::filesystem::path& path) {
+DWORD RemoveEntryOrTree(const std::wstring& path) {
     const DWORD error = RemoveEntry(path);
     return error == ERROR_DIR_NOT_EMPTY ? RemoveTree(path) : error;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <filesystem>
+#include <string>
 
 #include "common/windows_api.h"
 
@@ -9,11 +9,11 @@
 // thread.
 
 // Removes one file, link or empty folder; ERROR_DIR_NOT_EMPTY (145) for a folder with content.
-[[nodiscard]] DWORD RemoveEntry(const std::filesystem::path& path);
+[[nodiscard]] DWORD RemoveEntry(const std::wstring& path);
 
 // Removes a file, a link, or a folder with its content. Continues after an entry that cannot be
 // removed and returns the first error.
-[[nodiscard]] DWORD RemoveTree(const std::filesystem::path& path);
+[[nodiscard]] DWORD RemoveTree(const std::wstring& path);
 
 // RemoveEntry, then RemoveTree if the folder is not empty. Any other error is final.
-[[nodiscard]] DWORD RemoveEntryOrTree(const std::filesystem::path& path);
+[[nodiscard]] DWORD RemoveEntryOrTree(const std::wstring& path);

@@ -5,7 +5,7 @@
 
 #include "common/windows_api.h"
 
-std::filesystem::path TemporaryFolder() {
+std::wstring TemporaryFolder() {
     std::array<wchar_t, MAX_PATH> folder{};
     const DWORD length = ::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
     // If the path does not fit, the result is the required length.

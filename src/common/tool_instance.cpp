@@ -4,8 +4,8 @@
 #include <string>
 
 HWND mainWindow = nullptr;
-std::filesystem::path toolExePath;
-std::filesystem::path toolFolder;
+std::wstring toolExePath;
+std::wstring toolFolder;
 
 void LocateTool() {
     std::array<wchar_t, MAX_PATH> buffer{};

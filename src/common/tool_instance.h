@@ -1,6 +1,6 @@
 #pragma once
 
-#include <filesystem>
+#include <string>
 
 #include "common/windows_api.h"
 
@@ -11,10 +11,10 @@
 extern HWND mainWindow;
 
 // The full path of the running exe, at most 260 characters.
-extern std::filesystem::path toolExePath;
+extern std::wstring toolExePath;
 
 // The folder of `toolExePath`, which is the client folder that the tool repairs.
-extern std::filesystem::path toolFolder;
+extern std::wstring toolFolder;
 
 // Sets `toolExePath` and `toolFolder` from the exe's file name.
 void LocateTool();

@@ -47,8 +47,7 @@ bool HasRarSignature(std::span<const std::byte> bytes) {
            (bytes[kCommonPart.size()] == std::byte{0} || bytes[kCommonPart.size()] == std::byte{1});
 }
 
-bool ExtractZip(const std::filesystem::path& archivePath,
-                const std::filesystem::path& stagingFolder) {
+bool ExtractZip(const std::wstring& archivePath, const std::wstring& stagingFolder) {
     if (RunHiddenAndWait(TarCommandLine(archivePath, stagingFolder)) ||
         RunHiddenAndWait(PowerShellCommandLine(archivePath, stagingFolder))) {
         return FlattenSingleTopFolder(stagingFolder);
@@ -57,8 +56,7 @@ bool ExtractZip(const std::filesystem::path& archivePath,
     return false;
 }
 
-bool ExtractRar(const std::filesystem::path& archivePath,
-                const std::filesystem::path& stagingFolder) {
+bool ExtractRar(const std::wstring& archivePath, const std::wstring& stagingFolder) {
     const std::vector<ExtractorCommand> commands = FindRarExtractors(archivePath, stagingFolder);
     if (commands.empty()) {
         reportFailure(kNoRarProgramMessage);
@@ -81,8 +79,7 @@ bool ExtractRar(const std::filesystem::path& archivePath,
 
 }  // namespace
 
-bool ExtractPackage(const std::filesystem::path& archivePath,
-                    const std::filesystem::path& stagingFolder) {
+bool ExtractPackage(const std::wstring& archivePath, const std::wstring& stagingFolder) {
     reportStage(JobStage::Extracting, kExtractingStatus, kPreparingFilesDetail);
     // Without the folder, the unpacking program fails.
     static_cast<void>(EnsureDirectory(stagingFolder));
@@ -98,7 +95,7 @@ bool ExtractPackage(const std::filesystem::path& archivePath,
     return false;
 }
 
-PackageSignature SniffPackageSignature(const std::filesystem::path& archivePath) {
+PackageSignature SniffPackageSignature(const std::wstring& archivePath) {
     const KernelHandle archive = OpenForReading(archivePath);
     std::array<std::byte, kSignatureBytes> bytes{};
     DWORD count = 0;
@@ -125,17 +122,16 @@ std::wstring QuoteForPowerShell(std::wstring_view text) {
     return quoted;
 }
 
-std::wstring TarCommandLine(const std::filesystem::path& archivePath,
-                            const std::filesystem::path& stagingFolder) {
-    return L"tar.exe -xf \"" + archivePath.native() + L"\" -C \"" + stagingFolder.native() + L"\"";
+std::wstring TarCommandLine(const std::wstring& archivePath, const std::wstring& stagingFolder) {
+    return L"tar.exe -xf \"" + archivePath + L"\" -C \"" + stagingFolder + L"\"";
 }
 
-std::wstring PowerShellCommandLine(const std::filesystem::path& archivePath,
-                                   const std::filesystem::path& stagingFolder) {
+std::wstring PowerShellCommandLine(const std::wstring& archivePath,
+                                   const std::wstring& stagingFolder) {
     return L"powershell.exe -NoProfile -ExecutionPolicy Bypass -Command \"Expand-Archive "
            L"-LiteralPath '" +
-           QuoteForPowerShell(archivePath.native()) + L"' -DestinationPath '" +
-           QuoteForPowerShell(stagingFolder.native()) + L"' -Force\"";
+           QuoteForPowerShell(archivePath) + L"' -DestinationPath '" +
+           QuoteForPowerShell(stagingFolder) + L"' -Force\"";
 }
 
 std::wstring ExtractorCommandLine(const ExtractorCommand& command) {

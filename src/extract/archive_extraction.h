@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <filesystem>
 #include <span>
 #include <string>
 #include <string_view>
@@ -24,11 +23,11 @@ enum class PackageSignature {
 // False after a failure report; what a failed program has written stays in the folder. A stop
 // request makes each attempt fail and so ends in the same report. Job thread; blocks while the
 // programs run.
-[[nodiscard]] bool ExtractPackage(const std::filesystem::path& archivePath,
-                                  const std::filesystem::path& stagingFolder);
+[[nodiscard]] bool ExtractPackage(const std::wstring& archivePath,
+                                  const std::wstring& stagingFolder);
 
 // Unknown also for a file that cannot be opened or read.
-[[nodiscard]] PackageSignature SniffPackageSignature(const std::filesystem::path& archivePath);
+[[nodiscard]] PackageSignature SniffPackageSignature(const std::wstring& archivePath);
 
 // The same for the file's first bytes; at most eight are needed.
 PackageSignature SignatureOf(std::span<const std::byte> firstBytes);
@@ -37,10 +36,9 @@ PackageSignature SignatureOf(std::span<const std::byte> firstBytes);
 std::wstring QuoteForPowerShell(std::wstring_view text);
 
 // The command lines of the attempts.
-std::wstring TarCommandLine(const std::filesystem::path& archivePath,
-                            const std::filesystem::path& stagingFolder);
-std::wstring PowerShellCommandLine(const std::filesystem::path& archivePath,
-                                   const std::filesystem::path& stagingFolder);
+std::wstring TarCommandLine(const std::wstring& archivePath, const std::wstring& stagingFolder);
+std::wstring PowerShellCommandLine(const std::wstring& archivePath,
+                                   const std::wstring& stagingFolder);
 std::wstring ExtractorCommandLine(const ExtractorCommand& command);
 
 // The failure message when no program could unpack a RAR package. Names the last one tried.

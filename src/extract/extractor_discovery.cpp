@@ -57,9 +57,9 @@ std::vector<std::wstring> KeepExistingOnce(const std::vector<std::wstring>& cand
 
 }  // namespace
 
-std::vector<ExtractorCommand> FindRarExtractors(const std::filesystem::path& archivePath,
-                                                const std::filesystem::path& stagingFolder) {
-    const std::wstring besideTool = ParentFolder(toolExePath.native());
+std::vector<ExtractorCommand> FindRarExtractors(const std::wstring& archivePath,
+                                                const std::wstring& stagingFolder) {
+    const std::wstring besideTool = ParentFolder(toolExePath);
     std::vector<ExtractorCommand> commands;
     for (const std::wstring& tool : KeepExistingOnce(RarCandidates(besideTool))) {
         commands.push_back({tool, RarToolArguments(tool, archivePath, stagingFolder)});
@@ -70,19 +70,18 @@ std::vector<ExtractorCommand> FindRarExtractors(const std::filesystem::path& arc
     return commands;
 }
 
-std::wstring RarToolArguments(std::wstring_view toolPath, const std::filesystem::path& archivePath,
-                              const std::filesystem::path& stagingFolder) {
+std::wstring RarToolArguments(std::wstring_view toolPath, const std::wstring& archivePath,
+                              const std::wstring& stagingFolder) {
     const bool isWinRar = LowerCase(FileNamePart(toolPath)) == L"winrar.exe";
     // x: with full paths; -ibck: in the background, without WinRAR's window; -o+: overwrite.
     // The trailing backslash tells the RAR programs that the argument is a destination folder.
-    return std::wstring(isWinRar ? L"x -ibck -o+ " : L"x -o+ ") + Quoted(archivePath.native()) +
-           L" " + Quoted(stagingFolder.native() + L"\\");
+    return std::wstring(isWinRar ? L"x -ibck -o+ " : L"x -o+ ") + Quoted(archivePath) + L" " +
+           Quoted(stagingFolder + L"\\");
 }
 
-std::wstring SevenZipArguments(const std::filesystem::path& archivePath,
-                               const std::filesystem::path& stagingFolder) {
+std::wstring SevenZipArguments(const std::wstring& archivePath, const std::wstring& stagingFolder) {
     // x: with full paths; -y: yes to every question; -o: the output folder, with no space after it.
-    return L"x -y -o" + Quoted(stagingFolder.native()) + L" " + Quoted(archivePath.native());
+    return L"x -y -o" + Quoted(stagingFolder) + L" " + Quoted(archivePath);
 }
 
 std::wstring ReadEnvironmentPath(const std::wstring& name) {
@@ -101,11 +100,7 @@ std::wstring SearchProgramPath(const std::wstring& fileName) {
 }
 
 std::wstring JoinUnderBase(const std::wstring& base, const std::wstring& relative) {
-    if (base.empty()) {
-        return relative;
-    }
-    // Joining with an empty path would add a separator.
-    return relative.empty() ? base : (std::filesystem::path(base) / relative).native();
+    return JoinPaths(base, relative);
 }
 
 void AddUniqueCandidate(std::vector<std::wstring>& candidates, const std::wstring& path) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,15 +17,14 @@ struct ExtractorCommand {
 // then in the 64-bit and the 32-bit program folder, then by the platform's search. Each program is
 // listed once. If the environment does not name a program folder, the path is relative to the
 // current folder. Empty when no program was found.
-[[nodiscard]] std::vector<ExtractorCommand> FindRarExtractors(
-    const std::filesystem::path& archivePath, const std::filesystem::path& stagingFolder);
+[[nodiscard]] std::vector<ExtractorCommand> FindRarExtractors(const std::wstring& archivePath,
+                                                              const std::wstring& stagingFolder);
 
 // The arguments for UnRAR or, when the file is called "winrar.exe" in any letter case, for WinRAR.
-std::wstring RarToolArguments(std::wstring_view toolPath, const std::filesystem::path& archivePath,
-                              const std::filesystem::path& stagingFolder);
+std::wstring RarToolArguments(std::wstring_view toolPath, const std::wstring& archivePath,
+                              const std::wstring& stagingFolder);
 
-std::wstring SevenZipArguments(const std::filesystem::path& archivePath,
-                               const std::filesystem::path& stagingFolder);
+std::wstring SevenZipArguments(const std::wstring& archivePath, const std::wstring& stagingFolder);
 
 // The value of an environment variable; empty when it is unset or has 4096 characters or more.
 std::wstring ReadEnvironmentPath(const std::wstring& name);

@@ -15,7 +15,7 @@
 namespace {
 
 struct Entry {
-    std::filesystem::path path;
+    std::wstring path;
     bool isFolder;  // Links followed.
 };
 
@@ -25,7 +25,7 @@ constexpr int kListingAttempts = 2;
 // The folder's entries, listed to the end before anything is moved. A Win32 error code when the
 // listing fails or breaks off: entries that it misses must not count as absent, or a lone folder
 // would be overlooked, or removed with files still in it.
-DWORD ListEntries(const std::filesystem::path& folder, std::vector<Entry>& entries) {
+DWORD ListEntries(const std::wstring& folder, std::vector<Entry>& entries) {
     DWORD error = ERROR_SUCCESS;
     for (int attempt = 0; attempt < kListingAttempts; ++attempt) {
         entries.clear();
@@ -43,7 +43,7 @@ DWORD ListEntries(const std::filesystem::path& folder, std::vector<Entry>& entri
     return error;
 }
 
-DWORD EnsureTargetFolder(const std::filesystem::path& target) {
+DWORD EnsureTargetFolder(const std::wstring& target) {
     return KindOf(target) == EntryKind::Folder ? ERROR_SUCCESS : CreateSingleFolder(target);
 }
 
@@ -51,13 +51,13 @@ DWORD EnsureTargetFolder(const std::filesystem::path& target) {
 // and returns it. Links are followed on both sides: a link in the source is copied as its target,
 // and a link to a folder at the target is filled like a folder. A link to a folder above itself
 // ends in an error when the path of its copy grows too long.
-DWORD CopyTreeOver(const std::filesystem::path& source, const std::filesystem::path& target) {
+DWORD CopyTreeOver(const std::wstring& source, const std::wstring& target) {
     DWORD error = EnsureTargetFolder(target);
     if (error != ERROR_SUCCESS) {
         return error;
     }
     const ListingResult listing = ListFolder(source, [&](const FolderEntry& entry) {
-        const std::filesystem::path copy = target / entry.relativePath;
+        const std::wstring copy = JoinPaths(target, entry.relativePath);
         error = KindOf(entry.path) == EntryKind::Folder ? CopyTreeOver(entry.path, copy)
                                                         : CopyFileOver(entry.path, copy);
         return error == ERROR_SUCCESS;
@@ -68,7 +68,7 @@ DWORD CopyTreeOver(const std::filesystem::path& source, const std::filesystem::p
     return error;
 }
 
-DWORD CopyEntryOver(const std::filesystem::path& entry, const std::filesystem::path& target) {
+DWORD CopyEntryOver(const std::wstring& entry, const std::wstring& target) {
     if (KindOf(entry) != EntryKind::Folder) {
         return CopyFileOver(entry, target);
     }
@@ -85,7 +85,7 @@ DWORD CopyEntryOver(const std::filesystem::path& entry, const std::filesystem::p
 
 }  // namespace
 
-bool FlattenSingleTopFolder(const std::filesystem::path& stagingFolder) {
+bool FlattenSingleTopFolder(const std::wstring& stagingFolder) {
     std::vector<Entry> entries;
     DWORD error = ListEntries(stagingFolder, entries);
     if (IsNotFoundError(error)) {
@@ -98,7 +98,7 @@ bool FlattenSingleTopFolder(const std::filesystem::path& stagingFolder) {
     if (entries.size() != 1 || !entries.front().isFolder) {
         return true;
     }
-    const std::filesystem::path lonePath = entries.front().path;
+    const std::wstring lonePath = entries.front().path;
     reportStage(JobStage::Extracting, kExtractingStatus, L"Moving client files into place...");
     error = ListEntries(lonePath, entries);
     const auto move = [&](const Entry& entry) {
@@ -115,9 +115,8 @@ bool FlattenSingleTopFolder(const std::filesystem::path& stagingFolder) {
     return true;
 }
 
-bool MoveEntryInto(const std::filesystem::path& entry,
-                   const std::filesystem::path& destinationFolder, DWORD& error) {
-    const std::filesystem::path target = destinationFolder / FileNamePart(entry.native());
+bool MoveEntryInto(const std::wstring& entry, const std::wstring& destinationFolder, DWORD& error) {
+    const std::wstring target = JoinPaths(destinationFolder, FileNamePart(entry));
     static_cast<void>(RemoveEntryOrTree(target));  // If this fails, the next step fails too.
     error = MoveEntry(entry, target);
     if (error == ERROR_SUCCESS) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <filesystem>
+#include <string>
 
 #include "common/windows_api.h"
 
@@ -16,12 +16,12 @@
 //
 // A lone folder that contains an entry of its own name cannot be flattened: making room for that
 // entry removes the folder itself, and the move fails.
-[[nodiscard]] bool FlattenSingleTopFolder(const std::filesystem::path& stagingFolder);
+[[nodiscard]] bool FlattenSingleTopFolder(const std::wstring& stagingFolder);
 
 // Moves a file or folder into `destinationFolder` under its own name, replacing what is there, also
 // across volumes. False when it can be neither renamed nor copied, or when the copied source cannot
 // be removed; `error` is then the Win32 error, else ERROR_SUCCESS. Renaming moves a link itself;
 // copying replaces links, also those inside a folder, by their targets. A link's target is never
 // removed.
-[[nodiscard]] bool MoveEntryInto(const std::filesystem::path& entry,
-                                 const std::filesystem::path& destinationFolder, DWORD& error);
+[[nodiscard]] bool MoveEntryInto(const std::wstring& entry, const std::wstring& destinationFolder,
+                                 DWORD& error);

@@ -1,11 +1,11 @@
 #include "job/job_flow.h"
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
 #include "common/removal.h"
 #include "common/tool_instance.h"
+#include "common/win32_error.h"
 #include "config/tool_config.h"
 #include "extract/archive_extraction.h"
 #include "job/client/client_repair.h"
@@ -24,11 +24,11 @@ bool IsReinstall(JobKind kind) {
 
 // The one error that arrives as an exception: the listing breaks off during the clean-out. Copying
 // anyway would mix the new client with leftovers of the old one.
-bool RepairClientFolder(const std::filesystem::path& archivePath,
-                        const std::filesystem::path& stagingFolder, bool reinstall) {
+bool RepairClientFolder(const std::wstring& archivePath, const std::wstring& stagingFolder,
+                        bool reinstall) {
     try {
         return VerifyAndRepairClient(stagingFolder, reinstall, archivePath);
-    } catch (const std::filesystem::filesystem_error&) {
+    } catch (const FileSystemError&) {
         reportFailure(L"Could not read the client folder while removing the old client files.");
         return false;
     }
@@ -55,8 +55,7 @@ bool RegisterGame() {
 }
 
 // Runs the stages in order. Each reports its own failure; the first false ends the job.
-bool RunStages(JobKind kind, const std::filesystem::path& archivePath,
-               const std::filesystem::path& stagingFolder) {
+bool RunStages(JobKind kind, const std::wstring& archivePath, const std::wstring& stagingFolder) {
     const std::optional<std::wstring> packageUrl =
         JobPackageUrl(selectedPackageUrl, toolConfig.archiveUrl);
     if (!packageUrl) {
@@ -71,8 +70,7 @@ bool RunStages(JobKind kind, const std::filesystem::path& archivePath,
 
 // After success and failure alike, so that a retry downloads again. Errors are ignored; leftovers
 // stay in the user's temporary folder.
-void RemoveTemporaryFiles(const std::filesystem::path& archivePath,
-                          const std::filesystem::path& stagingFolder) {
+void RemoveTemporaryFiles(const std::wstring& archivePath, const std::wstring& stagingFolder) {
     if (toolConfig.cleanupArchive) {
         static_cast<void>(RemoveEntry(archivePath));
     }
@@ -97,8 +95,8 @@ void runJob(JobKind kind) {
         state.statusLine = IsReinstall(kind) ? L"Starting reinstall..." : L"Starting repair...";
         state.detailLine = L"Preparing CDN package...";
     });
-    const std::filesystem::path archivePath = MakeArchiveDownloadPath();
-    const std::filesystem::path stagingFolder = MakeJobTempFolder();
+    const std::wstring archivePath = MakeArchiveDownloadPath();
+    const std::wstring stagingFolder = MakeJobTempFolder();
     const bool succeeded = RunStages(kind, archivePath, stagingFolder);
     RemoveTemporaryFiles(archivePath, stagingFolder);
     if (succeeded) {

@@ -106,8 +106,7 @@ void PublishReceived(uint64_t bytesReceived, double bytesPerSecond) {
 // Everything up to a body that can be read and a file to write it to. None, with the message in
 // `failure` and everything closed, when a step fails.
 std::optional<Transfer> BeginTransfer(const PackageAddress& address,
-                                      const std::filesystem::path& archivePath,
-                                      std::wstring& failure) {
+                                      const std::wstring& archivePath, std::wstring& failure) {
     Transfer transfer;
     transfer.session = OpenSession();
     if (!transfer.session) {
@@ -204,7 +203,7 @@ bool ReceiveBody(const Transfer& transfer, uint64_t& bytesReceived) {
 
 }  // namespace
 
-bool DownloadPackage(const std::wstring& packageUrl, const std::filesystem::path& archivePath) {
+bool DownloadPackage(const std::wstring& packageUrl, const std::wstring& archivePath) {
     const std::optional<PackageAddress> address = SplitPackageUrl(packageUrl);
     if (!address) {
         reportFailure(L"The package URL is not valid.");

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -19,8 +18,7 @@
 // False after a reported failure, and without a report after a stop. The file is created only after
 // a successful response. A failure leaves the partial file; a stop deletes it, even if it is
 // complete.
-[[nodiscard]] bool DownloadPackage(const std::wstring& packageUrl,
-                                   const std::filesystem::path& archivePath);
+[[nodiscard]] bool DownloadPackage(const std::wstring& packageUrl, const std::wstring& archivePath);
 
 // The parts of a package URL that a request needs.
 struct PackageAddress {

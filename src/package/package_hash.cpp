@@ -120,7 +120,7 @@ bool IsHexDigit(wchar_t character) {
 
 }  // namespace
 
-bool VerifyPackage(const std::filesystem::path& archivePath) {
+bool VerifyPackage(const std::wstring& archivePath) {
     if (TrimWhitespace(toolConfig.archiveSha256).empty()) {
         return true;
     }
@@ -137,7 +137,7 @@ bool VerifyPackage(const std::filesystem::path& archivePath) {
     return true;
 }
 
-bool ComputeFileSha256(const std::filesystem::path& path, std::wstring& hex) {
+bool ComputeFileSha256(const std::wstring& path, std::wstring& hex) {
     hex.clear();
     const KernelHandle file = OpenForReading(path);
     if (!file) {

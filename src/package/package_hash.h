@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -10,12 +9,12 @@
 // The job's stage between download and extraction. Expects the downloaded file and leaves it in
 // place. Without a configured digest it succeeds and publishes nothing. False after a report when
 // the digest cannot be computed or differs.
-[[nodiscard]] bool VerifyPackage(const std::filesystem::path& archivePath);
+[[nodiscard]] bool VerifyPackage(const std::wstring& archivePath);
 
 // The SHA-256 of the file as 64 lower-case hexadecimal digits. Reads in chunks of 1 MiB, so memory
 // use does not grow with the file. False, with `hex` empty, when the file cannot be opened or read
 // or a hash call fails; the caller words the message.
-[[nodiscard]] bool ComputeFileSha256(const std::filesystem::path& path, std::wstring& hex);
+[[nodiscard]] bool ComputeFileSha256(const std::wstring& path, std::wstring& hex);
 
 // The hexadecimal digits 0-9, a-f and A-F of the text, in lower case, so that digests grouped with
 // blanks, colons or dashes compare equal. A text with the prefix "sha256:" never matches: the

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "common/paths.h"
 #include "common/temporary_folder.h"
 #include "common/text.h"
 #include "common/windows_api.h"
@@ -74,11 +75,12 @@ std::wstring JobFolderName(uint32_t processId, uint64_t milliseconds) {
            std::to_wstring(milliseconds);
 }
 
-std::filesystem::path MakeArchiveDownloadPath() {
-    return TemporaryFolder() / ArchiveFileName(toolConfig.repairToolName, ::GetCurrentProcessId(),
-                                               ::GetTickCount64(), DetectArchiveKind(L""));
+std::wstring MakeArchiveDownloadPath() {
+    return JoinPaths(TemporaryFolder(),
+                     ArchiveFileName(toolConfig.repairToolName, ::GetCurrentProcessId(),
+                                     ::GetTickCount64(), DetectArchiveKind(L"")));
 }
 
-std::filesystem::path MakeJobTempFolder() {
-    return TemporaryFolder() / JobFolderName(::GetCurrentProcessId(), ::GetTickCount64());
+std::wstring MakeJobTempFolder() {
+    return JoinPaths(TemporaryFolder(), JobFolderName(::GetCurrentProcessId(), ::GetTickCount64()));
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -59,5 +58,5 @@ std::wstring JobFolderName(uint32_t processId, uint64_t milliseconds);
 // Full paths in the user's temporary folder; neither is created. Each call makes a new name, so a
 // job calls them once, at its start. If the system cannot name the temporary folder or its name has
 // 260 characters or more, the result is relative to the current folder.
-std::filesystem::path MakeArchiveDownloadPath();
-std::filesystem::path MakeJobTempFolder();
+std::wstring MakeArchiveDownloadPath();
+std::wstring MakeJobTempFolder();

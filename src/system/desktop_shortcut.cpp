@@ -30,7 +30,7 @@ ComPointer<IPersistFile> PersistFileOf(IShellLinkW& link) {
     return ComPointer<IPersistFile>(SUCCEEDED(result) ? static_cast<IPersistFile*>(file) : nullptr);
 }
 
-bool SaveShellLink(IShellLinkW& link, const std::filesystem::path& linkPath) {
+bool SaveShellLink(IShellLinkW& link, const std::wstring& linkPath) {
     const ComPointer<IPersistFile> file = PersistFileOf(link);
     return file && SUCCEEDED(file->Save(linkPath.c_str(), TRUE));
 }
@@ -44,16 +44,16 @@ std::wstring ShortcutFileName(const ToolConfig& config) {
 }
 
 bool CreateDesktopShortcut(std::wstring& message) {
-    const std::filesystem::path target = ResolveStartupExePath(toolConfig, toolFolder);
+    const std::wstring target = ResolveStartupExePath(toolConfig, toolFolder);
     if (target.empty()) {
         message = L"No startup EXE is configured for the shortcut.";
         return false;
     }
     if (!IsRegularFile(target)) {
-        message = L"Could not find the shortcut target: " + target.native();
+        message = L"Could not find the shortcut target: " + target;
         return false;
     }
-    const std::filesystem::path desktop = KnownFolder(FOLDERID_Desktop);
+    const std::wstring desktop = KnownFolder(FOLDERID_Desktop);
     if (desktop.empty()) {
         message = L"Could not locate the Desktop folder.";
         return false;
@@ -65,9 +65,9 @@ bool CreateDesktopShortcut(std::wstring& message) {
     }
     // A shortcut without one of these fields is still useful.
     link->SetPath(target.c_str());
-    link->SetWorkingDirectory(ParentFolder(target.native()).c_str());
+    link->SetWorkingDirectory(ParentFolder(target).c_str());
     link->SetDescription((toolConfig.downloaderName + L" launcher").c_str());
-    if (!SaveShellLink(*link, desktop / ShortcutFileName(toolConfig))) {
+    if (!SaveShellLink(*link, JoinPaths(desktop, ShortcutFileName(toolConfig)))) {
         message = L"Could not save the shortcut to your Desktop.";
         return false;
     }
@@ -75,7 +75,7 @@ bool CreateDesktopShortcut(std::wstring& message) {
     return true;
 }
 
-std::optional<std::filesystem::path> ReadShortcutTarget(const std::filesystem::path& shortcut) {
+std::optional<std::wstring> ReadShortcutTarget(const std::wstring& shortcut) {
     const ComPointer<IShellLinkW> link = MakeShellLink();
     const ComPointer<IPersistFile> file = link ? PersistFileOf(*link) : nullptr;
     std::array<wchar_t, MAX_PATH> target{};

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -19,5 +18,4 @@
 
 // The target path stored in a shortcut file, not resolved. None when the file is missing, is not a
 // shortcut or does not refer to a path.
-[[nodiscard]] std::optional<std::filesystem::path> ReadShortcutTarget(
-    const std::filesystem::path& shortcut);
+[[nodiscard]] std::optional<std::wstring> ReadShortcutTarget(const std::wstring& shortcut);

@@ -4,7 +4,7 @@
 #include "common/folder_walk.h"
 #include "common/paths.h"
 
-uint64_t FolderSizeBytes(const std::filesystem::path& root) {
+uint64_t FolderSizeBytes(const std::wstring& root) {
     uint64_t total = 0;
     // Folders that cannot be listed are skipped.
     static_cast<void>(WalkTree(AsFolder(root), [&](const FolderEntry& entry) {

@@ -34,8 +34,8 @@ bool WriteValue(HKEY key, const RegistryValue& value) {
     return SetValue(key, value.name, REG_SZ, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
 }
 
-InstalledProgramFacts GatherFacts(const std::filesystem::path& uninstaller) {
-    const std::filesystem::path startupExe = ResolveStartupExePath(toolConfig, toolFolder);
+InstalledProgramFacts GatherFacts(const std::wstring& uninstaller) {
+    const std::wstring startupExe = ResolveStartupExePath(toolConfig, toolFolder);
     InstalledProgramFacts facts;
     facts.clientFolder = toolFolder;
     facts.uninstaller = uninstaller;
@@ -48,7 +48,7 @@ InstalledProgramFacts GatherFacts(const std::filesystem::path& uninstaller) {
 }  // namespace
 
 bool RegisterProgramsAndFeatures(std::wstring& message) {
-    const std::filesystem::path uninstaller = UninstallerPath(toolFolder);
+    const std::wstring uninstaller = UninstallerPath(toolFolder);
     if (!IsRegularFile(uninstaller)) {
         message =
             L"Could not register Programs and Features because Uninstall.exe was not written.";

@@ -61,9 +61,9 @@ std::wstring UninstallKeyPath(const ToolConfig& config) {
     return std::wstring(kUninstallKeysPath) + BuildUninstallKeyName(config);
 }
 
-std::wstring QuoteCommandLinePath(const std::filesystem::path& path) {
+std::wstring QuoteCommandLinePath(const std::wstring& path) {
     std::wstring quoted = L"\"";
-    for (const wchar_t character : path.native()) {
+    for (const wchar_t character : path) {
         if (character == L'"') {
             quoted += L'\\';
         }
@@ -85,9 +85,9 @@ std::vector<RegistryValue> InstalledProgramValues(const ToolConfig& config,
         {L"DisplayName", ProgramsDisplayName(config)},
         {L"Publisher", ProgramsPublisher(config)},
         {L"DisplayVersion", ProgramsDisplayVersion(config)},
-        {L"InstallLocation", facts.clientFolder.native()},
+        {L"InstallLocation", facts.clientFolder},
         {L"UninstallString", QuoteCommandLinePath(facts.uninstaller)},
-        {L"DisplayIcon", facts.icon.native() + L",0"},
+        {L"DisplayIcon", facts.icon + L",0"},
         {L"InstallDate", DateDigits(facts.today)},
     };
     if (const std::wstring website = TrimWhitespace(config.websiteUrl); !website.empty()) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -24,7 +23,7 @@
 [[nodiscard]] std::wstring UninstallKeyPath(const ToolConfig& config);
 
 // The path in double quotes, with a backslash before each double quote inside.
-[[nodiscard]] std::wstring QuoteCommandLinePath(const std::filesystem::path& path);
+[[nodiscard]] std::wstring QuoteCommandLinePath(const std::wstring& path);
 
 // A size in KiB, rounded up and limited to 32 bits.
 [[nodiscard]] uint32_t SizeInKibibytes(uint64_t bytes);
@@ -36,9 +35,9 @@ struct RegistryValue {
 
 // The content of the entry that is not configured.
 struct InstalledProgramFacts {
-    std::filesystem::path clientFolder;
-    std::filesystem::path uninstaller;
-    std::filesystem::path icon;  // The file whose first icon represents the game.
+    std::wstring clientFolder;
+    std::wstring uninstaller;
+    std::wstring icon;  // The file whose first icon represents the game.
     uint64_t clientSizeBytes = 0;
     SYSTEMTIME today{};  // Local time; only year, month and day are used.
 };

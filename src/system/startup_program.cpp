@@ -7,20 +7,19 @@
 #include "common/shell_api.h"
 #include "common/tool_instance.h"
 
-std::filesystem::path ResolveStartupExePath(const ToolConfig& config,
-                                            const std::filesystem::path& clientFolder) {
+std::wstring ResolveStartupExePath(const ToolConfig& config, const std::wstring& clientFolder) {
     const std::wstring& startupExe = config.startupExe;
     if (startupExe.empty() || !::PathIsRelativeW(startupExe.c_str())) {
         return startupExe;
     }
-    return AsFolder(clientFolder) / startupExe;
+    return JoinPaths(AsFolder(clientFolder), startupExe);
 }
 
 void LaunchStartupProgram() {
-    const std::filesystem::path program = ResolveStartupExePath(toolConfig, toolFolder);
+    const std::wstring program = ResolveStartupExePath(toolConfig, toolFolder);
     if (program.empty() || !IsRegularFile(program)) {
         return;
     }
-    const std::wstring folder = ParentFolder(program.native());
+    const std::wstring folder = ParentFolder(program);
     ::ShellExecuteW(mainWindow, L"open", program.c_str(), nullptr, folder.c_str(), SW_SHOWNORMAL);
 }

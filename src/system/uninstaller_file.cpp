@@ -6,8 +6,8 @@
 #include "common/tool_instance.h"
 #include "resource_ids.h"
 
-std::filesystem::path UninstallerPath(const std::filesystem::path& clientFolder) {
-    return AsFolder(clientFolder) / L"Uninstall.exe";
+std::wstring UninstallerPath(const std::wstring& clientFolder) {
+    return JoinPaths(AsFolder(clientFolder), L"Uninstall.exe");
 }
 
 bool WriteUninstaller() {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <filesystem>
+#include <string>
 
 // The uninstaller, a separate program embedded in the tool as resource ID_UNINSTALLER.
 
 // Its path: "Uninstall.exe" in `clientFolder`, or in the current folder when that is empty.
-[[nodiscard]] std::filesystem::path UninstallerPath(const std::filesystem::path& clientFolder);
+[[nodiscard]] std::wstring UninstallerPath(const std::wstring& clientFolder);
 
 // Writes it to `toolFolder`, replacing an older one. True also for a tool without an embedded
 // uninstaller, which writes nothing. False when the file cannot be opened for writing (it is

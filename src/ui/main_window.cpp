@@ -56,7 +56,7 @@ void OnDestroy(HWND window) {
 void OnPaint(HWND window) {
     const WindowPicture picture{
         .toolName = SanitizeFileName(toolConfig.repairToolName, kDefaultRepairToolName),
-        .clientFolder = toolFolder.wstring(),
+        .clientFolder = toolFolder,
         .job = snapshot(),
         .accentColor = windowState.accentColor,
         .logo = windowState.logoImage.get(),

@@ -16,7 +16,7 @@ class ClientFolderTest : public testing::Test {
 protected:
     ClientFolderTest() {
         toolFolder = scratch_.Path() / L"Spiel \u00fc";
-        toolExePath = toolFolder / L"repair.exe";
+        toolExePath = std::filesystem::path(toolFolder) / L"repair.exe";
         std::filesystem::create_directory(toolFolder);
         toolConfig = ToolConfig{};
         toolConfig.startupExe = L"patcher.exe";

@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <initializer_list>
 #include <string>
 
 namespace {
-
-using std::filesystem::path;
 
 struct Row {
     std::wstring input;
@@ -142,7 +141,57 @@ TEST(AsFolder, EndsInASeparatorSoThatADriveMeansItsRoot) {
         {L"C:/a/", L"C:/a/"}, {L"", L""},         {L"a", L"a\\"},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(AsFolder(row.input).native(), row.expected) << row.input;
+        EXPECT_EQ(AsFolder(row.input), row.expected) << row.input;
+    }
+}
+
+TEST(JoinPaths, PutsOneSeparatorBetweenExceptAfterABareDrive) {
+    const struct {
+        const wchar_t* folder;
+        const wchar_t* name;
+        const wchar_t* expected;
+    } cases[] = {
+        {L"C:\\Games", L"a.exe", L"C:\\Games\\a.exe"},
+        {L"C:\\Games\\", L"a.exe", L"C:\\Games\\a.exe"},
+        {L"C:/Games/", L"a.exe", L"C:/Games/a.exe"},
+        {L"C:\\Games", L"bin\\a.exe", L"C:\\Games\\bin\\a.exe"},
+        {L"C:\\", L"a", L"C:\\a"},
+        {L"C:", L"a", L"C:a"},
+        {L"1:", L"a", L"1:\\a"},
+        {L"\\\\server\\share", L"a", L"\\\\server\\share\\a"},
+        // Nothing in the name is interpreted.
+        {L"C:\\Games", L"..", L"C:\\Games\\.."},
+        {L"C:\\Games", L"x:y", L"C:\\Games\\x:y"},
+        {L"", L"a", L"a"},
+        {L"C:\\Games", L"", L"C:\\Games"},
+        {L"", L"", L""},
+    };
+    for (const auto& [folder, name, expected] : cases) {
+        EXPECT_EQ(JoinPaths(folder, name), expected) << folder << L" " << name;
+    }
+}
+
+TEST(RelativePath, LeadsFromTheFolderToThePath) {
+    const struct {
+        const wchar_t* path;
+        const wchar_t* base;
+        const wchar_t* expected;
+    } cases[] = {
+        {L"C:\\a\\b\\c.dat", L"C:\\a", L"b\\c.dat"},
+        {L"C:\\a\\c.dat", L"C:\\a\\b", L"..\\c.dat"},
+        {L"C:\\a", L"C:\\a\\b\\c", L"..\\.."},
+        {L"C:\\other\\x", L"C:\\a\\b", L"..\\..\\other\\x"},
+        {L"C:\\ab\\x", L"C:\\a", L"..\\ab\\x"},
+        {L"C:\\A\\x", L"C:\\a", L"..\\A\\x"},
+        {L"C:\\a", L"C:\\", L"a"},
+        {L"C:\\", L"C:\\a", L".."},
+        {L"C:\\a", L"C:\\a", L"."},
+        {L"D:\\a", L"C:\\a", L""},
+        {L"\\\\server\\share\\a\\x", L"\\\\server\\share\\a", L"x"},
+        {L"\\\\other\\share\\x", L"\\\\server\\share", L""},
+    };
+    for (const auto& [path, base, expected] : cases) {
+        EXPECT_EQ(RelativePath(path, base), expected) << path << L" " << base;
     }
 }
 

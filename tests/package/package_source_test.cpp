@@ -10,6 +10,7 @@
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/environment_variable.h"
+#include "common/paths.h"
 #include "common/windows_api.h"
 
 namespace {
@@ -60,7 +61,7 @@ TEST_F(PackageSource, DetectsTheArchiveKindOfTheActiveConfiguration) {
     EXPECT_EQ(DetectArchiveKind(L""), ArchiveKind::Rar);
     selectedPackageUrl = L"http://a/pkg.zip";
     EXPECT_EQ(DetectArchiveKind(L""), ArchiveKind::Zip);
-    EXPECT_EQ(MakeArchiveDownloadPath().extension(), L".zip");
+    EXPECT_EQ(FileNameExtension(MakeArchiveDownloadPath()), L".zip");
     EXPECT_EQ(DetectArchiveKind(L"other.rar"), ArchiveKind::Rar);
 }
 
@@ -71,8 +72,8 @@ TEST_F(PackageSource, PutsProcessIdAndTimeIntoBothPathsAndCreatesNeither) {
     toolConfig.archiveType = L"rar";
     toolConfig.repairToolName = L"Tool.exe";
     const std::wstring processAndTime = std::to_wstring(::GetCurrentProcessId()) + L"_4294967301";
-    EXPECT_EQ(MakeArchiveDownloadPath().filename(), L"Tool.exe_" + processAndTime + L".rar");
-    EXPECT_EQ(MakeJobTempFolder().filename(), L"KrvBrennickRepair_" + processAndTime);
+    EXPECT_EQ(FileNamePart(MakeArchiveDownloadPath()), L"Tool.exe_" + processAndTime + L".rar");
+    EXPECT_EQ(FileNamePart(MakeJobTempFolder()), L"KrvBrennickRepair_" + processAndTime);
     EXPECT_FALSE(std::filesystem::exists(MakeArchiveDownloadPath()));
     EXPECT_FALSE(std::filesystem::exists(MakeJobTempFolder()));
 }
@@ -88,32 +89,32 @@ TEST_F(PackageSource, UsesTheTemporaryFolderWhateverItsName) {
     for (const std::wstring& folder : folders) {
         SCOPED_TRACE(testing::PrintToString(folder));
         const bench::EnvironmentVariable tmp(L"TMP", folder);
-        EXPECT_EQ(MakeArchiveDownloadPath().parent_path(), std::filesystem::path(folder));
-        EXPECT_EQ(MakeJobTempFolder().parent_path(), std::filesystem::path(folder));
+        EXPECT_EQ(ParentFolder(MakeArchiveDownloadPath()), std::filesystem::path(folder));
+        EXPECT_EQ(ParentFolder(MakeJobTempFolder()), std::filesystem::path(folder));
     }
     const bench::EnvironmentVariable tmp(L"TMP", L"\"C:\\a b\"");
     wchar_t folder[MAX_PATH] = {};
     ASSERT_NE(::GetTempPathW(MAX_PATH, folder), 0u);
-    EXPECT_TRUE(MakeJobTempFolder().native().starts_with(folder)) << "quotes are Windows' matter";
+    EXPECT_TRUE(MakeJobTempFolder().starts_with(folder)) << "quotes are Windows' matter";
 }
 
 TEST_F(PackageSource, FollowsWindowsOrderOfVariables) {
     const bench::EnvironmentVariable noTmp(L"TMP", std::nullopt);
     {
         const bench::EnvironmentVariable temp(L"TEMP", L"C:\\second");
-        EXPECT_EQ(MakeArchiveDownloadPath().parent_path(), L"C:\\second");
+        EXPECT_EQ(ParentFolder(MakeArchiveDownloadPath()), L"C:\\second");
     }
     const bench::EnvironmentVariable noTemp(L"TEMP", std::nullopt);
-    EXPECT_EQ(MakeArchiveDownloadPath().parent_path(),
+    EXPECT_EQ(ParentFolder(MakeArchiveDownloadPath()),
               std::filesystem::path(::_wgetenv(L"USERPROFILE")));
 }
 
 TEST_F(PackageSource, GivesRelativePathsWithoutATemporaryFolder) {
     const auto hook = bench::HookCall<decltype(&::GetTempPathW)>(
         kKernel32, "GetTempPathW", [](DWORD, LPWSTR) -> DWORD { return 0; });
-    EXPECT_EQ(MakeArchiveDownloadPath().parent_path(), L"");
-    EXPECT_TRUE(MakeArchiveDownloadPath().native().starts_with(L"KrvBrennickInstaller.exe_"));
-    EXPECT_TRUE(MakeJobTempFolder().native().starts_with(L"KrvBrennickRepair_"));
+    EXPECT_EQ(ParentFolder(MakeArchiveDownloadPath()), L"");
+    EXPECT_TRUE(MakeArchiveDownloadPath().starts_with(L"KrvBrennickInstaller.exe_"));
+    EXPECT_TRUE(MakeJobTempFolder().starts_with(L"KrvBrennickRepair_"));
 }
 
 TEST_F(PackageSource, UsesATemporaryFolderOfUpTo259Characters) {
@@ -129,10 +130,10 @@ TEST_F(PackageSource, UsesATemporaryFolderOfUpTo259Characters) {
             buffer[longest.size()] = L'\0';
             return static_cast<DWORD>(longest.size());
         });
-    EXPECT_TRUE(MakeJobTempFolder().native().starts_with(longest + L"KrvBrennickRepair_"));
+    EXPECT_TRUE(MakeJobTempFolder().starts_with(longest + L"KrvBrennickRepair_"));
     for (const DWORD tooLong : {260u, 261u, 32767u}) {
         needed = tooLong;
-        EXPECT_TRUE(MakeJobTempFolder().native().starts_with(L"KrvBrennickRepair_"));
+        EXPECT_TRUE(MakeJobTempFolder().starts_with(L"KrvBrennickRepair_"));
     }
 }
 

@@ -49,7 +49,7 @@ fs::path PutTool(const fs::path& root) {
 void Empty(const fs::path& folder) {
     static_cast<void>(ListFolder(folder, [](const FolderEntry& entry) {
         const std::wstring name = fs::path(entry.path).filename();
-        if (!entry.IsFolder() && entry.path != toolExePath.native()) {
+        if (!entry.IsFolder() && entry.path != toolExePath) {
             ::DeleteFileW(entry.path.c_str());
         } else if (entry.IsFolder() && !entry.isLink && name != kFolderWithLink) {
             Empty(entry.path);

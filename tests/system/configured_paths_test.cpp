@@ -72,14 +72,14 @@ TEST(ResolveStartupExePath, IsBelowTheClientFolderIfRelative) {
     ToolConfig config;
     for (const auto& [startupExe, clientFolder, path] : cases) {
         config.startupExe = startupExe;
-        EXPECT_EQ(ResolveStartupExePath(config, clientFolder).native(), path);
+        EXPECT_EQ(ResolveStartupExePath(config, clientFolder), path);
     }
 }
 
 TEST(UninstallerPath, IsInTheClientFolder) {
-    EXPECT_EQ(UninstallerPath(L"D:\\Games").native(), L"D:\\Games\\Uninstall.exe");
-    EXPECT_EQ(UninstallerPath(L"C:").native(), L"C:\\Uninstall.exe");
-    EXPECT_EQ(UninstallerPath(L"").native(), L"Uninstall.exe");
+    EXPECT_EQ(UninstallerPath(L"D:\\Games"), L"D:\\Games\\Uninstall.exe");
+    EXPECT_EQ(UninstallerPath(L"C:"), L"C:\\Uninstall.exe");
+    EXPECT_EQ(UninstallerPath(L""), L"Uninstall.exe");
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ protected:
         toolConfig.startupExe = L"bin\\start.exe";
         toolConfig.shortcutName = L"Bench \u00fc";
         toolConfig.downloaderName = L"Bench Downloader";
-        bench::WriteFile(toolFolder / L"bin" / L"start.exe", "MZ");
+        bench::WriteFile(fs::path(toolFolder) / L"bin" / L"start.exe", "MZ");
         fs::remove(linkFile_);
     }
     ~DesktopShortcut() override {
@@ -86,15 +86,15 @@ protected:
         return message;
     }
 
-    fs::path linkFile_ = KnownFolder(FOLDERID_Desktop) / L"Bench \u00fc.lnk";
+    fs::path linkFile_ = fs::path(KnownFolder(FOLDERID_Desktop)) / L"Bench \u00fc.lnk";
     ComApartment apartment_;
 };
 
 TEST_F(DesktopShortcut, LeadsToTheStartupProgramAndReplacesTheFormerOne) {
     EXPECT_EQ(MessageOf(true), kCreated);
-    EXPECT_EQ(ReadShortcut(linkFile_), (ShortcutFields{toolFolder.native() + L"\\bin\\start.exe",
-                                                       toolFolder.native() + L"\\bin",
-                                                       L"Bench Downloader launcher", L"", L""}));
+    EXPECT_EQ(ReadShortcut(linkFile_),
+              (ShortcutFields{toolFolder + L"\\bin\\start.exe", toolFolder + L"\\bin",
+                              L"Bench Downloader launcher", L"", L""}));
 
     toolConfig.startupExe = Outside() / L"run.exe";
     toolConfig.downloaderName = L"  Bench \u00fc\t";
@@ -108,7 +108,7 @@ TEST_F(DesktopShortcut, LeadsToTheStartupProgramAndReplacesTheFormerOne) {
 TEST_F(DesktopShortcut, HasASafeFileName) {
     toolConfig.shortcutName = L"Bench:Game?";
     MessageOf(true);
-    EXPECT_TRUE(fs::remove(KnownFolder(FOLDERID_Desktop) / L"Bench_Game_.lnk"));
+    EXPECT_TRUE(fs::remove(fs::path(KnownFolder(FOLDERID_Desktop)) / L"Bench_Game_.lnk"));
 }
 
 TEST_F(DesktopShortcut, NeedsTheStartupProgram) {
@@ -116,8 +116,8 @@ TEST_F(DesktopShortcut, NeedsTheStartupProgram) {
     EXPECT_EQ(MessageOf(false), L"No startup EXE is configured for the shortcut.");
     for (const wchar_t* const startupExe : {L"missing \u00fc.exe", L"bin"}) {
         toolConfig.startupExe = startupExe;
-        EXPECT_EQ(MessageOf(false), L"Could not find the shortcut target: " + toolFolder.native() +
-                                        L"\\" + startupExe);
+        EXPECT_EQ(MessageOf(false),
+                  L"Could not find the shortcut target: " + toolFolder + L"\\" + startupExe);
     }
     EXPECT_FALSE(fs::exists(linkFile_));
 }
@@ -276,7 +276,7 @@ TEST_F(DesktopShortcut, FailsIfTheObjectCannotBeSaved) {
 TEST_F(DesktopShortcut, HasATargetThatCanBeRead) {
     EXPECT_EQ(ReadShortcutTarget(linkFile_), std::nullopt);
     MessageOf(true);
-    EXPECT_EQ(ReadShortcutTarget(linkFile_), toolFolder / L"bin" / L"start.exe");
+    EXPECT_EQ(ReadShortcutTarget(linkFile_), fs::path(toolFolder) / L"bin" / L"start.exe");
     bench::WriteFile(linkFile_, "no shortcut");
     EXPECT_EQ(ReadShortcutTarget(linkFile_), std::nullopt);
     const auto hook = bench::HookCall<decltype(&::CoCreateInstance)>(
@@ -287,7 +287,7 @@ TEST_F(DesktopShortcut, HasATargetThatCanBeRead) {
 class WithoutCom : public bench::ClientFolderTest {};
 
 TEST_F(WithoutCom, NoShortcutIsCreated) {
-    bench::WriteFile(toolFolder / L"patcher.exe", "MZ");
+    bench::WriteFile(fs::path(toolFolder) / L"patcher.exe", "MZ");
     std::wstring message;
     EXPECT_FALSE(CreateDesktopShortcut(message));
     EXPECT_EQ(message, kNoObject);

@@ -49,6 +49,6 @@ TEST_F(WriteUninstallerOnAFullDisk, Fails) {
     bench::EmptySmallDisk();
     fs::create_directory(toolFolder);
     EXPECT_TRUE(WriteUninstaller());
-    EXPECT_TRUE(bench::ReadFile(toolFolder / L"Uninstall.exe") == program);
+    EXPECT_TRUE(bench::ReadFile(fs::path(toolFolder) / L"Uninstall.exe") == program);
     bench::EmptySmallDisk();
 }

@@ -59,7 +59,7 @@ protected:
     }
 
     static fs::path Uninstaller() {
-        return toolFolder / L"Uninstall.exe";
+        return fs::path(toolFolder) / L"Uninstall.exe";
     }
 
     [[nodiscard]] std::optional<StoredValue> Stored(const std::wstring& name) const {
@@ -134,7 +134,7 @@ RegistryCalls InstalledProgramsEntry::RegisterRefusing(const std::set<size_t>& r
 TEST_F(InstalledProgramsEntry, HasAllValues) {
     toolConfig.programsPublisher = L" Maker ";
     toolConfig.programsDisplayVersion = L"1.2.3-\u03b2";
-    bench::WriteFile(toolFolder / L"data" / L"pack.bin", std::string(2046, 'x'));
+    bench::WriteFile(fs::path(toolFolder) / L"data" / L"pack.bin", std::string(2046, 'x'));
     const auto today = bench::HookCall<decltype(&::GetLocalTime)>(L"kernel32.dll", "GetLocalTime",
                                                                   [](LPSYSTEMTIME time) -> void {
                                                                       *time = {};
@@ -143,7 +143,7 @@ TEST_F(InstalledProgramsEntry, HasAllValues) {
                                                                       time->wDay = 3;
                                                                   });
     EXPECT_TRUE(Register());
-    const std::wstring& folder = toolFolder.native();
+    const std::wstring& folder = toolFolder;
     EXPECT_EQ(ReadKey(keyPath_),
               (StoredValues{{L"DisplayName", StoredText(L"Bench \u00fc")},
                             {L"Publisher", StoredText(L"Maker")},
@@ -208,11 +208,11 @@ TEST_F(InstalledProgramsEntry, HasTheClientFolderInTheToolsForm) {
 }
 
 TEST_F(InstalledProgramsEntry, HasTheIconOfTheStartupProgramIfThereIsOne) {
-    bench::WriteFile(toolFolder / L"bin" / L"start.exe", "MZ");
+    bench::WriteFile(fs::path(toolFolder) / L"bin" / L"start.exe", "MZ");
     bench::WriteFile(Outside() / L"run.exe", "MZ");
-    fs::create_directory(toolFolder / L"folder.exe");
+    fs::create_directory(fs::path(toolFolder) / L"folder.exe");
     const std::pair<std::wstring, fs::path> cases[] = {
-        {L"bin\\start.exe", toolFolder / L"bin" / L"start.exe"},
+        {L"bin\\start.exe", fs::path(toolFolder) / L"bin" / L"start.exe"},
         {Outside() / L"run.exe", Outside() / L"run.exe"},
         {L"", Uninstaller()},
         {L"missing.exe", Uninstaller()},
@@ -232,7 +232,7 @@ TEST_F(InstalledProgramsEntry, HasTheSizeUpToTheLargestNumber) {
         EXPECT_TRUE(Register());
         EXPECT_EQ(Stored(L"EstimatedSize"), StoredNumber(kibibytes)) << bytes;
     }
-    bench::MakeSparseFile(toolFolder / L"large", uint64_t{1} << 42);
+    bench::MakeSparseFile(fs::path(toolFolder) / L"large", uint64_t{1} << 42);
     EXPECT_TRUE(Register());
     EXPECT_EQ(Stored(L"EstimatedSize"), StoredNumber(4294967295U));
 }
@@ -298,7 +298,7 @@ TEST_F(InstalledProgramsEntry, GetsEveryValueThatIsNotRefused) {
 TEST_F(InstalledProgramsEntry, NamesTheRegisteredFolder) {
     EXPECT_EQ(RegisteredFolder(toolConfig), std::nullopt);
     EXPECT_TRUE(Register());
-    EXPECT_EQ(RegisteredFolder(toolConfig), toolFolder.native());
+    EXPECT_EQ(RegisteredFolder(toolConfig), toolFolder);
     const std::wstring longPath(1000, L'x');
     StoreValue(keyPath_, L"InstallLocation", StoredText(longPath));
     EXPECT_EQ(RegisteredFolder(toolConfig), longPath);

@@ -20,9 +20,10 @@ TEST_F(ToolWithoutUninstaller, WritesAndRegistersNothing) {
     EXPECT_FALSE(RegisterProgramsAndFeatures(message));
     EXPECT_EQ(message,
               L"Could not register Programs and Features because Uninstall.exe was not written.");
-    bench::WriteFile(toolFolder / L"Uninstall.exe", "from elsewhere");
+    bench::WriteFile(std::filesystem::path(toolFolder) / L"Uninstall.exe", "from elsewhere");
     EXPECT_TRUE(WriteUninstaller());
-    EXPECT_EQ(bench::ReadFile(toolFolder / L"Uninstall.exe"), "from elsewhere");
+    EXPECT_EQ(bench::ReadFile(std::filesystem::path(toolFolder) / L"Uninstall.exe"),
+              "from elsewhere");
 }
 
 }  // namespace

@@ -61,7 +61,7 @@ protected:
 };
 
 TEST_F(LaunchStartupProgramTest, AsksTheShellToOpenItInItsFolder) {
-    const fs::path inside = toolFolder / L"bin" / L"start.exe";
+    const fs::path inside = fs::path(toolFolder) / L"bin" / L"start.exe";
     const fs::path elsewhere = Outside() / L"run.exe";
     bench::WriteFile(inside, "MZ");
     bench::WriteFile(elsewhere, "MZ");
@@ -69,14 +69,14 @@ TEST_F(LaunchStartupProgramTest, AsksTheShellToOpenItInItsFolder) {
     EXPECT_EQ(Launch(), std::vector{Opening(inside)});
     toolConfig.startupExe = elsewhere;
     EXPECT_EQ(Launch(), std::vector{Opening(elsewhere)});
-    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFileLink(toolFolder / L"link.exe", elsewhere),
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFileLink(fs::path(toolFolder) / L"link.exe", elsewhere),
                             "links for this user");
     toolConfig.startupExe = L"link.exe";
-    EXPECT_EQ(Launch(), std::vector{Opening(toolFolder / L"link.exe")});
+    EXPECT_EQ(Launch(), std::vector{Opening(fs::path(toolFolder) / L"link.exe")});
 }
 
 TEST_F(LaunchStartupProgramTest, DoesNothingWithoutTheProgram) {
-    fs::create_directory(toolFolder / L"folder.exe");
+    fs::create_directory(fs::path(toolFolder) / L"folder.exe");
     for (const wchar_t* const startupExe : {L"", L"missing.exe", L"folder.exe", L"a*b?.exe"}) {
         toolConfig.startupExe = startupExe;
         EXPECT_TRUE(Launch().empty()) << startupExe;
@@ -86,7 +86,7 @@ TEST_F(LaunchStartupProgramTest, DoesNothingWithoutTheProgram) {
 TEST_F(LaunchStartupProgramTest, StartsARealProgramInItsFolder) {
     mainWindow = nullptr;
     toolConfig.startupExe = L"bin \u00fc\\start it.exe";
-    const fs::path exe = toolFolder / toolConfig.startupExe;
+    const fs::path exe = fs::path(toolFolder) / toolConfig.startupExe;
     const fs::path report = exe.native() + L".txt";
     bench::WriteFile(exe, bench::ReadFile(bench::FolderOfThisProgram() / L"start_probe.exe"));
     LaunchStartupProgram();

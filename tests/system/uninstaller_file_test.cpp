@@ -20,7 +20,7 @@ const std::string kEmbedded("MZ\0a\r\nb\nc\x1A\0end", 14);
 class WriteUninstallerTest : public bench::ClientFolderTest {
 protected:
     [[nodiscard]] static fs::path File() {
-        return toolFolder / L"Uninstall.exe";
+        return fs::path(toolFolder) / L"Uninstall.exe";
     }
 
     // Lets a call that asks for the embedded program answer `answer`.

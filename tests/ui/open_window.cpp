@@ -57,8 +57,8 @@ HWND Create(const Opening& opening) {
 WindowTest::WindowTest() {
     ResetRecords();
     toolFolder = client_.Path();
-    toolExePath = toolFolder / L"repair.exe";
-    WriteFile(toolFolder / L"client.exe", "MZ");
+    toolExePath = std::filesystem::path(toolFolder) / L"repair.exe";
+    WriteFile(std::filesystem::path(toolFolder) / L"client.exe", "MZ");
 }
 
 WindowTest::~WindowTest() {
@@ -71,7 +71,7 @@ WindowTest::~WindowTest() {
 }
 
 std::filesystem::path WindowTest::DesktopLink() {
-    return KnownFolder(FOLDERID_Desktop) / L"Test Karvoth.lnk";
+    return std::filesystem::path(KnownFolder(FOLDERID_Desktop)) / L"Test Karvoth.lnk";
 }
 
 ToolConfig FullConfig() {

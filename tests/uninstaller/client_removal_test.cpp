@@ -26,13 +26,13 @@ bool IsFileLink(const fs::path& path) {
 
 TEST_F(RemoveGameTest, LeavesNothingOfAnInstalledGame) {
     PutShortcut();
-    WriteFile(toolFolder / L"read-only", "x");
-    bench::SetReadOnly(toolFolder / L"read-only", true);
-    WriteFile(toolFolder / L"hidden", std::string(5000, 'x'));
-    ::SetFileAttributesW((toolFolder / L"hidden").c_str(),
+    WriteFile(fs::path(toolFolder) / L"read-only", "x");
+    bench::SetReadOnly(fs::path(toolFolder) / L"read-only", true);
+    WriteFile(fs::path(toolFolder) / L"hidden", std::string(5000, 'x'));
+    ::SetFileAttributesW((fs::path(toolFolder) / L"hidden").c_str(),
                          FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
-    WriteFile(toolFolder / L"bin" / L"\u6e38\u620f" / L"deep" / L"file", "x");
-    fs::create_directories(toolFolder / L"empty" / L"folder");
+    WriteFile(fs::path(toolFolder) / L"bin" / L"\u6e38\u620f" / L"deep" / L"file", "x");
+    fs::create_directories(fs::path(toolFolder) / L"empty" / L"folder");
     EXPECT_EQ(MeasureClient(toolFolder).files, 6U);
     EXPECT_EQ(MeasureClient(toolFolder).bytes, 5U + 8U + 14U + 5002U);
 
@@ -49,7 +49,7 @@ TEST_F(RemoveGameTest, LeavesNothingOfAnInstalledGame) {
 
 TEST_F(RemoveGameTest, TouchesNothingElse) {
     WriteFile(Outside() / L"neighbor.txt", "x");
-    WriteFile(Outside() / (toolFolder.filename().native() + L"2") / L"file", "x");
+    WriteFile(Outside() / (FileNamePart(toolFolder) + L"2") / L"file", "x");
     const fs::path onDesktop = Shortcut().parent_path() / L"other.txt";
     WriteFile(onDesktop, "x");
     const std::wstring otherKey = EntryKey() + L" 2";
@@ -87,29 +87,31 @@ TEST_F(RemoveGameTest, RemovesTheRealFolderBehindALink) {
 TEST_F(RemoveGameTest, RemovesFolderLinksAndLeavesTheirTargets) {
     WriteFile(Outside() / L"kept" / L"inside" / L"file", "x");
     SKIP_ON_WINDOWS_WITHOUT(
-        bench::MakeFolderLink(toolFolder / L"link", Outside() / L"kept") &&
-            bench::MakeFolderLink(toolFolder / L"bin" / L"link", Outside() / L"kept"),
+        bench::MakeFolderLink(fs::path(toolFolder) / L"link", Outside() / L"kept") &&
+            bench::MakeFolderLink(fs::path(toolFolder) / L"bin" / L"link", Outside() / L"kept"),
         "links for this user");
     RemoveInstalledGame();
     EXPECT_THAT(FolderListing(Outside()),
                 testing::IsSupersetOf({L"kept/", L"kept/inside/", L"kept/inside/file"}));
-    EXPECT_FALSE(fs::exists(toolFolder / L"data"));
+    EXPECT_FALSE(fs::exists(fs::path(toolFolder) / L"data"));
 }
 
 TEST_F(RemoveGameTest, RemovesFileLinksAndLeavesTheirTargets) {
     WriteFile(Outside() / L"kept.txt", "kept");
     SKIP_ON_WINDOWS_WITHOUT(
-        bench::MakeFileLink(toolFolder / L"link.txt", Outside() / L"kept.txt") &&
-            bench::MakeFileLink(toolFolder / L"bin" / L"link.txt", Outside() / L"kept.txt"),
+        bench::MakeFileLink(fs::path(toolFolder) / L"link.txt", Outside() / L"kept.txt") &&
+            bench::MakeFileLink(fs::path(toolFolder) / L"bin" / L"link.txt",
+                                Outside() / L"kept.txt"),
         "links for this user");
-    SKIP_ON_WINE_WITHOUT(IsFileLink(toolFolder / L"link.txt"), "tell a file link from its target");
+    SKIP_ON_WINE_WITHOUT(IsFileLink(fs::path(toolFolder) / L"link.txt"),
+                         "tell a file link from its target");
     EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
     EXPECT_THAT(FolderListing(Outside()), ElementsAre(L"kept.txt"));
     EXPECT_EQ(bench::ReadFile(Outside() / L"kept.txt"), "kept");
 }
 
 TEST_F(RemoveGameTest, KeepsAndNamesWhatAppearsAtTheEnd) {
-    const fs::path newcomer = toolFolder / L"bin" / L"new";
+    const fs::path newcomer = fs::path(toolFolder) / L"bin" / L"new";
     const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
             if (access == DELETE && fs::path(path).filename() == L"Uninstall.exe") {
@@ -129,10 +131,10 @@ TEST_F(RemoveGameTest, NamesEveryFileThatStaysAndKeepsWhatASecondAttemptNeeds) {
     PutShortcut();
     // The approved paths have the file system's letter case.
     toolConfig.startupExe = L"BIN\\Start.EXE";
-    toolExePath = toolFolder / L"UNINSTALL.EXE";
-    const fs::path first = toolFolder / L"a";
-    const fs::path second = toolFolder / L"data" / L"maps" / L"open.map";
-    WriteFile(toolFolder / L"bin" / L"engine.dll", "x");
+    toolExePath = fs::path(toolFolder) / L"UNINSTALL.EXE";
+    const fs::path first = fs::path(toolFolder) / L"a";
+    const fs::path second = fs::path(toolFolder) / L"data" / L"maps" / L"open.map";
+    WriteFile(fs::path(toolFolder) / L"bin" / L"engine.dll", "x");
     WriteFile(first, "x");
     WriteFile(second, "x");
     {
@@ -168,29 +170,29 @@ TEST_F(RemoveGameTest, KeepsTheStartupProgramUntilTheUninstallerIsRemoved) {
         EXPECT_TRUE(bench::ReadKey(EntryKey()));
     }
     // Without the uninstaller the entry would be useless.
-    const bench::OpenElsewhere open(toolFolder / L"bin" / L"start.exe", FILE_SHARE_READ);
+    const bench::OpenElsewhere open(fs::path(toolFolder) / L"bin" / L"start.exe", FILE_SHARE_READ);
     const RemovalResult result = RemoveInstalledGame();
-    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"bin" / L"start.exe"));
+    EXPECT_THAT(result.left, ElementsAre(fs::path(toolFolder) / L"bin" / L"start.exe"));
     EXPECT_FALSE(result.canBeRepeated);
     EXPECT_FALSE(result.entryLeft);
     EXPECT_FALSE(bench::ReadKey(EntryKey()));
 }
 
 TEST_F(RemoveGameTest, NamesAFolderThatCannotBeListed) {
-    WriteFile(toolFolder / L"closed" / L"file", "x");
+    WriteFile(fs::path(toolFolder) / L"closed" / L"file", "x");
     const ApprovedClient approved = Client();
     for (const wchar_t* const name : {L"closed", L"bin"}) {
-        const bench::UnreadableFolder closed(toolFolder / name);
+        const bench::UnreadableFolder closed(fs::path(toolFolder) / name);
         SKIP_ON_WINDOWS_WITHOUT(closed.Made(), "a way to make a folder unreadable");
         const RemovalResult result = RemoveGame(approved);
-        EXPECT_THAT(result.left, ElementsAre(toolFolder / name));
+        EXPECT_THAT(result.left, ElementsAre(fs::path(toolFolder) / name));
         EXPECT_TRUE(result.canBeRepeated);
         EXPECT_TRUE(result.rightsAreMissing);
     }
 }
 
 TEST_F(RemoveGameTest, DistinguishesMissingRightsFromFilesInUse) {
-    const fs::path file = toolFolder / L"data" / L"open";
+    const fs::path file = fs::path(toolFolder) / L"data" / L"open";
     fs::path denied;
     DWORD deniedAccess = 0;
     bool isRemovalPending = false;
@@ -240,7 +242,7 @@ TEST_F(RemoveGameTest, DistinguishesMissingRightsFromFilesInUse) {
 }
 
 TEST_F(RemoveGameTest, LeavesAShortcutToElsewhereAndAFileThatIsNone) {
-    const fs::path otherClient = Outside() / (toolFolder.filename().native() + L"2");
+    const fs::path otherClient = Outside() / (FileNamePart(toolFolder) + L"2");
     WriteFile(otherClient / L"run.exe", "MZ");
     toolConfig.startupExe = otherClient / L"run.exe";
     PutShortcut();

@@ -77,7 +77,7 @@ protected:
     [[nodiscard]] KernelHandle StartAsCopy(HANDLE original = nullptr) const {
         const fs::path copy = elsewhere_.Path() / L"copy.exe";
         bench::WriteFile(copy, bench::ReadFile(toolExePath));
-        return Start(L"\"" + copy.native() + L"\" /remove \"" + toolExePath.native() + L"\" " +
+        return Start(L"\"" + copy.native() + L"\" /remove \"" + toolExePath + L"\" " +
                          std::to_wstring(reinterpret_cast<uintptr_t>(original)),
                      elsewhere_.Path());
     }
@@ -114,7 +114,7 @@ private:
 TEST_F(UninstallerProgram, EndsWithZeroOnlyIfTheGameIsRemoved) {
     // The usual startup program of a game that names none.
     Configure("format=Quellstone.v1\nprogramsDisplayName=Bench Game\nstartupExe=\n");
-    bench::WriteFile(toolFolder / L"patcher.exe", "MZ");
+    bench::WriteFile(fs::path(toolFolder) / L"patcher.exe", "MZ");
     // The wait resets this event.
     SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     const KernelHandle original(::CreateEventW(&inheritable, FALSE, TRUE, nullptr));
@@ -150,7 +150,7 @@ TEST_F(UninstallerProgram, RemovesTheGameAndItselfAfterAYes) {
     const HWND question = AwaitBox(kCaption);
     ASSERT_TRUE(question);
     EXPECT_EQ(bench::DefaultButton(question), IDNO);
-    EXPECT_THAT(BoxText(question), HasSubstr(toolFolder.native()));
+    EXPECT_THAT(BoxText(question), HasSubstr(toolFolder));
     Answer(question, IDYES);
     const HWND report = AwaitBox(kCaption);
     EXPECT_EQ(BoxText(report), L"Bench Game was removed.");
@@ -185,9 +185,9 @@ TEST_F(UninstallerProgram, RefusesOtherFoldersAlsoFromTheCommandLine) {
     const auto listing = bench::FolderListing(Outside());
     for (const std::wstring& commandLine :
          {L"\"" + other.native() + L"\"",
-          L"\"" + toolExePath.native() + L"\" /remove \"" + other.native() + L"\" 0"}) {
+          L"\"" + toolExePath + L"\" /remove \"" + other.native() + L"\" 0"}) {
         ASSERT_TRUE(Start(commandLine));
-        ExpectBox(kCaption, L"Bench Game is installed in another folder:\n" + toolFolder.native() +
+        ExpectBox(kCaption, L"Bench Game is installed in another folder:\n" + toolFolder +
                                 L"\n\nNothing was removed.");
     }
     EXPECT_EQ(bench::FolderListing(Outside()), listing);

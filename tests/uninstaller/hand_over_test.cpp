@@ -12,6 +12,7 @@
 #include "bench_parts/running_copy.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/waiting.h"
+#include "common/paths.h"
 #include "common/temporary_folder.h"
 
 namespace {
@@ -19,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 fs::path TempFolder() {
-    return TemporaryFolder().parent_path();
+    return ParentFolder(TemporaryFolder());
 }
 
 // What is in the temporary folder and named like a copy.

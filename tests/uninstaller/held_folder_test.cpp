@@ -26,7 +26,7 @@ protected:
     }
 
     bench::ScratchFolder scratch_;
-    fs::path above_ = *WeaklyCanonical(scratch_.Path()) / L"above";
+    fs::path above_ = fs::path(*WeaklyCanonical(scratch_.Path())) / L"above";
     fs::path folder_ = above_ / L"f\u00f6lder";
 };
 

@@ -69,7 +69,8 @@ private:
     ComApartment apartment_;
     std::wstring entryKey_ =
         L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Quellstone.Bench Game";
-    std::filesystem::path shortcut_ = KnownFolder(FOLDERID_Desktop) / L"Bench Game.lnk";
+    std::filesystem::path shortcut_ =
+        std::filesystem::path(KnownFolder(FOLDERID_Desktop)) / L"Bench Game.lnk";
 };
 
 // Removes the game at the end from a folder that may not be the test's own, and the folder if it

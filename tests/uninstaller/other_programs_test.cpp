@@ -33,12 +33,12 @@ TEST_F(OtherPrograms, AreFoundInEachPartOfTheListByTheNameThere) {
     for (HKEY const root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
         for (const REGSAM view : {REGSAM{KEY_WOW64_64KEY}, REGSAM{KEY_WOW64_32KEY}}) {
             const RegisteredProgram other(root, L"{0815}", view);
-            other.Store(L"InstallLocation", toolFolder / L"data");
+            other.Store(L"InstallLocation", fs::path(toolFolder) / L"data");
             ASSERT_TRUE(Find()) << view;
             EXPECT_EQ(Find()->name, L"{0815}");
             other.Store(L"DisplayName", L"Mod Loader");
             EXPECT_EQ(Find()->name, L"Mod Loader");
-            EXPECT_EQ(Find()->folder, toolFolder / L"data");
+            EXPECT_EQ(Find()->folder, fs::path(toolFolder) / L"data");
         }
     }
     EXPECT_FALSE(Find());
@@ -63,9 +63,10 @@ TEST_F(OtherPrograms, DoNotIncludeTheGameUnderAnOlderName) {
     const RegisteredProgram older(HKEY_CURRENT_USER, L"Quellstone.Older name");
     older.Store(L"InstallLocation", toolFolder);
     EXPECT_TRUE(Find());
-    older.Store(L"UninstallString", L"\"" + (toolFolder / L"Uninstall.exe").native() + L"\"");
+    older.Store(L"UninstallString",
+                L"\"" + (fs::path(toolFolder) / L"Uninstall.exe").native() + L"\"");
     EXPECT_FALSE(Find());
-    older.Store(L"UninstallString", L"\"" + (toolFolder / L"other.exe").native() + L"\"");
+    older.Store(L"UninstallString", L"\"" + (fs::path(toolFolder) / L"other.exe").native() + L"\"");
     EXPECT_TRUE(Find());
 }
 
@@ -76,7 +77,7 @@ TEST_F(OtherPrograms, AreFoundByAnyPathIntoTheFolder) {
     std::wstring slashes = folder;
     std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
     const std::wstring link = Outside() / L"link";
-    ASSERT_TRUE(bench::MakeFolderLink(link, toolFolder / L"data"));
+    ASSERT_TRUE(bench::MakeFolderLink(link, fs::path(toolFolder) / L"data"));
     for (const std::wstring& location :
          {folder, otherCase, slashes, folder + L"\\", L"\"" + folder + L"\"",
           L"\"" + folder + L"\\data\\\"", L"\\\\?\\" + folder, folder + L"\\data",

@@ -39,7 +39,7 @@ protected:
             L"kernel32.dll", "FindFirstFileExW",
             [this, folder, count, seen = 0](LPCWSTR pattern, auto... more) mutable -> HANDLE {
                 const HANDLE listing = listReal_(pattern, more...);
-                if (toolFolder / L"*" == pattern && ++seen == count) {
+                if (fs::path(toolFolder) / L"*" == pattern && ++seen == count) {
                     Swap(folder);
                 }
                 return listing;
@@ -54,21 +54,21 @@ private:
 };
 
 TEST_F(SwappedFolder, IsNotEnteredForRemoval) {
-    const auto hook = SwapAfterListing(toolFolder / L"bin", 1);
+    const auto hook = SwapAfterListing(fs::path(toolFolder) / L"bin", 1);
     const RemovalResult result = RemoveInstalledGame();
     ExpectUntouched();
-    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"bin"));
+    EXPECT_THAT(result.left, ElementsAre(fs::path(toolFolder) / L"bin"));
     EXPECT_TRUE(result.canBeRepeated);
 }
 
 TEST_F(SwappedFolder, IsNotEnteredForTheReport) {
     // Something stays, so that the folders are listed for the report only.
-    bench::WriteFile(toolFolder / L"data" / L"open", "x");
-    const bench::OpenElsewhere open(toolFolder / L"data" / L"open", 0);
-    const auto hook = SwapAfterListing(toolFolder / L"data", 2);
+    bench::WriteFile(fs::path(toolFolder) / L"data" / L"open", "x");
+    const bench::OpenElsewhere open(fs::path(toolFolder) / L"data" / L"open", 0);
+    const auto hook = SwapAfterListing(fs::path(toolFolder) / L"data", 2);
     const RemovalResult result = RemoveInstalledGame();
     ExpectUntouched();
-    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"data"));
+    EXPECT_THAT(result.left, ElementsAre(fs::path(toolFolder) / L"data"));
 }
 
 TEST_F(SwappedFolder, AtOrAboveTheClientIsNotEntered) {
@@ -89,19 +89,19 @@ TEST_F(SwappedFolder, KeepsItsStartupProgram) {
     const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
             if (access == DELETE && fs::path(path).filename() == L"Uninstall.exe") {
-                Swap(toolFolder / L"bin");
+                Swap(fs::path(toolFolder) / L"bin");
             }
             return RealCreateFile()(path, access, more...);
         });
     const RemovalResult result = RemoveInstalledGame();
     ExpectUntouched();
-    EXPECT_THAT(result.left, ElementsAre(toolFolder / L"bin" / L"start.exe"));
+    EXPECT_THAT(result.left, ElementsAre(fs::path(toolFolder) / L"bin" / L"start.exe"));
 }
 
 TEST_F(SwappedFolder, KeepsItsEmptyFolders) {
     // The link takes the client's place as soon as only empty folders are left there.
     toolConfig.startupExe = L"deep\\empty\\start.exe";
-    const fs::path emptied = toolFolder / L"deep" / L"empty";
+    const fs::path emptied = fs::path(toolFolder) / L"deep" / L"empty";
     bench::WriteFile(emptied / L"start.exe", "MZ");
     bool isSwapped = false;
     const auto hook = bench::HookCall<decltype(&::CreateFileW)>(

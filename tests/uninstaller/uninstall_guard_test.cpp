@@ -28,7 +28,7 @@ protected:
     }
 
     fs::path client_ = toolFolder;
-    fs::path start_ = toolFolder / L"bin" / L"start.exe";
+    fs::path start_ = fs::path(toolFolder) / L"bin" / L"start.exe";
 };
 
 TEST_F(JudgeClientTest, ApprovesAnInstalledGameByItsRealPathsAndTouchesNothing) {
@@ -42,7 +42,7 @@ TEST_F(JudgeClientTest, ApprovesAnInstalledGameByItsRealPathsAndTouchesNothing) 
 
     ASSERT_TRUE(bench::MakeFolderLink(Outside() / L"link", client_));
     toolFolder = Outside() / L"link";
-    toolExePath = toolFolder / L"UNINSTALL.EXE";
+    toolExePath = fs::path(toolFolder) / L"UNINSTALL.EXE";
     toolConfig.startupExe = L"data\\..\\BIN\\START.EXE";
     EXPECT_EQ(JudgeClient().client, verdict.client);
     toolConfig.startupExe = client_ / L"bin" / L"start.exe";
@@ -313,13 +313,13 @@ TEST_F(SharedFolder, IsTheRealDesktopByAnyNameButNoGameBelowDocuments) {
         {desktop, Refusal::SharedFolder},
         {UpperCase(desktop), Refusal::SharedFolder},
         {link, Refusal::SharedFolder},
-        {KnownFolder(FOLDERID_Documents) / L"Bench Game", Refusal::None}};
+        {fs::path(KnownFolder(FOLDERID_Documents)) / L"Bench Game", Refusal::None}};
     for (const auto& [folder, refusal] : cases) {
         const GameInFolder game(folder);
         Install(folder);
         EXPECT_EQ(FindRefusal(), refusal) << folder;
     }
-    const fs::path inWindows = KnownFolder(FOLDERID_Windows) / L"Bench Game";
+    const fs::path inWindows = fs::path(KnownFolder(FOLDERID_Windows)) / L"Bench Game";
     std::error_code error;
     SKIP_ON_WINDOWS_WITHOUT(fs::create_directory(inWindows, error),
                             "the right to write to the system's folder");

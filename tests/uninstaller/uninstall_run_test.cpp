@@ -63,7 +63,7 @@ TEST_F(RunUninstallTest, RemovesTheGameAfterAYes) {
               UINT{MB_YESNO | MB_DEFBUTTON2 | MB_ICONWARNING});
     EXPECT_EQ(boxes_[0].caption, L"Uninstall Bench Game");
     EXPECT_THAT(boxes_[0].text, HasSubstr(L"remove Bench Game?"));
-    EXPECT_THAT(boxes_[0].text, HasSubstr(L"\n" + toolFolder.native() + L"\n"));
+    EXPECT_THAT(boxes_[0].text, HasSubstr(L"\n" + toolFolder + L"\n"));
     EXPECT_THAT(boxes_[0].text, HasSubstr(L"3 files, 27 B"));
     EXPECT_EQ(boxes_[1].text, L"Bench Game was removed.");
     EXPECT_EQ(boxes_[1].style & kButtonsAndIcon, UINT{MB_OK | MB_ICONINFORMATION});
@@ -103,11 +103,11 @@ TEST_F(RunUninstallTest, RefusesWhatChangedDuringTheQuestion) {
 
 TEST_F(RunUninstallTest, ReportsWhatStays) {
     const auto hook = AnswerBoxes([] { return IDYES; });
-    bench::WriteFile(toolFolder / L"open", "x");
-    bench::OpenElsewhere open(toolFolder / L"open", FILE_SHARE_READ);
+    bench::WriteFile(fs::path(toolFolder) / L"open", "x");
+    bench::OpenElsewhere open(fs::path(toolFolder) / L"open", FILE_SHARE_READ);
     EXPECT_FALSE(RunUninstall());
     ASSERT_EQ(boxes_.size(), 2U);
-    EXPECT_THAT(boxes_[1].text, HasSubstr(L"\n" + toolFolder.native() + L"\\open\n"));
+    EXPECT_THAT(boxes_[1].text, HasSubstr(L"\n" + toolFolder + L"\\open\n"));
     EXPECT_EQ(boxes_[1].style & kButtonsAndIcon, UINT{MB_OK | MB_ICONWARNING});
 
     open.Close();

@@ -313,7 +313,7 @@ std::vector<std::string> ToolTest::RequestedNames() const {
 }
 
 fs::path ToolTest::ShortcutFile() {
-    return KnownFolder(FOLDERID_Desktop) / (std::wstring(kShortcutName) + L".lnk");
+    return fs::path(KnownFolder(FOLDERID_Desktop)) / (std::wstring(kShortcutName) + L".lnk");
 }
 
 }  // namespace bench

@@ -29,8 +29,8 @@ constexpr wchar_t kUnreadablePackage[] = L"Could not read the unpacked client fi
 
 // The working pass over the package: what is the same for all its files, and the progress.
 struct RepairPass {
-    std::filesystem::path clientRoot;
-    std::optional<std::filesystem::path> canonicalSourceRoot;  // None when it cannot be resolved.
+    std::wstring clientRoot;
+    std::optional<std::wstring> canonicalSourceRoot;  // None when it cannot be resolved.
     RunningTool tool;
     ComparisonBuffers buffers;
     bool reinstall = false;
@@ -47,25 +47,13 @@ EntryKind KindOfEntry(const FolderEntry& entry) {
 }
 
 // The number of regular files; none when the source root itself cannot be listed.
-std::optional<uint64_t> CountFiles(const std::filesystem::path& sourceRoot) {
+std::optional<uint64_t> CountFiles(const std::wstring& sourceRoot) {
     uint64_t count = 0;
     const ListingResult listing = WalkTree(sourceRoot, [&](const FolderEntry& entry) {
         count += KindOfEntry(entry) == EntryKind::RegularFile ? 1 : 0;
         return true;
     });
     return listing.Error() == ERROR_SUCCESS ? std::optional(count) : std::nullopt;
-}
-
-// `path` relative to `base`, both canonical; empty when they have different roots.
-std::wstring RelativeTo(std::wstring_view path, std::wstring_view base) {
-    const size_t pathRoot = RootPathLength(path);
-    const size_t baseRoot = RootPathLength(base);
-    if (!IsSameCanonicalPath(path.substr(0, pathRoot), base.substr(0, baseRoot))) {
-        return {};
-    }
-    return std::filesystem::path(path.substr(pathRoot))
-        .lexically_relative(base.substr(baseRoot))
-        .native();
 }
 
 // The entry's path below the client root; empty when the entry cannot be resolved.
@@ -79,16 +67,14 @@ std::wstring RelativePathOf(const FolderEntry& entry, const RepairPass& pass) {
     if (!pass.canonicalSourceRoot) {
         return {};
     }
-    const std::optional<std::filesystem::path> canonicalPath = WeaklyCanonical(entry.path);
-    return canonicalPath ? RelativeTo(canonicalPath->native(), pass.canonicalSourceRoot->native())
-                         : std::wstring();
+    const std::optional<std::wstring> canonicalPath = WeaklyCanonical(entry.path);
+    return canonicalPath ? RelativePath(*canonicalPath, *pass.canonicalSourceRoot) : std::wstring();
 }
 
 // Always joined with a separator: "C:" as client root is the drive's root, not the current folder
 // of that drive.
-std::filesystem::path TargetPath(const std::filesystem::path& clientRoot,
-                                 std::wstring_view relativePath) {
-    return AsFolder(clientRoot).native() + std::wstring(relativePath);
+std::wstring TargetPath(const std::wstring& clientRoot, std::wstring_view relativePath) {
+    return AsFolder(clientRoot) + std::wstring(relativePath);
 }
 
 void PublishFile(const RepairPass& pass, std::wstring_view relativePath) {
@@ -101,7 +87,7 @@ void PublishFile(const RepairPass& pass, std::wstring_view relativePath) {
 }
 
 // Whether the target needs no copy. A different time stamp is corrected, not a reason to copy.
-bool IsGoodTarget(const std::filesystem::path& source, const std::filesystem::path& target,
+bool IsGoodTarget(const std::wstring& source, const std::wstring& target,
                   const EntryFacts& targetFacts, ComparisonBuffers& buffers) {
     const EntryFacts sourceFacts = FactsOf(source);
     if (!CanHaveSameContent(sourceFacts, targetFacts) ||
@@ -116,10 +102,10 @@ bool IsGoodTarget(const std::filesystem::path& source, const std::filesystem::pa
     return true;
 }
 
-bool CopyClientFile(const std::filesystem::path& source, const std::filesystem::path& target,
+bool CopyClientFile(const std::wstring& source, const std::wstring& target,
                     std::wstring_view relativePath) {
     // If the folder cannot be created, the copy fails.
-    static_cast<void>(EnsureDirectory(ParentFolder(target.native())));
+    static_cast<void>(EnsureDirectory(ParentFolder(target)));
     if (CopyFileOver(source, target) != ERROR_SUCCESS) {
         reportFailure(L"Could not repair this file: " + std::wstring(relativePath));
         return false;
@@ -133,7 +119,7 @@ bool CopyClientFile(const std::filesystem::path& source, const std::filesystem::
 }
 
 // False when the file could not be copied, which ends the pass.
-bool ProcessFile(const std::filesystem::path& source, const std::filesystem::path& target,
+bool ProcessFile(const std::wstring& source, const std::wstring& target,
                  std::wstring_view relativePath, RepairPass& pass) {
     ++pass.filesChecked;
     PublishFile(pass, relativePath);
@@ -162,7 +148,7 @@ bool ProcessEntry(const FolderEntry& entry, RepairPass& pass) {
     if (relativePath.empty()) {
         return true;
     }
-    const std::filesystem::path target = TargetPath(pass.clientRoot, relativePath);
+    const std::wstring target = TargetPath(pass.clientRoot, relativePath);
     switch (kind) {
         case EntryKind::Folder:
             // If it cannot be created, copying its files fails.
@@ -198,8 +184,8 @@ const wchar_t* ResultText(const RepairPass& pass) {
 
 }  // namespace
 
-bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall,
-                           const std::filesystem::path& archivePath) {
+bool VerifyAndRepairClient(const std::wstring& sourceRoot, bool reinstall,
+                           const std::wstring& archivePath) {
     // Counted first, so that the window can show a percentage and a package that has become
     // unreadable leaves the client untouched.
     const std::optional<uint64_t> filesTotal = CountFiles(sourceRoot);

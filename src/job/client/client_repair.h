@@ -1,6 +1,6 @@
 #pragma once
 
-#include <filesystem>
+#include <string>
 
 // The stage that makes the client folder (`toolFolder`) match the unpacked package below
 // `sourceRoot`. A repair copies files that are missing or differ in any byte, and corrects the time
@@ -22,7 +22,7 @@
 //
 // True when every file was processed. False after a report when the package cannot be read, the
 // reinstall is refused or a file cannot be copied; earlier copies stay. False without a report when
-// cancelled. Throws std::filesystem::filesystem_error when the listing breaks off during a
+// cancelled. Throws FileSystemError (common/win32_error.h) when the listing breaks off during a
 // reinstall's clean-out.
-[[nodiscard]] bool VerifyAndRepairClient(const std::filesystem::path& sourceRoot, bool reinstall,
-                                         const std::filesystem::path& archivePath = {});
+[[nodiscard]] bool VerifyAndRepairClient(const std::wstring& sourceRoot, bool reinstall,
+                                         const std::wstring& archivePath = {});

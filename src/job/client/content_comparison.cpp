@@ -30,8 +30,7 @@ std::optional<size_t> ReadChunk(HANDLE file, std::vector<std::byte>& chunk,
 
 }  // namespace
 
-bool FilesHaveSameContent(const std::filesystem::path& source,
-                          const std::filesystem::path& target) {
+bool FilesHaveSameContent(const std::wstring& source, const std::wstring& target) {
     const EntryFacts sourceFacts = FactsOf(source);
     if (!CanHaveSameContent(sourceFacts, FactsOf(target))) {
         return false;
@@ -45,8 +44,8 @@ bool CanHaveSameContent(const EntryFacts& source, const EntryFacts& target) {
            source.size == target.size;
 }
 
-bool HaveSameBytes(const std::filesystem::path& source, const std::filesystem::path& target,
-                   uint64_t size, ComparisonBuffers& buffers) {
+bool HaveSameBytes(const std::wstring& source, const std::wstring& target, uint64_t size,
+                   ComparisonBuffers& buffers) {
     const KernelHandle sourceFile = OpenForReading(source);
     const KernelHandle targetFile = OpenForReading(target);
     if (!sourceFile || !targetFile) {

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
+#include <string>
 #include <vector>
 
 #include "common/files.h"
@@ -21,12 +21,10 @@ struct ComparisonBuffers {
 
 // Compares byte for byte. Also false when either is not a regular file (links are followed) or
 // cannot be opened or read, even if both fail at the same place.
-[[nodiscard]] bool FilesHaveSameContent(const std::filesystem::path& source,
-                                        const std::filesystem::path& target);
+[[nodiscard]] bool FilesHaveSameContent(const std::wstring& source, const std::wstring& target);
 
 // The same in two steps, for callers that know both files' facts: first kinds and sizes, then, for
 // two files of `size` bytes, the bytes.
 [[nodiscard]] bool CanHaveSameContent(const EntryFacts& source, const EntryFacts& target);
-[[nodiscard]] bool HaveSameBytes(const std::filesystem::path& source,
-                                 const std::filesystem::path& target, uint64_t size,
-                                 ComparisonBuffers& buffers);
+[[nodiscard]] bool HaveSameBytes(const std::wstring& source, const std::wstring& target,
+                                 uint64_t size, ComparisonBuffers& buffers);

@@ -2,17 +2,16 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
 
 #include "common/folder_walk.h"
 #include "common/paths.h"
 #include "common/removal.h"
 #include "common/text.h"
 #include "common/tool_instance.h"
+#include "common/win32_error.h"
 #include "job/client/running_tool.h"
 #include "job/progress/job_progress.h"
 
@@ -39,44 +38,44 @@ bool IsAtOrBelow(std::wstring_view path, std::wstring_view folder) {
 }
 
 // Whether a path that cannot be resolved begins with a different drive letter than `canonicalPath`.
-bool IsOnAnotherDrive(const std::filesystem::path& unresolved, std::wstring_view canonicalPath) {
-    const std::wstring full = LowerCase(FullPath(unresolved.native()));
+bool IsOnAnotherDrive(const std::wstring& unresolved, std::wstring_view canonicalPath) {
+    const std::wstring full = LowerCase(FullPath(unresolved));
     return full.size() > 2 && full[1] == L':' && full[0] != LowerCase(canonicalPath).front();
 }
 
 // Whether the tool's path fills the buffer that it was read into. A truncated path makes an
 // ancestor look like the client folder.
-bool MayBeTruncated(const std::filesystem::path& exePath) {
-    return exePath.native().size() >= MAX_PATH - 1;
+bool MayBeTruncated(const std::wstring& exePath) {
+    return exePath.size() >= MAX_PATH - 1;
 }
 
 }  // namespace
 
 bool IsSafeReinstallFolder() {
-    const std::optional<std::filesystem::path> clientRoot = WeaklyCanonical(toolFolder);
+    const std::optional<std::wstring> clientRoot = WeaklyCanonical(toolFolder);
     if (!clientRoot || clientRoot->empty() || MayBeTruncated(toolExePath)) {
         return false;
     }
-    const std::wstring& clientRootText = clientRoot->native();
+    const std::wstring& clientRootText = *clientRoot;
     if (IsRoot(clientRootText) || IsVolumeRoot(*clientRoot) ||
         clientRootText.size() < kShortestSafePathLength) {
         return false;
     }
-    const std::optional<std::filesystem::path> tool = WeaklyCanonical(toolExePath);
-    return tool && IsSameCanonicalPath(ParentFolder(tool->native()), clientRootText);
+    const std::optional<std::wstring> tool = WeaklyCanonical(toolExePath);
+    return tool && IsSameCanonicalPath(ParentFolder(*tool), clientRootText);
 }
 
-bool IsOutsideClientFolder(const std::filesystem::path& path) {
-    const std::optional<std::filesystem::path> clientRoot = WeaklyCanonical(toolFolder);
+bool IsOutsideClientFolder(const std::wstring& path) {
+    const std::optional<std::wstring> clientRoot = WeaklyCanonical(toolFolder);
     if (!clientRoot || path.empty()) {
         return false;
     }
-    const std::optional<std::filesystem::path> canonicalPath = WeaklyCanonical(path);
-    return canonicalPath ? !IsAtOrBelow(canonicalPath->native(), clientRoot->native())
-                         : IsOnAnotherDrive(path, clientRoot->native());
+    const std::optional<std::wstring> canonicalPath = WeaklyCanonical(path);
+    return canonicalPath ? !IsAtOrBelow(*canonicalPath, *clientRoot)
+                         : IsOnAnotherDrive(path, *clientRoot);
 }
 
-bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePaths) {
+bool PrepareCleanReinstall(const std::vector<std::wstring>& packagePaths) {
     const bool packageIsOutside =
         std::all_of(packagePaths.begin(), packagePaths.end(),
                     [](const auto& path) { return path.empty() || IsOutsideClientFolder(path); });
@@ -90,7 +89,7 @@ bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePath
                 L"Removing old client files...");
     // The tool is directly in this folder, so its name protects it even if its path cannot be
     // resolved at the moment. Current Windows can delete the file of a running program.
-    const std::wstring toolName = FileNamePart(tool.canonicalPath->native());
+    const std::wstring toolName = FileNamePart(*tool.canonicalPath);
     const ListingResult listing = ListFolder(toolFolder, [&](const FolderEntry& entry) {
         if (entry.relativePath != toolName && !IsRunningTool(entry.path, tool)) {
             // The copying that follows overwrites what is left, or reports it.
@@ -100,9 +99,7 @@ bool PrepareCleanReinstall(const std::vector<std::filesystem::path>& packagePath
     });
     // If the folder cannot be listed at all, there is nothing to remove.
     if (listing.advanceError != ERROR_SUCCESS) {
-        throw std::filesystem::filesystem_error(
-            "listing the client folder", toolFolder,
-            std::error_code(static_cast<int>(listing.advanceError), std::system_category()));
+        throw FileSystemError(toolFolder, listing.advanceError);
     }
     return true;
 }

@@ -3,21 +3,20 @@
 #include "common/paths.h"
 #include "common/tool_instance.h"
 
-RunningTool FindRunningTool(const std::filesystem::path& exePath) {
+RunningTool FindRunningTool(const std::wstring& exePath) {
     return {ComparableCanonical(exePath), FileSize(exePath)};
 }
 
-bool IsRunningTool(const std::filesystem::path& path) {
+bool IsRunningTool(const std::wstring& path) {
     return IsRunningTool(path, FindRunningTool(toolExePath));
 }
 
-bool IsRunningTool(const std::filesystem::path& path, const RunningTool& tool) {
+bool IsRunningTool(const std::wstring& path, const RunningTool& tool) {
     if (!tool.canonicalPath) {
         return false;
     }
-    const std::optional<std::filesystem::path> canonicalPath = ComparableCanonical(path);
-    return canonicalPath &&
-           IsSameCanonicalPath(canonicalPath->native(), tool.canonicalPath->native());
+    const std::optional<std::wstring> canonicalPath = ComparableCanonical(path);
+    return canonicalPath && IsSameCanonicalPath(*canonicalPath, *tool.canonicalPath);
 }
 
 bool CanBeRunningTool(const EntryFacts& facts, const RunningTool& tool) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <optional>
+#include <string>
 
 #include "common/files.h"
 
@@ -12,17 +12,17 @@
 
 // The facts about the tool's file, gathered once for a pass over many files.
 struct RunningTool {
-    std::optional<std::filesystem::path> canonicalPath;  // None when it cannot be resolved.
-    std::optional<uint64_t> size;                        // None when the file cannot be found.
+    std::optional<std::wstring> canonicalPath;  // None when it cannot be resolved.
+    std::optional<uint64_t> size;               // None when the file cannot be found.
 };
 
 // The facts about the file at `exePath`, normally `toolExePath`.
-[[nodiscard]] RunningTool FindRunningTool(const std::filesystem::path& exePath);
+[[nodiscard]] RunningTool FindRunningTool(const std::wstring& exePath);
 
 // Whether `path` leads to the tool's file; without `tool`, to the one at `toolExePath`. Also false
 // when either path cannot be resolved.
-[[nodiscard]] bool IsRunningTool(const std::filesystem::path& path);
-[[nodiscard]] bool IsRunningTool(const std::filesystem::path& path, const RunningTool& tool);
+[[nodiscard]] bool IsRunningTool(const std::wstring& path);
+[[nodiscard]] bool IsRunningTool(const std::wstring& path, const RunningTool& tool);
 
 // A cheap check first: false when an entry with these facts cannot be the tool's file, because it
 // is missing, a folder, or of another size.

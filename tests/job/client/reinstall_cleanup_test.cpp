@@ -183,9 +183,10 @@ TEST_F(ReinstallCleanup, RefusesToDeleteThePackageItself) {
     bench::WriteFile(staging / L"a.dat", "a");
     bench::WriteFile(archive, "zip");
     const std::vector<std::wstring> before = Listing();
-    for (const std::vector<fs::path>& packagePaths :
-         {std::vector{staging, archive}, std::vector{staging, Scratch() / L"package.zip"},
-          std::vector{Package(), archive}}) {
+    for (const std::vector<std::wstring>& packagePaths :
+         {std::vector<std::wstring>{staging, archive},
+          std::vector<std::wstring>{staging, Scratch() / L"package.zip"},
+          std::vector<std::wstring>{Package(), archive}}) {
         resetJobProgress();
         jobProgress.running = true;
         EXPECT_FALSE(PrepareCleanReinstall(packagePaths));
