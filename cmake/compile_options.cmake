@@ -64,3 +64,10 @@ else()
         -Wl,--nxcompat
         $<$<CONFIG:Release>:-s>)
 endif()
+
+# For code that mostly waits for the system: half the size of -O3, and no slower.
+function(optimize_for_size target)
+    if(NOT MSVC)
+        target_compile_options(${target} PRIVATE $<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:-Os>)
+    endif()
+endfunction()
