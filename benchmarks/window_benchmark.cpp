@@ -116,13 +116,13 @@ OwnedBitmap LoadPicture(const fs::path& tool, int id) {
 void ComparePaints() {
     const GdiplusSession gdiplus;
     const fs::path tool = OwnFolder() / L"karvoth_repair" / L"KrvBrennickInstaller.exe";
-    const OwnedBitmap logo = LoadPicture(tool, ID_LOGO_IMAGE);
-    const OwnedBitmap background = LoadPicture(tool, ID_BACKGROUND_IMAGE);
+    const OwnedBitmap logo = MakePanelLogo(LoadPicture(tool, ID_LOGO_IMAGE).get());
+    const OwnedBitmap backdrop = MakeBackdrop(LoadPicture(tool, ID_BACKGROUND_IMAGE).get());
     WindowPicture picture;
     picture.toolName = L"KrvBrennickInstaller.exe";
     picture.clientFolder = L"C:\\Games\\Karvoth";
     picture.logo = logo.get();
-    picture.background = background.get();
+    picture.backdrop = backdrop.get();
     picture.job.stage = JobStage::Finishing;
     picture.job.statusLine = L"Verifying client...";
     picture.job.detailLine = L"data\\maps\\northreach_valley.pak";

@@ -82,6 +82,9 @@ delayedImports:
     import InitCommonControlsEx
 
     dll gdiplus.dll
+    import GdipBitmapLockBits
+    import GdipBitmapUnlockBits
+    import GdipCloneBitmapAreaI
     import GdipCreateBitmapFromScan0
     import GdipCreateBitmapFromStream
     import GdipCreateFont

@@ -115,7 +115,40 @@ bool DrawImageFitting(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, co
     return drawn;
 }
 
-void CopyImage(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box) {
+bool CopyImage(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box) {
     GdipSetCompositingMode(graphics, Gdiplus::CompositingModeSourceCopy);
-    GdipDrawImageRectI(graphics, image, box.x, box.y, box.width, box.height);
+    const auto status = GdipDrawImageRectI(graphics, image, box.x, box.y, box.width, box.height);
+    GdipSetCompositingMode(graphics, Gdiplus::CompositingModeSourceOver);
+    return status == Gdiplus::Ok;
+}
+
+bool ReadPixels(Gdiplus::GpBitmap* bitmap, const Box& box, std::span<Argb> pixels) {
+    const Gdiplus::Rect whole(0, 0, box.width, box.height);
+    Gdiplus::BitmapData target{};
+    target.Width = static_cast<UINT>(box.width);
+    target.Height = static_cast<UINT>(box.height);
+    target.Stride = box.width * static_cast<INT>(sizeof(Argb));
+    target.PixelFormat = PixelFormat32bppARGB;
+    target.Scan0 = pixels.data();
+    const bool success =
+        GdipBitmapLockBits(bitmap, &whole,
+                           Gdiplus::ImageLockModeRead | Gdiplus::ImageLockModeUserInputBuf,
+                           PixelFormat32bppARGB, &target) == Gdiplus::Ok;
+    if (success) {
+        GdipBitmapUnlockBits(bitmap, &target);
+    }
+    return success;
+}
+
+void ShowPixels(HDC device, const Box& box, std::span<const Argb> pixels) {
+    BITMAPINFO info{};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = box.width;
+    info.bmiHeader.biHeight = -box.height;  // From the top row down.
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 32;
+    info.bmiHeader.biCompression = BI_RGB;
+    ::SetDIBitsToDevice(device, box.x, box.y, static_cast<DWORD>(box.width),
+                        static_cast<DWORD>(box.height), 0, 0, 0, static_cast<UINT>(box.height),
+                        pixels.data(), &info, DIB_RGB_COLORS);
 }

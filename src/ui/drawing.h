@@ -35,5 +35,13 @@ void DrawTextAt(Gdiplus::GpGraphics* graphics, std::wstring_view text, const Tex
 bool DrawImageCovering(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box);
 bool DrawImageFitting(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box);
 
-// Copies the image into `box`, which has the same size, replacing all pixels including alpha.
-void CopyImage(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box);
+// Copies the image into `box`, which has the same size, replacing all pixels including alpha. False
+// when nothing was drawn because the image is null.
+bool CopyImage(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box& box);
+
+// Copies all pixels of the bitmap, which has the size of `box`, to `pixels`, row by row. False when
+// the bitmap is null. Much faster than CopyImage.
+bool ReadPixels(Gdiplus::GpBitmap* bitmap, const Box& box, std::span<Argb> pixels);
+
+// Shows such pixels at `box` on the device, without their alpha.
+void ShowPixels(HDC device, const Box& box, std::span<const Argb> pixels);

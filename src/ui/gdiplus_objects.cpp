@@ -115,6 +115,21 @@ OwnedBitmap MakeBitmap(int widthPx, int heightPx) {
     return OwnedBitmap(bitmap);
 }
 
+OwnedBitmap MakeBitmap(int widthPx, int heightPx, std::span<Argb> pixels) {
+    Gdiplus::GpBitmap* bitmap = nullptr;
+    GdipCreateBitmapFromScan0(widthPx, heightPx, widthPx * static_cast<INT>(sizeof(Argb)),
+                              PixelFormat32bppARGB, reinterpret_cast<BYTE*>(pixels.data()),
+                              &bitmap);
+    return OwnedBitmap(bitmap);
+}
+
+OwnedBitmap MakeCopy(Gdiplus::GpBitmap* bitmap, const Box& area) {
+    Gdiplus::GpBitmap* copy = nullptr;
+    GdipCloneBitmapAreaI(area.x, area.y, area.width, area.height, PixelFormat32bppARGB, bitmap,
+                         &copy);
+    return OwnedBitmap(copy);
+}
+
 OwnedBitmap MakeBitmapFromFile(std::span<const std::byte> bytes) {
     const ComPointer<IStream> stream = MakeStream(bytes);
     Gdiplus::GpBitmap* bitmap = nullptr;

@@ -73,6 +73,10 @@ OwnedFormat MakeTextFormat(TextPlacement placement);
 
 // An off-screen bitmap, 32 bits per pixel with alpha.
 OwnedBitmap MakeBitmap(int widthPx, int heightPx);
+// The same with its pixels in `pixels`, row by row, which must outlive it.
+OwnedBitmap MakeBitmap(int widthPx, int heightPx, std::span<Argb> pixels);
+// A copy of the pixels in `area`.
+OwnedBitmap MakeCopy(Gdiplus::GpBitmap* bitmap, const Box& area);
 // Decodes an image file in any format that GDI+ supports; `bytes` are copied.
 OwnedBitmap MakeBitmapFromFile(std::span<const std::byte> bytes);
 

@@ -27,9 +27,11 @@ HFONT CreateUiFont() {
 
 void LoadImages() {
     if (toolConfig.showLogo) {
-        windowState.logoImage = MakeBitmapFromFile(EmbeddedData(nullptr, ID_LOGO_IMAGE));
+        const OwnedBitmap logo = MakeBitmapFromFile(EmbeddedData(nullptr, ID_LOGO_IMAGE));
+        windowState.panelLogo = MakePanelLogo(logo.get());
     }
-    windowState.backgroundImage = MakeBitmapFromFile(EmbeddedData(nullptr, ID_BACKGROUND_IMAGE));
+    const OwnedBitmap background = MakeBitmapFromFile(EmbeddedData(nullptr, ID_BACKGROUND_IMAGE));
+    windowState.backdrop = MakeBackdrop(background.get());
 }
 
 void OnCreate(HWND window) {
@@ -59,8 +61,8 @@ void OnPaint(HWND window) {
         .clientFolder = toolFolder,
         .job = snapshot(),
         .accentColor = windowState.accentColor,
-        .logo = windowState.logoImage.get(),
-        .background = windowState.backgroundImage.get(),
+        .backdrop = windowState.backdrop.get(),
+        .logo = windowState.panelLogo.get(),
     };
     PAINTSTRUCT paint{};
     const HDC device = ::BeginPaint(window, &paint);

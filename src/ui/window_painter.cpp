@@ -1,5 +1,7 @@
 #include "ui/window_painter.h"
 
+#include <vector>
+
 #include "ui/drawing.h"
 #include "ui/layout.h"
 #include "ui/palette.h"
@@ -11,19 +13,20 @@ namespace {
 constexpr wchar_t kHeadingText[] = L"Repair or Reinstall the Game";
 constexpr wchar_t kMonogram[] = L"QS";
 
-void PaintBackground(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* background) {
+void PaintAreas(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* background) {
     const bool covered = DrawImageCovering(graphics, background, kWindow);
     FillBox(graphics, kWindow, covered ? kBackgroundVeil : kWindowFill);
+    FillBox(graphics, kTitleBar, kTitleBarFill);
+    FillBox(graphics, kPanel, kPanelFill);
 }
 
 void PaintTitleBar(Gdiplus::GpGraphics* graphics, const WindowPicture& picture) {
-    FillBox(graphics, kTitleBar, kTitleBarFill);
     DrawLines(graphics, {0, 0}, kTitleLine, picture.accentColor, kHairlinePx);
     DrawTextAt(graphics, picture.toolName, {kTitleFont, kTitleText}, kTitleTextPlace);
 }
 
 void PaintLogo(Gdiplus::GpGraphics* graphics, const WindowPicture& picture) {
-    if (DrawImageFitting(graphics, picture.logo, kLogo)) {
+    if (CopyImage(graphics, picture.logo, kLogo)) {
         return;
     }
     FillDisc(graphics, kLogoPlaceholder, kPlaceholderFill);
@@ -51,12 +54,8 @@ void PaintTexts(Gdiplus::GpGraphics* graphics, const WindowPicture& picture) {
                   TextPlacement::TopLine);
 }
 
-}  // namespace
-
-void PaintWindow(Gdiplus::GpGraphics* graphics, const WindowPicture& picture) {
-    PaintBackground(graphics, picture.background);
+void PaintOverBackdrop(Gdiplus::GpGraphics* graphics, const WindowPicture& picture) {
     PaintTitleBar(graphics, picture);
-    FillBox(graphics, kPanel, kPanelFill);
     OutlineBox(graphics, kPanel, kPanelOutline, kHairlinePx);
     PaintLogo(graphics, picture);
     DrawTextInBox(graphics, kHeadingText, {kHeadingFont, picture.accentColor}, kHeading,
@@ -67,8 +66,38 @@ void PaintWindow(Gdiplus::GpGraphics* graphics, const WindowPicture& picture) {
     PaintTexts(graphics, picture);
 }
 
+}  // namespace
+
+OwnedBitmap MakeBackdrop(Gdiplus::GpImage* background) {
+    OwnedBitmap backdrop = MakeBitmap(kWindow.width, kWindow.height);
+    PaintAreas(MakeGraphics(backdrop.get()).get(), background);
+    return backdrop;
+}
+
+OwnedBitmap MakePanelLogo(Gdiplus::GpImage* logo) {
+    // In its final place, because the position affects how GDI+ rounds colors.
+    const OwnedBitmap window = MakeBitmap(kWindow.width, kWindow.height);
+    const OwnedGraphics graphics = MakeGraphics(window.get());
+    FillBox(graphics.get(), kLogo, kPanelFill);
+    return DrawImageFitting(graphics.get(), logo, kLogo) ? MakeCopy(window.get(), kLogo) : nullptr;
+}
+
+void PaintWindow(Gdiplus::GpGraphics* graphics, const WindowPicture& picture) {
+    if (!CopyImage(graphics, picture.backdrop, kWindow)) {
+        PaintAreas(graphics, nullptr);
+    }
+    PaintOverBackdrop(graphics, picture);
+}
+
 void PaintWindow(HDC device, const WindowPicture& picture) {
-    const OwnedBitmap offScreen = MakeBitmap(kWindow.width, kWindow.height);
-    PaintWindow(MakeGraphics(offScreen.get()).get(), picture);
-    CopyImage(MakeGraphics(device).get(), offScreen.get(), kWindow);
+    // Kept, because the system takes longer to provide fresh memory than to fill it.
+    static std::vector<Argb> pixels(static_cast<size_t>(kWindow.width) * kWindow.height);
+    const OwnedBitmap offScreen = MakeBitmap(kWindow.width, kWindow.height, pixels);
+    if (!ReadPixels(picture.backdrop, kWindow, pixels)) {
+        PaintAreas(MakeGraphics(offScreen.get()).get(), nullptr);
+    }
+    PaintOverBackdrop(MakeGraphics(offScreen.get()).get(), picture);
+    if (offScreen) {
+        ShowPixels(device, kWindow, pixels);
+    }
 }

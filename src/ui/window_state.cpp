@@ -3,8 +3,8 @@
 WindowState windowState;
 
 void ReleaseImages() {
-    windowState.logoImage.reset();
-    windowState.backgroundImage.reset();
+    windowState.panelLogo.reset();
+    windowState.backdrop.reset();
 }
 
 void ClearEndOfJobMarks() {

@@ -8,10 +8,12 @@
 // job/progress/job_progress.h.
 struct WindowState {
     Argb accentColor = kDefaultAccent;
-    OwnedBitmap logoImage;        // Null when the brand shows no logo or it cannot be decoded.
-    OwnedBitmap backgroundImage;  // Null when it cannot be decoded.
-    GdiBrush backgroundBrush;     // From the window's creation to its destruction.
-    HFONT uiFont = nullptr;       // Used by the buttons; never deleted.
+    // From window_painter.h. The brand's images themselves may be much larger and are not kept.
+    OwnedBitmap backdrop;
+    OwnedBitmap panelLogo;  // Null when the brand shows no logo or it cannot be decoded.
+
+    GdiBrush backgroundBrush;  // From the window's creation to its destruction.
+    HFONT uiFont = nullptr;    // Used by the buttons; never deleted.
 
     // These keep the end of one job from being handled twice.
     bool shortcutOffered = false;  // The player has been asked about the shortcut.

@@ -105,14 +105,14 @@ int Application::Run() {
         HookBefore<decltype(&::GetMessageW)>(kUser32, "GetMessageW", [this](auto...) {
             if (::IsWindow(mainWindow)) {
                 steps_.emplace_back("messages");
-                EXPECT_TRUE(windowState.logoImage && windowState.backgroundImage);
+                EXPECT_TRUE(windowState.panelLogo && windowState.backdrop);
                 ::DestroyWindow(mainWindow);
             }
         });
     const auto gdiplusEnd = HookBefore<decltype(&Gdiplus::GdiplusShutdown)>(
         kGdiplus, "GdiplusShutdown", [this](ULONG_PTR) {
             steps_.emplace_back("gdi+ ends");
-            hadPicturesAtTheEnd_ = windowState.logoImage || windowState.backgroundImage;
+            hadPicturesAtTheEnd_ = windowState.panelLogo || windowState.backdrop;
         });
     const auto comEnd = HookBefore<decltype(&::CoUninitialize)>(
         kOle32, "CoUninitialize", [this] { steps_.emplace_back("com ends"); });

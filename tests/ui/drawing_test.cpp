@@ -63,11 +63,18 @@ TEST_F(Drawing, CopiesAPicturePixelByPixelWithItsTransparency) {
     const OwnedBitmap picture = MakeBitmap(20, 10);
     FillBox(MakeGraphics(picture.get()).get(), {3, 4, 5, 1}, kInk);
     const Canvas target(60, 40, kBehind);
-    CopyImage(target.Graphics(), picture.get(), {30, 20, 20, 10});
+    EXPECT_TRUE(CopyImage(target.Graphics(), picture.get(), {30, 20, 20, 10}));
     const Pixels pixels = target.Read();
     EXPECT_EQ(pixels.Count({33, 24, 5, 1}, kInk), 5);
     EXPECT_EQ(pixels.Count({30, 20, 20, 10}, 0), 200 - 5);
     EXPECT_EQ(pixels.Count(kWhole, kBehind), 60 * 40 - 200);
+}
+
+TEST_F(Drawing, MixesColorsAgainAfterACopy) {
+    const Canvas target(60, 40, 0xFF000000);
+    CopyImage(target.Graphics(), Canvas(1, 1, kInk).Bitmap(), {0, 0, 1, 1});
+    FillBox(target.Graphics(), kWhole, 0x80FFFFFF);
+    ExpectColor(target.Read(), 0xFF808080, {{30, 20}}, 1);
 }
 
 // The other functions are called without graphics in window_painter_test.cpp.
@@ -75,8 +82,8 @@ TEST_F(Drawing, DrawsNoPictureWithoutGraphics) {
     const Canvas picture(10, 10, kInk);
     EXPECT_FALSE(DrawImageCovering(nullptr, picture.Bitmap(), kWhole));
     EXPECT_FALSE(DrawImageFitting(nullptr, picture.Bitmap(), kWhole));
-    CopyImage(nullptr, picture.Bitmap(), kWhole);
-    CopyImage(picture.Graphics(), nullptr, kWhole);
+    EXPECT_FALSE(CopyImage(nullptr, picture.Bitmap(), kWhole));
+    EXPECT_FALSE(CopyImage(picture.Graphics(), nullptr, kWhole));
     EXPECT_EQ(picture.Read().Count({0, 0, 10, 10}, kInk), 100);
 }
 

@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <set>
 #include <tuple>
 
 #include "bench_parts/call_hook.h"
 #include "common/tool_instance.h"
 #include "ui/button_table.h"
+#include "ui/layout.h"
 #include "ui/open_window.h"
 #include "ui/window_state.h"
 
@@ -18,6 +20,7 @@ namespace {
 
 using namespace bench;
 using testing::ElementsAre;
+using namespace Gdiplus::DllExports;
 
 class MainWindow : public WindowTest {};
 
@@ -238,6 +241,18 @@ TEST_F(MainWindow, LocatesTheRunningTool) {
     EXPECT_EQ(window.LocatedFolder(), window.LocatedExe().parent_path());
 }
 
+// Whether the backdrop has other pixels than a plain fill.
+bool ShowsABackground() {
+    for (int x = 0; x < kWindow.width; ++x) {
+        Gdiplus::ARGB color = 0;
+        GdipBitmapGetPixel(windowState.backdrop.get(), x, 500, &color);
+        if (color != 0xFF0A0B0C) {
+            return true;
+        }
+    }
+    return false;
+}
+
 TEST_F(MainWindow, LoadsThePicturesThatTheBrandHas) {
     ToolConfig noLogo = FullConfig();
     noLogo.showLogo = false;
@@ -253,11 +268,39 @@ TEST_F(MainWindow, LoadsThePicturesThatTheBrandHas) {
     for (const auto& [opening, logo, background] : rows) {
         const OpenWindow window(opening);
         EXPECT_TRUE(::IsWindowVisible(window.Handle()));
-        EXPECT_EQ(windowState.logoImage != nullptr, logo);
-        EXPECT_EQ(windowState.backgroundImage != nullptr, background);
+        EXPECT_EQ(windowState.panelLogo != nullptr, logo);
+        EXPECT_EQ(ShowsABackground(), background);
         ReleaseImages();
-        EXPECT_FALSE(windowState.logoImage || windowState.backgroundImage);
+        EXPECT_FALSE(windowState.panelLogo || windowState.backdrop);
     }
+}
+
+// They may be many times larger than the window.
+TEST_F(MainWindow, KeepsNoImageInItsFullSize) {
+    using Decode = decltype(&GdipCreateBitmapFromStream);
+    using Dispose = decltype(&GdipDisposeImage);
+    int decodedImages = 0;
+    std::set<Gdiplus::GpImage*> kept;
+    const auto decode = HookCall<Decode>(
+        L"gdiplus.dll", "GdipCreateBitmapFromStream",
+        [&, real = RealFunction<Decode>(L"gdiplus.dll", "GdipCreateBitmapFromStream")](
+            IStream* stream, Gdiplus::GpBitmap** bitmap) {
+            const auto status = real(stream, bitmap);
+            kept.insert(*bitmap);
+            ++decodedImages;
+            return status;
+        });
+    const auto dispose =
+        HookCall<Dispose>(L"gdiplus.dll", "GdipDisposeImage",
+                          [&, real = RealFunction<Dispose>(L"gdiplus.dll", "GdipDisposeImage")](
+                              Gdiplus::GpImage* image) {
+                              kept.erase(image);
+                              return real(image);
+                          });
+    const OpenWindow window;
+    window.TakePaint();
+    EXPECT_EQ(decodedImages, 2);
+    EXPECT_EQ(kept.size(), 0U);
 }
 
 TEST_F(MainWindow, LendsItsFontToEveryButton) {

@@ -22,8 +22,9 @@ constexpr int kScaling = 2;  // What scaling and mixing may change a color by.
 class WindowPainterPictures : public PaintingTest {};
 
 Pixels PaintOver(Gdiplus::GpImage* background) {
+    const OwnedBitmap backdrop = MakeBackdrop(background);
     WindowPicture picture = BarePicture();
-    picture.background = background;
+    picture.backdrop = backdrop.get();
     return Paint(picture);
 }
 
@@ -102,8 +103,9 @@ TEST_F(WindowPainterPictures, FillTheWindowPlainlyWithoutABackground) {
 }
 
 Pixels PaintWithLogo(Gdiplus::GpImage* logo) {
+    const OwnedBitmap panelLogo = MakePanelLogo(logo);
     WindowPicture picture = BarePicture();
-    picture.logo = logo;
+    picture.logo = panelLogo.get();
     return Paint(picture);
 }
 
@@ -179,6 +181,47 @@ TEST_F(WindowPainterPictures, PutADiscWithAMonogramInPlaceOfALogo) {
     EXPECT_NEAR(CenterY(*monogram), 144, 6);
     EXPECT_GT(monogram->height, 20);
     EXPECT_GT(window.Count(kInnerDisc, kTestAccent), 100);
+}
+
+// Fine lines, some of them translucent, which scaling mixes.
+Canvas FineLines(int width, int height) {
+    Canvas canvas(width, height, kBlack);
+    for (int x = 0; x < width; ++x) {
+        const Argb color = static_cast<Argb>(x) * 0x9E3779B1;
+        FillBox(canvas.Graphics(), {x, x % 7, 1, height}, color);
+        FillBox(canvas.Graphics(), {0, x * height / width, x, 1}, ~color);
+    }
+    return canvas;
+}
+
+TEST_F(WindowPainterPictures, LookTheSameWhetherScaledOnceOrAtEachPaint) {
+    for (const auto& [width, height] :
+         {std::pair(860, 560), std::pair(1777, 909), std::pair(333, 517), std::pair(126, 126)}) {
+        SCOPED_TRACE(width);
+        const Canvas image = FineLines(width, height);
+        const OwnedBitmap backdrop = MakeBackdrop(image.Bitmap());
+        const OwnedBitmap logo = MakePanelLogo(image.Bitmap());
+        WindowPicture picture = BarePicture();
+        picture.backdrop = backdrop.get();
+        picture.logo = logo.get();
+        const MemoryDevice device(kWindow.width, kWindow.height);
+        PaintWindow(device.Dc(), picture);
+
+        const Canvas atOnce(0);
+        DrawImageCovering(atOnce.Graphics(), image.Bitmap(), kWindow);
+        FillBox(atOnce.Graphics(), kWindow, 0xCD0A0B0C);
+        FillBox(atOnce.Graphics(), {0, 0, 860, 48}, 0xFF0C0D0E);
+        FillBox(atOnce.Graphics(), {48, 72, 764, 310}, kPanelColor);
+        picture.backdrop = atOnce.Bitmap();
+        Pixels expected = Paint(picture);
+        for (Argb& value : expected.values) {
+            value |= 0xFF000000;  // The edges of an enlarged image are translucent.
+        }
+        EXPECT_EQ(DifferingArea(expected, device.Read()), std::nullopt);
+
+        DrawImageFitting(atOnce.Graphics(), image.Bitmap(), {345, 88, 170, 126});
+        EXPECT_EQ(DifferingArea(atOnce.Read(), expected, Box{345, 88, 170, 126}), std::nullopt);
+    }
 }
 
 TEST_F(WindowPainterPictures, ShowNoDiscBehindALogo) {

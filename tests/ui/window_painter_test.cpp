@@ -106,6 +106,8 @@ TEST_F(WindowPainter, PaintsTheSameOverAnOlderPictureAndOnADevice) {
     picture.toolName = L"Repair.exe";
     picture.clientFolder = L"D:\\Karvoth";
     picture.job.detailLine = L"client.zip";
+    const OwnedBitmap backdrop = MakeBackdrop(Canvas(0xFF8090A0).Bitmap());
+    picture.backdrop = backdrop.get();
     const Canvas canvas;
     const MemoryDevice device(kWindow.width, kWindow.height);
     for (const WindowPicture& each : {before, picture}) {

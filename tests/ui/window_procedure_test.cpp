@@ -132,8 +132,8 @@ TEST_F(WindowProcedure, PaintingShowsConfigurationFolderJobAndPictures) {
         .clientFolder = client_.Path().native(),
         .job = snapshot(),
         .accentColor = 0xFF33CC99,
-        .logo = windowState.logoImage.get(),
-        .background = windowState.backgroundImage.get(),
+        .backdrop = windowState.backdrop.get(),
+        .logo = windowState.panelLogo.get(),
     };
     const Canvas expected;
     PaintWindow(expected.Graphics(), picture);
