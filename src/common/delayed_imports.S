@@ -112,6 +112,8 @@ delayedImports:
     import GdipGetImageGraphicsContext
     import GdipGetImageHeight
     import GdipGetImageWidth
+    import GdipResetClip
+    import GdipSetClipRectI
     import GdipSetCompositingMode
     import GdipSetInterpolationMode
     import GdipSetSmoothingMode
@@ -121,6 +123,14 @@ delayedImports:
     import GdipSetTextRenderingHint
     import GdiplusShutdown
     import GdiplusStartup
+
+    dll shell32.dll
+    import CommandLineToArgvW
+    import SHGetKnownFolderPath
+    import ShellExecuteW
+
+    dll shlwapi.dll
+    import PathIsRelativeW
 
     dll winhttp.dll
     import WinHttpCloseHandle

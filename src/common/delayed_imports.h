@@ -4,7 +4,8 @@
 
 // Functions of system DLLs that are not on Windows' list of known DLLs. An ordinary import would
 // load such a DLL from the exe's own folder, where games keep replacements for some of them. These
-// imports are resolved on first call instead, from the system folder only.
+// imports are resolved on first call instead, from the system folder only. So are those of the
+// shell's DLLs, which take long to load and are not needed to show the window.
 //
 // The Microsoft linker can do this by itself (/DELAYLOAD). For the GNU linker, delayed_imports.S
 // defines the functions and this table.

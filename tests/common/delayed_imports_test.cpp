@@ -14,13 +14,19 @@ using namespace Gdiplus::DllExports;
 
 namespace {
 
-// Whether an address is in the DLL of this name from the system folder.
+// Whether an address is in the DLL of this name, or in another of the system folder to which that
+// one forwards calls.
 bool IsInSystemDll(void* address, const std::string& dllName) {
     HMODULE module = nullptr;
     ::GetModuleHandleExA(
         GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
         static_cast<const char*>(address), &module);
-    return module != nullptr && module == ::GetModuleHandleA(dllName.c_str());
+    std::string path(MAX_PATH, '\0');
+    path.resize(::GetModuleFileNameA(module, path.data(), MAX_PATH));
+    std::string folder(MAX_PATH, '\0');
+    folder.resize(::GetSystemDirectoryA(folder.data(), MAX_PATH));
+    const bool isSystems = ::_strnicmp(path.c_str(), folder.c_str(), folder.size()) == 0;
+    return module != nullptr && (module == ::GetModuleHandleA(dllName.c_str()) || isSystems);
 }
 
 TEST(DelayedImports, AreAllProvidedByWindows) {
