@@ -45,6 +45,18 @@ void DrawStyledText(Gdiplus::GpGraphics* graphics, std::wstring_view text, const
 
 }  // namespace
 
+ExcludedBoxes::ExcludedBoxes(Gdiplus::GpGraphics* graphics, std::initializer_list<Box> boxes)
+    : graphics_(graphics) {
+    for (const Box& box : boxes) {
+        GdipSetClipRectI(graphics, box.x, box.y, box.width, box.height,
+                         Gdiplus::CombineModeExclude);
+    }
+}
+
+ExcludedBoxes::~ExcludedBoxes() {
+    GdipResetClip(graphics_);
+}
+
 void FillBox(Gdiplus::GpGraphics* graphics, const Box& box, Argb color) {
     const OwnedBrush brush = MakeSolidBrush(color);
     GdipFillRectangleI(graphics, brush.get(), box.x, box.y, box.width, box.height);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <span>
 #include <string_view>
 
@@ -10,6 +11,18 @@
 // Drawing functions of the painters; nothing else draws with GDI+. Each creates and frees its own
 // pen, brush or font. A fill excludes a box's right and bottom edges, an outline includes them.
 // Window thread.
+
+// No drawing affects these boxes as long as the object exists.
+class ExcludedBoxes {
+public:
+    ExcludedBoxes(Gdiplus::GpGraphics* graphics, std::initializer_list<Box> boxes);
+    ~ExcludedBoxes();
+    ExcludedBoxes(const ExcludedBoxes&) = delete;
+    ExcludedBoxes& operator=(const ExcludedBoxes&) = delete;
+
+private:
+    Gdiplus::GpGraphics* graphics_;
+};
 
 void FillBox(Gdiplus::GpGraphics* graphics, const Box& box, Argb color);
 void OutlineBox(Gdiplus::GpGraphics* graphics, const Box& box, Argb color, float penPx);

@@ -14,8 +14,12 @@ constexpr wchar_t kHeadingText[] = L"Repair or Reinstall the Game";
 constexpr wchar_t kMonogram[] = L"QS";
 
 void PaintAreas(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* background) {
-    const bool covered = DrawImageCovering(graphics, background, kWindow);
-    FillBox(graphics, kWindow, covered ? kBackgroundVeil : kWindowFill);
+    {
+        // Nothing where title bar and panel will be, except under their edges.
+        const ExcludedBoxes excluded(graphics, {Shrunk(kTitleBar, 1), Shrunk(kPanel, 1)});
+        const bool covered = DrawImageCovering(graphics, background, kWindow);
+        FillBox(graphics, kWindow, covered ? kBackgroundVeil : kWindowFill);
+    }
     FillBox(graphics, kTitleBar, kTitleBarFill);
     FillBox(graphics, kPanel, kPanelFill);
 }
