@@ -289,17 +289,19 @@ StrayBytes CheckEntries(const RandomAccessFile& file, ZipDirectory& directory, u
         }
         return checker.Stray();
     };
-    std::vector<std::future<StrayBytes>> runs;
-    for (size_t i = 0; i < std::min<size_t>(threads, works.size()); ++i) {
-        runs.push_back(std::async(std::launch::async, run));
+    // This thread works too.
+    std::vector<std::future<StrayBytes>> others;
+    for (size_t i = 1; i < std::min<size_t>(threads, works.size()); ++i) {
+        others.push_back(std::async(std::launch::async, run));
     }
+    StrayBytes stray = run();
     EntryChecker checker(file);
     checker.AddStrayBytes(0, entries.empty()
                                  ? directory.offset
                                  : std::min(directory.offset, entries.front()->headerOffset));
-    StrayBytes stray = checker.Stray();
-    for (std::future<StrayBytes>& ended : runs) {
-        Merge(stray, ended.get());
+    Merge(stray, checker.Stray());
+    for (std::future<StrayBytes>& other : others) {
+        Merge(stray, other.get());
     }
     return stray;
 }

@@ -43,7 +43,7 @@ void AppendTimeExtra(ByteBuffer& header, const PackedEntry& entry) {
     AppendU16(header, kTimeExtraId);
     AppendU16(header, kTimeExtraBytes);
     AppendU8(header, kHasModificationTime);
-    AppendU32(header, static_cast<uint32_t>(UnixTime(entry.lastWriteTime)));
+    AppendU32(header, UnixTime(entry.lastWriteTime));
 }
 
 void AppendName(ByteBuffer& header, const PackedEntry& entry) {
@@ -145,11 +145,10 @@ ByteBuffer EndRecords(uint64_t entries, uint64_t directoryOffset, uint64_t direc
     return end;
 }
 
-int32_t UnixTime(uint64_t fileTime) {
-    constexpr int64_t kSecondsTo1970 = kUnixEpoch / kTicksPerSecond;
-    const auto seconds = static_cast<int64_t>(fileTime / kTicksPerSecond) - kSecondsTo1970;
-    return static_cast<int32_t>(std::clamp<int64_t>(seconds, std::numeric_limits<int32_t>::min(),
-                                                    std::numeric_limits<int32_t>::max()));
+uint32_t UnixTime(uint64_t fileTime) {
+    constexpr uint64_t kLatest = std::numeric_limits<int32_t>::max();
+    const uint64_t sinceEpoch = fileTime < kUnixEpoch ? 0 : fileTime - kUnixEpoch;
+    return static_cast<uint32_t>(std::min(sinceEpoch / kTicksPerSecond, kLatest));
 }
 
 uint32_t DosTime(uint64_t fileTime) {

@@ -26,8 +26,9 @@ struct PackedEntry {
 [[nodiscard]] ByteBuffer EndRecords(uint64_t entries, uint64_t directoryOffset,
                                     uint64_t directoryBytes);
 
-// Seconds since 1970 in UTC, within the 32 bits that the extended time stamp has.
-[[nodiscard]] int32_t UnixTime(uint64_t fileTime);
+// Seconds since 1970 in UTC for the extended time stamp: from 1970 to 2038. Its 32 bits are signed,
+// but tar.exe takes times before 1970 for some after 2038.
+[[nodiscard]] uint32_t UnixTime(uint64_t fileTime);
 
 // Date (high) and time (low) of the DOS format in UTC, from 1980 to 2107, even seconds.
 [[nodiscard]] uint32_t DosTime(uint64_t fileTime);

@@ -9,15 +9,15 @@ namespace {
 constexpr uint64_t kSecond = 10'000'000;
 constexpr uint64_t k1970 = 116'444'736'000'000'000;
 
-TEST(UnixTime, IsClampedToWhatTheFieldHolds) {
-    EXPECT_EQ(UnixTime(k1970), 0);
-    EXPECT_EQ(UnixTime(k1970 + kSecond - 1), 0);
-    EXPECT_EQ(UnixTime(k1970 - 1), -1);
-    EXPECT_EQ(UnixTime(k1970 + 1'000'000'001 * kSecond), 1'000'000'001);
-    EXPECT_EQ(UnixTime(0), std::numeric_limits<int32_t>::min());
-    EXPECT_EQ(UnixTime(k1970 + 0x7FFF'FFFF * kSecond), 0x7FFF'FFFF);
-    EXPECT_EQ(UnixTime(k1970 + 0x8000'0000 * kSecond), 0x7FFF'FFFF);
-    EXPECT_EQ(UnixTime(std::numeric_limits<uint64_t>::max()), 0x7FFF'FFFF);
+TEST(UnixTime, IsClampedToWhatAllProgramsRead) {
+    EXPECT_EQ(UnixTime(k1970), 0U);
+    EXPECT_EQ(UnixTime(k1970 + kSecond - 1), 0U);
+    EXPECT_EQ(UnixTime(k1970 - 1), 0U);
+    EXPECT_EQ(UnixTime(0), 0U);
+    EXPECT_EQ(UnixTime(k1970 + 1'000'000'001 * kSecond), 1'000'000'001U);
+    EXPECT_EQ(UnixTime(k1970 + 0x7FFF'FFFF * kSecond), 0x7FFF'FFFFU);
+    EXPECT_EQ(UnixTime(k1970 + 0x8000'0000 * kSecond), 0x7FFF'FFFFU);
+    EXPECT_EQ(UnixTime(std::numeric_limits<uint64_t>::max()), 0x7FFF'FFFFU);
 }
 
 TEST(DosTime, IsUtcInEvenSecondsFrom1980To2107) {
