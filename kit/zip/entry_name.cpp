@@ -9,13 +9,39 @@
 namespace {
 
 constexpr size_t kLongestComponent = 255;  // Of NTFS, in UTF-16 characters.
+constexpr size_t kLongestPath = 32'767;    // Of any Windows function, in UTF-16 characters.
 
-bool IsControl(unsigned char byte) {
-    return byte < 0x20 || byte == 0x7F;
-}
+enum class CharacterKind : unsigned char { Usual, Backslash, Colon, Control, Forbidden };
 
-bool IsForbidden(char character) {
-    return std::string_view("<>\"|?*").find(character) != std::string_view::npos;
+// Of each byte.
+constexpr std::array<CharacterKind, 256> kKinds = [] {
+    std::array<CharacterKind, 256> kinds{};
+    for (size_t byteValue = 0; byteValue < 0x20; ++byteValue) {
+        kinds[byteValue] = CharacterKind::Control;
+    }
+    kinds[0x7F] = CharacterKind::Control;
+    for (const char character : std::string_view("<>\"|?*")) {
+        kinds[static_cast<size_t>(character)] = CharacterKind::Forbidden;
+    }
+    kinds['\\'] = CharacterKind::Backslash;
+    kinds[':'] = CharacterKind::Colon;
+    return kinds;
+}();
+
+std::string_view CharacterFault(CharacterKind kind) {
+    switch (kind) {
+        case CharacterKind::Usual:
+            break;
+        case CharacterKind::Backslash:
+            return "has a backslash";
+        case CharacterKind::Colon:
+            return "has a colon";
+        case CharacterKind::Control:
+            return "has a control character";
+        case CharacterKind::Forbidden:
+            return "has a character that Windows forbids in names";
+    }
+    return {};
 }
 
 char UpperAscii(char character) {
@@ -33,20 +59,30 @@ bool IsDeviceNumber(std::string_view text) {
            text == "\xC2\xB2" || text == "\xC2\xB3";
 }
 
+bool IsSameAscii(std::string_view text, std::string_view upper) {
+    return std::equal(text.begin(), text.end(), upper.begin(), upper.end(),
+                      [](char left, char right) { return UpperAscii(left) == right; });
+}
+
 // Devices keep their meaning with an extension, and with blanks before it.
 bool IsDeviceName(std::string_view component) {
+    // Nearly all names end the question here.
+    if (component.size() < 3 ||
+        std::string_view("CPANL").find(UpperAscii(component[0])) == std::string_view::npos) {
+        return false;
+    }
     std::string_view base = component.substr(0, component.find('.'));
     while (base.ends_with(' ')) {
         base.remove_suffix(1);
     }
-    std::string upper(base);
-    std::transform(upper.begin(), upper.end(), upper.begin(), UpperAscii);
-    static constexpr std::array<std::string_view, 6> kNames{"CON", "PRN",    "AUX",
-                                                            "NUL", "CONIN$", "CONOUT$"};
-    if (std::find(kNames.begin(), kNames.end(), upper) != kNames.end()) {
-        return true;
+    for (const std::string_view name : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"}) {
+        if (IsSameAscii(base, name)) {
+            return true;
+        }
     }
-    return (upper.starts_with("COM") || upper.starts_with("LPT")) && IsDeviceNumber(base.substr(3));
+    const std::string_view start = base.substr(0, 3);
+    return (IsSameAscii(start, "COM") || IsSameAscii(start, "LPT")) &&
+           IsDeviceNumber(base.substr(start.size()));
 }
 
 std::string_view ComponentFault(std::string_view component) {
@@ -112,34 +148,31 @@ std::string_view NameFault(std::string_view name) {
     if (name.empty()) {
         return "is empty";
     }
-    if (name.find('\\') != std::string_view::npos) {
-        return "has a backslash";
-    }
     if (name.starts_with('/')) {
         return "begins with a slash, so it leads outside";
     }
     if (name.size() >= 2 && name[1] == ':' && IsAsciiLetter(name[0])) {
         return "begins with a drive letter, so it leads outside";
     }
-    if (name.find(':') != std::string_view::npos) {
-        return "has a colon";
+    const auto special = std::find_if(name.begin(), name.end(), [](char character) {
+        return kKinds[static_cast<unsigned char>(character)] != CharacterKind::Usual;
+    });
+    if (special != name.end()) {
+        return CharacterFault(kKinds[static_cast<unsigned char>(*special)]);
     }
-    if (std::any_of(name.begin(), name.end(),
-                    [](char c) { return IsControl(static_cast<unsigned char>(c)); })) {
-        return "has a control character";
-    }
-    if (std::any_of(name.begin(), name.end(), IsForbidden)) {
-        return "has a character that Windows forbids in names";
+    if (Utf16Length(name) > kLongestPath) {
+        return "is longer than Windows can have a path";
     }
     if (name.ends_with('/')) {
         name.remove_suffix(1);
     }
     for (;;) {
-        const std::string_view fault = ComponentFault(FirstComponent(name));
-        if (!fault.empty() || name.find('/') == std::string_view::npos) {
+        const size_t slash = name.find('/');
+        const std::string_view fault = ComponentFault(name.substr(0, slash));
+        if (!fault.empty() || slash == std::string_view::npos) {
             return fault;
         }
-        name = AfterFirstComponent(name);
+        name.remove_prefix(slash + 1);
     }
 }
 
@@ -174,10 +207,14 @@ size_t Utf16Length(std::string_view utf8) {
 }
 
 std::string FoldCase(std::string_view utf8) {
-    const std::vector<wchar_t>& upper = UpperCaseTable();
-    std::string folded;
-    folded.reserve(utf8.size());
-    for (size_t i = 0; i < utf8.size();) {
+    static const std::vector<wchar_t>& upper = UpperCaseTable();
+    std::string folded(utf8);
+    size_t ascii = 0;
+    for (; ascii < utf8.size() && static_cast<unsigned char>(utf8[ascii]) < 0x80; ++ascii) {
+        folded[ascii] = UpperAscii(utf8[ascii]);
+    }
+    folded.resize(ascii);
+    for (size_t i = ascii; i < utf8.size();) {
         const auto first = static_cast<unsigned char>(utf8[i]);
         const size_t bytes = CharacterBytes(first);
         const auto continued = [&](size_t index) {

@@ -70,6 +70,12 @@ bool FitsPattern(std::string_view component, std::string_view pattern) {
     return component.ends_with(after);
 }
 
+// Most folders have none of these names, which this tells without comparing.
+bool CanBePlayerFolder(std::string_view folder) {
+    return !folder.empty() &&
+           (folder[0] == 'S' || folder[0] == 'L' || folder[0] == 'C' || folder[0] == 'M');
+}
+
 template <size_t Count>
 std::string_view KindOf(std::string_view component, const PlayerFile (&table)[Count]) {
     for (const PlayerFile& row : table) {
@@ -125,11 +131,13 @@ void CheckFileCount(uint64_t files, const std::string& packageName, Findings& fi
 
 std::string_view PlayerFileKind(std::string_view foldedName) {
     while (foldedName.find('/') != std::string_view::npos) {
-        const std::string_view kind = KindOf(FirstComponent(foldedName), kPlayerFolders);
+        const std::string_view folder = FirstComponent(foldedName);
+        const std::string_view kind =
+            CanBePlayerFolder(folder) ? KindOf(folder, kPlayerFolders) : std::string_view();
         if (!kind.empty()) {
             return kind;
         }
-        foldedName = AfterFirstComponent(foldedName);
+        foldedName.remove_prefix(folder.size() + 1);
     }
     return KindOf(foldedName, kPlayerFiles);
 }

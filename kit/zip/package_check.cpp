@@ -142,15 +142,18 @@ private:
             Add("package.damaged", directory_.problem, kMakeAgain);
             return;
         }
+        // The names need no data, so they are judged meanwhile.
+        auto names = std::async(std::launch::async, [this] { CheckNames(); });
+        StrayBytes stray;
         {
             Progress progress(console, "Checking " + name_, file.Size());
-            const StrayBytes stray =
+            stray =
                 CheckEntries(file, directory_, std::max(1U, std::thread::hardware_concurrency()),
                              [&](uint64_t bytes) { progress.Add(bytes); });
-            ReportStrayBytes(stray);
         }
+        names.get();
+        ReportStrayBytes(stray);
         CheckEachEntry();
-        CheckNames();
         SetFacts();
     }
 

@@ -11,10 +11,10 @@ namespace {
 constexpr char kSeparator = '\x01';
 
 std::string KeyOf(std::string_view name) {
-    if (name.ends_with('/')) {
-        name.remove_suffix(1);
-    }
     std::string key = FoldCase(name);
+    if (key.ends_with('/')) {
+        key.pop_back();
+    }
     std::replace(key.begin(), key.end(), '/', kSeparator);
     return key;
 }

@@ -86,6 +86,12 @@ TEST(NameFault, FindsNamesThatWindowsCannotHaveOrThatLeadOutside) {
     EXPECT_NE(NameFault(std::string(256, 'a')), "");
     EXPECT_NE(NameFault("a/" + std::string(256, 'b') + "/c"), "");
     EXPECT_NE(NameFault(std::string("a\0b", 3)), "");
+    std::string deep;
+    while (deep.size() < 32'767) {
+        deep += "a/";
+    }
+    EXPECT_EQ(NameFault(deep.substr(0, 32'767)), "");
+    EXPECT_NE(NameFault(deep.substr(0, 32'767) + "/a"), "");
 }
 
 TEST(NameFault, IsRightForBytesThatAreNoText) {
