@@ -34,6 +34,6 @@ std::string SystemErrorText(DWORD error) {
     for (wchar_t& character : text) {
         character = character == L'\r' || character == L'\n' ? L' ' : character;
     }
-    const std::string code = "code " + std::to_string(error);
-    return text.empty() ? "Windows reports " + code : WideToUtf8(text) + " (" + code + ")";
+    return (text.empty() ? "the system has no words for it" : WideToUtf8(text)) + " (code " +
+           std::to_string(error) + ")";
 }

@@ -3,17 +3,34 @@
 #include <system_error>
 
 #include "bench_parts/running_copy.h"
-#include "bench_parts/scratch_folder.h"
 
 namespace kit_test {
 
 namespace {
 
-KernelHandle InheritableFile(const std::filesystem::path& path) {
+// A file for a program's output that disappears with its last handle. The system's own background
+// programs may inherit one and keep it for a while.
+KernelHandle OutputHandle() {
+    wchar_t folder[MAX_PATH + 1] = {};
+    wchar_t path[MAX_PATH + 1] = {};
+    ::GetTempPathW(MAX_PATH + 1, folder);
+    ::GetTempFileNameW(folder, L"kit", 0, path);
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
-    return AdoptHandle<KernelHandle>(::CreateFileW(path.c_str(), GENERIC_WRITE,
-                                                   FILE_SHARE_READ | FILE_SHARE_WRITE, &inheritable,
-                                                   CREATE_ALWAYS, 0, nullptr));
+    return AdoptHandle<KernelHandle>(
+        ::CreateFileW(path, GENERIC_READ | GENERIC_WRITE | DELETE,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable,
+                      CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+}
+
+std::string ContentOf(HANDLE file) {
+    std::string content;
+    ::SetFilePointer(file, 0, nullptr, FILE_BEGIN);
+    char piece[4096];
+    DWORD bytes = 0;
+    while (::ReadFile(file, piece, sizeof piece, &bytes, nullptr) && bytes != 0) {
+        content.append(piece, bytes);
+    }
+    return content;
 }
 
 KernelHandle Start(const wchar_t* program, const std::wstring& arguments, STARTUPINFOW& startup,
@@ -35,24 +52,19 @@ KernelHandle Start(const wchar_t* program, const std::wstring& arguments, STARTU
 }  // namespace
 
 KitRun RunRepairKit(const std::wstring& arguments, HANDLE out) {
-    const bench::ScratchFolder scratch;
-    const std::filesystem::path outPath = scratch.Path() / L"out";
-    const std::filesystem::path errorPath = scratch.Path() / L"error";
+    const KernelHandle outFile = OutputHandle();
+    const KernelHandle errorFile = OutputHandle();
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = out == nullptr ? outFile.get() : out;
+    startup.hStdError = errorFile.get();
+    const KernelHandle process = Start(L"repair_kit.exe", arguments, startup, nullptr);
+    ::WaitForSingleObject(process.get(), INFINITE);
     KitRun run;
-    {
-        const KernelHandle outFile = InheritableFile(outPath);
-        const KernelHandle errorFile = InheritableFile(errorPath);
-        STARTUPINFOW startup{};
-        startup.cb = sizeof startup;
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdOutput = out == nullptr ? outFile.get() : out;
-        startup.hStdError = errorFile.get();
-        const KernelHandle process = Start(L"repair_kit.exe", arguments, startup, nullptr);
-        ::WaitForSingleObject(process.get(), INFINITE);
-        ::GetExitCodeProcess(process.get(), &run.exitCode);
-    }
-    run.out = bench::ReadFile(outPath);
-    run.error = bench::ReadFile(errorPath);
+    ::GetExitCodeProcess(process.get(), &run.exitCode);
+    run.out = ContentOf(outFile.get());
+    run.error = ContentOf(errorFile.get());
     return run;
 }
 

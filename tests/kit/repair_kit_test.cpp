@@ -1,0 +1,303 @@
+// The program from outside: exit codes, stdout and stderr.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "bench_parts/environment_variable.h"
+#include "bench_parts/scratch_folder.h"
+#include "brand_corpus.h"
+#include "common/text.h"
+#include "kit/command_line.h"
+#include "kit/errors.h"
+#include "kit/utf8.h"
+#include "kit_process.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using bench::FolderListing;
+using bench::ScratchFolder;
+using bench::WriteFile;
+using kit_test::ConfigText;
+using kit_test::KitRun;
+using kit_test::RunRepairKit;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+std::wstring Quoted(const fs::path& path) {
+    return L"\"" + path.native() + L"\"";
+}
+
+// A brand that the kit has made, with this configuration.
+fs::path MakeBrandFolder(const fs::path& folder, const std::string& configText) {
+    EXPECT_EQ(RunRepairKit(L"new --quiet " + Quoted(folder)).exitCode, 0U);
+    WriteFile(folder / L"config.txt", configText);
+    return folder;
+}
+
+size_t LineCount(const std::string& text) {
+    return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+TEST(RepairKit, AnswersWrongUsageWithOneLine) {
+    const ScratchFolder scratch;
+    const std::wstring inFolder = Quoted(scratch.Path());
+    const struct {
+        std::wstring arguments;
+        const char* message;
+    } rows[] = {
+        {L"", "command is missing"},
+        {L"chekc x", "unknown command chekc"},
+        {L"check", "BRAND is missing"},
+        {L"check --json", "BRAND is missing"},
+        {L"check \"\"", "BRAND is empty"},
+        {L"check a b", "one word too many"},
+        {L"check a --bogus", "unknown option --bogus"},
+        {L"check a --package", "--package needs a value"},
+        {L"check a --package=", "--package needs a value"},
+        {L"check a --package --json", "--package needs a value"},
+        {L"check a --package x --package y", "--package is given twice"},
+        {L"check a --json=yes", "--json takes no value"},
+        {L"check a --download", "--online"},
+        {L"check a -x", "unknown option -x"},
+        {L"new a --json", "unknown option --json"},
+        {L"new a --name \"a\nb\"", "control character"},
+    };
+    for (const auto& row : rows) {
+        const KitRun run = RunRepairKit(row.arguments);
+        EXPECT_EQ(run.exitCode, 2U) << row.message;
+        EXPECT_THAT(run.out, IsEmpty()) << row.message;
+        EXPECT_THAT(run.error, StartsWith("repair_kit: "));
+        EXPECT_THAT(run.error, HasSubstr(row.message));
+        EXPECT_EQ(LineCount(run.error), 1U) << run.error;
+    }
+}
+
+TEST(RepairKit, ExplainsItselfOnStdout) {
+    for (const wchar_t* arguments :
+         {L"--help", L"-h", L"/?", L"check --help", L"check --bogus -h", L"new x --help"}) {
+        const KitRun run = RunRepairKit(arguments);
+        EXPECT_EQ(run.exitCode, 0U);
+        EXPECT_THAT(run.out, StartsWith("usage: repair_kit "));
+        EXPECT_THAT(run.error, IsEmpty());
+    }
+    EXPECT_THAT(RunRepairKit(L"check --help").out, HasSubstr("example:\n  repair_kit check "));
+    EXPECT_EQ(RunRepairKit(L"--version").out, "repair_kit " ENGINE_VERSION "\n");
+}
+
+TEST(RepairKit, CheckEndsWithOneForErrorsOnly) {
+    const ScratchFolder scratch;
+    const std::wstring clean = Quoted(MakeBrandFolder(scratch.Path() / L"clean", ConfigText({})));
+    const std::wstring warning =
+        Quoted(MakeBrandFolder(scratch.Path() / L"warning", ConfigText({"color=red"})));
+    const std::wstring noDigest =
+        Quoted(MakeBrandFolder(scratch.Path() / L"digest", ConfigText({"-archiveSha256"})));
+    EXPECT_EQ(RunRepairKit(L"check --strict " + clean).exitCode, 0U);
+    EXPECT_EQ(RunRepairKit(L"check " + clean).out, "No findings.\n");
+    EXPECT_EQ(RunRepairKit(L"check --quiet " + clean).out, "");
+    EXPECT_EQ(RunRepairKit(L"check " + warning).exitCode, 0U);
+    EXPECT_EQ(RunRepairKit(L"check --strict " + warning).exitCode, 1U);
+    EXPECT_EQ(RunRepairKit(L"check " + noDigest).exitCode, 1U);
+    EXPECT_EQ(RunRepairKit(L"check --no-digest " + noDigest).exitCode, 0U);
+    const KitRun quiet = RunRepairKit(L"check --quiet " + warning);
+    EXPECT_THAT(quiet.out, StartsWith("warning config.txt:6: "));
+    EXPECT_EQ(LineCount(quiet.out), 2U) << quiet.out;
+    EXPECT_THAT(quiet.error, IsEmpty());
+}
+
+TEST(RepairKit, SaysWhatCannotBeReadAndLeavesStdoutEmpty) {
+    const ScratchFolder scratch;
+    const fs::path file = scratch.Path() / L"file";
+    WriteFile(file, "x");
+    const fs::path oddBrand = scratch.Path() / L"odd";
+    fs::create_directories(oddBrand / L"config.txt");
+    const fs::path lockedBrand = MakeBrandFolder(scratch.Path() / L"locked", ConfigText({}));
+    const bench::OpenElsewhere user(lockedBrand / L"logo.png", 0);
+    const fs::path hugeBrand = MakeBrandFolder(scratch.Path() / L"huge", ConfigText({}));
+    bench::MakeSparseFile(hugeBrand / L"config.txt", 5ULL << 30);
+    const struct {
+        fs::path brand;
+        const char* reason;
+    } rows[] = {
+        {scratch.Path() / L"missing", "cannot find the folder"},
+        {file, "which is a file"},
+        {oddBrand, "which is a folder"},
+        {lockedBrand, "(code 32)"},
+        {hugeBrand, "larger than"},
+    };
+    for (const auto& row : rows) {
+        const KitRun run = RunRepairKit(L"check --json " + Quoted(row.brand));
+        EXPECT_EQ(run.exitCode, 4U) << row.reason;
+        EXPECT_THAT(run.out, IsEmpty());
+        EXPECT_THAT(run.error, HasSubstr(row.reason));
+        EXPECT_THAT(run.error, HasSubstr("(code "));
+        EXPECT_EQ(LineCount(run.error), 1U);
+    }
+}
+
+TEST(RepairKit, ReportsThatItsOutputCannotBeWritten) {
+    const ScratchFolder scratch;
+    const fs::path file = scratch.Path() / L"file";
+    WriteFile(file, "x");
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    const auto readOnly = AdoptHandle<KernelHandle>(::CreateFileW(
+        file.c_str(), GENERIC_READ, FILE_SHARE_READ, &inheritable, OPEN_EXISTING, 0, nullptr));
+    const KitRun run = RunRepairKit(L"--help", readOnly.get());
+    EXPECT_EQ(run.exitCode, 4U);
+    EXPECT_THAT(run.error, HasSubstr("cannot write the output"));
+}
+
+TEST(RepairKit, TakesUnicodeNamesAndLongPaths) {
+    const ScratchFolder scratch;
+    fs::path folder = scratch.Path() / L"\u00E4\u4E2D\U0001F600";
+    for (int i = 0; i < 5; ++i) {
+        folder /= std::wstring(60, L'd');
+    }
+    const KitRun made = RunRepairKit(L"new " + Quoted(folder) + L" --name \"Spiel \u00DF\"");
+    EXPECT_EQ(made.exitCode, 0U) << made.error;
+    EXPECT_THAT(made.out, HasSubstr(WideToUtf8(folder.native())));
+    const KitRun checked = RunRepairKit(L"check --no-digest " + Quoted(folder));
+    EXPECT_EQ(checked.exitCode, 1U) << checked.error;
+    EXPECT_THAT(checked.out, HasSubstr("[url.missing]\n"));
+    EXPECT_THAT(checked.out, HasSubstr("\n1 error, 0 warnings, 0 notes.\n"));
+    const KitRun refused = RunRepairKit(L"new " + Quoted(folder));
+    EXPECT_EQ(refused.exitCode, 1U);
+    EXPECT_THAT(refused.error, HasSubstr("is not empty"));
+}
+
+TEST(RepairKit, ShowsControlCharactersEscaped) {
+    const ScratchFolder scratch;
+    const std::string evil = "\x1B[2J\x07\x7F\xC2\x9B\xE2\x80\xAE";
+    const fs::path brand =
+        MakeBrandFolder(scratch.Path() / L"b",
+                        ConfigText({evil + "=1", "websiteUrl=" + evil, "accentHex=" + evil}));
+    for (const wchar_t* option : {L"check ", L"check --json "}) {
+        const KitRun run = RunRepairKit(option + Quoted(brand));
+        EXPECT_EQ(run.exitCode, 1U);
+        EXPECT_THAT(run.out, Not(HasSubstr("\x1B")));
+        EXPECT_THAT(run.out, Not(HasSubstr("\x7F")));
+        EXPECT_THAT(run.out, Not(HasSubstr("\xC2\x9B")));
+        EXPECT_THAT(run.out, Not(HasSubstr("\xE2\x80\xAE")));
+        EXPECT_THAT(run.out, HasSubstr("[2J"));
+    }
+    const KitRun usage = RunRepairKit(L"\x1B[2J\u202E");
+    EXPECT_EQ(usage.exitCode, 2U);
+    EXPECT_THAT(usage.error, HasSubstr("\\x1B[2J\\u202E"));
+}
+
+TEST(RepairKit, NewWritesTheDefaultBrandWithAnotherName) {
+    const ScratchFolder scratch;
+    const fs::path plain = scratch.Path() / L"plain";
+    const fs::path named = scratch.Path() / L"named";
+    EXPECT_EQ(RunRepairKit(L"new " + Quoted(plain)).exitCode, 0U);
+    EXPECT_EQ(RunRepairKit(L"new " + Quoted(named) + L" --name \"My Game\"").exitCode, 0U);
+    EXPECT_THAT(FolderListing(named),
+                ElementsAre(L"background.jpg", L"config.txt", L"logo.png", L"tool.ico"));
+    for (const wchar_t* name : {L"background.jpg", L"config.txt", L"logo.png", L"tool.ico"}) {
+        EXPECT_TRUE(bench::ReadFile(plain / name) ==
+                    bench::ReadFile(fs::path(DEFAULT_BRAND) / name));
+    }
+    const std::string text = bench::ReadFile(named / L"config.txt");
+    for (const char* line :
+         {"\ndownloaderName=My Game\n", "\nshortcutName=My Game\n",
+          "\nprogramsDisplayName=My Game\n", "\nrepairToolName=My Game Repair.exe\n",
+          "\nrepairProductName=My Game Repair\n",
+          "\nuninstallerProductName=My Game Uninstaller\n"}) {
+        EXPECT_THAT(text, HasSubstr(line));
+    }
+    EXPECT_EQ(LineCount(text), LineCount(bench::ReadFile(plain / L"config.txt")));
+    EXPECT_EQ(RunRepairKit(L"new " + Quoted(plain / L"config.txt")).exitCode, 1U);
+}
+
+TEST(RepairKit, NamesOfAnyKindGiveABrandWithoutFurtherFindings) {
+    const ScratchFolder scratch;
+    int number = 0;
+    for (const wchar_t* name : {L"Back\\\\slash: 2", L"Dots...", L"...", L"CON", L"a=b"}) {
+        const fs::path folder = scratch.Path() / std::to_wstring(number++);
+        ASSERT_EQ(RunRepairKit(L"new " + Quoted(folder) + L" --name \"" + name + L"\"").exitCode,
+                  0U);
+        EXPECT_THAT(RunRepairKit(L"check " + Quoted(folder)).out,
+                    HasSubstr("\n2 errors, 0 warnings, 0 notes.\n"))
+            << name;
+    }
+}
+
+// What throws WrongUsage with this message.
+template <auto Read>
+std::string UsageError(const CommandSyntax& syntax, const std::vector<std::wstring>& words) {
+    try {
+        static_cast<void>(Read(SortWords(syntax, words)));
+    } catch (const WrongUsage& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+TEST(CommandLine, RefusesOutputInsideWhatIsOnlyRead) {
+    const ScratchFolder scratch;
+    const std::wstring brand = (scratch.Path() / L"Brand").native();
+    fs::create_directories(brand);
+    const bool linked = bench::MakeFolderLink(scratch.Path() / L"link", brand);
+    const auto build = [&](const std::wstring& output) {
+        return UsageError<ReadBuildArguments>(kBuildSyntax, {brand, L"-o", output});
+    };
+    EXPECT_THAT(build(brand), HasSubstr("inside BRAND"));
+    EXPECT_THAT(build(brand + L"\\new\\folder"), HasSubstr("inside BRAND"));
+    EXPECT_THAT(build(LowerCase(brand)), HasSubstr("inside BRAND"));
+    EXPECT_THAT(build(brand + L"\\..\\Brand\\."), HasSubstr("inside BRAND"));
+    if (linked) {
+        EXPECT_THAT(build((scratch.Path() / L"link" / L"out").native()), HasSubstr("inside BRAND"));
+    }
+    EXPECT_EQ(build(brand + L"2"), "accepted");
+    EXPECT_EQ(build(brand + L"\\..\\out"), "accepted");
+    const auto pack = [&](const std::wstring& output) {
+        return UsageError<ReadPackArguments>(
+            kPackSyntax, {scratch.Path().native(), L"-o", output, L"--brand", brand});
+    };
+    EXPECT_THAT(pack((scratch.Path() / L"a.zip").native()), HasSubstr("inside CLIENT"));
+    EXPECT_EQ(pack(scratch.Path().native() + L".zip"), "accepted");
+    EXPECT_THAT(UsageError<ReadPreviewArguments>(kPreviewSyntax, {brand, L"-o", brand}),
+                HasSubstr("inside BRAND"));
+}
+
+TEST(CommandLine, RefusesValuesThatMeanNothing) {
+    const auto pack = [](const std::vector<std::wstring>& options) {
+        std::vector<std::wstring> words{L"Z:\\no client", L"-o", L"Z:\\a.zip"};
+        words.insert(words.end(), options.begin(), options.end());
+        return UsageError<ReadPackArguments>(kPackSyntax, words);
+    };
+    EXPECT_EQ(pack({L"--level", L"9", L"--threads=256", L"--exclude", L"a", L"--exclude=b"}),
+              "accepted");
+    for (const wchar_t* level : {L"0", L"10", L"x", L"1x", L"99999999999"}) {
+        EXPECT_THAT(pack({L"--level", level}), HasSubstr("from 1 to 9"));
+    }
+    EXPECT_THAT(pack({L"--threads", L"0"}), HasSubstr("from 1 to 256"));
+    EXPECT_THAT(pack({L"--threads", L"257"}), HasSubstr("from 1 to 256"));
+    EXPECT_THAT(UsageError<ReadBuildArguments>(kBuildSyntax,
+                                               {L"Z:\\b", L"-o", L"Z:\\o", L"--sign", L"sign it"}),
+                HasSubstr("{file}"));
+    EXPECT_THAT(UsageError<ReadBuildArguments>(kBuildSyntax, {L"Z:\\b"}), HasSubstr("-o FOLDER"));
+    EXPECT_THAT(UsageError<ReadPreviewArguments>(
+                    kPreviewSyntax, {L"Z:\\b", L"-o", L"Z:\\o", L"--state", L"sleeping"}),
+                HasSubstr("ready, download"));
+}
+
+TEST(CommandLine, TakesOptionsAnywhereAndNamesThatBeginWithADash) {
+    const CheckArguments check = ReadCheckArguments(
+        SortWords(kCheckSyntax,
+                  std::vector<std::wstring>{L"--strict", L"--package=-p.zip", L"--", L"-brand"}));
+    EXPECT_EQ(check.brand, L"-brand");
+    EXPECT_EQ(check.package, L"-p.zip");
+    EXPECT_TRUE(check.strict);
+    EXPECT_FALSE(check.output.json);
+    const PreviewArguments preview = ReadPreviewArguments(SortWords(
+        kPreviewSyntax, std::vector<std::wstring>{L"Z:\\b", L"-o", L"Z:\\o", L"--state", L"servers",
+                                                  L"--state", L"ready", L"--state", L"ready"}));
+    EXPECT_THAT(preview.states, ElementsAre("ready", "servers"));
+}
+
+}  // namespace
