@@ -9,24 +9,28 @@ namespace {
 
 constexpr uint64_t kMostPictureBytes = 0x10000000;
 
-std::wstring FileIn(const std::wstring& folder, std::wstring_view name) {
-    return folder + (folder.ends_with(L'\\') || folder.ends_with(L'/') ? L"" : L"\\") +
-           std::wstring(name);
-}
-
 }  // namespace
 
 Brand ReadBrand(const std::wstring& folder) {
     RequireFolder(folder);
     Brand brand;
     brand.folder = AsFolder(folder);
-    brand.configText = ReadInputFile(FileIn(brand.folder, kConfigFileName), kMostConfigBytes);
-    brand.background = ReadInputFile(FileIn(brand.folder, kBackgroundFileName), kMostPictureBytes);
-    brand.logo = ReadInputFile(FileIn(brand.folder, kLogoFileName), kMostPictureBytes);
-    brand.icon = ReadInputFile(FileIn(brand.folder, kIconFileName), kMostPictureBytes);
+    brand.configText = ReadInputFile(FileInFolder(brand.folder, kConfigFileName), kMostConfigBytes);
+    brand.background =
+        ReadInputFile(FileInFolder(brand.folder, kBackgroundFileName), kMostPictureBytes);
+    brand.logo = ReadInputFile(FileInFolder(brand.folder, kLogoFileName), kMostPictureBytes);
+    brand.icon = ReadInputFile(FileInFolder(brand.folder, kIconFileName), kMostPictureBytes);
     if (brand.configText) {
         brand.config = ParseConfigText(*brand.configText);
     }
     FillEmptyNames(brand.config);
     return brand;
+}
+
+std::wstring FileInFolder(std::wstring_view folder, std::wstring_view name) {
+    std::wstring path(AsFolder(folder));
+    if (!path.ends_with(L'\\') && !path.ends_with(L'/')) {
+        path += L'\\';
+    }
+    return path.append(name);
 }

@@ -13,6 +13,7 @@ constexpr Command kCommands[] = {
     {&kNewSyntax, ReadAndRun<ReadNewArguments, RunNew>},
     {&kPackSyntax, ReadAndRun<ReadPackArguments, RunPack>},
     {&kCheckSyntax, ReadAndRun<ReadCheckArguments, RunCheck>},
+    {&kPreviewSyntax, ReadAndRun<ReadPreviewArguments, RunPreview>},
     {&kBuildSyntax, ReadAndRun<ReadBuildArguments, RunBuild>},
     {&kShowSyntax, ReadAndRun<ReadShowArguments, RunShow>},
 };

@@ -12,6 +12,7 @@
 ExitCode RunNew(const NewArguments& arguments, Console& console);
 ExitCode RunPack(const PackArguments& arguments, Console& console);
 ExitCode RunCheck(const CheckArguments& arguments, Console& console);
+ExitCode RunPreview(const PreviewArguments& arguments, Console& console);
 ExitCode RunBuild(const BuildArguments& arguments, Console& console);
 ExitCode RunShow(const ShowArguments& arguments, Console& console);
 

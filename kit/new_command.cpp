@@ -2,7 +2,6 @@
 
 #include "common/files.h"
 #include "common/folder_walk.h"
-#include "common/paths.h"
 #include "common/resources.h"
 #include "common/text.h"
 #include "kit/brand.h"
@@ -66,15 +65,12 @@ ExitCode RunNew(const NewArguments& arguments, Console& console) {
                            "; choose a folder that is new or empty");
         return ExitCode::Refused;
     }
-    const std::wstring folder(AsFolder(arguments.brand));
-    const std::wstring prefix =
-        folder.ends_with(L'\\') || folder.ends_with(L'/') ? folder : folder + L'\\';
     const std::string config = ConfigTextFor(Template(ID_TEMPLATE_CONFIG), name);
     const FileContent files[] = {
-        {prefix + std::wstring(kConfigFileName), config},
-        {prefix + std::wstring(kBackgroundFileName), Template(ID_TEMPLATE_BACKGROUND)},
-        {prefix + std::wstring(kLogoFileName), Template(ID_TEMPLATE_LOGO)},
-        {prefix + std::wstring(kIconFileName), Template(ID_TEMPLATE_ICON)},
+        {FileInFolder(arguments.brand, kConfigFileName), config},
+        {FileInFolder(arguments.brand, kBackgroundFileName), Template(ID_TEMPLATE_BACKGROUND)},
+        {FileInFolder(arguments.brand, kLogoFileName), Template(ID_TEMPLATE_LOGO)},
+        {FileInFolder(arguments.brand, kIconFileName), Template(ID_TEMPLATE_ICON)},
     };
     WriteFilesTogether(files);
     console.PrintSummary("Wrote config.txt, background.jpg, logo.png and tool.ico into " + shown +

@@ -28,7 +28,7 @@ std::string SizeText(const PictureSize& size) {
 // Whether the window's own drawing shows the picture. Drawing it small decodes all of it.
 bool CanBeDrawn(const std::string& content) {
     constexpr Box kThumbnail{0, 0, 16, 16};
-    const OwnedBitmap picture = MakeBitmapFromFile(BytesOf(content));
+    const OwnedBitmap picture = DecodePicture(content);
     const OwnedBitmap target = MakeBitmap(kThumbnail.width, kThumbnail.height);
     return picture &&
            DrawImageCovering(MakeGraphics(target.get()).get(), picture.get(), kThumbnail);
@@ -116,4 +116,9 @@ void CheckPictures(const Brand& brand, Findings& findings) {
     if (brand.icon) {
         CheckIcon(*brand.icon, findings);
     }
+}
+
+OwnedBitmap DecodePicture(const std::string& content) {
+    const auto size = ReadPictureSize(content);
+    return size && size->Pixels() <= kMostPixels ? MakeBitmapFromFile(BytesOf(content)) : nullptr;
 }

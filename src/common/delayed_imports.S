@@ -113,6 +113,7 @@ delayedImports:
     import GdipGetImageHeight
     import GdipGetImageWidth
     import GdipResetClip
+    import GdipSaveImageToStream
     import GdipSetClipRectI
     import GdipSetCompositingMode
     import GdipSetInterpolationMode

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "common/handles.h"
+#include "kit/picture_encoding.h"
 #include "ui/gdiplus_objects.h"
 
 namespace kit_test {
@@ -34,24 +34,12 @@ CLSID EncoderOf(const std::wstring& format) {
 
 std::string MakePicture(const std::wstring& format, int width, int height) {
     const OwnedBitmap bitmap = MakeBitmap(width, height);
-    IStream* raw = nullptr;
-    if (FAILED(::CreateStreamOnHGlobal(nullptr, TRUE, &raw))) {
-        throw std::runtime_error("no stream");
-    }
-    const ComPointer<IStream> stream(raw);
-    const CLSID encoder = EncoderOf(format);
     Gdiplus::DllExports::GdipBitmapSetPixel(bitmap.get(), width / 2, height / 2, 0xFF204060);
-    if (Gdiplus::DllExports::GdipSaveImageToStream(bitmap.get(), stream.get(), &encoder, nullptr) !=
-        Gdiplus::Ok) {
-        throw std::runtime_error("not saved");
+    std::string file = EncodePicture(bitmap.get(), EncoderOf(format));
+    if (file.empty()) {
+        throw std::runtime_error("not encoded");
     }
-    STATSTG facts{};
-    stream->Stat(&facts, STATFLAG_NONAME);
-    std::string content(static_cast<size_t>(facts.cbSize.QuadPart), '\0');
-    stream->Seek({}, STREAM_SEEK_SET, nullptr);
-    ULONG read = 0;
-    stream->Read(content.data(), static_cast<ULONG>(content.size()), &read);
-    return content;
+    return file;
 }
 
 std::string MakeIcon(const std::vector<int>& sizes) {

@@ -9,6 +9,7 @@
 #include "common/text.h"
 #include "kit/command_line.h"
 #include "kit/errors.h"
+#include "kit/picture_header.h"
 #include "kit/utf8.h"
 #include "kit_process.h"
 
@@ -224,6 +225,36 @@ TEST(RepairKit, NamesOfAnyKindGiveABrandWithoutFurtherFindings) {
                     HasSubstr("\n2 errors, 0 warnings, 0 notes.\n"))
             << name;
     }
+}
+
+TEST(RepairKit, PreviewPaintsTheChosenStatesAndAContactSheet) {
+    const ScratchFolder scratch;
+    const fs::path pictures = scratch.Path() / L"new" / L"pictures";
+    WriteFile(pictures / L"failed.png", "an older picture");
+    const KitRun run = RunRepairKit(
+        L"preview \"" DEFAULT_BRAND L"\" --state failed --state ready -o " + Quoted(pictures));
+    EXPECT_EQ(run.exitCode, 0U) << run.error;
+    EXPECT_THAT(FolderListing(pictures),
+                ElementsAre(L"contact-sheet.png", L"failed.png", L"ready.png"));
+    for (const wchar_t* name : {L"failed.png", L"ready.png"}) {
+        const auto size = ReadPictureSize(bench::ReadFile(pictures / name));
+        ASSERT_TRUE(size);
+        EXPECT_EQ(size->width, 860U);
+        EXPECT_EQ(size->height, 560U);
+    }
+    const KitRun all =
+        RunRepairKit(L"preview --quiet \"" DEFAULT_BRAND L"\" -o " + Quoted(pictures));
+    EXPECT_EQ(all.exitCode, 0U) << all.error;
+    EXPECT_THAT(all.out, IsEmpty());
+    EXPECT_THAT(
+        FolderListing(pictures),
+        ElementsAre(L"contact-sheet.png", L"done.png", L"download.png", L"failed.png", L"files.png",
+                    L"ready.png", L"servers.png", L"unpack.png", L"verify.png"));
+    const KitRun noBrand =
+        RunRepairKit(L"preview " + Quoted(pictures) + L" -o " + Quoted(scratch.Path() / L"other"));
+    EXPECT_EQ(noBrand.exitCode, 4U);
+    EXPECT_THAT(noBrand.error, HasSubstr("config.txt"));
+    EXPECT_FALSE(fs::exists(scratch.Path() / L"other"));
 }
 
 // What throws WrongUsage with this message.
