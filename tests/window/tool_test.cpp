@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cwchar>
 
 #include "bench_parts/message_boxes.h"
 #include "bench_parts/running_copy.h"
@@ -51,6 +52,33 @@ void StampResources(const fs::path& exe, const std::map<int, std::string>& data)
         }
     }
     ASSERT_TRUE(::EndUpdateResourceW(update, FALSE));
+}
+
+// Whether the tests were asked to run against an exe that the operator's kit builds.
+bool UsesKit() {
+    return std::wcsstr(::GetCommandLineW(), L" --kit-built") != nullptr;
+}
+
+// The exe of a brand with these files, and the default brand's where there is none.
+std::string BuildWithKit(const std::map<int, std::string>& data) {
+    constexpr std::pair<int, const wchar_t*> kFiles[] = {{ID_CONFIG_TEXT, L"config.txt"},
+                                                         {ID_LOGO_IMAGE, L"logo.png"},
+                                                         {ID_BACKGROUND_IMAGE, L"background.jpg"}};
+    const ScratchFolder scratch;
+    const fs::path brand = scratch.Path() / L"brand";
+    fs::copy(BRAND_FOLDER, brand);
+    for (const auto& [id, name] : kFiles) {
+        if (const auto bytes = data.find(id); bytes != data.end()) {
+            WriteFile(brand / name, bytes->second);
+        }
+    }
+    const fs::path output = scratch.Path() / L"output";
+    // Some of these brands are none that a check would let pass.
+    const RunningCopy kit(
+        L"repair_kit.exe", scratch.Path() / L"repair_kit.exe",
+        L"build \"" + brand.native() + L"\" -o \"" + output.native() + L"\" --force --quiet");
+    ::WaitForSingleObject(kit.Process(), INFINITE);
+    return ReadFile(fs::directory_iterator(output)->path());
 }
 
 bool IsRunning(std::wstring_view exeName) {
@@ -165,9 +193,13 @@ ToolWindow& ToolTest::StartTool() {
         fs::remove(Tool(), held);
         return !held;
     });
-    WriteFile(Tool(), ReadFile(program_));
-    if (!data.empty()) {
-        StampResources(Tool(), data);
+    if (UsesKit()) {
+        WriteFile(Tool(), BuildWithKit(data));
+    } else {
+        WriteFile(Tool(), ReadFile(program_));
+        if (!data.empty()) {
+            StampResources(Tool(), data);
+        }
     }
     toolBytes_ = ReadFile(Tool());
     return window_.emplace(Tool(), machine_.CurrentFolder());
