@@ -13,8 +13,9 @@ namespace {
 constexpr wchar_t kEnglish[] = L"0409";
 constexpr uint32_t kHighestNumber = 0xFFFF;
 
-// The leading digits of the first four parts between dots: "2.08.1-beta3" gives 2, 8, 1 and 0.
+// The numbers before the suffix: "2.08.1-beta.3" gives 2, 8, 1 and 0.
 std::array<uint16_t, 4> VersionNumbers(std::wstring_view version) {
+    version = version.substr(0, version.find(L'-'));
     std::array<uint16_t, 4> numbers{};
     for (uint16_t& number : numbers) {
         const std::wstring_view part = version.substr(0, version.find(L'.'));
@@ -31,10 +32,14 @@ std::array<uint16_t, 4> VersionNumbers(std::wstring_view version) {
     return numbers;
 }
 
-bool IsLanguage(std::wstring_view text) {
+// Four hexadecimal digits.
+std::wstring LanguageDigits(std::wstring_view configured) {
     constexpr size_t kDigits = 4;
-    return text.size() == kDigits &&
-           text.find_first_not_of(L"0123456789abcdefABCDEF") == std::wstring_view::npos;
+    std::wstring digits = TrimWhitespace(configured);
+    const bool isLanguage =
+        digits.size() == kDigits &&
+        digits.find_first_not_of(L"0123456789abcdefABCDEF") == std::wstring::npos;
+    return isLanguage ? digits : kEnglish;
 }
 
 }  // namespace
@@ -48,8 +53,8 @@ VersionBlock BrandVersion(const ToolConfig& config, BrandProgram program) {
         isTool ? config.repairToolName : FileNamePart(std::wstring(UninstallerPath(L"")));
 
     VersionBlock block;
-    block.numbers = VersionNumbers(version);
-    block.languageDigits = IsLanguage(language) ? language : kEnglish;
+    block.numbers = VersionNumbers(TrimWhitespace(version));
+    block.languageDigits = LanguageDigits(language);
     constexpr int kHexadecimal = 16;
     block.language = static_cast<uint16_t>(std::stoul(block.languageDigits, nullptr, kHexadecimal));
     block.texts = {

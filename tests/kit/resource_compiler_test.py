@@ -36,10 +36,11 @@ def random_brand(chance):
         if chance.random() < 0.2:
             continue
         if key.endswith("Language"):
-            value = chance.choice(["0409", "0407", "040C", "1eFf", "0000", "FFFF"])
+            value = chance.choice(["0409", "0407", "040C", "1eFf", "0000", " FFFF\t"])
         elif key.endswith("Version"):
-            value = ".".join(chance.choice(["0", "7", "65535", "08", "12", "x", ""])
-                             for _ in range(chance.randint(0, 6))) + chance.choice(["", "-rc1"])
+            value = ".".join(chance.choice(["0", "7", "65535", "08", "12", "00000065535"])
+                             for _ in range(chance.randint(1, 4)))
+            value = chance.choice(["", "", " "]) + value + chance.choice(["", "-rc1", "-x.7 y", " "])
         else:
             value = "".join(chance.choice(PIECES) for _ in range(chance.randint(0, 8)))
         lines.append(f"{key}={value}")
