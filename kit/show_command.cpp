@@ -13,6 +13,7 @@
 #include "kit/input_file.h"
 #include "kit/json.h"
 #include "kit/output_file.h"
+#include "kit/picture_header.h"
 #include "kit/utf8.h"
 #include "package/package_hash.h"
 
@@ -60,7 +61,7 @@ std::vector<Setting> SettingsOf(const ToolConfig& config, bool all) {
     return settings;
 }
 
-std::string Size(int width, int height) {
+std::string Size(int64_t width, int64_t height) {
     return std::to_string(width) + " x " + std::to_string(height);
 }
 
@@ -99,8 +100,17 @@ struct Facts {
     std::optional<EmbeddedUninstaller> uninstaller;
 };
 
+// Without width and height when nobody can tell.
 Json PictureJson(const std::optional<ByteView>& picture) {
-    return picture ? Json{{"bytes", picture->size()}} : Json(nullptr);
+    if (!picture) {
+        return nullptr;
+    }
+    Json json{{"bytes", picture->size()}};
+    if (const auto size = ReadPictureSize(TextOf(*picture))) {
+        json["width"] = size->width;
+        json["height"] = size->height;
+    }
+    return json;
 }
 
 Json IconJson(const FinishedExe& exe) {
@@ -160,7 +170,12 @@ const char* SignatureText(bool isSigned) {
 }
 
 std::string PictureText(const std::optional<ByteView>& picture) {
-    return picture ? BytesText(picture->size()) : "none";
+    if (!picture) {
+        return "none";
+    }
+    const auto size = ReadPictureSize(TextOf(*picture));
+    return (size ? Size(size->width, size->height) : "unknown size") + ", " +
+           BytesText(picture->size());
 }
 
 std::string IconText(const FinishedExe& exe) {

@@ -168,6 +168,8 @@ class BuiltExeTest(unittest.TestCase):
         self.assertFalse(facts["signed"])
         self.assertEqual([each["width"] for each in facts["icon"]],
                          [16, 20, 24, 32, 40, 48, 64, 128, 256])
+        self.assertEqual([facts["background"][side] for side in ("width", "height")], [860, 560])
+        self.assertEqual(facts["logo"]["bytes"], (DEFAULT_BRAND / "logo.png").stat().st_size)
         self.assertEqual(facts["configuration"]["accentHex"], "FFA640")
 
 
