@@ -61,15 +61,6 @@ ByteBuffer Sign(const OutputFile& file, const std::wstring& command, Console& co
     return content;
 }
 
-// The uninstaller is signed in a file of its own, which does not stay.
-ByteBuffer SignedUninstaller(const std::wstring& folder, ByteView uninstaller,
-                             const std::wstring& command, Console& console) {
-    OutputFile file(UninstallerPath(folder));
-    file.Write(uninstaller);
-    file.Close();
-    return Sign(file, command, console);
-}
-
 // The file's path in the output folder. A name that is no plain file name would lead elsewhere.
 std::wstring ToolPath(const std::wstring& folder, const std::wstring& name) {
     if (name != ReplaceFileNameCharacters(name) || name == L"." || name == L"..") {
@@ -86,8 +77,13 @@ BuiltTool BuildTool(const Brand& brand, const BuildArguments& arguments, Console
     std::string reason;
     ByteBuffer uninstaller = OrCannotBuild(BrandedUninstaller(brand, reason), reason);
     OutputFile file(path);
+    // The uninstaller is signed in a file of its own, which does not stay. Without signing too:
+    // this removes what killed runs have left.
+    OutputFile uninstallerFile(UninstallerPath(arguments.folder));
     if (!arguments.sign.empty()) {
-        uninstaller = SignedUninstaller(arguments.folder, uninstaller, arguments.sign, console);
+        uninstallerFile.Write(uninstaller);
+        uninstallerFile.Close();
+        uninstaller = Sign(uninstallerFile, arguments.sign, console);
     }
     ByteBuffer tool = OrCannotBuild(BrandedTool(brand, uninstaller, reason), reason);
     file.Write(tool);
