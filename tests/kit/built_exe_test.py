@@ -1,6 +1,6 @@
 """Judges the exes that `repair_kit build` makes by programs that are not ours.
 
-usage: built_exe_test.py REPAIR_KIT_EXE LINKED_TOOL_EXE SIGN_ON_HOST_EXE OBJDUMP WINDRES
+usage: built_exe_test.py REPAIR_KIT_EXE LINKED_TOOL_EXE SIGN_ON_HOST_EXE RUN_TOOL_EXE OBJDUMP WINDRES
 """
 
 import json
@@ -13,7 +13,7 @@ import unittest
 
 from kit_runner import DEFAULT_BRAND, Program, run_windows, windows_path
 
-KIT, LINKED_TOOL, SIGN_ON_HOST, OBJDUMP, WINDRES = sys.argv[1:6]
+KIT, LINKED_TOOL, SIGN_ON_HOST, RUN_TOOL, OBJDUMP, WINDRES = sys.argv[1:7]
 TOOL_NAME = "KrvBrennickInstaller.exe"
 DATA, VERSION, MANIFEST = 10, 16, 24
 CONFIG, UNINSTALLER = (DATA, 201, 0), (DATA, 203, 0)
@@ -209,6 +209,10 @@ class SignedExeTest(unittest.TestCase):
 
     def test_only_the_tool_stays(self):
         self.assertEqual([each.name for each in self.release.iterdir()], [TOOL_NAME])
+
+    def test_the_signed_tool_runs(self):
+        code, output = run_windows(RUN_TOOL, windows_path(self.tool))
+        self.assertEqual((code, output.strip()), (0, TOOL_NAME))
 
     def test_a_changed_byte_is_noticed(self):
         changed = self.folder / "changed.exe"

@@ -17,12 +17,17 @@ add_judge_test(kit_resource_compiler_test resource_compiler_test.py $<TARGET_FIL
 add_executable(sign_on_host sign_on_host.cpp)
 target_link_libraries(sign_on_host PRIVATE repair_core)
 use_wide_entry_point(sign_on_host)
+add_executable(run_tool run_tool.cpp)
+target_link_libraries(run_tool PRIVATE repair_core)
+target_include_directories(run_tool PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+use_wide_entry_point(run_tool)
 add_judge_test(
     kit_built_exe_test
     built_exe_test.py
     $<TARGET_FILE:repair_kit>
     $<TARGET_FILE:karvoth_repair>
     $<TARGET_FILE:sign_on_host>
+    $<TARGET_FILE:run_tool>
     ${CMAKE_OBJDUMP}
     ${CMAKE_RC_COMPILER})
 
