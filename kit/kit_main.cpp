@@ -50,6 +50,13 @@ void PrintHelp(Console& console) {
         console.Print(line + std::string(command.syntax->summary));
     }
     console.Print("");
+    console.Print("From a client folder to a finished tool:");
+    console.Print("  repair_kit new mygame --name \"My Game\"");
+    console.Print("  repair_kit pack C:\\Games\\MyGame -o client-1.0.zip --brand mygame");
+    console.Print("  repair_kit check mygame --package client-1.0.zip");
+    console.Print("  repair_kit preview mygame -o pictures");
+    console.Print("  repair_kit build mygame -o release --package client-1.0.zip");
+    console.Print("");
     console.Print("repair_kit COMMAND --help explains a command and shows an example.");
     console.Print("repair_kit --version prints the version.");
 }
