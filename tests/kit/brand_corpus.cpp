@@ -127,6 +127,8 @@ const std::vector<ConfigCase>& ConfigCases() {
         {{"archiveUrl=example.com/client-1.0.zip"}, {"error url.scheme config.txt:2"}},
         {{"archiveUrl=ftp://example.com/client-1.0.zip"}, {"error url.scheme config.txt:2"}},
         {{"archiveUrl=https://"}, {"error url.invalid config.txt:2"}},
+        {{"archiveUrl=https:///1.zip"}, {"error url.invalid config.txt:2"}},
+        {{"archiveUrl=https://:80/1.zip"}, {"error url.invalid config.txt:2"}},
         {{"archiveUrl=https://example.com:99999/1.zip"}, {"error url.invalid config.txt:2"}},
         {{"archiveUrl=https://" + std::string(511, 'a') + "/1.zip"}, {}},
         {{"archiveUrl=https://" + std::string(512, 'a') + "/1.zip"},

@@ -136,6 +136,20 @@ TEST(CheckPictures, FindsExactlyTheFaultOfEachBrand) {
     }
 }
 
+TEST(CheckPictures, APictureThatIsTooLargeIsNotDecoded) {
+    const GdiplusSession gdiplus;
+    const struct {
+        uint32_t height;
+        const char* message;
+    } rows[] = {{8000, "no picture"}, {8001, "8000 x 8001 pixels"}};
+    for (const auto& row : rows) {
+        Findings findings;
+        CheckPictures(WithLogo(PngHeader(8000, row.height)), findings);
+        ASSERT_EQ(findings.List().size(), 1U);
+        EXPECT_THAT(findings.List()[0].message, testing::HasSubstr(row.message));
+    }
+}
+
 TEST(ReadPictureSize, KnowsTheFormatsThatTheWindowShows) {
     const GdiplusSession gdiplus;
     for (const wchar_t* format : {L"png", L"jpeg", L"gif", L"bmp", L"tiff"}) {
