@@ -31,6 +31,3 @@ struct Brand {
 // Throws OutsideFailure when the folder does not exist, or a file in it cannot be read or is larger
 // than any that makes sense (config.txt 4 MiB, the others 256 MiB).
 [[nodiscard]] Brand ReadBrand(const std::wstring& folder);
-
-// The path of a file in a folder, whether or not the folder ends in a separator.
-[[nodiscard]] std::wstring FileInFolder(std::wstring_view folder, std::wstring_view name);

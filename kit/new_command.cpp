@@ -2,6 +2,7 @@
 
 #include "common/files.h"
 #include "common/folder_walk.h"
+#include "common/paths.h"
 #include "common/resources.h"
 #include "common/text.h"
 #include "kit/brand.h"
@@ -67,10 +68,10 @@ ExitCode RunNew(const NewArguments& arguments, Console& console) {
     }
     const std::string config = ConfigTextFor(Template(ID_TEMPLATE_CONFIG), name);
     const FileContent files[] = {
-        {FileInFolder(arguments.brand, kConfigFileName), config},
-        {FileInFolder(arguments.brand, kBackgroundFileName), Template(ID_TEMPLATE_BACKGROUND)},
-        {FileInFolder(arguments.brand, kLogoFileName), Template(ID_TEMPLATE_LOGO)},
-        {FileInFolder(arguments.brand, kIconFileName), Template(ID_TEMPLATE_ICON)},
+        {JoinPaths(arguments.brand, kConfigFileName), config},
+        {JoinPaths(arguments.brand, kBackgroundFileName), Template(ID_TEMPLATE_BACKGROUND)},
+        {JoinPaths(arguments.brand, kLogoFileName), Template(ID_TEMPLATE_LOGO)},
+        {JoinPaths(arguments.brand, kIconFileName), Template(ID_TEMPLATE_ICON)},
     };
     WriteFilesTogether(files);
     console.PrintSummary("Wrote config.txt, background.jpg, logo.png and tool.ico into " + shown +

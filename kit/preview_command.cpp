@@ -1,6 +1,7 @@
 #include <string>
 #include <vector>
 
+#include "common/paths.h"
 #include "common/text.h"
 #include "kit/brand.h"
 #include "kit/commands.h"
@@ -10,6 +11,7 @@
 #include "kit/picture_encoding.h"
 #include "kit/preview_painter.h"
 #include "kit/utf8.h"
+#include "ui/window_painter.h"
 
 namespace {
 
@@ -25,7 +27,8 @@ PreviewBrand ReadPreviewBrand(const std::wstring& folder) {
     if (!brand.configText) {
         throw OutsideFailure("cannot find config.txt in", folder, ERROR_FILE_NOT_FOUND);
     }
-    return {brand.config, Decoded(brand.background), Decoded(brand.logo)};
+    return {brand.config, MakeBackdrop(Decoded(brand.background).get()),
+            brand.config.showLogo ? MakePanelLogo(Decoded(brand.logo).get()) : nullptr};
 }
 
 std::string PngOf(Gdiplus::GpImage* image) {
@@ -57,7 +60,7 @@ ExitCode RunPreview(const PreviewArguments& arguments, Console& console) {
     std::vector<FileContent> files;
     for (size_t i = 0; i < pictures.size(); ++i) {
         const std::wstring name = Utf8ToWide(pictures[i].name) + L".png";
-        files.push_back({FileInFolder(arguments.folder, name), contents[i]});
+        files.push_back({JoinPaths(arguments.folder, name), contents[i]});
     }
     WriteFilesTogether(files);
     console.PrintSummary("Painted " + std::to_string(arguments.states.size()) +

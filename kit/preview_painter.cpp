@@ -113,8 +113,8 @@ OwnedBitmap PaintPreview(const PreviewBrand& brand, std::string_view name) {
         .clientFolder = kClientsFolder + ReplaceFileNameCharacters(ProgramsDisplayName(config)),
         .job = state->job,
         .accentColor = ParseAccentColor(config.accentHex),
-        .logo = config.showLogo ? brand.logo.get() : nullptr,
-        .background = brand.background.get(),
+        .backdrop = brand.backdrop.get(),
+        .logo = brand.panelLogo.get(),
     };
     OwnedBitmap window = MakeBitmap(kWindow.width, kWindow.height);
     const OwnedGraphics graphics = MakeGraphics(window.get());

@@ -9,9 +9,9 @@
 // nothing is started and no window is made. Main thread, while a GdiplusSession lives.
 
 struct PreviewBrand {
-    ToolConfig config;       // As the tool has it, with empty names filled in.
-    OwnedBitmap background;  // Null when there is none or it cannot be shown.
-    OwnedBitmap logo;
+    ToolConfig config;      // As the tool has it, with empty names filled in.
+    OwnedBitmap backdrop;   // From window_painter.h.
+    OwnedBitmap panelLogo;  // Null when the brand shows no logo or it cannot be shown.
 };
 
 // The window with its buttons in one of kPreviewStates; of size kWindow. Null when GDI+ fails.

@@ -8,8 +8,10 @@
 #include "kit/command_line.h"
 #include "kit/picture_encoding.h"
 #include "kit/picture_header.h"
+#include "ui/drawing.h"
 #include "ui/layout.h"
 #include "ui/palette.h"
+#include "ui/window_painter.h"
 
 namespace {
 
@@ -91,19 +93,18 @@ TEST_F(PaintPreviewTest, LinksAreShownIfTheBrandHasThem) {
     EXPECT_EQ(Inside("ready", kWebsiteButton), kQuietButtonFill);
 }
 
-TEST_F(PaintPreviewTest, TheLogoIsShownUnlessItIsSwitchedOff) {
+TEST_F(PaintPreviewTest, TheBrandsPicturesAreShown) {
     constexpr Argb kRed = 0xFFFF0000;
-    brand_.logo = MakeBitmap(126, 126);
-    for (int y = 0; y < 126; ++y) {
-        for (int x = 0; x < 126; ++x) {
-            Gdiplus::DllExports::GdipBitmapSetPixel(brand_.logo.get(), x, y, kRed);
-        }
-    }
+    const OwnedBitmap red = MakeBitmap(126, 126);
+    FillBox(MakeGraphics(red.get()).get(), {0, 0, 126, 126}, kRed);
     const int x = kLogo.x + kLogo.width / 2 + 40;
     const int y = kLogo.y + kLogo.height / 2;
-    EXPECT_EQ(Pixel("ready", x, y), kRed);
-    brand_.config.showLogo = false;
     EXPECT_NE(Pixel("ready", x, y), kRed);
+    const Argb plain = Pixel("ready", 10, 300);
+    brand_.panelLogo = MakePanelLogo(red.get());
+    brand_.backdrop = MakeBackdrop(red.get());
+    EXPECT_EQ(Pixel("ready", x, y), kRed);
+    EXPECT_NE(Pixel("ready", 10, 300), plain);
 }
 
 TEST_F(PaintPreviewTest, TheContactSheetHasRoomForAllPictures) {
