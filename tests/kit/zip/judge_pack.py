@@ -16,7 +16,9 @@ import subprocess
 import sys
 import zipfile
 
-RUN_IN_PREFIX = pathlib.Path(__file__).resolve().parents[2] / "bench_parts" / "run_in_prefix"
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
+from kit_runner import RUN_IN_PREFIX, windows_path
+
 BLOCK = 1 << 20
 
 
@@ -65,10 +67,6 @@ def make_client(folder, files, names):
             path.parent.mkdir(parents=True, exist_ok=True)
             path.write_bytes(content)
         os.utime(path, (time, time))
-
-
-def windows_path(path):
-    return "Z:" + str(path).replace("/", "\\")
 
 
 def pack(kit, client, package, *options, **environment):

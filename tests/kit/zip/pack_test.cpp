@@ -7,12 +7,12 @@
 
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/skipping.h"
-#include "kit/commands.h"
-#include "kit/errors.h"
+#include "kit/exit_codes.h"
 #include "kit/zip/client_listing.h"
 #include "kit/zip/package_check.h"
 #include "kit/zip/random_access_file.h"
 #include "kit/zip/zip_directory.h"
+#include "kit_process.h"
 
 namespace {
 
@@ -27,25 +27,28 @@ using testing::IsEmpty;
 class Pack : public testing::Test {
 protected:
     Pack() {
-        arguments_.output.quiet = true;
-        arguments_.client = client_;
-        arguments_.package = package_;
         WriteFile(client_ / L"game.exe", "the game");
         console_.SetMode({true, false});
     }
 
-    ExitCode Run() {
-        return RunPack(arguments_, console_);
+    kit_test::KitRun RunKit() {
+        std::wstring command = L"pack \"" + client_.native() + L"\" -o \"" + package_.native() +
+                               L"\" --quiet " + options_;
+        if (!brand_.empty()) {
+            command += L" --brand \"" + brand_.native() + L"\"";
+        }
+        return kit_test::RunRepairKit(command);
     }
 
-    // The message of the failure; fails the test if there is none.
+    ExitCode Run() {
+        return static_cast<ExitCode>(RunKit().exitCode);
+    }
+
+    // What stderr says when something outside fails.
     std::string FailureOfRun() {
-        try {
-            ADD_FAILURE() << static_cast<int>(Run());
-        } catch (const OutsideFailure& failure) {
-            return failure.what();
-        }
-        return {};
+        const kit_test::KitRun run = RunKit();
+        EXPECT_EQ(static_cast<ExitCode>(run.exitCode), ExitCode::OutsideFailure) << run.out;
+        return run.error;
     }
 
     [[nodiscard]] std::vector<std::string> PackedNames() const {
@@ -58,8 +61,8 @@ protected:
     }
 
     void MakeBrand(const std::string& config) {
+        brand_ = scratch_.Path() / L"brand";
         WriteFile(brand_ / L"config.txt", config);
-        arguments_.brand = brand_;
     }
 
     // What listing the client finds.
@@ -76,8 +79,8 @@ protected:
     bench::ScratchFolder scratch_;
     fs::path client_ = scratch_.Path() / L"client";
     fs::path package_ = scratch_.Path() / L"out" / L"package.zip";
-    fs::path brand_ = scratch_.Path() / L"brand";
-    PackArguments arguments_;
+    fs::path brand_;  // Empty: none.
+    std::wstring options_;
     Console console_;
 };
 
@@ -88,7 +91,7 @@ TEST_F(Pack, LeavesOutToolUninstallerAndWhatIsExcluded) {
         WriteFile(client_ / name, "x");
     }
     MakeBrand("repairToolName=mytool.exe\n");
-    arguments_.excludes = {L"*.LOG", L"logs", L"tmp/**"};
+    options_ = L"--exclude *.LOG --exclude logs --exclude tmp/**";
     EXPECT_EQ(Run(), ExitCode::Done);
     EXPECT_THAT(PackedNames(),
                 ElementsAre("KrvBrennickInstaller.exe", "bin/MyTool.exe", "bin/Uninstall.exe",
@@ -120,7 +123,7 @@ TEST_F(Pack, RefusesLinks) {
         "the right to make links");
     EXPECT_THAT(RefusedRules(), ElementsAre("package.link@link"));
     EXPECT_EQ(Run(), ExitCode::Refused);
-    arguments_.excludes = {L"link"};
+    options_ = L"--exclude link";
     EXPECT_EQ(Run(), ExitCode::Done);
 }
 
@@ -144,8 +147,8 @@ TEST_F(Pack, KeepsThePackageWhenTheBrandCannotBeWritten) {
 }
 
 TEST_F(Pack, NeedsTheBrandsConfiguration) {
+    brand_ = scratch_.Path() / L"brand";
     fs::create_directories(brand_);
-    arguments_.brand = brand_;
     EXPECT_THAT(FailureOfRun(), HasSubstr("config.txt"));
     EXPECT_FALSE(fs::exists(package_.parent_path()));
 }
@@ -174,9 +177,9 @@ TEST_F(Pack, FailsForAFolderThatCannotBeListed) {
 }
 
 TEST_F(Pack, FailsWithoutAClientFolder) {
-    arguments_.client = client_ / L"game.exe";
+    client_ /= L"game.exe";
     EXPECT_THAT(FailureOfRun(), HasSubstr("game.exe"));
-    arguments_.client = scratch_.Path() / L"missing";
+    client_ = scratch_.Path() / L"missing";
     EXPECT_THAT(FailureOfRun(), HasSubstr("missing"));
 }
 
