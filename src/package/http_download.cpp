@@ -4,31 +4,20 @@
 #include <array>
 #include <cstddef>
 #include <cstdlib>
-#include <memory>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "common/files.h"
 #include "job/progress/job_progress.h"
-#include "package/winhttp_api.h"
+#include "package/http_session.h"
 
 namespace {
 
-constexpr wchar_t kUserAgent[] = L"KrvBrennickRepair/1.0";
-constexpr int kTimeoutMs = 30000;
 constexpr size_t kHostCharacters = 512;
 constexpr size_t kPathCharacters = 4096;
 constexpr size_t kContentLengthBytes = 128;
 constexpr std::chrono::milliseconds kBlockTime{250};
 constexpr double kPublicationIntervalSeconds = 0.35;
-
-struct CloseInternetHandle {
-    void operator()(HINTERNET handle) const noexcept {
-        ::WinHttpCloseHandle(handle);
-    }
-};
-using InternetHandle = std::unique_ptr<std::remove_pointer_t<HINTERNET>, CloseInternetHandle>;
 
 // What one download holds open; closed in reverse order, the file first.
 struct Transfer {
@@ -38,39 +27,10 @@ struct Transfer {
     KernelHandle file;
 };
 
-InternetHandle OpenSession() {
-    InternetHandle session(::WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY,
-                                         WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
-    if (session) {
-        // By default Windows resolves names without a time limit, allows 60 s for a connection and
-        // refuses redirects from HTTPS to HTTP. The results are ignored: neither call is known to
-        // fail on a new session.
-        ::WinHttpSetTimeouts(session.get(), kTimeoutMs, kTimeoutMs, kTimeoutMs, kTimeoutMs);
-        DWORD redirectPolicy = WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS;
-        ::WinHttpSetOption(session.get(), WINHTTP_OPTION_REDIRECT_POLICY, &redirectPolicy,
-                           sizeof redirectPolicy);
-    }
-    return session;
-}
-
-InternetHandle OpenRequest(const InternetHandle& connection, const PackageAddress& address) {
-    return InternetHandle(::WinHttpOpenRequest(
-        connection.get(), L"GET", address.objectName.c_str(), nullptr, WINHTTP_NO_REFERER,
-        WINHTTP_DEFAULT_ACCEPT_TYPES, address.secure ? WINHTTP_FLAG_SECURE : 0));
-}
-
 bool SendAndReceive(const InternetHandle& request) {
     return ::WinHttpSendRequest(request.get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0,
                                 WINHTTP_NO_REQUEST_DATA, 0, 0, 0) != FALSE &&
            ::WinHttpReceiveResponse(request.get(), nullptr) != FALSE;
-}
-
-uint32_t QueryStatus(const InternetHandle& request) {
-    DWORD status = 0;
-    DWORD bytes = sizeof status;
-    ::WinHttpQueryHeaders(request.get(), WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
-                          WINHTTP_HEADER_NAME_BY_INDEX, &status, &bytes, WINHTTP_NO_HEADER_INDEX);
-    return status;
 }
 
 // Queried as text, because the numeric query has only 32 bits. 0 without such a header.
@@ -108,7 +68,7 @@ void PublishReceived(uint64_t bytesReceived, double bytesPerSecond) {
 std::optional<Transfer> BeginTransfer(const PackageAddress& address,
                                       const std::wstring& archivePath, std::wstring& failure) {
     Transfer transfer;
-    transfer.session = OpenSession();
+    transfer.session = OpenPackageSession();
     if (!transfer.session) {
         failure = L"Could not start the Windows HTTP downloader.";
         return std::nullopt;
@@ -119,7 +79,7 @@ std::optional<Transfer> BeginTransfer(const PackageAddress& address,
         failure = L"Could not connect to the download host.";
         return std::nullopt;
     }
-    transfer.request = OpenRequest(transfer.connection, address);
+    transfer.request = OpenPackageRequest(transfer.connection, address);
     if (!transfer.request) {
         failure = L"Could not create the download request.";
         return std::nullopt;
@@ -128,7 +88,7 @@ std::optional<Transfer> BeginTransfer(const PackageAddress& address,
         failure = L"The server did not respond to the download request.";
         return std::nullopt;
     }
-    const uint32_t status = QueryStatus(transfer.request);
+    const uint32_t status = QueryHttpStatus(transfer.request);
     if (!IsSuccessStatus(status)) {
         failure = HttpStatusMessage(status);
         return std::nullopt;
