@@ -1,6 +1,8 @@
 #include "kit/check.h"
 
+#include "common/files.h"
 #include "kit/brand_check.h"
+#include "kit/check_online.h"
 #include "kit/config_check.h"
 #include "kit/picture_check.h"
 #include "kit/utf8.h"
@@ -53,6 +55,12 @@ CheckResult CheckBrand(const std::wstring& folder, const CheckOptions& options, 
     CheckPictures(result.brand, result.findings);
     if (!options.package.empty()) {
         CheckPackage(options.package, result.brand.config, result.findings, result.facts, console);
+    }
+    if (options.online) {
+        const auto packageBytes =
+            options.package.empty() ? std::nullopt : FileSize(options.package);
+        CheckOnline(result.brand.config, {options.download, packageBytes}, result.findings,
+                    console);
     }
     return result;
 }

@@ -145,6 +145,7 @@ delayedImports:
     import WinHttpReceiveResponse
     import WinHttpSendRequest
     import WinHttpSetOption
+    import WinHttpSetStatusCallback
     import WinHttpSetTimeouts
 
     .data

@@ -161,6 +161,10 @@ def serve_reset(exchange, announced, sent):
     """Breaks the connection in the middle of the body."""
     exchange.send_head(200, f"Content-Length: {announced}")
     exchange.send_pattern(int(sent))
+    reset_when_read(exchange)
+
+
+def reset_when_read(exchange):
     # A reset discards what the client has not read yet, and a client that is not waiting in a read
     # may mistake it for the end.
     exchange.wait_until_read()
@@ -169,6 +173,18 @@ def serve_reset(exchange, announced, sent):
     exchange.connection.setsockopt(
         socket.SOL_SOCKET, socket.SO_LINGER, struct.pack(LINGER, 1, 0)
     )
+
+
+def serve_package(exchange, announced, sent, end="close"):
+    """Begins like a ZIP and goes on like the others. An announced size of 0 is left out. At the end of
+    what is sent comes a close, a reset or a wait."""
+    exchange.send_head(200, *([] if announced == "0" else [f"Content-Length: {announced}"]))
+    exchange.connection.sendall(b"PK\x03\x04")
+    exchange.send_pattern(int(sent), start=4)
+    if end == "reset":
+        reset_when_read(exchange)
+    elif end == "wait":
+        exchange.wait()
 
 
 def serve_stall(exchange, announced, sent):
