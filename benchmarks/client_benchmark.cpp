@@ -32,11 +32,12 @@ struct PackageShape {
     int filesToAFolder;
     size_t fileBytes;
     int changedFileCount;
-    int rounds;
+    int warmRounds;
+    int coldRounds;
     bool sparse = false;  // Made without holding a file's bytes in this program's memory.
 };
-constexpr PackageShape kSmallFiles{"10,000 files of 4 KiB", 10'000, 200, 4096, 100, 7};
-constexpr PackageShape kLargeFiles{"8 files of 128 MiB", 8, 8, size_t{128} << 20, 1, 5};
+constexpr PackageShape kSmallFiles{"10,000 files of 4 KiB", 10'000, 200, 4096, 100, 9, 9};
+constexpr PackageShape kLargeFiles{"8 files of 128 MiB", 8, 8, size_t{128} << 20, 1, 5, 3};
 
 class BareLoop {
 public:
@@ -179,7 +180,8 @@ bool MakeCold() {
 }
 
 void PrintClientTimes(const PackageShape& shape, const char* state, const Comparison& comparison) {
-    PrintTimes(std::string(shape.name) + ", " + state + " client", "bare loop", comparison);
+    PrintTimes(std::string(shape.name) + ", " + state, comparison.seconds);
+    PrintTimes("the same, processor time", comparison.cpuSeconds);
 }
 
 void CompareWarm(const PackageShape& shape) {
@@ -190,17 +192,16 @@ void CompareWarm(const PackageShape& shape) {
     const Work bare = [&] {
         return client.RepairBare();
     };
-    PrintClientTimes(shape, "empty", CompareByTurns(shape.rounds, tool, bare, [&] {
+    PrintClientTimes(shape, "empty client, warm", CompareByTurns(shape.warmRounds, tool, bare, [&] {
                          return client.RemoveAllFiles();
                      }));
-    PrintClientTimes(shape, "unchanged", CompareByTurns(shape.rounds, tool, bare));
-    PrintClientTimes(shape, "partly changed", CompareByTurns(shape.rounds, tool, bare, [&] {
-                         return client.ChangeSomeFiles();
-                     }));
+    PrintClientTimes(shape, "unchanged, warm", CompareByTurns(shape.warmRounds, tool, bare));
+    PrintClientTimes(
+        shape, "partly changed, warm",
+        CompareByTurns(shape.warmRounds, tool, bare, [&] { return client.ChangeSomeFiles(); }));
 }
 
 void CompareCold(const PackageShape& shape) {
-    constexpr int kRounds = 3;
     Client client(shape);
     const Work tool = [&] {
         return client.RepairByTool();
@@ -208,13 +209,14 @@ void CompareCold(const PackageShape& shape) {
     const Work bare = [&] {
         return client.RepairBare();
     };
-    PrintClientTimes(shape, "empty, cold", CompareByTurns(kRounds, tool, bare, [&] {
+    PrintClientTimes(shape, "empty client, cold", CompareByTurns(shape.coldRounds, tool, bare, [&] {
                          return client.RemoveAllFiles() && MakeCold();
                      }));
-    PrintClientTimes(shape, "unchanged, cold", CompareByTurns(kRounds, tool, bare, MakeCold));
-    PrintClientTimes(shape, "partly changed, cold", CompareByTurns(kRounds, tool, bare, [&] {
-                         return client.ChangeSomeFiles() && MakeCold();
-                     }));
+    PrintClientTimes(shape, "unchanged, cold",
+                     CompareByTurns(shape.coldRounds, tool, bare, MakeCold));
+    PrintClientTimes(shape, "partly changed, cold",
+                     CompareByTurns(shape.coldRounds, tool, bare,
+                                    [&] { return client.ChangeSomeFiles() && MakeCold(); }));
 }
 
 // Two passes each, so that the files are copied once and compared once.
@@ -228,20 +230,20 @@ bool RepairTwice(const PackageShape& shape) {
 // "cold" or "warm" as argument: only that half of the comparisons.
 int main(int argumentCount, char** arguments) {
     PrintMemoryGrowth(
-        "Repair of 2 and of 2,000 files of 4 KiB",
+        "Peak memory, repair with 2,000 files of 4 KiB instead of 2",
         [] {
-            return RepairTwice({"", 2, 200, 4096, 0, 0});
+            return RepairTwice({"", 2, 200, 4096, 0, 0, 0});
         },
         [] {
-            return RepairTwice({"", 2'000, 200, 4096, 0, 0});
+            return RepairTwice({"", 2'000, 200, 4096, 0, 0, 0});
         });
     PrintMemoryGrowth(
-        "Repair of 2 files of 4 KiB and of 128 MiB",
+        "Peak memory, repair with 2 files of 128 MiB instead of 4 KiB",
         [] {
-            return RepairTwice({"", 2, 200, 4096, 0, 0, true});
+            return RepairTwice({"", 2, 200, 4096, 0, 0, 0, true});
         },
         [] {
-            return RepairTwice({"", 2, 200, size_t{128} << 20, 0, 0, true});
+            return RepairTwice({"", 2, 200, size_t{128} << 20, 0, 0, 0, true});
         });
     const std::string_view only = argumentCount > 1 ? arguments[1] : "";
     for (const PackageShape& shape : {kSmallFiles, kLargeFiles}) {

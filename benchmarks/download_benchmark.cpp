@@ -72,15 +72,15 @@ int main() {
         return DownloadPackage(server.Url(L"body/" + std::to_wstring(bytes)), target);
     };
     PrintMemoryGrowth(
-        "Download of 1 MiB and 4 GiB", [&] { return downloadBytes(kSmallBytes); },
-        [&] { return downloadBytes(kLargeBytes); });
+        "Peak memory, download of 4 GiB instead of 1 MiB",
+        [&] { return downloadBytes(kSmallBytes); }, [&] { return downloadBytes(kLargeBytes); });
 
     const std::string objectName = server.ObjectName("body/" + std::to_string(kComparedBytes));
     const std::wstring wideObjectName(objectName.begin(), objectName.end());
     const Comparison comparison = CompareByTurns(
         kRounds, [&] { return downloadBytes(kComparedBytes); },
         [&] { return DownloadBare(server.HttpPort(), wideObjectName, target); });
-    PrintComparison("Download, the server's own work included", kComparedBytes, comparison);
-    PrintCpuTimes("Download, the client alone", comparison);
+    PrintTimes("Download of 64 MiB, the server's work included", comparison.seconds);
+    PrintTimes("the same, processor time of the client", comparison.cpuSeconds);
     return 0;
 }

@@ -1,6 +1,7 @@
 #include "benchmarks/measure.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -13,10 +14,11 @@
 namespace {
 
 constexpr double kBytesPerMebibyte = 1048576.0;
+constexpr double kMillisecondsPerSecond = 1000.0;
 
 void RunOrExit(const Work& work) {
     if (!work()) {
-        std::puts("A measured operation failed.");
+        std::fputs("A measured operation failed.\n", stderr);
         std::exit(1);
     }
 }
@@ -48,34 +50,62 @@ double CpuSeconds() {
     return Seconds(kernel) + Seconds(user);
 }
 
+double Minimum(const std::vector<double>& values) {
+    return *std::min_element(values.begin(), values.end());
+}
+
 double Median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
 }
 
-double PeakMebibytes() {
-    PROCESS_MEMORY_COUNTERS counters{};
-    counters.cb = sizeof counters;
-    ::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters);
-    return static_cast<double>(counters.PeakWorkingSetSize) / kBytesPerMebibyte;
+// With three digits or more.
+std::string NumberText(double number) {
+    const int decimals = std::abs(number) < 10 ? 2 : std::abs(number) < 100 ? 1 : 0;
+    char text[40];
+    std::snprintf(text, sizeof text, "%.*f", decimals, number);
+    return text;
+}
+
+std::string PairText(const std::vector<double>& values) {
+    return NumberText(Minimum(values)) + " / " + NumberText(Median(values));
+}
+
+std::vector<double> ForEachRound(const Rounds& rounds,
+                                 const std::function<double(double, double)>& compare) {
+    std::vector<double> results;
+    for (size_t round = 0; round < rounds.tool.size(); ++round) {
+        results.push_back(compare(rounds.tool[round], rounds.bare[round]));
+    }
+    return results;
+}
+
+void PrintRow(std::string_view figure, const char* unit, const Rounds& rounds,
+              const std::string& relation) {
+    std::printf("| %s | %s %s | %s %s | %s | %u |\n", std::string(figure).c_str(),
+                PairText(rounds.tool).c_str(), unit, PairText(rounds.bare).c_str(), unit,
+                relation.c_str(), static_cast<unsigned>(rounds.tool.size()));
+    std::fflush(stdout);
 }
 
 }  // namespace
 
 Comparison CompareByTurns(int rounds, const Work& tool, const Work& bare, const Work& prepare) {
-    const auto measure = [&](const Work& work, std::vector<double>& seconds, double& cpuSeconds) {
+    const auto measure = [&](const Work& work, std::vector<double>& seconds,
+                             std::vector<double>& cpuSeconds) {
         RunOrExit(prepare);
         const double cpuBefore = CpuSeconds();
         seconds.push_back(SecondsOf(work));
-        cpuSeconds += CpuSeconds() - cpuBefore;
+        cpuSeconds.push_back(CpuSeconds() - cpuBefore);
     };
     const auto measureRound = [&](Comparison& comparison, bool toolFirst) {
+        auto& [seconds, cpuSeconds] = comparison;
         if (!toolFirst) {
-            measure(bare, comparison.bareSeconds, comparison.bareCpuSeconds);
+            measure(bare, seconds.bare, cpuSeconds.bare);
         }
-        measure(tool, comparison.toolSeconds, comparison.toolCpuSeconds);
+        measure(tool, seconds.tool, cpuSeconds.tool);
         if (toolFirst) {
-            measure(bare, comparison.bareSeconds, comparison.bareCpuSeconds);
+            measure(bare, seconds.bare, cpuSeconds.bare);
         }
     };
     Comparison firstRuns;
@@ -87,36 +117,39 @@ Comparison CompareByTurns(int rounds, const Work& tool, const Work& bare, const 
     return comparison;
 }
 
-void PrintComparison(std::string_view what, uint64_t bytes, const Comparison& comparison) {
-    const double mebibytes = static_cast<double>(bytes) / kBytesPerMebibyte;
-    // Within a round, both met the same state of the machine.
-    std::vector<double> ratios;
-    for (size_t round = 0; round < comparison.toolSeconds.size(); ++round) {
-        ratios.push_back(comparison.bareSeconds[round] / comparison.toolSeconds[round]);
+void PrintTimes(std::string_view figure, const Rounds& seconds) {
+    Rounds milliseconds = seconds;
+    for (std::vector<double>* times : {&milliseconds.tool, &milliseconds.bare}) {
+        for (double& time : *times) {
+            time *= kMillisecondsPerSecond;
+        }
     }
-    std::printf("%s: %.1f MiB/s, bare loop %.1f MiB/s, ratio %.3f\n", std::string(what).c_str(),
-                mebibytes / Median(comparison.toolSeconds),
-                mebibytes / Median(comparison.bareSeconds), Median(ratios));
+    const double ofMinimums = Minimum(seconds.tool) / Minimum(seconds.bare);
+    char relation[60];
+    std::snprintf(relation, sizeof relation, "%.3f / %.3f", ofMinimums,
+                  Median(ForEachRound(seconds, std::divides<>())));
+    PrintRow(figure, "ms", milliseconds, relation);
 }
 
-void PrintTimes(std::string_view what, std::string_view bareName, const Comparison& comparison) {
-    const double tool = Median(comparison.toolSeconds);
-    const double bare = Median(comparison.bareSeconds);
-    std::printf("%s: %.4f s, %s %.4f s, takes %.3f times as long\n", std::string(what).c_str(),
-                tool, std::string(bareName).c_str(), bare, tool / bare);
+void PrintMemory(std::string_view figure, const Rounds& mebibytes) {
+    const double ofMinimums = Minimum(mebibytes.tool) - Minimum(mebibytes.bare);
+    char relation[60];
+    std::snprintf(relation, sizeof relation, "%+.1f / %+.1f MiB", ofMinimums,
+                  Median(ForEachRound(mebibytes, std::minus<>())));
+    PrintRow(figure, "MiB", mebibytes, relation);
 }
 
-void PrintCpuTimes(std::string_view what, const Comparison& comparison) {
-    const auto rounds = static_cast<double>(comparison.toolSeconds.size());
-    std::printf("%s: processor time %.3f s, bare loop %.3f s\n", std::string(what).c_str(),
-                comparison.toolCpuSeconds / rounds, comparison.bareCpuSeconds / rounds);
-}
-
-void PrintMemoryGrowth(std::string_view what, const Work& smallPackage, const Work& largePackage) {
+void PrintMemoryGrowth(std::string_view figure, const Work& smallPackage,
+                       const Work& largePackage) {
     RunOrExit(smallPackage);
-    const double before = PeakMebibytes();
+    const double before = PeakMebibytes(::GetCurrentProcess());
     RunOrExit(largePackage);
-    const double after = PeakMebibytes();
-    std::printf("%s: peak memory %.1f MiB small, %.1f MiB large, grown by %.1f MiB\n",
-                std::string(what).c_str(), before, after, after - before);
+    PrintMemory(figure, {{PeakMebibytes(::GetCurrentProcess())}, {before}});
+}
+
+double PeakMebibytes(void* process) {
+    PROCESS_MEMORY_COUNTERS counters{};
+    counters.cb = sizeof counters;
+    ::K32GetProcessMemoryInfo(process, &counters, sizeof counters);
+    return static_cast<double>(counters.PeakWorkingSetSize) / kBytesPerMebibyte;
 }

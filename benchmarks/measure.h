@@ -1,19 +1,29 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <string_view>
 #include <vector>
 
 // Comparing the program's own code with the least that the platform allows, in one run: absolute
-// times mean little on a machine that others use, too.
+// figures mean little on a machine that others use, too. Everything is printed as rows of one
+// table, whose head run_benchmarks prints:
+//
+// | figure | ours | bare | ratio | rounds |
+//
+// "ours" and "bare" are the minimum and the median over the rounds, "12.1 / 12.9 ms". "ratio" is
+// that of the minimums and the median of the rounds' own ratios: within a round, both met the same
+// state of the machine.
+
+// One value for each round.
+struct Rounds {
+    std::vector<double> tool;
+    std::vector<double> bare;
+};
 
 struct Comparison {
-    std::vector<double> toolSeconds;
-    std::vector<double> bareSeconds;
-    // Processor time of this program, all of its threads, over all rounds.
-    double toolCpuSeconds = 0.0;
-    double bareCpuSeconds = 0.0;
+    Rounds seconds;
+    // Processor time of this program, all of its threads.
+    Rounds cpuSeconds;
 };
 
 // Both do the same work and return whether they managed; a failure ends the program.
@@ -25,18 +35,15 @@ using Work = std::function<bool()>;
 Comparison CompareByTurns(
     int rounds, const Work& tool, const Work& bare, const Work& prepare = [] { return true; });
 
-// One line: the median throughputs of both, and the median over the rounds of the tool's throughput
-// as a part of the bare loop's.
-void PrintComparison(std::string_view what, uint64_t bytes, const Comparison& comparison);
+// A row of times.
+void PrintTimes(std::string_view figure, const Rounds& seconds);
 
-// One line: the median times of both, and how many times as long the tool's takes as the other's,
-// which `bareName` names.
-void PrintTimes(std::string_view what, std::string_view bareName, const Comparison& comparison);
+// A row of sizes, in MiB. In place of the ratio, the difference.
+void PrintMemory(std::string_view figure, const Rounds& mebibytes);
 
-// One line: the processor time that each spent on a round, on average. Tells more than the
-// throughput where another program takes most of the time.
-void PrintCpuTimes(std::string_view what, const Comparison& comparison);
+// A row on how much more memory the program needs for a large package ("ours") than for a small one
+// ("bare"). Peaks never fall, so the program must not have needed much before.
+void PrintMemoryGrowth(std::string_view figure, const Work& smallPackage, const Work& largePackage);
 
-// One line: by how much the program's peak memory grows from a small package to a large one.
-// Peaks never fall, so the program must not have needed much before.
-void PrintMemoryGrowth(std::string_view what, const Work& smallPackage, const Work& largePackage);
+// The peak of a process's working set. 0 if it cannot be read.
+double PeakMebibytes(void* process);
