@@ -51,7 +51,7 @@ uintptr_t __stack_chk_guard = kInitialGuard;
     EndAtOnce();
 }
 
-[[noreturn]] void __chk_fail() {
+void __chk_fail() {
     EndAtOnce();
 }
 }
