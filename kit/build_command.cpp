@@ -66,7 +66,7 @@ std::wstring ToolPath(const std::wstring& folder, const std::wstring& name) {
     if (name != ReplaceFileNameCharacters(name) || name == L"." || name == L"..") {
         throw CannotBuild{"repairToolName is no file name"};
     }
-    return FileInFolder(folder, name);
+    return JoinPaths(folder, name);
 }
 
 BuiltTool BuildTool(const Brand& brand, const BuildArguments& arguments, Console& console) {

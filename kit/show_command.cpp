@@ -257,7 +257,7 @@ std::string WhyNotInto(const std::wstring& folder) {
 void Extract(const FinishedExe& exe, const std::wstring& folder) {
     std::vector<FileContent> files;
     const auto add = [&](std::wstring_view name, ByteView bytes) {
-        files.push_back({FileInFolder(folder, name), TextOf(bytes)});
+        files.push_back({JoinPaths(folder, name), TextOf(bytes)});
     };
     add(kConfigFileName, exe.configText);
     if (exe.background) {
