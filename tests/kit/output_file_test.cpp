@@ -128,10 +128,14 @@ TEST(OutputFile, RemovesWhatKilledRunsWithTheSameTargetHaveLeft) {
         L"\"" + (scratch.Path() / L"a.zip").native() + L"\" 0 \"" + mark.native() + L"\"",
         &running);
     ASSERT_TRUE(bench::Await([&] { return fs::exists(mark); }));
-    {
-        OutputFile file(scratch.Path() / L"a.zip");
+    // Nobody has this one open, but the process that it is named after runs.
+    const std::wstring closed = TemporaryName(L"c.zip", running);
+    WriteFile(scratch.Path() / closed, "kept");
+    for (const wchar_t* target : {L"a.zip", L"c.zip"}) {
+        OutputFile file(scratch.Path() / target);
         file.Commit();
     }
+    EXPECT_TRUE(fs::exists(scratch.Path() / closed));
     EXPECT_FALSE(fs::exists(scratch.Path() / leftover));
     EXPECT_TRUE(fs::exists(scratch.Path() / TemporaryName(L"a.zip", running)));
     for (const std::wstring& name : kept) {
