@@ -51,6 +51,18 @@ TEST(BlockCompressor, MakesOneStreamWhateverTheOrder) {
     EXPECT_EQ(inflater.Checksum(), ContinueChecksum(0, file));
 }
 
+TEST(BlockCompressor, StartsAfreshWithEveryBlock) {
+    const ByteBuffer block = Text(20'000);
+    BlockCompressor compressor(6);
+    const ByteView first = compressor.Compress(block, {}, true);
+    const ByteBuffer expected(first.begin(), first.end());
+    for (const bool isLast : {false, true}) {
+        static_cast<void>(compressor.Compress(Text(100), Text(200), isLast));
+        const ByteView again = compressor.Compress(block, {}, true);
+        EXPECT_EQ(ByteBuffer(again.begin(), again.end()), expected);
+    }
+}
+
 TEST(BlockCompressor, UsesTheBlockBeforeAsDictionary) {
     const ByteBuffer block = Text(20'000);
     BlockCompressor compressor(6);

@@ -106,6 +106,9 @@ def add_damage(p):
 
     entry("same_place", build([GAME, Entry("b.bin", b"12", 0), Entry("b.bin2", b"", offset=0)]), "game.exe")
     p.rows[-1][2][:] = ["package.damaged@b.bin2", "package.damaged@game.exe"]
+    entry("listed_twice", build([GAME, Entry("b.bin", NOISE, 0), Entry("b.bin", NOISE, 0, gap=b"", offset=len(
+        GAME.local_header()) + len(GAME.packed))]))
+    p.rows[-1][2][:] = ["package.case-clash@b.bin", "package.damaged@b.bin", "package.damaged@b.bin"]
     entry("data_overlaps", build([GAME, Entry("b.bin", NOISE[:100], 0, size=150, packed_size=150),
                                   Entry("c.bin", NOISE, 0)]))
     entry("data_reaches_directory", two(size=3010, packed_size=3010))
