@@ -108,8 +108,8 @@ std::wstring FileName(const PackageShape& shape, int index) {
 class Client {
 public:
     explicit Client(const PackageShape& shape) : shape_(shape) {
-        toolFolder = ClientFolder();
-        toolExePath = toolFolder / L"RepairTool.exe";
+        toolFolder = ClientFolder().native();
+        toolExePath = (ClientFolder() / L"RepairTool.exe").native();
         bench::WriteFile(toolExePath, kToolBytes);
         std::string bytes(shape.sparse ? 0 : shape.fileBytes, '\0');
         for (int i = 0; i < shape.fileCount; ++i) {
