@@ -14,12 +14,10 @@ constexpr uint64_t kMostPictureBytes = 0x10000000;
 Brand ReadBrand(const std::wstring& folder) {
     RequireFolder(folder);
     Brand brand;
-    brand.folder = folder;
-    brand.configText = ReadInputFile(JoinPaths(brand.folder, kConfigFileName), kMostConfigBytes);
-    brand.background =
-        ReadInputFile(JoinPaths(brand.folder, kBackgroundFileName), kMostPictureBytes);
-    brand.logo = ReadInputFile(JoinPaths(brand.folder, kLogoFileName), kMostPictureBytes);
-    brand.icon = ReadInputFile(JoinPaths(brand.folder, kIconFileName), kMostPictureBytes);
+    brand.configText = ReadInputFile(JoinPaths(folder, kConfigFileName), kMostConfigBytes);
+    brand.background = ReadInputFile(JoinPaths(folder, kBackgroundFileName), kMostPictureBytes);
+    brand.logo = ReadInputFile(JoinPaths(folder, kLogoFileName), kMostPictureBytes);
+    brand.icon = ReadInputFile(JoinPaths(folder, kIconFileName), kMostPictureBytes);
     if (brand.configText) {
         brand.config = ParseConfigText(*brand.configText);
     }

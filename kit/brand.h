@@ -17,7 +17,6 @@ inline constexpr std::wstring_view kIconFileName = L"tool.ico";
 
 // The files of a brand's folder, byte for byte; none where one is missing.
 struct Brand {
-    std::wstring folder;
     std::optional<std::string> configText;
     std::optional<std::string> background;
     std::optional<std::string> logo;

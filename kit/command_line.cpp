@@ -188,6 +188,15 @@ void RequireOutside(const std::wstring& output, std::string_view name, const std
     }
 }
 
+std::string AllStates() {
+    std::string all;
+    for (const std::string_view state : kPreviewStates) {
+        all += all.empty() ? "" : ", ";
+        all += state;
+    }
+    return all;
+}
+
 std::vector<std::string> ReadStates(const CommandWords& words) {
     const auto given = words.options.find(L"--state");
     if (given == words.options.end()) {
@@ -198,11 +207,7 @@ std::vector<std::string> ReadStates(const CommandWords& words) {
         const std::string state = WideToUtf8(value);
         if (std::find(std::begin(kPreviewStates), std::end(kPreviewStates), state) ==
             std::end(kPreviewStates)) {
-            std::string all;
-            for (const std::string_view known : kPreviewStates) {
-                all += (all.empty() ? "" : ", ") + std::string(known);
-            }
-            throw WrongUsage("unknown state " + state + "; the states are " + all);
+            throw WrongUsage("unknown state " + state + "; the states are " + AllStates());
         }
         wanted.push_back(state);
     }

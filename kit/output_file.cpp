@@ -120,7 +120,7 @@ std::wstring TemporaryName(std::wstring_view fileName, unsigned long processId) 
     return parts.prefix + std::to_wstring(processId) + parts.suffix;
 }
 
-OutputFile::OutputFile(std::wstring target) : target_(FullPath(target)) {
+OutputFile::OutputFile(const std::wstring& target) : target_(FullPath(target)) {
     if (target_.empty() || FileNamePart(target_).empty()) {
         throw OutsideFailure("cannot write", target, ERROR_INVALID_NAME);
     }

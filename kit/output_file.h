@@ -21,7 +21,7 @@ std::wstring TemporaryName(std::wstring_view fileName, unsigned long processId);
 class OutputFile {
 public:
     // Throws when the target is a folder or the file cannot be created.
-    explicit OutputFile(std::wstring target);
+    explicit OutputFile(const std::wstring& target);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;

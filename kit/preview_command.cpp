@@ -54,10 +54,12 @@ ExitCode RunPreview(const PreviewArguments& arguments, Console& console) {
     pictures.push_back({kContactSheet, sheet.get()});
 
     std::vector<std::string> contents;
+    contents.reserve(pictures.size());
     for (const NamedPicture& named : pictures) {
         contents.push_back(PngOf(named.picture));
     }
     std::vector<FileContent> files;
+    files.reserve(pictures.size());
     for (size_t i = 0; i < pictures.size(); ++i) {
         const std::wstring name = Utf8ToWide(pictures[i].name) + L".png";
         files.push_back({JoinPaths(arguments.folder, name), contents[i]});
