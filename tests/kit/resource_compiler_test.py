@@ -18,8 +18,8 @@ import brand_version  # noqa: E402
 
 DUMP, GENERATED, WINDRES = sys.argv[1:4]
 TOOL_CONFIG = (ROOT / "src" / "config" / "tool_config.h").read_text("utf-8")
-BRANDS = 40
-ICONS = 25
+BRANDS = 20
+ICONS = 12
 
 VERSION_KEYS = [program + key for program in ("repair", "uninstaller")
                 for key in ("FileDescription", "ProductName", "ProductVersion", "Copyright",
