@@ -30,6 +30,12 @@ uint64_t SumOrMost(uint64_t left, uint64_t right) {
     return left > kMost - right ? kMost : left + right;
 }
 
+// Starting a thread takes longer than to judge a small package.
+std::launch LaunchFor(uint64_t bytes) {
+    constexpr uint64_t kSmallBytes = 0x100000;
+    return bytes < kSmallBytes ? std::launch::deferred : std::launch::async;
+}
+
 std::string_view DamageText(EntryDamage damage) {
     switch (damage) {
         case EntryDamage::None:
@@ -78,7 +84,7 @@ public:
         const RandomAccessFile file(path_);
         facts_.packedBytes = file.Size();
         const PackageSignature kind = SniffPackageSignature(path_);
-        auto digest = std::async(std::launch::async, [this] { return Digest(); });
+        auto digest = std::async(LaunchFor(file.Size()), [this] { return Digest(); });
         switch (kind) {
             case PackageSignature::Zip:
                 facts_.kind = "zip";
@@ -143,7 +149,7 @@ private:
             return;
         }
         // The names need no data, so they are judged meanwhile.
-        auto names = std::async(std::launch::async, [this] { CheckNames(); });
+        auto names = std::async(LaunchFor(file.Size()), [this] { CheckNames(); });
         StrayBytes stray;
         {
             Progress progress(console, "Checking " + name_, file.Size());
