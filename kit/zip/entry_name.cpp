@@ -21,7 +21,7 @@ constexpr std::array<CharacterKind, 256> kKinds = [] {
     }
     kinds[0x7F] = CharacterKind::Control;
     for (const char character : std::string_view("<>\"|?*")) {
-        kinds[static_cast<size_t>(character)] = CharacterKind::Forbidden;
+        kinds[static_cast<unsigned char>(character)] = CharacterKind::Forbidden;
     }
     kinds['\\'] = CharacterKind::Backslash;
     kinds[':'] = CharacterKind::Colon;
