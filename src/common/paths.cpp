@@ -115,7 +115,9 @@ std::optional<std::wstring> ResolveExistingPart(const std::wstring& path, Naming
         }
         if (resolution == Resolution::Resolved) {
             const size_t tail = SkipSeparators(full, head.size());
-            return JoinPaths(resolved, std::wstring_view(full).substr(tail));
+            // As text: a path that does not exist may contain names that look like a drive ("x:y").
+            AppendName(resolved, std::wstring_view(full).substr(tail));
+            return resolved;
         }
         if (head.size() <= volumeRoot) {
             return full;
@@ -200,12 +202,20 @@ void AppendName(std::wstring& path, std::wstring_view name) {
     path += name;
 }
 
-std::wstring JoinPaths(std::wstring_view folder, std::wstring_view name) {
-    std::wstring path;
-    path.reserve(folder.size() + 1 + name.size());
-    path = folder;
-    AppendName(path, name);
-    return path;
+std::wstring JoinPaths(std::wstring_view folder, std::wstring_view path) {
+    const std::wstring_view folderRoot = folder.substr(0, RootNameLength(folder));
+    const std::wstring_view pathRoot = path.substr(0, RootNameLength(path));
+    const bool startsAtTheRoot = RootPathLength(path) > pathRoot.size();
+    if (!pathRoot.empty() && (startsAtTheRoot || pathRoot != folderRoot)) {
+        return std::wstring(path);
+    }
+    std::wstring joined(startsAtTheRoot ? folderRoot : folder);
+    if (startsAtTheRoot) {
+        joined += path;
+    } else {
+        AppendName(joined, path.substr(pathRoot.size()));
+    }
+    return joined;
 }
 
 std::wstring FileNamePart(std::wstring_view path) {

@@ -25,13 +25,16 @@
 // "C:name" is relative to the drive's current folder. An empty path stays empty.
 [[nodiscard]] std::wstring AsFolder(const std::wstring& folder);
 
-// Appends `name`, which may be a relative path of several names. A backslash comes between the two,
-// except after an empty path, a separator and a bare drive: "C:" and "a" give "C:a", which is
-// relative to the drive's current folder. An empty name changes nothing.
+// Appends an entry's name, or several with separators, as text: nothing in it counts as a root. A
+// backslash comes between the two, except after an empty path, a separator and a bare drive: "C:"
+// and "a" give "C:a", which is relative to the drive's current folder. An empty name changes
+// nothing.
 void AppendName(std::wstring& path, std::wstring_view name);
 
-// The same, as a new path.
-[[nodiscard]] std::wstring JoinPaths(std::wstring_view folder, std::wstring_view name);
+// What `path` means when it is relative to `folder`: "a\b" is in the folder, "\a" is on the
+// folder's drive or server, "C:a" is in the folder if that is on C:. Any other path with a root
+// stands alone.
+[[nodiscard]] std::wstring JoinPaths(std::wstring_view folder, std::wstring_view path);
 
 // The part after the last separator outside the root name; the whole path if there is none. Empty
 // for a path that ends in a separator.

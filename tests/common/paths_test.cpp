@@ -145,7 +145,7 @@ TEST(AsFolder, EndsInASeparatorSoThatADriveMeansItsRoot) {
     }
 }
 
-TEST(JoinPaths, PutsOneSeparatorBetweenExceptAfterABareDrive) {
+TEST(AppendName, PutsOneSeparatorBetweenExceptAfterABareDrive) {
     const struct {
         const wchar_t* folder;
         const wchar_t* name;
@@ -167,7 +167,33 @@ TEST(JoinPaths, PutsOneSeparatorBetweenExceptAfterABareDrive) {
         {L"", L"", L""},
     };
     for (const auto& [folder, name, expected] : cases) {
-        EXPECT_EQ(JoinPaths(folder, name), expected) << folder << L" " << name;
+        std::wstring path = folder;
+        AppendName(path, name);
+        EXPECT_EQ(path, expected) << folder << L" " << name;
+    }
+}
+
+TEST(JoinPaths, GivesWhatThePathMeansInTheFolder) {
+    const struct {
+        const wchar_t* folder;
+        const wchar_t* path;
+        const wchar_t* expected;
+    } cases[] = {
+        {L"C:\\Games", L"bin\\a.exe", L"C:\\Games\\bin\\a.exe"},
+        {L"C:\\Games", L"..\\a.exe", L"C:\\Games\\..\\a.exe"},
+        {L"C:\\Games", L"\\a.exe", L"C:\\a.exe"},
+        {L"C:\\Games", L"/a.exe", L"C:/a.exe"},
+        {L"\\\\server\\share", L"\\a", L"\\\\server\\a"},
+        {L"C:\\Games", L"C:a.exe", L"C:\\Games\\a.exe"},
+        {L"C:\\Games", L"D:a.exe", L"D:a.exe"},
+        {L"C:\\Games", L"D:\\a.exe", L"D:\\a.exe"},
+        {L"C:\\Games", L"C:\\a.exe", L"C:\\a.exe"},
+        {L"C:\\Games", L"\\\\server\\share\\a", L"\\\\server\\share\\a"},
+        {L"", L"a", L"a"},
+        {L"C:\\Games", L"", L"C:\\Games"},
+    };
+    for (const auto& [folder, path, expected] : cases) {
+        EXPECT_EQ(JoinPaths(folder, path), expected) << folder << L" " << path;
     }
 }
 

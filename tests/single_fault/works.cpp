@@ -12,6 +12,7 @@
 #include "bench_parts/package_contents.h"
 #include "bench_parts/registry_entry.h"
 #include "common/handles.h"
+#include "common/win32_error.h"
 #include "config/tool_config.h"
 #include "extract/folder_flattening.h"
 #include "job/client/client_repair.h"
@@ -57,7 +58,7 @@ bool Repair(const SmallMachine& machine) {
 bool Reinstall(const SmallMachine& machine) {
     try {
         return VerifyAndRepairClient(machine.Staging(), true, machine.Archive());
-    } catch (const fs::filesystem_error&) {
+    } catch (const FileSystemError&) {
         reportFailure(L"the listing breaks off");
         return false;
     }

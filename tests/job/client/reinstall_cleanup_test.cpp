@@ -7,6 +7,7 @@
 
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/skipping.h"
+#include "common/win32_error.h"
 #include "job/client/client_folders.h"
 #include "job/progress/job_progress.h"
 
@@ -155,9 +156,9 @@ TEST_F(ReinstallCleanup, AnIncompleteListingThrows) {
     try {
         static_cast<void>(PrepareCleanReinstall());
         FAIL() << "no exception";
-    } catch (const fs::filesystem_error& error) {
-        EXPECT_EQ(error.code(), std::error_code(ERROR_NETNAME_DELETED, std::system_category()));
-        EXPECT_EQ(error.path1(), Client());
+    } catch (const FileSystemError& failure) {
+        EXPECT_EQ(failure.error, DWORD{ERROR_NETNAME_DELETED});
+        EXPECT_EQ(failure.path, Client());
     }
     // Listed and removed, unless it was the tool.
     for (const std::wstring name : {L"a.dat", L"b.dat", L"c.dat"}) {
