@@ -118,6 +118,7 @@ void PrintTool(const BuiltTool& tool, bool wasForced, Console& console) {
     console.PrintSummary("  size       " + std::to_string(tool.size) + " bytes");
     console.PrintSummary("  SHA-256    " + tool.sha256);
     console.PrintSummary(std::string("  signature  ") + (tool.isSigned ? "present" : "none"));
+    console.PrintSummary("Put it into the client's folder: it repairs the folder that it lies in.");
 }
 
 std::string WhyRefused(const Findings& findings) {

@@ -333,7 +333,7 @@ void CheckAccent(const Judged& judged, Findings& findings) {
     if (!IsHexOf(digits, kDigits)) {
         findings.Add("accent.malformed", place,
                      Quoted(accentHex) + " is no color of six hexadecimal digits.",
-                     "Write two digits each for red, green and blue: FFA640.");
+                     "Write two digits each for red, green and blue, such as FFA640.");
         return;
     }
     const Argb accent = ParseAccentColor(accentHex);

@@ -56,7 +56,7 @@ std::optional<std::string> ReadInputFile(const std::wstring& path, uint64_t most
 void RequireFolder(const std::wstring& path) {
     const EntryKind kind = KindOf(path);
     if (kind == EntryKind::RegularFile) {
-        throw OutsideFailure("cannot use " + WideToUtf8(path) + ", which is a file",
+        throw OutsideFailure("cannot use " + WideToUtf8(path) + ", which is a file; give a folder",
                              ERROR_DIRECTORY);
     }
     if (kind == EntryKind::Missing) {

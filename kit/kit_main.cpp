@@ -52,6 +52,7 @@ void PrintHelp(Console& console) {
     console.Print("");
     console.Print("From a client folder to a finished tool:");
     console.Print("  repair_kit new mygame --name \"My Game\"");
+    console.Print("  (fill in mygame\\config.txt, replace the pictures beside it)");
     console.Print("  repair_kit pack C:\\Games\\MyGame -o client-1.0.zip --brand mygame");
     console.Print("  repair_kit check mygame --package client-1.0.zip");
     console.Print("  repair_kit preview mygame -o pictures");
@@ -59,6 +60,9 @@ void PrintHelp(Console& console) {
     console.Print("");
     console.Print("repair_kit COMMAND --help explains a command and shows an example.");
     console.Print("repair_kit --version prints the version.");
+    console.Print("");
+    console.Print("Exit codes: 0 done, 1 refused for the errors that are named, 2 wrong usage,");
+    console.Print("4 something outside failed: a file, the network, the signing command.");
 }
 
 const Command* FindCommand(std::wstring_view name) {

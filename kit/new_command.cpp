@@ -76,7 +76,9 @@ ExitCode RunNew(const NewArguments& arguments, Console& console) {
     WriteFilesTogether(files);
     console.PrintSummary("Wrote config.txt, background.jpg, logo.png and tool.ico into " + shown +
                          ".");
-    console.PrintSummary("Next: fill in archiveUrl in config.txt, replace the pictures, then");
+    console.PrintSummary(
+        "Next: in config.txt fill in archiveUrl and startupExe, and change companyName,");
+    console.PrintSummary("programsPublisher and the copyright lines; replace the pictures; then");
     console.PrintSummary("  repair_kit pack CLIENT -o PACKAGE.zip --brand \"" + shown + "\"");
     console.PrintSummary("  repair_kit check \"" + shown + "\" --package PACKAGE.zip");
     return ExitCode::Done;

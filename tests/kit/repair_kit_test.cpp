@@ -87,6 +87,8 @@ TEST(RepairKit, ExplainsItselfOnStdout) {
         EXPECT_THAT(run.error, IsEmpty());
     }
     EXPECT_THAT(RunRepairKit(L"check --help").out, HasSubstr("example:\n  repair_kit check "));
+    EXPECT_THAT(RunRepairKit(L"pack --help").out,
+                HasSubstr("(default: " + std::to_string(kDefaultPackLevel) + ")"));
     EXPECT_EQ(RunRepairKit(L"--version").out, "repair_kit " ENGINE_VERSION "\n");
 }
 
@@ -225,6 +227,20 @@ TEST(RepairKit, NamesOfAnyKindGiveABrandWithoutFurtherFindings) {
                     HasSubstr("\n2 errors, 0 warnings, 0 notes.\n"))
             << name;
     }
+}
+
+TEST(RepairKit, PackNamesWhatItHasWritten) {
+    const ScratchFolder scratch;
+    const fs::path brand = MakeBrandFolder(scratch.Path() / L"brand", ConfigText({}));
+    WriteFile(scratch.Path() / L"client" / L"game.exe", "the game");
+    const fs::path package = scratch.Path() / L"client.zip";
+    const std::wstring command =
+        L"pack " + Quoted(scratch.Path() / L"client") + L" -o " + Quoted(package);
+    const std::string wrote = "Wrote " + WideToUtf8(package.native());
+    EXPECT_THAT(RunRepairKit(command).out, HasSubstr(wrote + ".\n"));
+    EXPECT_THAT(RunRepairKit(command + L" --brand " + Quoted(brand)).out,
+                HasSubstr(wrote + ", and its SHA-256 into " +
+                          WideToUtf8((brand / L"config.txt").native()) + ".\n"));
 }
 
 TEST(RepairKit, PreviewPaintsTheChosenStatesAndAContactSheet) {
