@@ -50,7 +50,7 @@ constexpr OptionSyntax kPreviewOptions[] = {
 
 constexpr OptionSyntax kBuildOptions[] = {
     {L"-o", "FOLDER", "where the exe goes", true},
-    {L"--package", "FILE", "look into this package before"},
+    {L"--package", "FILE", "look into this package too"},
     {L"--sign", "COMMAND", "signs one file; {file} stands for its path"},
     kNoDigest,
     kStrict,

@@ -52,7 +52,7 @@ void PrintHelp(Console& console) {
     console.Print("");
     console.Print("From a client folder to a finished tool:");
     console.Print("  repair_kit new mygame --name \"My Game\"");
-    console.Print("  (fill in mygame\\config.txt, replace the pictures beside it)");
+    console.Print("  (fill in archiveUrl in mygame\\config.txt, and replace the pictures)");
     console.Print("  repair_kit pack C:\\Games\\MyGame -o client-1.0.zip --brand mygame");
     console.Print("  repair_kit check mygame --package client-1.0.zip");
     console.Print("  repair_kit preview mygame -o pictures");

@@ -87,6 +87,11 @@ void PrintResult(const PackArguments& arguments, const PackageFacts& facts,
     const auto size = [](uint64_t bytes) {
         return WideToUtf8(FormatByteCount(static_cast<double>(bytes)));
     };
+    console.PrintSummary({{"Wrote ", Color::Good}, {WideToUtf8(arguments.package)}});
+    if (!arguments.brand.empty()) {
+        console.PrintSummary("Set archiveSha256 in " +
+                             WideToUtf8(JoinPaths(AsFolder(arguments.brand), kConfigFileName)));
+    }
     const uint64_t temporary = facts.tempBytes.value_or(0);
     const uint64_t client = facts.unpackedBytes.value_or(0);
     console.PrintSummary("A player needs " + size(temporary + client) + ": " + size(client) +

@@ -65,8 +65,7 @@ ExitCode RunPreview(const PreviewArguments& arguments, Console& console) {
         files.push_back({JoinPaths(arguments.folder, name), contents[i]});
     }
     WriteFilesTogether(files);
-    console.PrintSummary("Painted " + std::to_string(arguments.states.size()) +
-                         " states of the window into " + WideToUtf8(arguments.folder) +
-                         "; contact-sheet.png shows all of them.");
+    console.PrintSummary("Wrote " + std::to_string(files.size()) + " pictures into " +
+                         WideToUtf8(arguments.folder) + "; contact-sheet.png shows all states.");
     return ExitCode::Done;
 }

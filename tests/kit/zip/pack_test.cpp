@@ -8,6 +8,7 @@
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/skipping.h"
 #include "kit/exit_codes.h"
+#include "kit/utf8.h"
 #include "kit/zip/client_listing.h"
 #include "kit/zip/package_check.h"
 #include "kit/zip/random_access_file.h"
@@ -136,6 +137,16 @@ TEST_F(Pack, SetsTheDigestInTheBrand) {
     EXPECT_EQ(ReadFile(brand_ / L"config.txt"),
               "\xEF\xBB\xBFx=1\r\narchiveSha256=" + facts.sha256.value_or("") + "\r\n# end");
     EXPECT_THAT(bench::FolderListing(brand_), ElementsAre(L"config.txt"));
+}
+
+TEST_F(Pack, SaysWhatItHasWritten) {
+    MakeBrand("archiveSha256=old\n");
+    const kit_test::KitRun run =
+        kit_test::RunRepairKit(L"pack \"" + client_.native() + L"\" -o \"" + package_.native() +
+                               L"\" --brand \"" + brand_.native() + L"\"");
+    EXPECT_THAT(run.out, HasSubstr("Wrote " + WideToUtf8(package_.native()) + "\n"));
+    EXPECT_THAT(run.out, HasSubstr("Set archiveSha256 in " +
+                                   WideToUtf8((brand_ / L"config.txt").native()) + "\n"));
 }
 
 TEST_F(Pack, KeepsThePackageWhenTheBrandCannotBeWritten) {
