@@ -78,19 +78,13 @@ void PrintResult(const PackArguments& arguments, const PackageFacts& facts,
     for (const std::string& name : leftOut) {
         console.PrintSummary("left out             " + name);
     }
-    const std::string written = "Wrote " + WideToUtf8(arguments.package);
-    console.PrintSummary(arguments.brand.empty()
-                             ? written + "."
-                             : written + ", and its SHA-256 into " +
-                                   WideToUtf8(ConfigPathIn(arguments.brand)) + ".");
     PrintFacts(facts, console);
     const auto size = [](uint64_t bytes) {
         return WideToUtf8(FormatByteCount(static_cast<double>(bytes)));
     };
     console.PrintSummary({{"Wrote ", Color::Good}, {WideToUtf8(arguments.package)}});
     if (!arguments.brand.empty()) {
-        console.PrintSummary("Set archiveSha256 in " +
-                             WideToUtf8(JoinPaths(AsFolder(arguments.brand), kConfigFileName)));
+        console.PrintSummary("Set archiveSha256 in " + WideToUtf8(ConfigPathIn(arguments.brand)));
     }
     const uint64_t temporary = facts.tempBytes.value_or(0);
     const uint64_t client = facts.unpackedBytes.value_or(0);
