@@ -229,20 +229,6 @@ TEST(RepairKit, NamesOfAnyKindGiveABrandWithoutFurtherFindings) {
     }
 }
 
-TEST(RepairKit, PackNamesWhatItHasWritten) {
-    const ScratchFolder scratch;
-    const fs::path brand = MakeBrandFolder(scratch.Path() / L"brand", ConfigText({}));
-    WriteFile(scratch.Path() / L"client" / L"game.exe", "the game");
-    const fs::path package = scratch.Path() / L"client.zip";
-    const std::wstring command =
-        L"pack " + Quoted(scratch.Path() / L"client") + L" -o " + Quoted(package);
-    const std::string wrote = "Wrote " + WideToUtf8(package.native());
-    EXPECT_THAT(RunRepairKit(command).out, HasSubstr(wrote + ".\n"));
-    EXPECT_THAT(RunRepairKit(command + L" --brand " + Quoted(brand)).out,
-                HasSubstr(wrote + ", and its SHA-256 into " +
-                          WideToUtf8((brand / L"config.txt").native()) + ".\n"));
-}
-
 TEST(RepairKit, PreviewPaintsTheChosenStatesAndAContactSheet) {
     const ScratchFolder scratch;
     const fs::path pictures = scratch.Path() / L"new" / L"pictures";
