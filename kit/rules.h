@@ -15,8 +15,7 @@ struct Rule {
     std::string_view summary;  // One line for lists.
 };
 
-// The only place that names the rules, in the order of the documentation. docs/kit.md explains
-// each.
+// The only place that names the rules. docs/kit.md explains each.
 // clang-format off
 inline constexpr Rule kRules[] = {
     {"brand.missing-file", Severity::Error, "A file of the brand is not there."},
