@@ -35,6 +35,7 @@ PackageFacts CheckListing(const ClientListing& listing, const std::string& packa
     uint64_t unpacked = 0;
     const ClientEntry* largest = nullptr;
     const ClientEntry* longest = nullptr;
+    size_t longestCharacters = 0;
     for (size_t i = 0; i < listing.entries.size(); ++i) {
         const ClientEntry& entry = listing.entries[i];
         CheckName(entry.name, i, paths, findings);
@@ -43,8 +44,10 @@ PackageFacts CheckListing(const ClientListing& listing, const std::string& packa
         if (!entry.IsFolder() && (largest == nullptr || entry.size > largest->size)) {
             largest = &entry;
         }
-        if (longest == nullptr || Utf16Length(entry.name) > Utf16Length(longest->name)) {
+        const size_t characters = Utf16Length(entry.name) - (entry.IsFolder() ? 1 : 0);
+        if (longest == nullptr || characters > longestCharacters) {
             longest = &entry;
+            longestCharacters = characters;
         }
     }
     paths.Sort();

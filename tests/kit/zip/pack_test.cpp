@@ -149,6 +149,18 @@ TEST_F(Pack, SaysWhatItHasWritten) {
                                    WideToUtf8((brand_ / L"config.txt").native()) + "\n"));
 }
 
+TEST_F(Pack, NamesTheLongestPathAsTheCheckDoes) {
+    WriteFile(client_ / L"of-13-letters", "");
+    fs::create_directories(client_ / L"sub" / L"of-length");
+    options_ = L"--json";
+    const kit_test::KitRun run = RunKit();
+    EXPECT_THAT(run.out, HasSubstr("\"longestPath\": \"of-13-letters\""));
+    Findings findings;
+    PackageFacts facts;
+    CheckPackage(package_, {}, findings, facts, console_);
+    EXPECT_EQ(facts.longestPath, "of-13-letters");
+}
+
 TEST_F(Pack, KeepsThePackageWhenTheBrandCannotBeWritten) {
     MakeBrand("archiveSha256=old\n");
     const bench::OpenElsewhere lock(brand_ / L"config.txt", FILE_SHARE_READ);
