@@ -4,13 +4,12 @@ import os
 import shutil
 
 import client_package
-from client_package import FileState, look_at, look_at_folder
+from client_package import FileState, look_at_folder
 from player import DemoFailure, Player, wait_until
 
 TOOL_NAME = "KrvBrennickInstaller.exe"
 UNINSTALLER = "Uninstall.exe"
 SHORTCUT = "Karvoth.lnk"
-GAME = "Karvoth"
 FIRST_SERVER = "/asia/karvoth-2.0.0.zip"
 SECOND_SERVER = "/eu/karvoth-2.0.0.zip"
 
@@ -31,7 +30,10 @@ class Act:
     """One run of the tool in a client folder of its own, from the broken client to the report."""
 
     title = ""
+    game = "Karvoth"
     folder = r"C:\Games\Karvoth"
+    tool_name = TOOL_NAME
+    address = FIRST_SERVER  # Of the package on the server.
     settings = {}
     slow = True
     damages = False
@@ -52,9 +54,9 @@ class Act:
         self.before = look_at_folder(self.client)
         self.report.heading(self.title)
         self.report.line(f"Client: {self.folder}")
-        tool = self.windows.start([TOOL_NAME], self.client)
+        tool = self.windows.start([self.tool_name], self.client)
         try:
-            self.player.note(f"started {TOOL_NAME}")
+            self.player.note(f"started {self.tool_name}")
             self.perform()
             self.exit_code = tool.wait(60)
             self.player.note(f"saw the tool end with exit code {self.exit_code}")
@@ -75,12 +77,7 @@ class Act:
         shutil.rmtree(self.client, ignore_errors=True)
         self.package.install(self.client)
         client_package.break_client(self.client)
-        tool = os.path.join(self.client, TOOL_NAME)
-        shutil.copyfile(self.stage.tool, tool)
-        config = self.stage.write_config(self.settings)
-        code, _ = self.windows.run_demo_program("demo_stamp", tool, config)
-        if code != 0:
-            raise DemoFailure("The configuration could not be embedded in the tool's copy.")
+        self.stage.provide_tool(os.path.join(self.client, self.tool_name), self.settings)
 
     def perform(self):
         raise NotImplementedError
@@ -146,7 +143,7 @@ class Act:
             *client_package.PLAYERS_OWN,
             client_package.STARTUP_LOG,
             UNINSTALLER,
-            TOOL_NAME,
+            self.tool_name,
         ]
         none = FileState()
         self.report.files(
@@ -154,8 +151,8 @@ class Act:
         )
 
     def report_system(self):
-        self.entry = self.windows.installed_programs_entry(GAME)
-        self.report.entry(GAME, self.entry)
+        self.entry = self.windows.installed_programs_entry(self.game)
+        self.report.entry(self.game, self.entry)
         self.report.list("Requests received by the server", self.server.requests)
         self.report.list("Left in the temporary folder", self.windows.temporary_files())
         self.report.list("On the Desktop", self.windows.desktop_files())
@@ -167,14 +164,22 @@ class Act:
         with open(path, encoding="utf-8") as file:
             return file.read().count("started in " + self.folder)
 
+    def uninstaller_is_embedded(self):
+        path = os.path.join(self.client, UNINSTALLER)
+        if not os.path.exists(path):
+            return False
+        with open(path, "rb") as written, open(os.path.join(self.client, self.tool_name), "rb") as tool:
+            uninstaller = written.read()
+            return uninstaller.startswith(b"MZ") and uninstaller in tool.read()
+
     def judge_end(self):
         check = self.report.check
         check(self.exit_code == 0, "the tool ended with exit code 0")
         check(not self.windows.temporary_files(), "nothing is left in the temporary folder")
-        kept = self.after.get(TOOL_NAME) == self.before[TOOL_NAME]
+        kept = self.after.get(self.tool_name) == self.before[self.tool_name]
         check(kept, "the tool's own file is unchanged")
 
-    def judge_success(self, requested):
+    def judge_success(self):
         check = self.report.check
         different = self.package.differences(self.client)
         check(
@@ -184,17 +189,15 @@ class Act:
         )
         date = self.after[client_package.OLDER].seconds
         check(date == client_package.PACKED_SECONDS, "the older file has the package's date")
-        built = look_at(self.stage.uninstaller)
-        same = self.after.get(UNINSTALLER, FileState()).same_bytes(built)
-        check(same, f"{UNINSTALLER} is the embedded one")
+        check(self.uninstaller_is_embedded(), f"{UNINSTALLER} is the embedded one")
         check(
-            self.entry.get("DisplayName") == GAME
+            self.entry.get("DisplayName") == self.game
             and self.entry.get("InstallLocation") == self.folder
             and self.entry.get("UninstallString") == rf'"{self.folder}\{UNINSTALLER}"',
             "the game is registered with its folder and its uninstaller",
         )
         lines = [request.line for request in self.server.requests]
-        check(lines == [f"GET {requested} HTTP/1.1"], "the package was requested once")
+        check(lines == [f"GET {self.address} HTTP/1.1"], "the package was requested once")
         check(self.startup_count() == 1, "the startup program was started once, in its folder")
         self.judge_end()
 
@@ -219,12 +222,13 @@ class Repair(Act):
         self.finish()
 
     def judge(self):
-        self.judge_success(FIRST_SERVER)
+        self.judge_success()
         self.judge_players_files(kept=True)
 
 
 class RepairFromSecondServer(Act):
     title = "A repair from the second server"
+    address = SECOND_SERVER
 
     def __init__(self, stage, report):
         super().__init__(stage, report)
@@ -243,7 +247,7 @@ class RepairFromSecondServer(Act):
         self.finish()
 
     def judge(self):
-        self.judge_success(SECOND_SERVER)
+        self.judge_success()
         self.judge_players_files(kept=True)
 
 
@@ -269,7 +273,7 @@ class Reinstall(Act):
         return view and view.question
 
     def judge(self):
-        self.judge_success(FIRST_SERVER)
+        self.judge_success()
         self.judge_players_files(kept=False)
         created = SHORTCUT in self.windows.desktop_files()
         self.report.check(created, "the shortcut is on the Desktop")
@@ -307,7 +311,7 @@ class Failure(Act):
         check = self.report.check
         check(self.after == self.before, "every byte and date of the client is unchanged")
         lines = [request.line for request in self.server.requests]
-        check(lines == [f"GET {FIRST_SERVER} HTTP/1.1"] * 2, "the second attempt downloaded the package again")
+        check(lines == [f"GET {self.address} HTTP/1.1"] * 2, "the second attempt downloaded the package again")
         registered = self.entry.get("InstallLocation") == self.folder
         check(not registered, "the failed repair registered nothing")
         check(self.startup_count() == 0, "the startup program was not started")

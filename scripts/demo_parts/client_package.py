@@ -99,27 +99,45 @@ def sample_files(startup_program):
             yield name, dice.randbytes(dice.randint(smallest, largest))
 
 
-class Package:
-    """A ZIP file with the whole client, and its contents."""
+def make_package(path, startup_program):
+    """Writes a ZIP file with the whole client."""
+    with zipfile.ZipFile(path, "w") as archive:
+        for name, content in sample_files(startup_program):
+            entry = zipfile.ZipInfo(TOP_FOLDER + name, PACKED_AT)
+            # Random bytes cannot be compressed, and storing them is fast.
+            entry.compress_type = zipfile.ZIP_STORED
+            # A ZIP file's own dates are local times; this field holds UTC.
+            entry.extra = struct.pack("<HHBl", 0x5455, 5, 1, PACKED_SECONDS)
+            archive.writestr(entry, content)
 
-    def __init__(self, path, startup_program):
+
+def write_file(folder, name, content):
+    path = os.path.join(folder, name)
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path, "wb") as file:
+        file.write(content)
+    return path
+
+
+def write_client(folder, startup_program):
+    for name, content in sample_files(startup_program):
+        path = write_file(folder, name, content)
+        os.utime(path, (PACKED_SECONDS, PACKED_SECONDS))
+
+
+class Package:
+    """A ZIP file with the whole client, perhaps in a top folder, and its contents."""
+
+    def __init__(self, path):
         self.path = path
         self.files = {}
-        with zipfile.ZipFile(path, "w") as archive:
-            for name, content in sample_files(startup_program):
-                archive.writestr(self._entry(name), content)
+        with zipfile.ZipFile(path) as archive:
+            for entry in archive.infolist():
+                content = archive.read(entry)
+                name = entry.filename.removeprefix(TOP_FOLDER)
                 digest = hashlib.sha256(content).hexdigest()
                 self.files[name] = FileState(len(content), digest, PACKED_SECONDS)
         self.state = look_at(path)
-
-    @staticmethod
-    def _entry(name):
-        entry = zipfile.ZipInfo(TOP_FOLDER + name, PACKED_AT)
-        # Random bytes cannot be compressed, and storing them is fast.
-        entry.compress_type = zipfile.ZIP_STORED
-        # A ZIP file's own dates are local times; this field holds UTC.
-        entry.extra = struct.pack("<HHBl", 0x5455, 5, 1, PACKED_SECONDS)
-        return entry
 
     def install(self, folder):
         """Installs a client in a new folder, as the game's installer would."""
@@ -149,8 +167,9 @@ def break_client(folder):
         file.seek(5000)
         file.write(bytes([byte ^ 0xFF]))
     os.utime(os.path.join(folder, OLDER), (OLD_SECONDS, OLD_SECONDS))
+    add_players_files(folder)
+
+
+def add_players_files(folder):
     for name, content in PLAYERS_OWN.items():
-        path = os.path.join(folder, name)
-        os.makedirs(os.path.dirname(path), exist_ok=True)
-        with open(path, "wb") as file:
-            file.write(content)
+        write_file(folder, name, content)

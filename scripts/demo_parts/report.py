@@ -46,6 +46,8 @@ class Report:
         self.failures += not passed
 
     def print_checks(self):
+        if not self.checks:
+            return
         self.line("Checks:")
         for passed, text in self.checks:
             self.line(f"  {'ok    ' if passed else 'FAILED'}  {text}")

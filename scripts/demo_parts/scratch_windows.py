@@ -65,13 +65,14 @@ class ScratchWindows:
     def start(self, command, folder):
         return subprocess.Popen([*self.launcher, *command], cwd=folder, **QUIET)
 
-    def run(self, *command):
-        """The exit code and what the program printed."""
+    def run(self, *command, folder=None, errors=False):
+        """The exit code and what the program printed, with `errors` also those on stderr."""
         result = subprocess.run(
             [*self.launcher, *command],
+            cwd=folder,
             stdin=subprocess.DEVNULL,
             stdout=subprocess.PIPE,
-            stderr=subprocess.DEVNULL,
+            stderr=subprocess.STDOUT if errors else subprocess.DEVNULL,
             timeout=PROGRAM_TIME_LIMIT_S,
         )
         return result.returncode, result.stdout.decode("utf-8", "replace")
