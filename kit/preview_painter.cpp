@@ -70,7 +70,7 @@ const std::vector<PreviewState>& PreviewStates() {
                  .filesDone = 4200,
                  .filesRepaired = 3,
                  .statusLine = L"Repair complete.",
-                 .detailLine = L"Client is ready.",
+                 .detailLine = L"Registering Programs and Features entry...",
                  .errorMessage = {}}},
         {.name = "failed",
          .job = {.stage = JobStage::Failed,
