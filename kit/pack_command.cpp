@@ -5,6 +5,7 @@
 #include "common/byte_count_text.h"
 #include "common/files.h"
 #include "common/paths.h"
+#include "common/text.h"
 #include "config/tool_config.h"
 #include "kit/brand.h"
 #include "kit/check.h"
@@ -96,6 +97,16 @@ void PrintResult(const PackArguments& arguments, const PackageFacts& facts,
                          " in %TEMP% for the package and its unpacked files.");
 }
 
+bool HoldsBrand(const ClientListing& listing, const std::wstring& client,
+                const std::wstring& brand) {
+    const auto config = ComparableCanonical(ConfigPathIn(brand));
+    return std::any_of(
+        listing.entries.begin(), listing.entries.end(), [&](const ClientEntry& entry) {
+            return FoldCase(LastComponent(entry.name)) == "CONFIG.TXT" &&
+                   ComparableCanonical(JoinPaths(client, Utf8ToWide(entry.name))) == config;
+        });
+}
+
 // The config.txt of the brand with the new digest. The package is in its place already.
 void SetDigestInBrand(const std::wstring& brand, const std::string& digest) {
     const std::wstring path = ConfigPathIn(brand);
@@ -173,6 +184,11 @@ ExitCode RunPack(const PackArguments& arguments, Console& console) {
         PrintJsonResult(findings, facts, listing.leftOut, console);
     } else {
         PrintResult(arguments, facts, listing.leftOut, console);
+        if (!arguments.brand.empty() && HoldsBrand(listing, client, arguments.brand)) {
+            console.PrintSummary(
+                {{"The brand is in the client folder and was packed with it", Color::Warning},
+                 {": move it elsewhere, or leave it out with --exclude, then pack again."}});
+        }
     }
     return ExitCode::Done;
 }

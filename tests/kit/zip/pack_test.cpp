@@ -161,6 +161,18 @@ TEST_F(Pack, NamesTheLongestPathAsTheCheckDoes) {
     EXPECT_EQ(facts.longestPath, "of-13-letters");
 }
 
+TEST_F(Pack, SaysThatTheBrandWasPackedWithTheClient) {
+    brand_ = client_ / L"tools" / L"brand";
+    WriteFile(brand_ / L"config.txt", "archiveSha256=old\n");
+    WriteFile(client_ / L"config.txt", "the game's own");
+    const std::wstring command = L"pack \"" + client_.native() + L"\" -o \"" + package_.native() +
+                                 L"\" --brand \"" + brand_.native() + L"\"";
+    constexpr char kNotice[] = "The brand is in the client folder and was packed with it";
+    EXPECT_THAT(kit_test::RunRepairKit(command).out, HasSubstr(kNotice));
+    EXPECT_THAT(kit_test::RunRepairKit(command + L" --exclude brand").out,
+                testing::Not(HasSubstr(kNotice)));
+}
+
 TEST_F(Pack, KeepsThePackageWhenTheBrandCannotBeWritten) {
     MakeBrand("archiveSha256=old\n");
     const bench::OpenElsewhere lock(brand_ / L"config.txt", FILE_SHARE_READ);
