@@ -65,12 +65,21 @@ BlockPipeline::BlockPipeline(std::wstring clientFolder, const std::vector<Client
       entries_(entries),
       level_(level),
       slots_(threads + kSpareSlots) {
-    for (unsigned i = 0; i < threads; ++i) {
-        threads_.emplace_back([this] { Run(); });
+    try {
+        for (unsigned i = 0; i < threads; ++i) {
+            threads_.emplace_back([this] { Run(); });
+        }
+    } catch (...) {
+        Stop();
+        throw;
     }
 }
 
 BlockPipeline::~BlockPipeline() {
+    Stop();
+}
+
+void BlockPipeline::Stop() {
     {
         const std::lock_guard lock(mutex_);
         isStopped_ = true;

@@ -33,6 +33,7 @@ class BlockPipeline {
 public:
     // `entries` must outlive this object and stay as they are. Folders and empty files are left
     // out.
+    // Throws std::system_error when a thread cannot be started.
     BlockPipeline(std::wstring clientFolder, const std::vector<ClientEntry>& entries, int level,
                   unsigned threads);
     // Stops all work.
@@ -58,6 +59,7 @@ private:
     };
 
     void Run();
+    void Stop();
     [[nodiscard]] bool TakeTask(Task& task);
     [[nodiscard]] bool IsPacked(size_t entry) const;
 
