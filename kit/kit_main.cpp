@@ -1,10 +1,13 @@
 #include "kit/kit_main.h"
 
 #include <array>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <new>
+#include <system_error>
 
 #include "engine_version.h"
 #include "kit/commands.h"
@@ -34,6 +37,11 @@ LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers) {
 
 [[noreturn]] void OnTerminate() {
     EndAfterCrash("repair_kit: ended by an error of its own\n");
+}
+
+// What abort() raises before it ends the process with 3.
+[[noreturn]] void OnAbort(int) {
+    OnTerminate();
 }
 
 void PrintHelp(Console& console) {
@@ -110,6 +118,10 @@ ExitCode Dispatch(std::span<const std::wstring> arguments, Console& console) {
     return command->run(words, console);
 }
 
+std::string CodeText(const std::system_error& error) {
+    return std::string(error.what()) + " (code " + std::to_string(error.code().value()) + ")";
+}
+
 void PrintReason(Console& console, const char* reason) {
     console.PrintError({{kProgram, Color::Error}, {reason}});
 }
@@ -126,6 +138,8 @@ ExitCode RunKit(std::span<const std::wstring> arguments, Console& console) {
         PrintReason(console, error.what());
     } catch (const std::bad_alloc&) {
         PrintReason(console, SystemErrorText(ERROR_NOT_ENOUGH_MEMORY).c_str());
+    } catch (const std::system_error& error) {  // A thread that cannot be started.
+        PrintReason(console, CodeText(error).c_str());
     }
     return ExitCode::OutsideFailure;
 }
@@ -134,4 +148,8 @@ void InstallCrashGuards() {
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
     ::SetUnhandledExceptionFilter(OnUnhandledException);
     std::set_terminate(OnTerminate);
+    std::signal(SIGABRT, OnAbort);
+#ifdef _MSC_VER
+    _set_abort_behavior(0, _WRITE_ABORT_MSG | _CALL_REPORTFAULT);
+#endif
 }

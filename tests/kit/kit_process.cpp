@@ -51,7 +51,7 @@ KernelHandle Start(const wchar_t* program, const std::wstring& arguments, STARTU
 
 }  // namespace
 
-KitRun RunRepairKit(const std::wstring& arguments, HANDLE out) {
+KitRun RunProgram(const wchar_t* program, const std::wstring& arguments, HANDLE out) {
     const KernelHandle outFile = OutputHandle();
     const KernelHandle errorFile = OutputHandle();
     STARTUPINFOW startup{};
@@ -59,13 +59,17 @@ KitRun RunRepairKit(const std::wstring& arguments, HANDLE out) {
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = out == nullptr ? outFile.get() : out;
     startup.hStdError = errorFile.get();
-    const KernelHandle process = Start(L"repair_kit.exe", arguments, startup, nullptr);
+    const KernelHandle process = Start(program, arguments, startup, nullptr);
     ::WaitForSingleObject(process.get(), INFINITE);
     KitRun run;
     ::GetExitCodeProcess(process.get(), &run.exitCode);
     run.out = ContentOf(outFile.get());
     run.error = ContentOf(errorFile.get());
     return run;
+}
+
+KitRun RunRepairKit(const std::wstring& arguments, HANDLE out) {
+    return RunProgram(L"repair_kit.exe", arguments, out);
 }
 
 KernelHandle StartProgram(const wchar_t* program, const std::wstring& arguments, DWORD* processId) {

@@ -15,8 +15,11 @@ struct KitRun {
     std::string error;
 };
 
-// Runs repair_kit with this rest of a command line and waits for its end. A null `out` handle is
-// replaced by a file whose content becomes the result's.
+// Runs a program of the build with this rest of a command line and waits for its end. A null `out`
+// handle is replaced by a file whose content becomes the result's.
+KitRun RunProgram(const wchar_t* program, const std::wstring& arguments, HANDLE out = nullptr);
+
+// The same for the kit itself.
 KitRun RunRepairKit(const std::wstring& arguments, HANDLE out = nullptr);
 
 // Starts a program of the build without a window, in a process group of its own.
