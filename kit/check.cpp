@@ -53,14 +53,14 @@ CheckResult CheckBrand(const std::wstring& folder, const CheckOptions& options, 
     CheckConfig(result.brand, options.noDigest, result.findings);
     CheckBrandFiles(result.brand, result.findings);
     CheckPictures(result.brand, result.findings);
+    const ToolConfig config = ConfigToJudge(result.brand);
     if (!options.package.empty()) {
-        CheckPackage(options.package, result.brand.config, result.findings, result.facts, console);
+        CheckPackage(options.package, config, result.findings, result.facts, console);
     }
     if (options.online) {
         const auto packageBytes =
             options.package.empty() ? std::nullopt : FileSize(options.package);
-        CheckOnline(result.brand.config, {options.download, packageBytes}, result.findings,
-                    console);
+        CheckOnline(config, {options.download, packageBytes}, result.findings, console);
     }
     return result;
 }

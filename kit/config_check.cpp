@@ -399,8 +399,7 @@ void CheckConfig(const Brand& brand, bool noDigest, Findings& findings) {
     }
     Judged judged;
     judged.lines = CheckConfigLines(*brand.configText, findings);
-    judged.config = ParseWithoutOuterBlanks(*brand.configText);
-    FillEmptyNames(judged.config);
+    judged.config = ConfigToJudge(brand);
     CheckPrimaryAddress(judged, findings);
     CheckMirrors(judged, findings);
     CheckDigest(judged, noDigest, findings);
@@ -416,6 +415,12 @@ void CheckConfig(const Brand& brand, bool noDigest, Findings& findings) {
     CheckLanguage(judged, "repairLanguage", judged.config.repairLanguage, findings);
     CheckLanguage(judged, "uninstallerLanguage", judged.config.uninstallerLanguage, findings);
     CheckNotActedOn(judged, ParseConfigText(*brand.configText), findings);
+}
+
+ToolConfig ConfigToJudge(const Brand& brand) {
+    ToolConfig config = ParseWithoutOuterBlanks(brand.configText.value_or(""));
+    FillEmptyNames(config);
+    return config;
 }
 
 bool IsProductVersion(std::wstring_view text) {

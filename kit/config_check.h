@@ -7,6 +7,10 @@
 // accepts that archiveSha256 is missing.
 void CheckConfig(const Brand& brand, bool noDigest, Findings& findings);
 
+// What the rules judge: the brand's configuration as the tool reads it, but without blanks around
+// the values, which have a rule of their own.
+[[nodiscard]] ToolConfig ConfigToJudge(const Brand& brand);
+
 // Whether the text is a product version: one to four numbers of at most 65535 with dots between,
 // and optionally a suffix that begins with "-". Blanks around it do not matter.
 [[nodiscard]] bool IsProductVersion(std::wstring_view text);

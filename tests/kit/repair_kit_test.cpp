@@ -112,6 +112,22 @@ TEST(RepairKit, CheckEndsWithOneForErrorsOnly) {
     EXPECT_THAT(quiet.error, IsEmpty());
 }
 
+TEST(RepairKit, JudgesValuesWithoutTheBlanksAroundThem) {
+    const ScratchFolder scratch;
+    const fs::path package = scratch.Path() / L"client-1.zip";
+    WriteFile(scratch.Path() / L"client" / L"game.exe", "the game");
+    ASSERT_EQ(
+        RunRepairKit(L"pack " + Quoted(scratch.Path() / L"client") + L" -o " + Quoted(package))
+            .exitCode,
+        0U);
+    const fs::path brand = MakeBrandFolder(scratch.Path() / L"brand",
+                                           ConfigText({"-archiveSha256", "startupExe=game.exe "}));
+    const KitRun run =
+        RunRepairKit(L"check --no-digest " + Quoted(brand) + L" --package " + Quoted(package));
+    EXPECT_THAT(run.out, HasSubstr("[config.outer-blank]"));
+    EXPECT_THAT(run.out, HasSubstr("\n1 error, 0 warnings, 0 notes.\n"));
+}
+
 TEST(RepairKit, SaysWhatCannotBeReadAndLeavesStdoutEmpty) {
     const ScratchFolder scratch;
     const fs::path file = scratch.Path() / L"file";
