@@ -212,7 +212,8 @@ bool HasForbiddenCharacter(const std::wstring& name) {
                        [](wchar_t character) { return character < 0x20; });
 }
 
-// The components of a relative path without empty ones and ".".
+// The components of a relative path without empty ones and ".", and with ".." resolved. Begins with
+// ".." when the path leads outside.
 std::vector<std::wstring> Components(const std::wstring& path) {
     std::vector<std::wstring> components;
     std::wstring component;
@@ -221,7 +222,11 @@ std::vector<std::wstring> Components(const std::wstring& path) {
             component += character;
             continue;
         }
-        if (!component.empty() && component != L".") {
+        const bool goesBack =
+            component == L".." && !components.empty() && components.back() != L"..";
+        if (goesBack) {
+            components.pop_back();
+        } else if (!component.empty() && component != L".") {
             components.push_back(component);
         }
         component.clear();
@@ -271,14 +276,8 @@ void CheckToolName(const Judged& judged, Findings& findings) {
 }
 
 bool LeadsOutside(const std::wstring& path) {
-    int depth = 0;
-    for (const std::wstring& component : Components(path)) {
-        depth += component == L".." ? -1 : 1;
-        if (depth < 0) {
-            return true;
-        }
-    }
-    return false;
+    const std::vector<std::wstring> components = Components(path);
+    return !components.empty() && components[0] == L"..";
 }
 
 void CheckStartupExe(const Judged& judged, Findings& findings) {

@@ -187,6 +187,8 @@ const std::vector<ConfigCase>& ConfigCases() {
         {{"repairToolName=PowerShell.exe"}, {"error name.tool config.txt:6"}},
         {{"repairToolName=GAME.exe", "startupExe=game.exe"}, {"error name.tool config.txt:6"}},
         {{"repairToolName=patcher.exe", "startupExe="}, {"error name.tool config.txt:6"}},
+        {{"repairToolName=game.exe", "startupExe=bin/sub/../..//./game.exe"},
+         {"error name.tool config.txt:6"}},
         {{"repairToolName=game.exe"}, {}},
         {{"startupExe=C:\\\\game.exe"}, {"warning name.startup config.txt:4"}},
         {{"startupExe=C:game.exe"}, {"warning name.startup config.txt:4"}},
