@@ -55,7 +55,7 @@ ByteBuffer Sign(const OutputFile& file, const std::wstring& command, Console& co
     }
     if (!pe->HasCertificates()) {
         console.PrintError({{"warning", Color::Warning},
-                            {": the signing command ended well, but has not signed "},
+                            {": the signing command reports success, but has not signed "},
                             {WideToUtf8(FileNamePart(file.Target()))}});
     }
     return content;
@@ -118,7 +118,7 @@ void PrintTool(const BuiltTool& tool, bool wasForced, Console& console) {
     console.PrintSummary("  size       " + std::to_string(tool.size) + " bytes");
     console.PrintSummary("  SHA-256    " + tool.sha256);
     console.PrintSummary(std::string("  signature  ") + (tool.isSigned ? "present" : "none"));
-    console.PrintSummary("Put it into the client's folder: it repairs the folder that it lies in.");
+    console.PrintSummary("Put it into the client's folder: it repairs the folder that it is in.");
 }
 
 std::string WhyRefused(const Findings& findings) {

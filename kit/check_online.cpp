@@ -45,7 +45,7 @@ std::string FailureText(DWORD error) {
     const std::string code = " (code " + std::to_string(error) + ")";
     switch (error) {
         case ERROR_WINHTTP_NAME_NOT_RESOLVED:
-            return "nobody knows its name" + code;
+            return "its name is unknown" + code;
         case ERROR_WINHTTP_CANNOT_CONNECT:
             return "it accepts no connection" + code;
         case ERROR_WINHTTP_TIMEOUT:
@@ -53,7 +53,7 @@ std::string FailureText(DWORD error) {
         case ERROR_WINHTTP_CONNECTION_ERROR:
             return "it breaks the connection" + code;
         case ERROR_WINHTTP_INVALID_SERVER_RESPONSE:
-            return "its answer is no HTTP" + code;
+            return "its answer is not HTTP" + code;
         case ERROR_WINHTTP_REDIRECT_FAILED:
             return "its redirects lead nowhere" + code;
         default:

@@ -116,7 +116,7 @@ void CheckMirrors(const Judged& judged, Findings& findings) {
         findings.Add("mirror.unused", place,
                      used == 0 ? "The mirrors are not used, because multiRepairTool is off."
                                : "Only the first mirror is used; the others are never offered.",
-                     used == 0 ? "Set multiRepairTool=1 if players shall choose a server."
+                     used == 0 ? "Set multiRepairTool=1 if players are to choose a server."
                                : "Nothing has to be done.");
     }
     if (used == 0) {

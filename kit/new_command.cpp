@@ -29,7 +29,7 @@ std::string GameName(const std::wstring& name) {
     for (const wchar_t character : trimmed) {
         if (character < 0x20) {
             throw WrongUsage(
-                "--name has a control character; give the name as players shall see it");
+                "--name has a control character; give the name that players are to see");
         }
     }
     return WideToUtf8(trimmed);

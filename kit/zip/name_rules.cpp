@@ -114,7 +114,7 @@ void CheckNamesTogether(const PackagePaths& paths, const NameOf& nameOf, Finding
     for (const std::string_view unpacker : {"tar.exe", "powershell.exe"}) {
         if (const auto entry = paths.FindFile(unpacker)) {
             findings.Add("package.holds-unpacker", PackageEntry(nameOf(*entry)),
-                         "Once this lies beside the tool, the tool starts it instead of Windows' "
+                         "Once this is beside the tool, the tool starts it instead of Windows' "
                          "own " +
                              std::string(unpacker) + ", and repairs fail.",
                          "Rename it, or put it into a folder of the client.");
