@@ -121,7 +121,7 @@ TEST(RepairKit, JudgesValuesWithoutTheBlanksAroundThem) {
             .exitCode,
         0U);
     const fs::path brand = MakeBrandFolder(scratch.Path() / L"brand",
-                                           ConfigText({"-archiveSha256", "startupExe=game.exe "}));
+                                           ConfigText({"startupExe=game.exe ", "-archiveSha256"}));
     const KitRun run =
         RunRepairKit(L"check --no-digest " + Quoted(brand) + L" --package " + Quoted(package));
     EXPECT_THAT(run.out, HasSubstr("[config.outer-blank]"));
