@@ -52,7 +52,8 @@ def play(stage_type, act_types, demo, build):
     where = os.path.relpath(demo, ROOT)
     client = os.path.relpath(stage.windows.path(act_types[0].folder), ROOT)
     report.line(f"Client:     {client}")
-    report.line(f"Pictures:   {where}/{{{','.join(name[:-4] for name in pictures)}}}.png")
+    if pictures:
+        report.line(f"Pictures:   {where}/{{{','.join(name[:-4] for name in pictures)}}}.png")
     report.line(f"Report:     {where}/report.txt")
     report.line(f"Result:     {'FAILED' if report.failures else 'all checks passed'}")
     return 1 if report.failures else 0
