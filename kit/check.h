@@ -9,8 +9,8 @@
 #include "kit/findings.h"
 #include "kit/json.h"
 
-// What is known of a package; each field only when it is. Paths are as packed, lone top folder
-// included in none of the counts but in `longestPackedPath`.
+// What is known of a package; each field only when it is. Names are as packed, a lone top folder
+// included.
 struct PackageFacts {
     std::optional<std::string> kind;  // "zip" or "rar".
     std::optional<uint64_t> files;

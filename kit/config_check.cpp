@@ -15,6 +15,7 @@
 #include "config/config_text.h"
 #include "kit/config_lines.h"
 #include "kit/utf8.h"
+#include "kit/zip/entry_name.h"
 #include "package/http_download.h"
 #include "package/package_hash.h"
 #include "package/package_source.h"
@@ -189,23 +190,6 @@ bool IsSeparator(wchar_t character) {
     return character == L'\\' || character == L'/';
 }
 
-// CON, COM1, NUL.exe and the like.
-bool IsDeviceName(std::wstring_view name) {
-    constexpr std::wstring_view kDevices[] = {L"CON", L"PRN",    L"AUX",
-                                              L"NUL", L"CONIN$", L"CONOUT$"};
-    std::wstring_view stem = name.substr(0, name.find(L'.'));
-    while (stem.ends_with(L' ')) {
-        stem.remove_suffix(1);
-    }
-    constexpr std::wstring_view kPortDigits = L"123456789\u00B9\u00B2\u00B3";
-    const bool isPort =
-        stem.size() == 4 && kPortDigits.find(stem[3]) != stem.npos &&
-        (IsSameName(stem.substr(0, 3), L"COM") || IsSameName(stem.substr(0, 3), L"LPT"));
-    return isPort ||
-           std::any_of(std::begin(kDevices), std::end(kDevices),
-                       [&](std::wstring_view device) { return IsSameName(stem, device); });
-}
-
 bool HasForbiddenCharacter(const std::wstring& name) {
     return ReplaceFileNameCharacters(name) != name ||
            std::any_of(name.begin(), name.end(),
@@ -250,7 +234,7 @@ std::string ToolNameFault(const ToolConfig& config) {
     if (!HasExeExtension(name)) {
         return "does not end in .exe";
     }
-    if (IsDeviceName(name)) {
+    if (IsDeviceName(WideToUtf8(name))) {
         return "is the name of a device";
     }
     for (const std::wstring_view taken : kTaken) {
@@ -366,12 +350,12 @@ void CheckLanguage(const Judged& judged, std::string_view key, const std::wstrin
     }
 }
 
-// `config` as the tool reads it.
-void CheckNotActedOn(const Judged& judged, const ToolConfig& config, Findings& findings) {
-    const ToolConfig defaults;
+void CheckNotActedOn(const Judged& judged, Findings& findings) {
+    ToolConfig defaults;
+    FillEmptyNames(defaults);
     for (const ConfigKey& key : ConfigKeys()) {
-        const bool differs =
-            std::visit([&](auto field) { return config.*field != defaults.*field; }, key.field);
+        const bool differs = std::visit(
+            [&](auto field) { return judged.config.*field != defaults.*field; }, key.field);
         if (differs && !IsActedOn(key.name)) {
             findings.Add(
                 "config.not-acted-on", judged.At(key.name),
@@ -413,7 +397,7 @@ void CheckConfig(const Brand& brand, bool noDigest, Findings& findings) {
                  findings);
     CheckLanguage(judged, "repairLanguage", judged.config.repairLanguage, findings);
     CheckLanguage(judged, "uninstallerLanguage", judged.config.uninstallerLanguage, findings);
-    CheckNotActedOn(judged, ParseConfigText(*brand.configText), findings);
+    CheckNotActedOn(judged, findings);
 }
 
 ToolConfig ConfigToJudge(const Brand& brand) {

@@ -64,27 +64,6 @@ bool IsSameAscii(std::string_view text, std::string_view upper) {
                       [](char left, char right) { return UpperAscii(left) == right; });
 }
 
-// Devices keep their meaning with an extension, and with blanks before it.
-bool IsDeviceName(std::string_view component) {
-    // Nearly all names end the question here.
-    if (component.size() < 3 ||
-        std::string_view("CPANL").find(UpperAscii(component[0])) == std::string_view::npos) {
-        return false;
-    }
-    std::string_view base = component.substr(0, component.find('.'));
-    while (base.ends_with(' ')) {
-        base.remove_suffix(1);
-    }
-    for (const std::string_view name : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"}) {
-        if (IsSameAscii(base, name)) {
-            return true;
-        }
-    }
-    const std::string_view start = base.substr(0, 3);
-    return (IsSameAscii(start, "COM") || IsSameAscii(start, "LPT")) &&
-           IsDeviceNumber(base.substr(start.size()));
-}
-
 std::string_view ComponentFault(std::string_view component) {
     if (component.empty()) {
         return "has an empty component";
@@ -143,6 +122,26 @@ size_t CharacterBytes(unsigned char first) {
 }
 
 }  // namespace
+
+bool IsDeviceName(std::string_view component) {
+    // Nearly all names end the question here.
+    if (component.size() < 3 ||
+        std::string_view("CPANL").find(UpperAscii(component[0])) == std::string_view::npos) {
+        return false;
+    }
+    std::string_view base = component.substr(0, component.find('.'));
+    while (base.ends_with(' ')) {
+        base.remove_suffix(1);
+    }
+    for (const std::string_view name : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"}) {
+        if (IsSameAscii(base, name)) {
+            return true;
+        }
+    }
+    const std::string_view start = base.substr(0, 3);
+    return (IsSameAscii(start, "COM") || IsSameAscii(start, "LPT")) &&
+           IsDeviceNumber(base.substr(start.size()));
+}
 
 std::string_view NameFault(std::string_view name) {
     if (name.empty()) {

@@ -11,6 +11,10 @@
 // UTF-8.
 [[nodiscard]] std::string_view NameFault(std::string_view name);
 
+// Whether Windows reserves the file name for a device, such as CON and COM1. Devices keep their
+// meaning with an extension, and with blanks before it.
+[[nodiscard]] bool IsDeviceName(std::string_view component);
+
 // Whether all bytes are ASCII.
 [[nodiscard]] bool IsAscii(std::string_view text);
 

@@ -117,6 +117,7 @@ const std::vector<ConfigCase>& ConfigCases() {
         {{"startupExe=bin/game.exe"}, {}},
         {{"defaultInstallPath=D:\\\\Game"}, {"note config.not-acted-on config.txt:6"}},
         {{"defaultInstallPath=D:\\\\Karvoth"}, {}},
+        {{"defaultInstallPath=D:\\\\Karvoth "}, {"note config.outer-blank config.txt:6"}},
         {{"requireAdmin=0"}, {"note config.not-acted-on config.txt:6"}},
         {{"welcomeTitle=WELCOME TO KARVOTH"}, {}},
         {{"uninstallerFileDescription=Mine"}, {}},
