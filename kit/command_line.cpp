@@ -81,6 +81,12 @@ const OptionSyntax* FindOption(const CommandSyntax& syntax, std::wstring_view na
     return found == syntax.options.end() ? nullptr : &*found;
 }
 
+// No value either, so that a misspelt option is none. One that begins like this can be given behind
+// an equals sign.
+bool LooksLikeOption(const CommandSyntax& syntax, const std::wstring& word) {
+    return word.starts_with(L"--") || FindOption(syntax, word) != nullptr;
+}
+
 std::string ValueNeeded(const OptionSyntax& option) {
     const std::string name = WideToUtf8(option.name);
     return name + " needs a value: " + name + " " + std::string(option.value);
@@ -109,7 +115,7 @@ void TakeOption(const CommandSyntax& syntax, std::span<const std::wstring>& rest
     std::wstring value;
     if (equals != std::wstring_view::npos) {
         value = word.substr(equals + 1);
-    } else if (!rest.empty() && FindOption(syntax, rest.front()) == nullptr) {
+    } else if (!rest.empty() && !LooksLikeOption(syntax, rest.front())) {
         value = rest.front();
         rest = rest.subspan(1);
     }
@@ -117,6 +123,24 @@ void TakeOption(const CommandSyntax& syntax, std::span<const std::wstring>& rest
         throw WrongUsage(ValueNeeded(*option));
     }
     values.push_back(std::move(value));
+}
+
+// Whether help stands where an option may. Wrong words elsewhere do not matter.
+bool AsksForHelp(const CommandSyntax& syntax, std::span<const std::wstring> words) {
+    bool isValue = false;
+    for (const std::wstring& word : words) {
+        const OptionSyntax* option = FindOption(syntax, word);
+        if (isValue && !LooksLikeOption(syntax, word)) {
+            isValue = false;
+        } else if (word == L"--") {
+            return false;
+        } else if (IsHelp(word)) {
+            return true;
+        } else {
+            isValue = option != nullptr && !option->value.empty();
+        }
+    }
+    return false;
 }
 
 void SetOperand(const CommandSyntax& syntax, const std::wstring& word, CommandWords& words) {
@@ -289,8 +313,8 @@ std::wstring CommandWords::Value(std::wstring_view option) const {
 
 CommandWords SortWords(const CommandSyntax& syntax, std::span<const std::wstring> words) {
     CommandWords sorted;
-    if (std::any_of(words.begin(), words.end(), IsHelp)) {
-        sorted.asksForHelp = true;
+    sorted.asksForHelp = AsksForHelp(syntax, words);
+    if (sorted.asksForHelp) {
         return sorted;
     }
     std::span<const std::wstring> rest = words;

@@ -62,6 +62,9 @@ TEST(RepairKit, AnswersWrongUsageWithOneLine) {
         {L"check a --package=", "--package needs a value"},
         {L"check a --package --json", "--package needs a value"},
         {L"check a --package x --package y", "--package is given twice"},
+        {L"check a --package --jsn", "--package needs a value"},
+        {L"check -- --help x", "one word too many"},
+        {L"--version --bogus", "leave out --bogus"},
         {L"check a --json=yes", "--json takes no value"},
         {L"check a --download", "--online"},
         {L"check a -x", "unknown option -x"},
@@ -79,8 +82,8 @@ TEST(RepairKit, AnswersWrongUsageWithOneLine) {
 }
 
 TEST(RepairKit, ExplainsItselfOnStdout) {
-    for (const wchar_t* arguments :
-         {L"--help", L"-h", L"/?", L"check --help", L"check --bogus -h", L"new x --help"}) {
+    for (const wchar_t* arguments : {L"--help", L"-h", L"/?", L"check --help", L"check --bogus -h",
+                                     L"new x --help", L"new x --name --help"}) {
         const KitRun run = RunRepairKit(arguments);
         EXPECT_EQ(run.exitCode, 0U);
         EXPECT_THAT(run.out, StartsWith("usage: repair_kit "));
@@ -343,6 +346,15 @@ TEST(CommandLine, TakesOptionsAnywhereAndNamesThatBeginWithADash) {
     EXPECT_EQ(check.package, L"-p.zip");
     EXPECT_TRUE(check.strict);
     EXPECT_FALSE(check.output.json);
+    EXPECT_EQ(SortWords(kCheckSyntax, std::vector<std::wstring>{L"--package=--x", L"--", L"--help"})
+                  .Value(L"--package"),
+              L"--x");
+    for (const wchar_t* name : {L"-h", L"/?"}) {
+        const CommandWords words =
+            SortWords(kNewSyntax, std::vector<std::wstring>{L"x", L"--name", name});
+        EXPECT_FALSE(words.asksForHelp);
+        EXPECT_EQ(words.Value(L"--name"), name);
+    }
     const PreviewArguments preview = ReadPreviewArguments(SortWords(
         kPreviewSyntax, std::vector<std::wstring>{L"Z:\\b", L"-o", L"Z:\\o", L"--state", L"servers",
                                                   L"--state", L"ready", L"--state", L"ready"}));
