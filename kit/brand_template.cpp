@@ -5,6 +5,8 @@
 
 #include "common/text.h"
 #include "config/config_text.h"
+#include "config/tool_config.h"
+#include "kit/config_lines.h"
 #include "kit/utf8.h"
 
 namespace {
@@ -52,6 +54,32 @@ std::string FilledIn(std::string_view value, std::string_view name) {
            std::string(value.substr(place.size()));
 }
 
+// The value with `name` wherever it names the default brand's game.
+std::string WithGameName(std::string_view value, std::string_view name) {
+    const std::string defaultName = WideToUtf8(ToolConfig().programsDisplayName);
+    const std::string escapedName = Escaped(name);
+    std::string changed;
+    size_t begin = 0;
+    for (size_t end = 0; (end = value.find(defaultName, begin)) != std::string_view::npos;) {
+        changed += value.substr(begin, end - begin);
+        changed += escapedName;
+        begin = end + defaultName.size();
+    }
+    return changed + std::string(value.substr(begin));
+}
+
+// What is set for the game `name` instead of the default brand's `value`. What nobody acts on stays
+// as it is.
+std::string ValueFor(std::string_view key, std::string_view value, std::string_view name) {
+    const NamedSetting* const setting =
+        std::find_if(std::begin(kNamedSettings), std::end(kNamedSettings),
+                     [&](const NamedSetting& named) { return named.key == key; });
+    if (setting != std::end(kNamedSettings)) {
+        return FilledIn(setting->value, name);
+    }
+    return IsActedOn(key) ? WithGameName(value, name) : std::string(value);
+}
+
 }  // namespace
 
 std::string ConfigTextFor(std::string_view defaultText, std::string_view name) {
@@ -65,11 +93,8 @@ std::string ConfigTextFor(std::string_view defaultText, std::string_view name) {
         const std::string_view whole = defaultText.substr(0, defaultText.size() - rest.size());
         const size_t split = FindConfigSplitPoint(line);
         const std::string_view key = line.substr(0, std::min(split, line.size()));
-        const auto setting =
-            std::find_if(std::begin(kNamedSettings), std::end(kNamedSettings),
-                         [&](const NamedSetting& named) { return named.key == key; });
-        if (split != std::string_view::npos && setting != std::end(kNamedSettings)) {
-            text += std::string(key) + "=" + FilledIn(setting->value, name);
+        if (split != std::string_view::npos && !line.starts_with('#')) {
+            text += std::string(key) + "=" + ValueFor(key, line.substr(split + 1), name);
             text += whole.substr(line.size());
         } else {
             text += whole;

@@ -26,13 +26,11 @@ std::string GameName(const std::wstring& name) {
     if (trimmed.size() > kMostCharacters) {
         throw WrongUsage("--name is longer than 100 characters; give a shorter name");
     }
-    for (const wchar_t character : trimmed) {
-        if (character < 0x20) {
-            throw WrongUsage(
-                "--name has a control character; give the name that players are to see");
-        }
+    std::string text = WideToUtf8(trimmed);
+    if (HasUnsafeCharacter(text)) {
+        throw WrongUsage("--name has a control character; give the name that players are to see");
     }
-    return WideToUtf8(trimmed);
+    return text;
 }
 
 // Why nothing can be written there; empty when it can.

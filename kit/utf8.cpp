@@ -123,6 +123,10 @@ bool IsValidUtf8(std::string_view bytes) {
     return true;
 }
 
+bool HasUnsafeCharacter(std::string_view text) {
+    return EscapeForDisplay(text) != text;
+}
+
 std::string EscapeForDisplay(std::string_view text) {
     std::string safe;
     safe.reserve(text.size());

@@ -11,6 +11,9 @@ std::string WideToUtf8(std::wstring_view wide);
 // Whether the bytes are UTF-8 throughout: no overlong forms, no surrogates, nothing over U+10FFFF.
 bool IsValidUtf8(std::string_view bytes);
 
+// Whether the text has a character that EscapeForDisplay would escape.
+bool HasUnsafeCharacter(std::string_view text);
+
 // The text made safe to show: control characters (C0 with line feed and tab, DEL, C1), the line and
 // paragraph separators, and the invisible characters that change the direction of text become
 // escapes such as \n, \x1B and \u202E. Bytes that are no UTF-8 become \xNN. The rest, also a

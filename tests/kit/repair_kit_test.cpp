@@ -70,6 +70,9 @@ TEST(RepairKit, AnswersWrongUsageWithOneLine) {
         {L"check a -x", "unknown option -x"},
         {L"new a --json", "unknown option --json"},
         {L"new a --name \"a\nb\"", "control character"},
+        {L"new a --name a\u007Fb", "control character"},
+        {L"new a --name a\u0085b", "control character"},
+        {L"new a --name a\u202Eb", "control character"},
     };
     for (const auto& row : rows) {
         const KitRun run = RunRepairKit(row.arguments);
@@ -231,6 +234,8 @@ TEST(RepairKit, NewWritesTheDefaultBrandWithAnotherName) {
           "\nuninstallerProductName=My Game Uninstaller\n"}) {
         EXPECT_THAT(text, HasSubstr(line));
     }
+    EXPECT_THAT(text, HasSubstr("\nrepairCopyright=\u00A9 2026 Brennick. My Game and "));
+    EXPECT_THAT(text, HasSubstr("\nuninstallerCopyright=\u00A9 2026 Brennick. My Game and "));
     EXPECT_EQ(LineCount(text), LineCount(bench::ReadFile(plain / L"config.txt")));
     EXPECT_EQ(RunRepairKit(L"new " + Quoted(plain / L"config.txt")).exitCode, 1U);
 }
