@@ -49,7 +49,11 @@ std::optional<FinishedExe> ReadFinishedExe(ByteView file, std::string& reason) {
     FillEmptyNames(exe.config);
     exe.background = DataOf(*resources, ID_BACKGROUND_IMAGE);
     exe.logo = DataOf(*resources, ID_LOGO_IMAGE);
-    exe.icon = ReadIconGroup(*resources, ID_TOOL_ICON);
+    exe.icon = ReadIconGroup(*resources, ID_TOOL_ICON, file.size());
+    if (!exe.icon && FindEmbedded(*resources, kIconGroupType, ID_TOOL_ICON) != nullptr) {
+        reason = "its icon is damaged";
+        return std::nullopt;
+    }
     exe.uninstaller = DataOf(*resources, ID_UNINSTALLER);
     return exe;
 }

@@ -1,5 +1,7 @@
 #include "kit/pe/icon_file.h"
 
+#include <map>
+
 namespace {
 
 constexpr uint16_t kIconKind = 1;  // 2 would be a cursor.
@@ -38,6 +40,21 @@ void AppendPicture(ByteBuffer& bytes, const IconPicture& picture) {
     AppendU16(bytes, picture.planes);
     AppendU16(bytes, picture.bitsPerPixel);
     AppendU32(bytes, static_cast<uint32_t>(picture.bytes.size()));
+}
+
+// The icon pictures by their numbers: the neutral one of each, else the first.
+std::map<uint16_t, const Resource*> PicturesById(const std::vector<Resource>& resources) {
+    std::map<uint16_t, const Resource*> pictures;
+    for (const Resource& resource : resources) {
+        if (resource.type != kIconType) {
+            continue;
+        }
+        const auto [known, isNew] = pictures.try_emplace(resource.id, &resource);
+        if (!isNew && resource.language == 0 && known->second->language != 0) {
+            known->second = &resource;
+        }
+    }
+    return pictures;
 }
 
 // Some programs leave planes and depth out of their icon files. The resource compiler fills them in
@@ -93,22 +110,27 @@ ByteBuffer IconGroup(const std::vector<IconPicture>& pictures) {
 }
 
 std::optional<std::vector<IconPicture>> ReadIconGroup(const std::vector<Resource>& resources,
-                                                      uint16_t id) {
+                                                      uint16_t id, uint64_t programBytes) {
     const Resource* group = FindEmbedded(resources, kIconGroupType, id);
     if (group == nullptr) {
         return std::nullopt;
     }
     ByteReader reader(group->bytes);
     const uint16_t count = ReadHeader(reader);
+    std::map<uint16_t, const Resource*> known = PicturesById(resources);
+    // Pictures that share bytes could make an icon file far larger than the program.
+    uint64_t bytesLeft = programBytes;
     std::vector<IconPicture> pictures;
     for (uint16_t i = 0; i < count && !reader.Failed(); ++i) {
         IconPicture picture = ReadPicture(reader);
         reader.Skip(4);  // Size.
-        const Resource* resource = FindEmbedded(resources, kIconType, reader.U16());
-        if (resource == nullptr) {
+        const auto found = known.find(reader.U16());
+        if (found == known.end() || found->second->bytes.size() > bytesLeft) {
             return std::nullopt;
         }
-        picture.bytes = resource->bytes;
+        picture.bytes = found->second->bytes;
+        bytesLeft -= picture.bytes.size();
+        known.erase(found);  // No group names a picture twice.
         pictures.push_back(picture);
     }
     return pictures.empty() || reader.Failed() ? std::nullopt : std::optional(std::move(pictures));

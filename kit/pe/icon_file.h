@@ -33,9 +33,11 @@ struct IconPicture {
 // so on, as the resource compiler gives them to a program's only icon.
 [[nodiscard]] ByteBuffer IconGroup(const std::vector<IconPicture>& pictures);
 
-// The pictures of the group with the number `id`. None when group or picture is missing or damaged.
+// The pictures of the group with the number `id`. None when group or picture is missing or damaged,
+// when the group names a picture twice, and when the pictures together have more bytes than the
+// program, which has `programBytes`.
 [[nodiscard]] std::optional<std::vector<IconPicture>> ReadIconGroup(
-    const std::vector<Resource>& resources, uint16_t id);
+    const std::vector<Resource>& resources, uint16_t id, uint64_t programBytes);
 
 // An icon file with these pictures.
 [[nodiscard]] ByteBuffer IconFile(const std::vector<IconPicture>& pictures);

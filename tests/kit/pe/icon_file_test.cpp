@@ -10,6 +10,8 @@ namespace {
 const ByteBuffer kSmallPicture = BytesOf("a small picture");
 const ByteBuffer kLargePicture = BytesOf("\x89PNG and more");
 
+constexpr uint64_t kProgramBytes = 1000;
+
 std::vector<IconPicture> TwoPictures() {
     return {{16, 24, 0, 1, 32, kSmallPicture}, {0, 0, 16, 1, 4, kLargePicture}};
 }
@@ -93,16 +95,44 @@ TEST(ReadIconGroup, GivesThePicturesOfTheirResources) {
     std::vector<Resource> resources{{kIconType, 1, 0, kSmallPicture},
                                     {kIconType, 2, 0, kLargePicture},
                                     {kIconGroupType, 101, 0, group}};
-    const auto pictures = ReadIconGroup(resources, 101);
+    const auto pictures = ReadIconGroup(resources, 101, kProgramBytes);
     ASSERT_TRUE(pictures);
     EXPECT_EQ(IconFile(*pictures), IconFile(TwoPictures()));
 
-    EXPECT_FALSE(ReadIconGroup(resources, 102));
+    EXPECT_FALSE(ReadIconGroup(resources, 102, kProgramBytes));
     resources[2].bytes = ByteView(group).first(group.size() - 1);
-    EXPECT_FALSE(ReadIconGroup(resources, 101)) << "cut";
+    EXPECT_FALSE(ReadIconGroup(resources, 101, kProgramBytes)) << "cut";
     resources[2].bytes = group;
     resources.erase(resources.begin());
-    EXPECT_FALSE(ReadIconGroup(resources, 101)) << "a picture is missing";
+    EXPECT_FALSE(ReadIconGroup(resources, 101, kProgramBytes)) << "a picture is missing";
+}
+
+TEST(ReadIconGroup, RefusesAPictureThatIsNamedTwice) {
+    ByteBuffer group = IconGroup(TwoPictures());
+    PutU16(group, 6 + 14 + 12, 1);  // The number of the second picture.
+    const std::vector<Resource> resources{{kIconType, 1, 0, kSmallPicture},
+                                          {kIconGroupType, 101, 0, group}};
+    EXPECT_FALSE(ReadIconGroup(resources, 101, kProgramBytes));
+}
+
+TEST(ReadIconGroup, RefusesPicturesLargerThanTheProgram) {
+    const ByteBuffer group = IconGroup(TwoPictures());
+    const std::vector<Resource> resources{{kIconType, 1, 0, kSmallPicture},
+                                          {kIconType, 2, 0, kSmallPicture},
+                                          {kIconGroupType, 101, 0, group}};
+    EXPECT_TRUE(ReadIconGroup(resources, 101, 2 * kSmallPicture.size()));
+    EXPECT_FALSE(ReadIconGroup(resources, 101, 2 * kSmallPicture.size() - 1));
+}
+
+TEST(ReadIconGroup, PrefersTheNeutralPicture) {
+    const ByteBuffer group = IconGroup({TwoPictures()[0]});
+    const std::vector<Resource> resources{{kIconType, 1, 0x409, kLargePicture},
+                                          {kIconType, 1, 0, kSmallPicture},
+                                          {kIconType, 1, 0x407, kLargePicture},
+                                          {kIconGroupType, 101, 0, group}};
+    const auto pictures = ReadIconGroup(resources, 101, kProgramBytes);
+    ASSERT_TRUE(pictures);
+    EXPECT_EQ(TextOf(pictures->at(0).bytes), "a small picture");
 }
 
 }  // namespace

@@ -108,10 +108,12 @@ bool ReadWhole(ByteView file) {
     for (const Resource& resource : *resources) {
         static_cast<void>(ExpectWithin(file, resource.bytes));  // Only their place matters.
     }
-    if (const auto icon = ReadIconGroup(*resources, 101)) {
+    if (const auto icon = ReadIconGroup(*resources, 101, file.size())) {
         for (const IconPicture& picture : *icon) {
             static_cast<void>(ExpectWithin(file, picture.bytes));  // Only their place matters.
         }
+        constexpr size_t kHeaders = 6 + 16 * 0xFFFF;
+        EXPECT_LE(IconFile(*icon).size(), file.size() + kHeaders);
     }
     if (const Resource* version = FindEmbedded(*resources, kVersionType, 1)) {
         static_cast<void>(ReadVersionTexts(version->bytes));  // Any texts will do.
