@@ -11,39 +11,45 @@ bool ContinuesCharacter(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
-std::string Normalized(std::string_view pattern) {
-    std::string text = FoldCase(pattern);
-    std::replace(text.begin(), text.end(), '\\', '/');
+std::string_view WithoutOuterSlashes(std::string_view text) {
     const size_t first = text.find_first_not_of('/');
-    if (first == std::string::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of('/') - first + 1);
+    return first == std::string_view::npos
+               ? std::string_view()
+               : text.substr(first, text.find_last_not_of('/') - first + 1);
 }
 
 }  // namespace
 
 NamePattern::NamePattern(std::string_view pattern) {
-    const std::string text = Normalized(pattern);
+    std::string folded = FoldCase(pattern);
+    std::replace(folded.begin(), folded.end(), '\\', '/');
+    const std::string_view text = WithoutOuterSlashes(folded);
+    // One at the beginning ties the pattern to the top; one at the end only says "folder".
+    hasSlash_ = folded.starts_with('/') || text.find('/') != std::string_view::npos;
     for (size_t i = 0; i < text.size();) {
-        const std::string_view rest = std::string_view(text).substr(i);
-        if (rest.starts_with("**/")) {
-            tokens_.push_back({Kind::AnyFolders});
-            i += 3;
-        } else if (rest.starts_with("**")) {
-            tokens_.push_back({Kind::Any});
-            i += 2;
+        const std::string_view rest = text.substr(i);
+        const size_t stars = std::min(rest.find_first_not_of('*'), rest.size());
+        const bool beginsComponent = i == 0 || text[i - 1] == '/';
+        if (stars > 1 && beginsComponent && rest.substr(stars).starts_with('/')) {
+            AddStars(Kind::AnyFolders);
+            i += stars + 1;
+        } else if (stars > 0) {
+            AddStars(stars > 1 ? Kind::Any : Kind::AnyInComponent);
+            i += stars;
         } else {
-            const Kind kind = rest[0] == '*'   ? Kind::AnyInComponent
-                              : rest[0] == '?' ? Kind::AnyOne
-                                               : Kind::Byte;
-            tokens_.push_back({kind, rest[0]});
+            tokens_.push_back({rest[0] == '?' ? Kind::AnyOne : Kind::Byte, rest[0]});
             ++i;
         }
     }
-    hasSlash_ = text.find('/') != std::string::npos;
     states_.resize(tokens_.size() + 1);
     next_.resize(tokens_.size() + 1);
+}
+
+// Several in a row mean the same as one, and would take far longer.
+void NamePattern::AddStars(Kind kind) {
+    if (tokens_.empty() || tokens_.back().kind != kind) {
+        tokens_.push_back({kind});
+    }
 }
 
 // All ways to fit are followed at once, so no pattern takes longer than its length times the

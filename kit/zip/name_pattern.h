@@ -6,8 +6,8 @@
 
 // A pattern for names in a package, as --exclude takes it. Letter case does not matter. `*` and `?`
 // stand for any characters, or any one, but a slash; `**` also for slashes, and "**/" for nothing
-// as well. A pattern without a slash fits a name at any depth. What fits a folder fits all that is
-// in it.
+// as well, where a component begins. A pattern without a slash, or with one at its end only, fits a
+// name at any depth. What fits a folder fits all that is in it.
 class NamePattern {
 public:
     // Valid UTF-8. Backslashes count as slashes; slashes at either end are left out.
@@ -25,6 +25,7 @@ private:
     // For each token whether the name so far fits all tokens before it; one more for all tokens.
     using States = std::vector<char>;
 
+    void AddStars(Kind kind);
     void Enter(size_t token, States& states) const;
     void Step(char byte);
 

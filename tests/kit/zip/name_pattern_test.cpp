@@ -27,7 +27,13 @@ TEST(NamePattern, FitsAsDocumented) {
         {"a/**/b", {"a/b", "a/x/b", "a/x/y/b/c"}, {"a/xb", "ab", "x/a/b"}},
         {"a**z", {"az", "a/b/z", "abz"}, {"a/b/zz2", "ba/z"}},
         {"data\\old", {"data/old", "data/old/x"}, {"data/older"}},
-        {"/data/", {"data", "x/data/y"}, {"data2"}},
+        {"data/", {"data", "x/data/y"}, {"data2"}},
+        {"/logs", {"logs", "logs/a"}, {"x/logs", "logs2"}},
+        {"\\logs\\", {"logs/a"}, {"x/logs/a"}},
+        {"/*.log", {"a.log"}, {"x/a.log"}},
+        {"foo**/bar", {"foo/bar", "foox/y/bar"}, {"foobar", "foo/xbar", "x/foo/bar"}},
+        {"a/****/b", {"a/b", "a/x/y/b"}, {"a/xb"}},
+        {"a***z", {"az", "a/b/z"}, {"ba/z"}},
         {"*", {"a", "a/b"}, {}},
         {"?", {"a", "a/bc", "\xF0\x9F\x98\x80"}, {"ab"}},
         {"\xC3\xA4*",
@@ -47,6 +53,19 @@ TEST(NamePattern, FitsAsDocumented) {
         for (const std::string& name : row.others) {
             EXPECT_FALSE(pattern.Fits(FoldCase(name))) << row.pattern << " " << name;
         }
+    }
+}
+
+TEST(NamePattern, TakesRowsOfStarsForOne) {
+    constexpr size_t kStars = 3'000'000;
+    std::string folders;
+    for (size_t i = 0; i < kStars; ++i) {
+        folders += "**/";
+    }
+    for (const std::string& stars : {std::string(kStars, '*'), folders}) {
+        NamePattern pattern(stars + "b");
+        EXPECT_FALSE(pattern.Fits(std::string(20'000, 'A')));
+        EXPECT_TRUE(pattern.Fits("A/B"));
     }
 }
 
