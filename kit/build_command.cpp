@@ -6,13 +6,14 @@
 #include "kit/branded_exe.h"
 #include "kit/check.h"
 #include "kit/commands.h"
+#include "kit/content_digest.h"
 #include "kit/errors.h"
 #include "kit/input_file.h"
 #include "kit/output_file.h"
 #include "kit/pe/pe_file.h"
 #include "kit/signing.h"
 #include "kit/utf8.h"
-#include "package/package_hash.h"
+#include "kit/zip/entry_name.h"
 #include "system/uninstaller_file.h"
 
 namespace {
@@ -66,6 +67,9 @@ std::wstring ToolPath(const std::wstring& folder, const std::wstring& name) {
     if (name != ReplaceFileNameCharacters(name) || name == L"." || name == L"..") {
         throw CannotBuild{"repairToolName is no file name"};
     }
+    if (IsSameIgnoringCase(WideToUtf8(name), WideToUtf8(FileNamePart(UninstallerPath(folder))))) {
+        throw CannotBuild{"repairToolName is the name of the uninstaller"};
+    }
     return JoinPaths(folder, name);
 }
 
@@ -91,12 +95,8 @@ BuiltTool BuildTool(const Brand& brand, const BuildArguments& arguments, Console
     if (!arguments.sign.empty()) {
         tool = Sign(file, arguments.sign, console);
     }
-    BuiltTool built{path, tool.size(), {}, ReadPeFile(tool, reason)->HasCertificates()};
-    std::wstring digest;
-    if (!ComputeFileSha256(file.TemporaryPath(), digest)) {
-        throw OutsideFailure("cannot read", file.TemporaryPath(), ::GetLastError());
-    }
-    built.sha256 = WideToUtf8(digest);
+    BuiltTool built{path, tool.size(), DigestOfBytes(tool),
+                    ReadPeFile(tool, reason)->HasCertificates()};
     file.Commit();
     return built;
 }

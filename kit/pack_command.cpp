@@ -3,13 +3,13 @@
 #include <thread>
 
 #include "common/byte_count_text.h"
-#include "common/files.h"
 #include "common/paths.h"
 #include "common/text.h"
 #include "config/tool_config.h"
 #include "kit/brand.h"
 #include "kit/check.h"
 #include "kit/commands.h"
+#include "kit/content_digest.h"
 #include "kit/errors.h"
 #include "kit/input_file.h"
 #include "kit/output_file.h"
@@ -19,7 +19,6 @@
 #include "kit/zip/entry_name.h"
 #include "kit/zip/name_rules.h"
 #include "kit/zip/package_writer.h"
-#include "package/package_hash.h"
 
 namespace {
 
@@ -127,12 +126,12 @@ void SetDigestInBrand(const std::wstring& brand, const std::string& digest) {
     }
 }
 
-std::string DigestOf(const std::wstring& path) {
-    std::wstring digest;
-    if (!ComputeFileSha256(path, digest)) {
-        throw OutsideFailure("cannot compute the SHA-256 of " + WideToUtf8(path));
+uint64_t SizeOf(const OutputFile& file) {
+    LARGE_INTEGER size{};
+    if (!::GetFileSizeEx(file.Handle(), &size)) {
+        throw OutsideFailure("cannot read", file.Target(), ::GetLastError());
     }
-    return WideToUtf8(digest);
+    return static_cast<uint64_t>(size.QuadPart);
 }
 
 std::wstring ToolNameOf(const std::wstring& brand) {
@@ -171,9 +170,9 @@ ExitCode RunPack(const PackArguments& arguments, Console& console) {
                      arguments.threads.value_or(std::max(1U, std::thread::hardware_concurrency())),
                      package, [&](uint64_t bytes) { progress.Add(bytes); });
     }
-    package.Close();
-    facts.sha256 = DigestOf(package.TemporaryPath());
-    facts.packedBytes = FileSize(package.TemporaryPath()).value_or(0);
+    // Through the file's own handle: another one would keep Ctrl+C from removing the file.
+    facts.sha256 = DigestOfOpenFile(package.Handle(), package.Target());
+    facts.packedBytes = SizeOf(package);
     facts.tempBytes = *facts.packedBytes + *facts.unpackedBytes;
     facts.movedBytes = 3 * *facts.tempBytes;
     package.Commit();

@@ -8,6 +8,7 @@
 #include "config/config_loader.h"
 #include "kit/brand.h"
 #include "kit/commands.h"
+#include "kit/content_digest.h"
 #include "kit/errors.h"
 #include "kit/finished_exe.h"
 #include "kit/input_file.h"
@@ -15,7 +16,6 @@
 #include "kit/output_file.h"
 #include "kit/picture_header.h"
 #include "kit/utf8.h"
-#include "package/package_hash.h"
 
 namespace {
 
@@ -294,14 +294,6 @@ std::optional<std::string> ReadExe(const std::wstring& path) {
     return content;
 }
 
-std::string DigestOf(const std::wstring& path) {
-    std::wstring digest;
-    if (!ComputeFileSha256(path, digest)) {
-        throw OutsideFailure("cannot read", path, ::GetLastError());
-    }
-    return WideToUtf8(digest);
-}
-
 }  // namespace
 
 ExitCode RunShow(const ShowArguments& arguments, Console& console) {
@@ -322,7 +314,7 @@ ExitCode RunShow(const ShowArguments& arguments, Console& console) {
     }
     Facts facts{WideToUtf8(arguments.exe),
                 content->size(),
-                DigestOf(arguments.exe),
+                DigestOfBytes(std::as_bytes(std::span(*content))),
                 *exe,
                 SettingsOf(exe->config, arguments.all),
                 arguments.all,

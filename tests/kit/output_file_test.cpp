@@ -7,8 +7,10 @@
 #include <random>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/waiting.h"
+#include "kit/content_digest.h"
 #include "kit/errors.h"
 #include "kit_process.h"
 
@@ -159,6 +161,23 @@ TEST(WriteFilesTogether, WritesAllOrNone) {
 
 // The bench's programs have no console that could send an interruption, so the handler is called as
 // the system would call it. It keeps the lock: this test needs a process of its own.
+// Another handle would keep the file from being removed on Ctrl+C.
+TEST(DigestOfOpenFile, ReadsAFileInTheMakingThroughItsHandle) {
+    const ScratchFolder scratch;
+    OutputFile file(scratch.Path() / L"a.zip");
+    file.Write("abc");
+    int opened = 0;
+    const auto hook = bench::HookOpen([&opened](const std::wstring&) {
+        ++opened;
+        return DWORD{ERROR_SUCCESS};
+    });
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(DigestOfOpenFile(file.Handle(), file.Target()),
+                  "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    }
+    EXPECT_EQ(opened, 0);
+}
+
 TEST(Interruption, RemovesOpenAndClosedTemporaryFiles) {
     PHANDLER_ROUTINE handler = nullptr;
     const auto hook = bench::HookCall<decltype(&::SetConsoleCtrlHandler)>(
