@@ -2,6 +2,7 @@
 //   child_program exit N             ends at once with exit code N (any 32-bit value)
 //   child_program sleep MS           ends with 0 after MS milliseconds
 //   child_program exit-after MS N    ends with N after MS milliseconds
+//   child_program hang FILE ...      creates FILE and never ends
 //   child_program args FILE ...      writes to FILE, in UTF-8, one line each:
 //                                    its full command line
 //                                    its current folder
@@ -70,6 +71,12 @@ int wmain(int argc, wchar_t** argv) {
     if (mode == L"exit-after" && argc == 4) {
         ::Sleep(ToMilliseconds(argv[2]));
         return ToCode(argv[3]);
+    }
+    if (mode == L"hang" && argc >= 3) {
+        if (!WriteWholeFile(argv[2], "")) {
+            return kUsageError;
+        }
+        ::Sleep(INFINITE);
     }
     if (mode == L"args" && argc >= 3) {
         const std::string report = ToUtf8(::GetCommandLineW()) + "\n" + ToUtf8(CurrentFolder()) +

@@ -88,16 +88,14 @@ TEST_F(InterruptedBuild, LeavesTheOldToolOrTheNewOne) {
 
 TEST_F(InterruptedBuild, IsTidiedUpByTheNextOne) {
     const std::wstring signing = bench::FolderOfThisProgram() / L"child_program.exe";
-    const KernelHandle process = StartBuild(L"--sign \"" + signing + L" sleep 600000 {file}\"");
-    const auto listing = [this] {
-        std::error_code missing;
-        return fs::exists(release_, missing) ? bench::FolderListing(release_).size() : 0;
-    };
-    // Both programs are in the making.
-    ASSERT_TRUE(bench::Await([&] { return listing() == 2; }));
+    const fs::path mark = scratch_.Path() / L"mark";
+    const KernelHandle process =
+        StartBuild(L"--sign \"" + signing + L" hang " + mark.native() + L" {file}\"");
+    ASSERT_TRUE(bench::Await([&] { return fs::exists(mark); }));
     ::TerminateProcess(process.get(), 1);
     ::WaitForSingleObject(process.get(), INFINITE);
-    EXPECT_EQ(listing(), 2U);
+    // Both programs were in the making.
+    EXPECT_EQ(bench::FolderListing(release_).size(), 2U);
 
     EXPECT_EQ(Build(), 0U);
     EXPECT_THAT(bench::FolderListing(release_), testing::ElementsAre(kToolName));
