@@ -171,8 +171,12 @@ ExitCode RunPack(const PackArguments& arguments, Console& console) {
                      package, [&](uint64_t bytes) { progress.Add(bytes); });
     }
     // Through the file's own handle: another one would keep Ctrl+C from removing the file.
-    facts.sha256 = DigestOfOpenFile(package.Handle(), package.Target());
     facts.packedBytes = SizeOf(package);
+    {
+        Progress progress(console, "Computing the SHA-256", *facts.packedBytes);
+        facts.sha256 = DigestOfOpenFile(package.Handle(), package.Target(),
+                                        [&](uint64_t bytes) { progress.Add(bytes); });
+    }
     facts.tempBytes = *facts.packedBytes + *facts.unpackedBytes;
     facts.movedBytes = 3 * *facts.tempBytes;
     package.Commit();

@@ -10,6 +10,7 @@
 #include "common/shell_api.h"
 #include "common/text.h"
 #include "extract/archive_extraction.h"
+#include "kit/content_digest.h"
 #include "kit/errors.h"
 #include "kit/utf8.h"
 #include "kit/zip/entry_check.h"
@@ -84,7 +85,7 @@ public:
         const RandomAccessFile file(path_);
         facts_.packedBytes = file.Size();
         const PackageSignature kind = SniffPackageSignature(path_);
-        auto digest = std::async(LaunchFor(file.Size()), [this] { return Digest(); });
+        auto digest = std::async(LaunchFor(file.Size()), [this] { return DigestOfFile(path_); });
         switch (kind) {
             case PackageSignature::Zip:
                 facts_.kind = "zip";
@@ -110,14 +111,6 @@ public:
 private:
     void Add(RuleName rule, std::string message, std::string hint) {
         findings_.Add(rule, PackageFile(name_), std::move(message), std::move(hint));
-    }
-
-    [[nodiscard]] std::string Digest() const {
-        std::wstring hex;
-        if (!ComputeFileSha256(path_, hex)) {
-            throw OutsideFailure("cannot compute the SHA-256 of " + WideToUtf8(path_));
-        }
-        return WideToUtf8(hex);
     }
 
     void CheckType(PackageSignature kind) {

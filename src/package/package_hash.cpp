@@ -14,7 +14,7 @@ namespace {
 
 constexpr DWORD kReadChunkBytes = 0x100000;
 // Reads through a handle, not a stream: a failing read must not look like the end of the file.
-bool HashToEnd(HANDLE file, Sha256& sha256) {
+bool HashWholeFile(HANDLE file, Sha256& sha256) {
     std::vector<std::byte> buffer(kReadChunkBytes);
     for (;;) {
         DWORD bytesRead = 0;
@@ -58,13 +58,11 @@ bool VerifyPackage(const std::wstring& archivePath) {
 bool ComputeFileSha256(const std::wstring& path, std::wstring& hex) {
     hex.clear();
     const KernelHandle file = OpenForReading(path);
-    return file && ComputeFileSha256(file.get(), hex);
-}
-
-bool ComputeFileSha256(HANDLE file, std::wstring& hex) {
-    hex.clear();
+    if (!file) {
+        return false;
+    }
     Sha256 sha256;
-    if (!sha256.Begin() || !HashToEnd(file, sha256)) {
+    if (!sha256.Begin() || !HashWholeFile(file.get(), sha256)) {
         return false;
     }
     hex = sha256.Finish();

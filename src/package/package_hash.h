@@ -3,8 +3,6 @@
 #include <string>
 #include <string_view>
 
-#include "common/windows_api.h"
-
 // The SHA-256 check of the downloaded package. Job thread; blocks while the whole file is read and
 // does not check the cancel flag.
 
@@ -17,9 +15,6 @@
 // use does not grow with the file. False, with `hex` empty, when the file cannot be opened or read
 // or a hash call fails; the caller words the message.
 [[nodiscard]] bool ComputeFileSha256(const std::wstring& path, std::wstring& hex);
-
-// The same for an open file, from its position to its end.
-[[nodiscard]] bool ComputeFileSha256(HANDLE file, std::wstring& hex);
 
 // The hexadecimal digits 0-9, a-f and A-F of the text, in lower case, so that digests grouped with
 // blanks, colons or dashes compare equal. A text with the prefix "sha256:" never matches: the
