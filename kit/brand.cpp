@@ -11,13 +11,17 @@ constexpr uint64_t kMostPictureBytes = 0x10000000;
 
 }  // namespace
 
-Brand ReadBrand(const std::wstring& folder) {
+Brand ReadBrand(const std::wstring& folder, const BrandFiles& needed) {
     RequireFolder(folder);
     Brand brand;
     brand.configText = ReadInputFile(JoinPaths(folder, kConfigFileName), kMostConfigBytes);
-    brand.background = ReadInputFile(JoinPaths(folder, kBackgroundFileName), kMostPictureBytes);
-    brand.logo = ReadInputFile(JoinPaths(folder, kLogoFileName), kMostPictureBytes);
-    brand.icon = ReadInputFile(JoinPaths(folder, kIconFileName), kMostPictureBytes);
+    if (needed.pictures) {
+        brand.background = ReadInputFile(JoinPaths(folder, kBackgroundFileName), kMostPictureBytes);
+        brand.logo = ReadInputFile(JoinPaths(folder, kLogoFileName), kMostPictureBytes);
+    }
+    if (needed.icon) {
+        brand.icon = ReadInputFile(JoinPaths(folder, kIconFileName), kMostPictureBytes);
+    }
     if (brand.configText) {
         brand.config = ParseConfigText(*brand.configText);
     }

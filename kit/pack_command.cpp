@@ -138,7 +138,7 @@ std::wstring ToolNameOf(const std::wstring& brand) {
     if (brand.empty()) {
         return std::wstring(kDefaultRepairToolName);
     }
-    const Brand read = ReadBrand(brand);
+    const Brand read = ReadBrand(brand, {.pictures = false, .icon = false});
     if (!read.configText) {
         throw OutsideFailure("cannot read", ConfigPathIn(brand), ERROR_FILE_NOT_FOUND);
     }

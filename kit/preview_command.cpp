@@ -23,7 +23,7 @@ OwnedBitmap Decoded(const std::optional<std::string>& content) {
 
 // What PaintPreview needs of the brand.
 PreviewBrand ReadPreviewBrand(const std::wstring& folder) {
-    const Brand brand = ReadBrand(folder);
+    const Brand brand = ReadBrand(folder, {.icon = false});
     if (!brand.configText) {
         throw OutsideFailure("cannot find config.txt in", folder, ERROR_FILE_NOT_FOUND);
     }

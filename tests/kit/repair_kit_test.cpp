@@ -164,6 +164,32 @@ TEST(RepairKit, SaysWhatCannotBeReadAndLeavesStdoutEmpty) {
     }
 }
 
+TEST(RepairKit, ReadsOnlyTheFilesOfTheBrandThatItNeeds) {
+    const ScratchFolder scratch;
+    const fs::path client = scratch.Path() / L"client";
+    WriteFile(client / L"game.exe", "the game");
+    const fs::path brand = MakeBrandFolder(scratch.Path() / L"brand", ConfigText({}));
+    bench::MakeSparseFile(brand / L"tool.ico", 300ULL << 20);
+    const KitRun painted = RunRepairKit(L"preview --state ready " + Quoted(brand) + L" -o " +
+                                        Quoted(scratch.Path() / L"pictures"));
+    EXPECT_EQ(painted.exitCode, 0U) << painted.error;
+    const bench::OpenElsewhere user(brand / L"logo.png", 0);
+    const KitRun packed =
+        RunRepairKit(L"pack --quiet " + Quoted(client) + L" -o " +
+                     Quoted(scratch.Path() / L"a.zip") + L" --brand " + Quoted(brand));
+    EXPECT_EQ(packed.exitCode, 0U) << packed.error;
+    EXPECT_THAT(packed.out, IsEmpty());
+}
+
+TEST(RepairKit, PackLeavesStdoutEmptyWhenSomethingOutsideFails) {
+    const ScratchFolder scratch;
+    const KitRun run = RunRepairKit(L"pack --json " + Quoted(scratch.Path() / L"missing") +
+                                    L" -o " + Quoted(scratch.Path() / L"a.zip"));
+    EXPECT_EQ(run.exitCode, 4U);
+    EXPECT_THAT(run.out, IsEmpty());
+    EXPECT_THAT(run.error, HasSubstr("(code "));
+}
+
 TEST(RepairKit, ReportsThatItsOutputCannotBeWritten) {
     const ScratchFolder scratch;
     const fs::path file = scratch.Path() / L"file";
