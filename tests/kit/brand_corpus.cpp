@@ -213,6 +213,9 @@ const std::vector<ConfigCase>& ConfigCases() {
         {{"accentHex=FFA64"}, {"error accent.malformed config.txt:6"}},
         {{"accentHex=##FFA640"}, {"error accent.malformed config.txt:6"}},
         {{"accentHex=FFA6G0"}, {"error accent.malformed config.txt:6"}},
+        // 4.49 and 4.55 on the panel; 4.74 and 4.81 on the button.
+        {{"accentHex=7C7C7C"}, {"warning accent.contrast config.txt:6"}},
+        {{"accentHex=7D7D7D"}, {}},
         {{"accentHex=203040"}, {"warning accent.contrast config.txt:6"}},
         // version.*, language.*
         {{"repairProductVersion=1.4.2-beta 3"}, {}},
