@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "common/handles.h"
@@ -16,6 +17,8 @@ namespace {
 
 // More than anybody reads.
 constexpr size_t kMostOutputBytes = 0x100000;
+
+constexpr DWORD kEndLimitMs = 5'000;
 
 constexpr char kWhat[] = "the signing command ";
 
@@ -63,9 +66,20 @@ public:
     void Add(HANDLE process) const {
         static_cast<void>(::AssignProcessToJobObject(job_.get(), process));
     }
+    // Waits a few seconds until the processes are gone: until then they hold their files.
     void End(HANDLE process) const {
+        const std::vector<KernelHandle> members = Members();
         static_cast<void>(::TerminateJobObject(job_.get(), 1));  // The next line ends the command.
         static_cast<void>(::TerminateProcess(process, 1));       // It may be gone already.
+        const ULONGLONG begin = ::GetTickCount64();
+        const auto await = [begin](HANDLE ending) {
+            const ULONGLONG passed = std::min<ULONGLONG>(::GetTickCount64() - begin, kEndLimitMs);
+            ::WaitForSingleObject(ending, static_cast<DWORD>(kEndLimitMs - passed));
+        };
+        await(process);
+        for (const KernelHandle& member : members) {
+            await(member.get());
+        }
     }
     // Lets go what the command has left running on purpose, such as a service for its next run.
     void Release() const {
@@ -73,6 +87,26 @@ public:
     }
 
 private:
+    [[nodiscard]] std::vector<KernelHandle> Members() const {
+        constexpr size_t kMostMembers = 1'000;
+        constexpr size_t kListBytes =
+            sizeof(JOBOBJECT_BASIC_PROCESS_ID_LIST) + kMostMembers * sizeof(ULONG_PTR);
+        std::vector<ULONG_PTR> buffer(kListBytes / sizeof(ULONG_PTR));
+        auto* const list = reinterpret_cast<JOBOBJECT_BASIC_PROCESS_ID_LIST*>(buffer.data());
+        std::vector<KernelHandle> members;
+        if (::QueryInformationJobObject(job_.get(), JobObjectBasicProcessIdList, list, kListBytes,
+                                        nullptr)) {
+            for (DWORD i = 0; i < list->NumberOfProcessIdsInList; ++i) {
+                KernelHandle member(
+                    ::OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(list->ProcessIdList[i])));
+                if (member) {
+                    members.push_back(std::move(member));
+                }
+            }
+        }
+        return members;
+    }
+
     void SetLimits(DWORD flags) const {
         JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
         limits.BasicLimitInformation.LimitFlags = flags;
@@ -137,6 +171,51 @@ KernelHandle Start(const std::wstring& commandLine, HANDLE input, HANDLE output,
     return process;
 }
 
+// The command that runs, for an interruption. The mutex is held while one is started and forgotten,
+// and for good once an interruption has begun.
+std::mutex runningMutex;
+const ProcessGroup* runningGroup = nullptr;
+HANDLE runningProcess = nullptr;
+
+// Called before those that remove files: a file that the command has open cannot be removed.
+BOOL WINAPI EndOnInterruption(DWORD) {
+    runningMutex.lock();
+    if (runningGroup != nullptr) {
+        runningGroup->End(runningProcess);
+    }
+    return FALSE;
+}
+
+// Starts the command. An interruption ends it as long as the object lives.
+class InterruptibleCommand {
+public:
+    InterruptibleCommand(const std::wstring& commandLine, HANDLE input, HANDLE output,
+                         const ProcessGroup& group) {
+        const std::lock_guard lock(runningMutex);
+        process_ = Start(commandLine, input, output, group);
+        runningGroup = &group;
+        runningProcess = process_.get();
+        ::SetConsoleCtrlHandler(EndOnInterruption, TRUE);
+    }
+    ~InterruptibleCommand() {
+        {
+            const std::lock_guard lock(runningMutex);
+            runningGroup = nullptr;
+        }
+        // Not with the mutex held, which a handler that runs already waits for.
+        ::SetConsoleCtrlHandler(EndOnInterruption, FALSE);
+    }
+    InterruptibleCommand(const InterruptibleCommand&) = delete;
+    InterruptibleCommand& operator=(const InterruptibleCommand&) = delete;
+
+    [[nodiscard]] HANDLE Process() const {
+        return process_.get();
+    }
+
+private:
+    KernelHandle process_;
+};
+
 // Whatever encoding the command prints in, as UTF-8.
 std::string OutputText(std::string bytes) {
     if (IsValidUtf8(bytes)) {
@@ -188,9 +267,17 @@ void RunSigningCommand(const std::wstring& commandLine, DWORD timeLimitMs, Conso
     const KernelHandle output = CreateOutputFile();
     const KernelHandle input = OpenEmptyInput();
     const ProcessGroup group;
-    const KernelHandle process = Start(commandLine, input.get(), output.get(), group);
-    if (::WaitForSingleObject(process.get(), timeLimitMs) != WAIT_OBJECT_0) {
-        group.End(process.get());
+    DWORD exitCode = 1;
+    bool hasEnded = false;
+    {
+        const InterruptibleCommand command(commandLine, input.get(), output.get(), group);
+        hasEnded = ::WaitForSingleObject(command.Process(), timeLimitMs) == WAIT_OBJECT_0;
+        if (!hasEnded) {
+            group.End(command.Process());
+        }
+        ::GetExitCodeProcess(command.Process(), &exitCode);  // If it fails, it counts as a failure.
+    }
+    if (!hasEnded) {
         PrintOutput(output.get(), console);
         throw OutsideFailure(std::string(kWhat) + "took longer than " +
                                  std::to_string(timeLimitMs / 1000) + " seconds and was ended",
@@ -198,8 +285,6 @@ void RunSigningCommand(const std::wstring& commandLine, DWORD timeLimitMs, Conso
     }
     group.Release();
     PrintOutput(output.get(), console);
-    DWORD exitCode = 1;
-    ::GetExitCodeProcess(process.get(), &exitCode);  // If it fails, it counts as a failure.
     if (exitCode != 0) {
         throw OutsideFailure(std::string(kWhat) + "failed with exit code " +
                              std::to_string(exitCode));

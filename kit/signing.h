@@ -13,7 +13,8 @@ inline constexpr DWORD kSigningTimeLimitMs = 10 * 60 * 1000;
 
 // Runs a command line without a shell and without a window, and waits for its end. What it prints
 // goes to stderr, line by line, when it has ended. Its standard input is empty. After the time
-// limit it is ended together with everything that it has started.
+// limit, and on Ctrl+C, it is ended together with everything that it has started, and has let go of
+// its files.
 //
 // Throws OutsideFailure when it cannot be started, takes too long or ends with another code than 0.
 void RunSigningCommand(const std::wstring& commandLine, DWORD timeLimitMs, Console& console);

@@ -3,9 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
+#include "bench_parts/call_hook.h"
 #include "bench_parts/running_copy.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/utf8.h"
+#include "bench_parts/waiting.h"
 #include "kit/errors.h"
 
 namespace {
@@ -54,6 +59,32 @@ TEST_F(SigningCommand, IsEndedAfterTheTimeLimit) {
     EXPECT_THAT(Run(Child(L"sleep 600000"), 1000), HasSubstr("took longer than 1 seconds"));
 }
 
+TEST_F(SigningCommand, HoldsNoFileOnceItIsEnded) {
+    const bench::ScratchFolder scratch;
+    const std::filesystem::path copy = scratch.Path() / L"copy.exe";
+    bench::WriteFile(copy, bench::ReadFile(bench::FolderOfThisProgram() / L"child_program.exe"));
+    // The system may take its time to end processes.
+    std::thread ending;
+    const auto jobHook = bench::HookCall<decltype(&::TerminateJobObject)>(
+        L"kernel32.dll", "TerminateJobObject", [&ending](HANDLE job, UINT code) -> BOOL {
+            HANDLE own = nullptr;
+            ::DuplicateHandle(::GetCurrentProcess(), job, ::GetCurrentProcess(), &own, 0, FALSE,
+                              DUPLICATE_SAME_ACCESS);
+            ending = std::thread([own, code] {
+                ::Sleep(500);
+                bench::RealFunction<decltype(&::TerminateJobObject)>(
+                    L"kernel32.dll", "TerminateJobObject")(own, code);
+                ::CloseHandle(own);
+            });
+            return TRUE;
+        });
+    // The command that the shell starts ends together with it.
+    EXPECT_THAT(Run(L"cmd.exe /c \"" + copy.native() + L"\" sleep 600000", 2000),
+                HasSubstr("took longer"));
+    EXPECT_TRUE(::DeleteFileW(copy.c_str())) << ::GetLastError();
+    ending.join();
+}
+
 TEST_F(SigningCommand, IsNamedWhenItCannotBeStarted) {
     EXPECT_THAT(Run(L"no_such_program.exe x"), HasSubstr("no_such_program.exe x"));
     EXPECT_THAT(Run(L"no_such_program.exe x"), HasSubstr("(code 2)"));
@@ -69,6 +100,27 @@ TEST_F(SigningCommand, HasAnEmptyInput) {
     constexpr DWORD kEnoughMs = 10'000;
     // Asks for a line.
     EXPECT_THAT(Run(L"cmd.exe /c set /p line=", kEnoughMs), testing::Not(HasSubstr("took longer")));
+}
+
+// The last one: no command can be started in this process any more.
+TEST_F(SigningCommand, IsEndedByAnInterruption) {
+    const bench::ScratchFolder scratch;
+    const std::filesystem::path copy = scratch.Path() / L"copy.exe";
+    bench::WriteFile(copy, bench::ReadFile(bench::FolderOfThisProgram() / L"child_program.exe"));
+    std::atomic<PHANDLER_ROUTINE> handler = nullptr;
+    const auto hook = bench::HookCall<decltype(&::SetConsoleCtrlHandler)>(
+        L"kernel32.dll", "SetConsoleCtrlHandler", [&](PHANDLER_ROUTINE routine, BOOL) -> BOOL {
+            handler = routine;
+            return TRUE;
+        });
+    // Waits for the end of the process once the interruption has begun.
+    std::thread([command = L"\"" + copy.native() + L"\" sleep 600000"] {
+        Console console;
+        RunSigningCommand(command, kLongMs, console);
+    }).detach();
+    ASSERT_TRUE(bench::Await([&] { return handler != nullptr; }));
+    EXPECT_FALSE(handler.load()(CTRL_C_EVENT));
+    EXPECT_TRUE(::DeleteFileW(copy.c_str())) << ::GetLastError();
 }
 
 }  // namespace
