@@ -14,6 +14,8 @@ namespace {
 
 // So that no thread waits while the caller writes.
 constexpr size_t kSpareSlots = 4;
+// So that a batch of tiny files needs little more memory than their bytes.
+constexpr size_t kMostEntriesInBatch = 1'000;
 
 // Makes batches; one object for each thread.
 class BatchMaker {
@@ -166,7 +168,7 @@ bool BlockPipeline::TakeTask(Task& task) {
     uint64_t sum = size;
     for (++nextEntry_; nextEntry_ < entries_.size(); ++nextEntry_) {
         sum += entries_[nextEntry_].size;
-        if (sum > kBlockBytes) {
+        if (sum > kBlockBytes || task.count == kMostEntriesInBatch) {
             break;
         }
         ++task.count;

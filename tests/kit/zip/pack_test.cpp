@@ -9,6 +9,7 @@
 #include "bench_parts/skipping.h"
 #include "kit/exit_codes.h"
 #include "kit/utf8.h"
+#include "kit/zip/block_pipeline.h"
 #include "kit/zip/client_listing.h"
 #include "kit/zip/package_check.h"
 #include "kit/zip/random_access_file.h"
@@ -247,6 +248,18 @@ TEST_F(Pack, MakesPackagesThatTheCheckAccepts) {
     EXPECT_THAT(findings.List(), IsEmpty());
     EXPECT_EQ(facts.files, 4U);
     EXPECT_EQ(facts.largestFile, "mixed.bin");
+}
+
+TEST_F(Pack, TakesAtMostAThousandFilesAtATime) {
+    Findings findings;
+    const ClientEntry entry = ListClient(client_, {}, findings).entries.at(0);
+    const std::vector<ClientEntry> entries(2'500, entry);
+    BlockPipeline pipeline(client_, entries, 6, 1);
+    std::vector<size_t> counts;
+    for (PackedBatch batch; pipeline.Next(batch);) {
+        counts.push_back(batch.blocks.size());
+    }
+    EXPECT_THAT(counts, ElementsAre(1'000, 1'000, 500));
 }
 
 }  // namespace
