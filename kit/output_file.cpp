@@ -259,8 +259,20 @@ void WriteFilesTogether(std::span<const FileContent> files) {
         outputs.files.back()->Write(file.bytes);
         outputs.files.back()->Close();
     }
-    for (const auto& output : outputs.files) {
-        output->Commit();
+    std::vector<std::wstring> newFiles;
+    try {
+        for (const auto& output : outputs.files) {
+            const bool isNew = KindOf(output->Target()) == EntryKind::Missing;
+            output->Commit();
+            if (isNew) {
+                newFiles.push_back(output->Target());
+            }
+        }
+    } catch (...) {
+        for (const std::wstring& file : newFiles) {
+            static_cast<void>(DeleteSingleFile(file));  // The failure's message is what matters.
+        }
+        throw;
     }
 }
 

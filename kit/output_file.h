@@ -17,7 +17,7 @@ std::wstring TemporaryName(std::wstring_view fileName, unsigned long processId);
 
 // One file in the making. Creates missing folders above the target, removes what killed runs with
 // the same target have left, and creates the temporary file. Without Commit the temporary file and
-// the folders that were created go away with the object, and on Ctrl+C.
+// the folders that were created go away with the object; Ctrl+C removes the file only.
 class OutputFile {
 public:
     // Throws when the target is a folder or the file cannot be created.
@@ -61,7 +61,8 @@ private:
     bool committed_ = false;
 };
 
-// Writes several files, and renames them only when all of them are complete.
+// Writes several files, and renames them only when all of them are complete. When one cannot be
+// renamed, those that were renamed before and replaced nothing are removed again.
 struct FileContent {
     std::wstring path;
     std::string_view bytes;

@@ -88,14 +88,19 @@ std::string_view KindOf(std::string_view component, const PlayerFile (&table)[Co
 
 }  // namespace
 
-void CheckName(std::string_view name, size_t entry, PackagePaths& paths, Findings& findings) {
+bool CheckBytesOfName(std::string_view name, Findings& findings) {
     const std::string_view fault = NameFault(name);
-    if (fault.empty()) {
-        paths.Add(name, entry);
-        return;
+    if (!fault.empty()) {
+        findings.Add("package.bad-name", PackageEntry(name), "The name " + std::string(fault) + ".",
+                     "Rename it in the client folder and make the package again.");
     }
-    findings.Add("package.bad-name", PackageEntry(name), "The name " + std::string(fault) + ".",
-                 "Rename it in the client folder and make the package again.");
+    return fault.empty();
+}
+
+void CheckName(std::string_view name, size_t entry, PackagePaths& paths, Findings& findings) {
+    if (CheckBytesOfName(name, findings)) {
+        paths.Add(name, entry);
+    }
 }
 
 void CheckNamesTogether(const PackagePaths& paths, const NameOf& nameOf, Findings& findings) {

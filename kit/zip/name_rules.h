@@ -14,8 +14,11 @@
 // The name of an entry by its number.
 using NameOf = std::function<std::string_view(size_t entry)>;
 
-// Judges one name, which is valid UTF-8, by itself: package.bad-name. Adds it to `paths` if that
-// finds nothing.
+// Judges one name by its bytes, in whatever encoding: package.bad-name. False when that finds
+// something.
+[[nodiscard]] bool CheckBytesOfName(std::string_view name, Findings& findings);
+
+// The same for a name that is valid UTF-8. Adds it to `paths` if that finds nothing.
 void CheckName(std::string_view name, size_t entry, PackagePaths& paths, Findings& findings);
 
 // Judges all names together, after PackagePaths::Sort: package.case-clash, own-name,

@@ -254,6 +254,7 @@ private:
         for (size_t i = 0; i < directory_.entries.size(); ++i) {
             const ZipEntry& entry = directory_.entries[i];
             if (!HasReadableName(entry)) {
+                static_cast<void>(CheckBytesOfName(entry.name, findings_));  // Not to be added.
                 continue;
             }
             CheckName(entry.name, i, paths, findings_);

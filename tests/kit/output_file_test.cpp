@@ -159,8 +159,17 @@ TEST(WriteFilesTogether, WritesAllOrNone) {
     EXPECT_FALSE(fs::exists(other));
 }
 
-// The bench's programs have no console that could send an interruption, so the handler is called as
-// the system would call it. It keeps the lock: this test needs a process of its own.
+TEST(WriteFilesTogether, TakesBackNewFilesWhenOneCannotBeReplaced) {
+    const ScratchFolder scratch;
+    WriteFile(scratch.Path() / L"b", "old");
+    WriteFile(scratch.Path() / L"c", "old");
+    const bench::OpenElsewhere user(scratch.Path() / L"c", FILE_SHARE_READ);
+    const FileContent files[] = {
+        {scratch.Path() / L"a", "1"}, {scratch.Path() / L"b", "2"}, {scratch.Path() / L"c", "3"}};
+    EXPECT_THAT(MessageOf([&] { WriteFilesTogether(files); }), HasSubstr("c: "));
+    EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"b", L"c"));
+}
+
 // Another handle would keep the file from being removed on Ctrl+C.
 TEST(DigestOfOpenFile, ReadsAFileInTheMakingThroughItsHandle) {
     const ScratchFolder scratch;
@@ -178,6 +187,8 @@ TEST(DigestOfOpenFile, ReadsAFileInTheMakingThroughItsHandle) {
     EXPECT_EQ(opened, 0);
 }
 
+// The bench's programs have no console that could send an interruption, so the handler is called as
+// the system would call it. It keeps the lock: this test needs a process of its own.
 TEST(Interruption, RemovesOpenAndClosedTemporaryFiles) {
     PHANDLER_ROUTINE handler = nullptr;
     const auto hook = bench::HookCall<decltype(&::SetConsoleCtrlHandler)>(

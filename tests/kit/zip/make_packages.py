@@ -234,6 +234,8 @@ def add_names(p):
     p.fault(rule, "unicode_extra", build([GAME, Entry(b"d/\x84.txt", b"x", flags=0, extra=extra)]), "d/\\x84.txt")
     p.fault(rule, "no_utf8", build([GAME, Entry(b"d/\xE4.txt", b"x", flags=0x800)]), "d/\\xE4.txt")
     p.fault(rule, "overlong", build([GAME, Entry(b"d/\xC0\xAF.txt", b"x", flags=0x800)]), "d/\\xC0\\xAF.txt")
+    p.fault(rule, "outside", build([GAME, Entry(b"../\x84.txt", b"x", flags=0)]), "../\\x84.txt")
+    p.rows[-1][2].append("package.bad-name@../\\x84.txt")
     p.clean(rule, "utf8", build([GAME, Entry("d/\u00e4\u8aad\U0001F600.txt", b"x")]))
     p.clean(rule, "ascii_with_flag", build([game(flags=0x800)]))
 
