@@ -23,10 +23,37 @@ public:
         }
     }
 
-    // Adds what is in the folder. `prefix` is its name in the package, empty for the client itself.
-    // Returns whether anything was in it that is packed.
+    // Adds all that is below the folder. Without recursion: folders can be nested 16,000 deep.
+    void AddTree(const std::wstring& folder) {
+        AddContent(folder, "");  // An empty client is another finding.
+        while (!pending_.empty()) {
+            const SubFolder sub = std::move(pending_.back());
+            pending_.pop_back();
+            if (!AddContent(sub.path, sub.name + "/")) {
+                const EntryFacts facts = FactsOf(sub.path);
+                listing_.entries.push_back({sub.name + "/", 0, facts.lastWriteTime});
+            }
+        }
+    }
+
+    ClientListing Take() {
+        std::sort(listing_.entries.begin(), listing_.entries.end(),
+                  [](const ClientEntry& left, const ClientEntry& right) {
+                      return left.name < right.name;
+                  });
+        std::sort(listing_.leftOut.begin(), listing_.leftOut.end());
+        return std::move(listing_);
+    }
+
+private:
+    struct SubFolder {
+        std::wstring path;
+        std::string name;
+    };
+
+    // Adds what is directly in the folder; its folders become pending. `prefix` is its name in the
+    // package with a slash, empty for the client itself. Returns whether anything in it is packed.
     bool AddContent(const std::wstring& folder, const std::string& prefix) {
-        std::vector<SubFolder> subFolders;
         bool isAnyPacked = false;
         const ListingResult result = ListFolder(folder, [&](const FolderEntry& entry) {
             const std::string name = prefix + WideToUtf8(entry.relativePath);
@@ -44,7 +71,7 @@ public:
                     return true;
                 }
                 if (entry.IsFolder()) {
-                    subFolders.push_back({entry.path, name});
+                    pending_.push_back({entry.path, name});
                 } else {
                     AddFile(entry.path, name);
                 }
@@ -54,29 +81,8 @@ public:
         if (result.Error() != ERROR_SUCCESS) {
             throw OutsideFailure("cannot list the folder", folder, result.Error());
         }
-        for (const SubFolder& sub : subFolders) {
-            if (!AddContent(sub.path, sub.name + "/")) {
-                const EntryFacts facts = FactsOf(sub.path);
-                listing_.entries.push_back({sub.name + "/", 0, facts.lastWriteTime});
-            }
-        }
         return isAnyPacked;
     }
-
-    ClientListing Take() {
-        std::sort(listing_.entries.begin(), listing_.entries.end(),
-                  [](const ClientEntry& left, const ClientEntry& right) {
-                      return left.name < right.name;
-                  });
-        std::sort(listing_.leftOut.begin(), listing_.leftOut.end());
-        return std::move(listing_);
-    }
-
-private:
-    struct SubFolder {
-        std::wstring path;
-        std::string name;
-    };
 
     [[nodiscard]] bool IsLeftOut(const std::string& name, bool isFolder) {
         const std::string folded = FoldCase(name);
@@ -112,6 +118,7 @@ private:
     std::string toolName_;
     std::vector<NamePattern> patterns_;
     Findings& findings_;
+    std::vector<SubFolder> pending_;
     ClientListing listing_;
 };
 
@@ -119,6 +126,6 @@ private:
 
 ClientListing ListClient(const std::wstring& folder, const LeaveOut& leaveOut, Findings& findings) {
     Listing listing(leaveOut, findings);
-    static_cast<void>(listing.AddContent(folder, ""));  // An empty client is another finding.
+    listing.AddTree(folder);
     return listing.Take();
 }

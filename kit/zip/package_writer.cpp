@@ -68,6 +68,11 @@ private:
     // Folders and empty files.
     void WriteEmptyEntriesBefore(size_t index) {
         for (; next_ < index; ++next_) {
+            const ClientEntry& entry = entries_[next_];
+            if (!entry.IsFolder()) {
+                // It may have got content since it was listed.
+                const SourceFile unchanged(EntryPath(clientFolder_, entry), 0, entry.lastWriteTime);
+            }
             results_[next_].headerOffset = output_.Position();
             output_.Write(LocalHeader(Record(next_)));
         }

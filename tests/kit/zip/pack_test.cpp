@@ -7,11 +7,14 @@
 
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/skipping.h"
+#include "kit/errors.h"
 #include "kit/exit_codes.h"
+#include "kit/output_file.h"
 #include "kit/utf8.h"
 #include "kit/zip/block_pipeline.h"
 #include "kit/zip/client_listing.h"
 #include "kit/zip/package_check.h"
+#include "kit/zip/package_writer.h"
 #include "kit/zip/random_access_file.h"
 #include "kit/zip/zip_directory.h"
 #include "kit_process.h"
@@ -195,6 +198,19 @@ TEST_F(Pack, FailsForAFileThatIsBeingWrittenAndLeavesNothing) {
                                       GENERIC_WRITE);
     EXPECT_THAT(FailureOfRun(), HasSubstr("log.txt"));
     EXPECT_FALSE(fs::exists(package_.parent_path()));
+}
+
+TEST_F(Pack, FailsForAFileThatHasChangedSinceItWasListed) {
+    for (const wchar_t* name : {L"game.exe", L"empty"}) {
+        WriteFile(client_ / L"empty", "");
+        Findings findings;
+        const ClientListing listing = ListClient(client_, {}, findings);
+        WriteFile(client_ / name, "it has grown");
+        OutputFile output(package_);
+        EXPECT_THROW(WritePackage(client_, listing.entries, 6, 1, output, [](uint64_t) {}),
+                     OutsideFailure)
+            << name;
+    }
 }
 
 TEST_F(Pack, KeepsATargetThatIsInUse) {
