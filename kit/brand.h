@@ -27,13 +27,13 @@ struct Brand {
     ToolConfig config;
 };
 
-// Which files of a brand somebody needs besides config.txt.
+// Which files of a brand to read besides config.txt.
 struct BrandFiles {
     bool pictures = true;
     bool icon = true;
 };
 
-// Leaves the files that nobody needs unread, as if they were missing. Throws OutsideFailure when
+// Treats the files that are not to be read as missing. Throws OutsideFailure when
 // the folder does not exist, or a file in it cannot be read or is larger than any that makes sense
 // (config.txt 4 MiB, the others 256 MiB).
 [[nodiscard]] Brand ReadBrand(const std::wstring& folder, const BrandFiles& needed = {});

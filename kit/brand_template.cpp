@@ -68,8 +68,8 @@ std::string WithGameName(std::string_view value, std::string_view name) {
     return changed + std::string(value.substr(begin));
 }
 
-// What is set for the game `name` instead of the default brand's `value`. What nobody acts on stays
-// as it is.
+// What is set for the game `name` instead of the default brand's `value`. A setting without effect
+// stays as it is.
 std::string ValueFor(std::string_view key, std::string_view value, std::string_view name) {
     const NamedSetting* const setting =
         std::find_if(std::begin(kNamedSettings), std::end(kNamedSettings),

@@ -165,7 +165,7 @@ private:
             throw OutsideFailure("cannot ask " + url_, ::GetLastError());
         }
         watch_.isSecure = address_.secure;
-        // Without it a redirect to HTTP only goes unnoticed.
+        // Without it only a redirect to HTTP is missed.
         ::WinHttpSetStatusCallback(request_.get(), OnRedirect, WINHTTP_CALLBACK_FLAG_REDIRECT, 0);
     }
 

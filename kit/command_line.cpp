@@ -22,7 +22,7 @@ constexpr OptionSyntax kNewOptions[] = {
 constexpr OptionSyntax kPackOptions[] = {
     {L"-o", "PACKAGE.zip", "the package to write", true},
     {L"--brand", "BRAND", "leave out its tool, and set archiveSha256 in its config.txt"},
-    {L"--exclude", "GLOB", "leave out what fits, such as *.log or saves/** (repeatable)", false,
+    {L"--exclude", "GLOB", "leave out what matches, such as *.log or saves/** (repeatable)", false,
      true},
     {L"--level", "1..9", "from fastest to smallest (default: 7)"},
     {L"--threads", "N", "how many compress at the same time (default: all cores)"},
@@ -49,7 +49,7 @@ constexpr OptionSyntax kPreviewOptions[] = {
 };
 
 constexpr OptionSyntax kBuildOptions[] = {
-    {L"-o", "FOLDER", "where the exe goes", true},
+    {L"-o", "FOLDER", "where to put the exe", true},
     {L"--package", "FILE", "look into this package too"},
     {L"--sign", "COMMAND", "signs one file; {file} stands for its path"},
     kNoDigest,

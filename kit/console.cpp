@@ -123,7 +123,7 @@ Console::Stream Console::OpenStream(DWORD id) {
     return stream;
 }
 
-// Without a handle there is nobody to read it, which is no error.
+// Without a handle nothing is written, which is not an error.
 DWORD Console::WriteUtf8(const Stream& stream, std::string_view utf8) {
     if (stream.handle == nullptr) {
         return ERROR_SUCCESS;

@@ -101,7 +101,8 @@ ExitCode Dispatch(std::span<const std::wstring> arguments, Console& console) {
     }
     if (first == L"--version") {
         if (arguments.size() > 1) {
-            throw WrongUsage("--version stands alone; leave out " + WideToUtf8(arguments[1]));
+            throw WrongUsage("--version takes no other words; leave out " +
+                             WideToUtf8(arguments[1]));
         }
         console.Print("repair_kit " ENGINE_VERSION);
         return ExitCode::Done;

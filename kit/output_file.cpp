@@ -234,7 +234,7 @@ void OutputFile::Discard() {
         Forget(temporaryPath_);
     }
     for (; !createdFolders_.empty(); createdFolders_.pop_back()) {
-        // Stays if somebody has put something into it.
+        // Fails if it is no longer empty.
         ::RemoveDirectoryW(SystemPath(createdFolders_.back()).Text());
     }
 }

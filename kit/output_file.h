@@ -15,9 +15,9 @@
 // ending, because signing programs go by it.
 std::wstring TemporaryName(std::wstring_view fileName, unsigned long processId);
 
-// One file in the making. Creates missing folders above the target, removes what killed runs with
-// the same target have left, and creates the temporary file. Without Commit the temporary file and
-// the folders that were created go away with the object; Ctrl+C removes the file only.
+// A file that is being written. Creates missing folders above the target, removes what killed runs
+// with the same target have left, and creates the temporary file. Without Commit the temporary file
+// and the folders that were created go away with the object; Ctrl+C removes the file only.
 class OutputFile {
 public:
     // Throws when the target is a folder or the file cannot be created.

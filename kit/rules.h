@@ -21,7 +21,7 @@ inline constexpr Rule kRules[] = {
     {"brand.missing-file", Severity::Error, "A file of the brand is not there."},
     {"config.byte-order-mark", Severity::Error, "A byte-order mark hides the first line's key."},
     {"config.not-utf8", Severity::Error, "A line is not UTF-8."},
-    {"config.unknown-key", Severity::Warning, "A key that nobody knows."},
+    {"config.unknown-key", Severity::Warning, "A key that does not exist."},
     {"config.misspelt-key", Severity::Error, "A key that nearly is a known one and is ignored."},
     {"config.key-twice", Severity::Warning, "A later line with the same key wins."},
     {"config.switch-value", Severity::Error, "A switch with a value that is neither on nor off."},

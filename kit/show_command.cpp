@@ -100,7 +100,7 @@ struct Facts {
     std::optional<EmbeddedUninstaller> uninstaller;
 };
 
-// Without width and height when nobody can tell.
+// Without width and height when they are unknown.
 Json PictureJson(const std::optional<ByteView>& picture) {
     if (!picture) {
         return nullptr;

@@ -81,7 +81,8 @@ public:
             await(member.get());
         }
     }
-    // Lets go what the command has left running on purpose, such as a service for its next run.
+    // Keeps running what the command has left running on purpose, such as a service for its next
+    // run.
     void Release() const {
         SetLimits(0);
     }

@@ -51,7 +51,7 @@ struct PeFile {
     }
 };
 
-// The program's headers, checked: everything that they say of sections lies in the file and in the
+// The program's headers, checked: every section they describe is in the file and in the
 // image. None when the bytes are no such program; `reason` then says why, for the end of a
 // sentence. Any thread.
 [[nodiscard]] std::optional<PeFile> ReadPeFile(ByteView file, std::string& reason);
@@ -67,5 +67,5 @@ inline constexpr size_t kImageSizeField = 56;
 inline constexpr size_t kChecksumField = 64;
 inline constexpr size_t kDirectoriesField = 112;
 inline constexpr size_t kSectionHeaderSize = 40;
-// The section count stands before the optional header, in the file header.
+// The section count is before the optional header, in the file header.
 inline constexpr size_t kSectionCountBeforeOptionalHeader = 18;

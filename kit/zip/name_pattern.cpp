@@ -52,7 +52,7 @@ void NamePattern::AddStars(Kind kind) {
     }
 }
 
-// All ways to fit are followed at once, so no pattern takes longer than its length times the
+// All ways to match are followed at once, so no pattern takes longer than its length times the
 // name's.
 bool NamePattern::Fits(std::string_view foldedName) {
     if (tokens_.empty()) {
@@ -76,7 +76,7 @@ void NamePattern::Enter(size_t token, States& states) const {
     states[token] = 1;
     if (token < tokens_.size() && tokens_[token].kind != Kind::Byte &&
         tokens_[token].kind != Kind::AnyOne) {
-        Enter(token + 1, states);  // It can stand for nothing.
+        Enter(token + 1, states);  // It can match nothing.
     }
 }
 

@@ -17,7 +17,7 @@ public:
     void Overwrite(uint64_t offset, ByteView bytes);
     // Continues there; what is behind gets replaced or, at the end, cut off.
     void GoBackTo(uint64_t offset);
-    // Where the next byte goes.
+    // Where the next byte is written.
     [[nodiscard]] uint64_t Position() const {
         return flushed_ + buffer_.size();
     }

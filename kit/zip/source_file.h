@@ -7,7 +7,7 @@
 
 #include "common/handles.h"
 
-// A file of the client while it is packed. Nobody can write to it while it is open.
+// A file of the client while it is packed. No other program can write to it while it is open.
 class SourceFile {
 public:
     // Throws OutsideFailure when it cannot be opened or has another size or time than expected.

@@ -67,8 +67,8 @@ TEST_F(ToolFile, IsReproducibleAndNamesNoFolderOfTheBuildMachine) {
 }
 
 #if defined(__MINGW32__) && defined(NDEBUG)
-// A single use of a stream or of std::filesystem adds a megabyte. Whoever makes the programs
-// smaller or larger for a reason puts the new sizes here and into benchmarks/results.md.
+// A single use of a stream or of std::filesystem adds a megabyte. When the programs change in size
+// for a reason, update these numbers and benchmarks/results.md.
 TEST(ExeSize, IsWithinFivePercentOfWhatWasReached) {
     const struct {
         const wchar_t* path;
