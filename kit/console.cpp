@@ -20,22 +20,65 @@ bool IsNoColorSet() {
     return ::GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) > 1;  // More than the final zero.
 }
 
-std::string_view ColorSequence(Color color) {
+constexpr WORD kForeground =
+    FOREGROUND_RED | FOREGROUND_GREEN | FOREGROUND_BLUE | FOREGROUND_INTENSITY;
+
+WORD ForegroundOf(Color color) {
     switch (color) {
         case Color::Error:
-            return "\x1B[91m";
+            return FOREGROUND_RED | FOREGROUND_INTENSITY;
         case Color::Warning:
-            return "\x1B[93m";
+            return FOREGROUND_RED | FOREGROUND_GREEN | FOREGROUND_INTENSITY;
         case Color::Note:
-            return "\x1B[96m";
+            return FOREGROUND_GREEN | FOREGROUND_BLUE | FOREGROUND_INTENSITY;
         case Color::Good:
-            return "\x1B[92m";
+            return FOREGROUND_GREEN | FOREGROUND_INTENSITY;
         case Color::Dim:
-            return "\x1B[90m";
+            return FOREGROUND_INTENSITY;
         case Color::Plain:
             break;
     }
-    return {};
+    return FOREGROUND_RED | FOREGROUND_GREEN | FOREGROUND_BLUE;
+}
+
+// The console whose text has another color at the moment. The mutex is never held while something
+// is written, so an interruption does not wait for a console that is stopped.
+std::mutex coloringMutex;
+HANDLE coloredConsole = nullptr;
+WORD colorToRestore = 0;
+bool isInterrupted = false;  // Nothing is colored any more.
+
+// A console's text color as long as the object lives.
+class TextColor {
+public:
+    TextColor(HANDLE console, WORD plainColor, WORD color) {
+        const std::lock_guard lock(coloringMutex);
+        if (!isInterrupted && ::SetConsoleTextAttribute(console, color)) {
+            coloredConsole = console;
+            colorToRestore = plainColor;
+        }
+    }
+    ~TextColor() {
+        const std::lock_guard lock(coloringMutex);
+        Restore();
+    }
+    TextColor(const TextColor&) = delete;
+    TextColor& operator=(const TextColor&) = delete;
+
+    // With the mutex held.
+    static void Restore() {
+        if (coloredConsole != nullptr) {
+            ::SetConsoleTextAttribute(coloredConsole, colorToRestore);
+            coloredConsole = nullptr;
+        }
+    }
+};
+
+BOOL WINAPI OnInterruption(DWORD) {
+    const std::lock_guard lock(coloringMutex);
+    isInterrupted = true;
+    TextColor::Restore();
+    return FALSE;  // The system's own handler ends the process.
 }
 
 std::string RemainingTime(uint64_t doneBytes, uint64_t totalBytes, int64_t elapsedMs) {
@@ -117,9 +160,10 @@ Console::Stream Console::OpenStream(DWORD id) {
     }
     DWORD mode = 0;
     stream.isConsole = stream.handle != nullptr && ::GetConsoleMode(stream.handle, &mode) != FALSE;
-    stream.hasColors =
-        stream.isConsole && !IsNoColorSet() &&
-        ::SetConsoleMode(stream.handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+    CONSOLE_SCREEN_BUFFER_INFO screen{};
+    stream.hasColors = stream.isConsole && !IsNoColorSet() &&
+                       ::GetConsoleScreenBufferInfo(stream.handle, &screen) != FALSE;
+    stream.plainColor = screen.wAttributes;
     return stream;
 }
 
@@ -158,17 +202,28 @@ DWORD Console::WriteUtf8(const Stream& stream, std::string_view utf8) {
     return ERROR_SUCCESS;
 }
 
+DWORD Console::WriteColored(const Stream& stream, std::string_view utf8, Color color) {
+    const auto shown = static_cast<WORD>((stream.plainColor & ~kForeground) | ForegroundOf(color));
+    const TextColor textColor(stream.handle, stream.plainColor, shown);
+    return WriteUtf8(stream, utf8);
+}
+
 DWORD Console::WriteLine(const Stream& stream, std::initializer_list<ColoredText> line) {
-    std::string text;
+    std::string plain;  // In one piece, so that lines of several programs are not mixed.
     for (const ColoredText& part : line) {
-        const std::string_view sequence =
-            stream.hasColors ? ColorSequence(part.color) : std::string_view();
-        text += sequence;
-        text += EscapeForDisplay(part.text);
-        text += sequence.empty() ? std::string_view() : "\x1B[0m";
+        const std::string text = EscapeForDisplay(part.text);
+        if (!stream.hasColors || part.color == Color::Plain) {
+            plain += text;
+            continue;
+        }
+        DWORD error = WriteUtf8(stream, plain);
+        plain.clear();
+        error = error == ERROR_SUCCESS ? WriteColored(stream, text, part.color) : error;
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
     }
-    text += '\n';
-    return WriteUtf8(stream, text);
+    return WriteUtf8(stream, plain + '\n');
 }
 
 void Console::ShowProgress(std::string_view line) {
@@ -215,13 +270,17 @@ void Progress::Add(uint64_t bytes) {
     console_.ShowProgress(ProgressText(what_, doneBytes, totalBytes_, elapsedMs));
 }
 
+void RestoreTextColorOnInterruption() {
+    ::SetConsoleCtrlHandler(OnInterruption, TRUE);
+}
+
 std::string ProgressText(std::string_view what, uint64_t doneBytes, uint64_t totalBytes,
                          int64_t elapsedMs) {
     const double bytesPerSecond =
         static_cast<double>(doneBytes) * 1000.0 / static_cast<double>(elapsedMs);
     const std::string speed = WideToUtf8(FormatSpeed(bytesPerSecond));
     std::string text(what);
-    if (totalBytes == 0 || doneBytes == 0 || doneBytes > totalBytes) {
+    if (doneBytes == 0 || doneBytes > totalBytes) {
         return text + " " + WideToUtf8(FormatByteCount(static_cast<double>(doneBytes))) + ", " +
                speed;
     }

@@ -20,7 +20,7 @@ struct ColoredText {
 
 // The kit's output: UTF-8 where it is redirected, wide characters on a console. Every line is
 // escaped (EscapeForDisplay), so a text from outside cannot do more than be read; one call is one
-// line. Colors on consoles that know them, unless NO_COLOR is set. Any thread.
+// line. Colors on consoles only, unless NO_COLOR is set; the background stays. Any thread.
 class Console {
 public:
     struct Mode {
@@ -62,11 +62,13 @@ private:
         HANDLE handle = nullptr;  // Null when there is none.
         bool isConsole = false;
         bool hasColors = false;
+        WORD plainColor = 0;  // The console's own, with background.
     };
 
     static Stream OpenStream(DWORD id);
     static DWORD WriteUtf8(const Stream& stream, std::string_view utf8);
-    DWORD WriteLine(const Stream& stream, std::initializer_list<ColoredText> line);
+    static DWORD WriteColored(const Stream& stream, std::string_view utf8, Color color);
+    static DWORD WriteLine(const Stream& stream, std::initializer_list<ColoredText> line);
     void PrintOut(std::initializer_list<ColoredText> line);
 
     // Replaces the progress line; empty removes it. Not locked.
@@ -103,6 +105,9 @@ private:
     std::atomic<uint64_t> doneBytes_ = 0;
     std::atomic<int64_t> nextShowMs_;  // Since the start.
 };
+
+// From now on Ctrl+C gives a console that has another text color at the moment its own one back.
+void RestoreTextColorOnInterruption();
 
 // "Packing 42 %, 118.3 MB/s, 12 s left". `elapsedMs` is over 0.
 std::string ProgressText(std::string_view what, uint64_t doneBytes, uint64_t totalBytes,
