@@ -56,4 +56,13 @@ Function RealFunction(const wchar_t* dllName, const char* functionName) {
     return reinterpret_cast<Function>(RealAddress(dllName, functionName));
 }
 
+// HookCall that runs `before` with the call's arguments and then makes the real call.
+template <class Function, class Callable>
+[[nodiscard]] auto WatchCall(const wchar_t* dllName, const char* functionName, Callable before) {
+    return HookCall<Function>(dllName, functionName, [=](auto... arguments) {
+        before(arguments...);
+        return RealFunction<Function>(dllName, functionName)(arguments...);
+    });
+}
+
 }  // namespace bench

@@ -11,6 +11,10 @@ namespace bench {
 inline constexpr std::string_view kZipStart("PK\x03\x04 and so on");
 inline constexpr std::string_view kRarStart("Rar!\x1a\x07\x01\x00 and so on", 18);
 
+inline constexpr wchar_t kNoArchive[] =
+    L"The downloaded package is not a valid ZIP or RAR archive.\nCheck that the CDN URL points "
+    L"directly to the client .zip/.rar file, not an installer EXE or website page.";
+
 inline constexpr wchar_t kZipFailed[] =
     L"ZIP extraction failed.\nCheck that the downloaded package is a complete .zip archive and "
     L"that you have permission to write to the install folder.";

@@ -4,80 +4,79 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <memory>
+#include <list>
 #include <string>
 
-#include "bench_parts/environment_variable.h"
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/game_machine.h"
 #include "bench_parts/registry_entry.h"
-#include "common/tool_instance.h"
 #include "config/tool_config.h"
+#include "extract/extraction_samples.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-constexpr wchar_t kNoUrl[] = L"No valid CDN package URL is configured.";
-
+using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
-
-class JobFailureTest : public bench::GameMachine {};
 
 using bench::kKernel32;
 
-TEST_F(JobFailureTest, UrlWithoutAnAcceptedSchemeIsRefused) {
-    for (const std::wstring& url :
-         {std::wstring(), std::wstring(L" \t"), std::wstring(L"ftp://h/a"),
-          L"HTTP" + PackageUrl(kZip).substr(4)}) {
-        toolConfig.archiveUrl = url;
-        RunJob(JobKind::Repair);
-        ExpectFailure(kNoUrl);
-        EXPECT_THAT(TempFolder(), IsEmpty());
-        resetForRetry();
-    }
-    EXPECT_THAT(server_.RequestLog(), IsEmpty());
-    EXPECT_THAT(ClientContents(), IsEmpty());
-}
+constexpr wchar_t kUnsafeReinstall[] =
+    L"Safety check failed. Reinstall can only run from inside the game client folder.";
 
-TEST_F(JobFailureTest, FailedDownloadHashCheckOrUnpackingLeavesNothingBehind) {
+class JobFailureTest : public bench::GameMachine {
+protected:
+    // Lets the next repair fail at that file.
+    void PutUnrepairableFile() {
+        bench::WriteFile(Client() / L"data" / L"maps" / L"a.map", "broken");
+        bench::SetReadOnly(Client() / L"data" / L"maps" / L"a.map", true);
+    }
+    static constexpr wchar_t kUnrepairable[] = L"Could not repair this file: data\\maps\\a.map";
+};
+
+TEST_F(JobFailureTest, NothingIsTouchedBeforeThePackageIsUnpacked) {
+    machine_.PutPowerShell();
     machine_.PutSevenZip(machine_.SearchFolder() / L"7z.exe");
+    bench::WriteFile(Client() / L"client.exe", "old");
+    bench::WriteFile(Client() / L"data" / L"settings.ini", "mine");
+    const bench::Contents before = ClientContents();
     struct Row {
-        const wchar_t* behavior;  // Of the server.
-        const wchar_t* message;
-        bool checksHash = false;
+        std::wstring url;
+        std::wstring message;
+        std::wstring digest = L"";
     };
     for (const Row& row :
-         {Row{L"status/404", L"The server returned HTTP 404."},
-          {L"archive/zip_lone_folder.zip",
-           L"The downloaded package hash does not match the configured SHA-256.", true},
-          {L"archive/rar5_damaged.rar",
-           L"RAR extraction failed with 7z.exe exit code 2.\nCheck that the CDN file is a "
-           L"complete, non-password-protected .rar archive. If it still fails, install 7-Zip or "
-           L"place 7z.exe beside this tool."},
-          {L"body/1000",
-           L"The downloaded package is not a valid ZIP or RAR archive.\nCheck that the CDN URL "
-           L"points directly to the client .zip/.rar file, not an installer EXE or website "
-           L"page."}}) {
-        toolConfig.archiveUrl = server_.Url(row.behavior);
-        toolConfig.archiveSha256 = row.checksHash ? std::wstring(64, L'0') : std::wstring();
-        RunJob(JobKind::Repair);
-        ExpectFailure(row.message);
-        EXPECT_THAT(TempFolder(), IsEmpty());
-        EXPECT_THAT(ClientContents(), IsEmpty());
-        EXPECT_FALSE(bench::ReadKey(kEntryKey));
-        resetForRetry();
+         {Row{L"", L"No valid CDN package URL is configured."},
+          {server_.Url(L"status/404"), L"The server returned HTTP 404."},
+          {server_.Url(L"reset/2000000/1000"), L"The download stopped unexpectedly."},
+          {PackageUrl(kZip), L"The downloaded package hash does not match the configured SHA-256.",
+           std::wstring(64, L'0')},
+          {server_.Url(L"body/1000"), bench::kNoArchive},
+          {PackageUrl(L"zip_damaged.zip"), bench::kZipFailed},
+          {PackageUrl(L"rar5_damaged.rar"), bench::RarFailed(L"7z.exe exit code 2")},
+          {PackageUrl(L"zip_own_name.zip"),
+           L"Could not move extracted client files into place."}}) {
+        for (const JobKind kind : {JobKind::Repair, JobKind::Reinstall}) {
+            SCOPED_TRACE(fs::path(row.url));
+            toolConfig.archiveUrl = row.url;
+            toolConfig.archiveSha256 = row.digest;
+            RunJob(kind);
+            ExpectFailure(row.message);
+            EXPECT_THAT(TempFolder(), IsEmpty());
+            EXPECT_EQ(bench::FirstDifference(before, ClientContents()), "");
+            EXPECT_FALSE(bench::ReadKey(kEntryKey));
+            resetForRetry();
+        }
     }
 }
 
 TEST_F(JobFailureTest, FileThatCannotBeRepairedEndsTheJobAndCleansUp) {
-    bench::WriteFile(Client() / L"data" / L"maps" / L"a.map", "broken");
-    bench::SetReadOnly(Client() / L"data" / L"maps" / L"a.map", true);
+    PutUnrepairableFile();
     RunJob(JobKind::Repair);
-    ExpectFailure(L"Could not repair this file: data\\maps\\a.map");
+    ExpectFailure(kUnrepairable);
     EXPECT_THAT(TempFolder(), IsEmpty());
-    EXPECT_EQ(::GetFileAttributesW((Client() / L"Uninstall.exe").c_str()), INVALID_FILE_ATTRIBUTES);
+    EXPECT_FALSE(fs::exists(Client() / L"Uninstall.exe"));
     EXPECT_FALSE(bench::ReadKey(kEntryKey));
 }
 
@@ -100,86 +99,33 @@ TEST_F(JobFailureTest, FailedRegistrationCountsAsFailureWithTheUninstallerWritte
     EXPECT_THAT(TempFolder(), IsEmpty());
 }
 
-TEST_F(JobFailureTest, ReinstallOutsideAClientFolderIsRefusedAndDeletesNothing) {
-    bench::WriteFile(Client() / L"mine", "mine");
-    toolExePath = machine_.Root() / L"repair.exe";
-    RunJob(JobKind::Reinstall);
-    toolExePath = Tool();
-    ExpectFailure(
-        L"Safety check failed. Reinstall can only run from inside the game client folder.");
-    EXPECT_EQ(bench::FirstDifference({{L"mine", "mine"}}, ClientContents()), "");
-    EXPECT_THAT(TempFolder(), IsEmpty());
-    EXPECT_FALSE(bench::ReadKey(kEntryKey));
-}
-
-TEST_F(JobFailureTest, ReinstallWithTheTemporaryFolderInTheClientFolderIsRefused) {
-    const fs::path temp = Client() / L"temp";
-    fs::create_directory(temp);
-    bench::WriteFile(Client() / L"mine", "mine");
-    const bench::EnvironmentVariable tmp(L"TMP", temp);
-    RunJob(JobKind::Reinstall);
-    ExpectFailure(
-        L"Safety check failed. Reinstall can only run from inside the game client folder.");
-    EXPECT_EQ(bench::FirstDifference({{L"mine", "mine"}, {L"temp/", ""}}, ClientContents()), "");
-    resetForRetry();
-    RunJob(JobKind::Repair);
-    ExpectSuccess(kRepairSuccess);
-}
-
 TEST_F(JobFailureTest, ReinstallWithOnlyThePackageInTheClientFolderIsRefused) {
-    // The two names are asked for one after the other.
-    const fs::path temp = Client() / L"temp";
-    fs::create_directory(temp);
+    // The two temporary names are asked for one after the other.
     int asked = 0;
     const auto hook = bench::HookCall<decltype(&::GetTempPathW)>(
         kKernel32, "GetTempPathW", [&](DWORD size, LPWSTR path) -> DWORD {
-            const bench::EnvironmentVariable tmp(
-                L"TMP", ++asked == 1 ? temp.native() : machine_.Root().native());
-            return bench::RealFunction<decltype(&::GetTempPathW)>(kKernel32, "GetTempPathW")(size,
-                                                                                             path);
+            const fs::path folder = (++asked == 1 ? Client() : machine_.Root()) / L"";
+            path[folder.native().copy(path, size)] = L'\0';
+            return static_cast<DWORD>(folder.native().size());
         });
     bench::WriteFile(Client() / L"mine", "mine");
     RunJob(JobKind::Reinstall);
-    ExpectFailure(
-        L"Safety check failed. Reinstall can only run from inside the game client folder.");
-    EXPECT_EQ(bench::ReadFile(Client() / L"mine"), "mine");
+    ExpectFailure(kUnsafeReinstall);
+    EXPECT_EQ(bench::FirstDifference({{L"mine", "mine"}}, ClientContents()), "");
     EXPECT_EQ(asked, 2);
-}
-
-TEST_F(JobFailureTest, ToolWithoutAnUninstallerFailsWithTheRegistrationsMessage) {
-    const auto hook = bench::HookCall<decltype(&::FindResourceW)>(
-        kKernel32, "FindResourceW", [](auto...) -> HRSRC { return nullptr; });
-    RunJob(JobKind::Repair);
-    ExpectFailure(
-        L"Could not register Programs and Features because Uninstall.exe was not written.");
-    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
-    EXPECT_FALSE(bench::ReadKey(kEntryKey));
-}
-
-TEST_F(JobFailureTest, EntryThatCannotBeFinishedFailsTheJob) {
-    const auto hook = bench::HookCall<decltype(&::RegSetValueExW)>(
-        L"advapi32.dll", "RegSetValueExW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
-    RunJob(JobKind::Repair);
-    ExpectFailure(L"Could not finish writing the Programs and Features registry entry.");
-    EXPECT_THAT(TempFolder(), IsEmpty());
 }
 
 TEST_F(JobFailureTest, IncompleteListingOfTheCleanOutFailsTheJobAndStillCleansUp) {
     bench::WriteFile(Client() / L"a", "x");
     bench::WriteFile(Client() / L"b", "x");
-    const auto hook = bench::HookCall<decltype(&::FindNextFileW)>(
-        kKernel32, "FindNextFileW", [](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
-            // Only the clean-out lists with this status.
-            if (snapshot().statusLine == L"Preparing clean reinstall...") {
-                ::SetLastError(ERROR_READ_FAULT);
-                return FALSE;
-            }
-            return bench::RealFunction<decltype(&::FindNextFileW)>(kKernel32, "FindNextFileW")(
-                listing, found);
-        });
+    const bench::ListingHook hook([](WIN32_FIND_DATAW&) -> DWORD {
+        // Only the clean-out lists with this status.
+        return snapshot().statusLine == L"Preparing clean reinstall..." ? ERROR_READ_FAULT
+                                                                        : ERROR_SUCCESS;
+    });
     RunJob(JobKind::Reinstall);
     ExpectFailure(L"Could not read the client folder while removing the old client files.");
-    EXPECT_FALSE(ClientContents().contains(L"client.exe"));
+    EXPECT_FALSE(fs::exists(Client() / L"client.exe"));
     EXPECT_FALSE(bench::ReadKey(kEntryKey));
     EXPECT_THAT(TempFolder(), IsEmpty());
 }
@@ -188,30 +134,18 @@ TEST_F(JobFailureTest, IncompleteListingOfTheCleanOutFailsTheJobAndStillCleansUp
 
 TEST_F(JobFailureTest, PackageIsKeptIfCleanupArchiveIsOff) {
     toolConfig.cleanupArchive = false;
-    const auto expectNothingButThePackage = [&] {
-        ASSERT_THAT(TempFolder(), SizeIs(1));
-        EXPECT_TRUE(TempFolder().front().starts_with(L"KrvBrennickInstaller.exe_"));
-        EXPECT_TRUE(TempFolder().front().ends_with(L".zip"));
+    for (const bool succeeds : {true, false}) {
+        if (!succeeds) {
+            PutUnrepairableFile();
+        }
+        RunJob(JobKind::Repair);
+        succeeds ? ExpectSuccess(kRepairSuccess) : ExpectFailure(kUnrepairable);
+        const auto isPackage = testing::AllOf(testing::StartsWith(L"KrvBrennickInstaller.exe_"),
+                                              testing::EndsWith(L".zip"));
+        ASSERT_THAT(TempFolder(), ElementsAre(isPackage));
         fs::remove(fs::temp_directory_path() / TempFolder().front());
-    };
-    RunJob(JobKind::Repair);
-    ExpectSuccess(kRepairSuccess);
-    expectNothingButThePackage();
-    resetForRetry();
-
-    toolConfig.archiveSha256 = std::wstring(64, L'0');
-    RunJob(JobKind::Repair);
-    ExpectFailure(L"The downloaded package hash does not match the configured SHA-256.");
-    expectNothingButThePackage();
-    resetForRetry();
-
-    // With the scratch folder filled.
-    toolConfig.archiveSha256.clear();
-    bench::WriteFile(Client() / L"data" / L"maps" / L"a.map", "broken");
-    bench::SetReadOnly(Client() / L"data" / L"maps" / L"a.map", true);
-    RunJob(JobKind::Repair);
-    ExpectFailure(L"Could not repair this file: data\\maps\\a.map");
-    expectNothingButThePackage();
+        resetForRetry();
+    }
 }
 
 TEST_F(JobFailureTest, ArchiveIsRemovedAsASingleFileNeverAsATree) {
@@ -227,21 +161,34 @@ TEST_F(JobFailureTest, ArchiveIsRemovedAsASingleFileNeverAsATree) {
     EXPECT_EQ(bench::ReadFile(archive / L"file"), "kept");
 }
 
-TEST_F(JobFailureTest, ScratchFolderThatCannotBeRemovedDoesNotPreventTheSuccess) {
-    // A virus scanner keeps one of its files open.
-    std::unique_ptr<bench::OpenElsewhere> scanner;
-    const auto hook =
-        bench::HookCopy([&](const std::wstring& source, const std::wstring&) -> DWORD {
-            if (!scanner) {
-                scanner = std::make_unique<bench::OpenElsewhere>(source, FILE_SHARE_READ);
+// A virus scanner opens the package and an unpacked file and keeps them open.
+TEST_F(JobFailureTest, LeftoversThatCannotBeRemovedDoNotChangeTheResult) {
+    for (const bool succeeds : {true, false}) {
+        if (!succeeds) {
+            PutUnrepairableFile();
+        }
+        std::list<bench::OpenElsewhere> scanner;
+        const auto hook = bench::HookCopy([&](const std::wstring& source, const auto&) -> DWORD {
+            if (scanner.empty()) {
+                scanner.emplace_back(source, FILE_SHARE_READ);
+                for (const std::wstring& name : TempFolder()) {
+                    if (name.ends_with(L".zip")) {
+                        scanner.emplace_back(fs::temp_directory_path() / name, FILE_SHARE_READ);
+                    }
+                }
             }
             return ERROR_SUCCESS;
         });
-    RunJob(JobKind::Repair);
-    scanner.reset();
-    ExpectSuccess(kRepairSuccess);
-    ASSERT_THAT(TempFolder(), SizeIs(1));
-    EXPECT_TRUE(TempFolder().front().starts_with(L"KrvBrennickRepair_"));
+        RunJob(JobKind::Repair);
+        EXPECT_EQ(scanner.size(), 2U);
+        succeeds ? ExpectSuccess(kRepairSuccess) : ExpectFailure(kUnrepairable);
+        EXPECT_EQ(TempFolder().size(), 2U);
+        scanner.clear();
+        for (const std::wstring& name : TempFolder()) {
+            fs::remove_all(fs::temp_directory_path() / name);
+        }
+        resetForRetry();
+    }
 }
 
 }  // namespace

@@ -30,10 +30,6 @@ void PrintTo(const OddFolder& folder, std::ostream* out) {
     *out << folder.name;
 }
 
-std::string NameOf(const testing::TestParamInfo<OddFolder>& folder) {
-    return folder.param.name;
-}
-
 class OddClientFolder : public bench::GameMachine, public testing::WithParamInterface<OddFolder> {
 protected:
     void SetUp() override {
@@ -76,7 +72,8 @@ constexpr OddFolder kFolders[] = {
     {"Long", L"l", 215},  // The package's longest name fits in below 260.
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, OddClientFolder, testing::ValuesIn(kFolders), NameOf);
+INSTANTIATE_TEST_SUITE_P(Each, OddClientFolder, testing::ValuesIn(kFolders),
+                         testing::PrintToStringParamName());
 
 TEST_P(OddClientFolder, IsRepairedWithAProgramBesideTheToolAndReinstalled) {
     machine_.PutSevenZip(folder_ / L"7z.exe");

@@ -39,10 +39,6 @@ void PrintTo(const TempSetting& setting, std::ostream* out) {
     *out << setting.name;
 }
 
-std::string NameOf(const testing::TestParamInfo<TempSetting>& setting) {
-    return setting.param.name;
-}
-
 // What the system takes for the temporary folder when no variable names one.
 fs::path ProfileFolder() {
     std::wstring folder(MAX_PATH, L'\0');
@@ -105,7 +101,8 @@ const TempSetting kSettings[] = {
     {"TooLongInTheClient", L"C:\\" + std::wstring(300, L'x'), true, kSuccess, kUnsafe},
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, OddTempFolder, testing::ValuesIn(kSettings), NameOf);
+INSTANTIATE_TEST_SUITE_P(Each, OddTempFolder, testing::ValuesIn(kSettings),
+                         testing::PrintToStringParamName());
 
 TEST_P(OddTempFolder, RepairIsCompleteOrFailsWithNothingLost) {
     RunJobWithTempFolder(JobKind::Repair);
