@@ -1,11 +1,11 @@
-// A stop request ends a download silently and deletes the file. A stop before the body is in
-// http_download_calls_test.cpp.
+// A stop request ends a download silently and deletes the file.
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <future>
 #include <string>
+#include <utility>
 
 #include "package/download_fixture.h"
 
@@ -28,29 +28,33 @@ protected:
     }
 };
 
-TEST_F(HttpDownloadStop, EndsAfterTheReadDuringWhichItIsAskedFor) {
-    struct Row {
-        const wchar_t* behavior;
-        bool atTheEnd;  // During the read that finds the end, else during the first.
+TEST_F(HttpDownloadStop, EndsBeforeTheNextRead) {
+    enum class Moment { BeforeTheBody, FirstRead, ReadThatFindsTheEnd };
+    const std::pair<const wchar_t*, Moment> rows[] = {
+        {L"body/1000", Moment::BeforeTheBody},
+        {L"body/5000000", Moment::FirstRead},
+        {L"body/1000", Moment::ReadThatFindsTheEnd},
+        {L"body/0", Moment::ReadThatFindsTheEnd},
     };
-    for (const Row& row :
-         {Row{L"body/5000000", false}, Row{L"body/1000", true}, Row{L"body/0", true}}) {
-        SCOPED_TRACE(testing::PrintToString(row.behavior));
+    for (const auto& [behavior, moment] : rows) {
+        SCOPED_TRACE(testing::Message() << behavior << ", " << static_cast<int>(moment));
         ClearForJobStart(JobKind::Repair);
+        jobProgress.cancelRequested = moment == Moment::BeforeTheBody;
         DWORD allRead = 0;
         int readsAfterTheStop = 0;
         const auto hook = bench::HookCall<decltype(&::WinHttpReadData)>(
             kWinHttp, "WinHttpReadData",
-            [&](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
+            [&, atTheEnd = moment == Moment::ReadThatFindsTheEnd](HINTERNET request, LPVOID buffer,
+                                                                  DWORD size, LPDWORD bytesRead) {
                 readsAfterTheStop += jobProgress.cancelRequested ? 1 : 0;
                 const BOOL success = ReadRealData(request, buffer, size, bytesRead);
                 allRead += *bytesRead;
-                if (!row.atTheEnd || *bytesRead == 0) {
+                if (!atTheEnd || *bytesRead == 0) {
                     requestCancel();
                 }
                 return success;
             });
-        EXPECT_FALSE(Download(row.behavior));
+        EXPECT_FALSE(Download(behavior));
         EXPECT_EQ(readsAfterTheStop, 0);
         ExpectStoppedSilently(allRead);
     }

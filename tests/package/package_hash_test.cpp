@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "bench_parts/fault_server_client.h"
@@ -16,12 +17,11 @@
 #include "config/tool_config.h"
 #include "job/progress/job_progress.h"
 #include "package/bcrypt_api.h"
-#include "package/call_record.h"
+#include "package/failing_functions.h"
 
 namespace {
 
 constexpr wchar_t kBcrypt[] = L"bcrypt.dll";
-constexpr NTSTATUS kStatusUnsuccessful = static_cast<NTSTATUS>(0xC0000001);
 constexpr size_t kMebibyte = 0x100000;
 
 // FIPS 180-4's example and the digest of an empty file.
@@ -139,12 +139,9 @@ TEST_F(PackageHash, AcceptsTheRightDigestAndLeavesTheStagesTexts) {
 
 TEST_F(PackageHash, PublishesTheStageBeforeItReads) {
     JobState seen;
-    const auto hook = bench::HookCall<decltype(&::BCryptCreateHash)>(kBcrypt, "BCryptCreateHash",
-                                                                     [&](auto...) -> NTSTATUS {
-                                                                         seen = snapshot();
-                                                                         return kStatusUnsuccessful;
-                                                                     });
-    EXPECT_FALSE(Verify("abc", kDigestOfAbc));
+    const auto hook = bench::WatchCall<decltype(&::BCryptCreateHash)>(
+        kBcrypt, "BCryptCreateHash", [&](auto...) { seen = snapshot(); });
+    EXPECT_TRUE(Verify("abc", kDigestOfAbc));
     EXPECT_EQ(seen.stage, JobStage::VerifyingPackage);
     EXPECT_EQ(seen.statusLine, L"Verifying package...");
 }
@@ -214,71 +211,30 @@ TEST_F(PackageHash, ReadsInPiecesOfOneMebibyteAndFailsWithOneOfThem) {
 }
 
 template <bench::FunctionName kName, class Function>
-using HashFunction = bench::RecordedFunction<kBcrypt, kName, Function>;
+using HashFunction = bench::FailingFunction<kBcrypt, kName, Function>;
 
-using HashFunctions = bench::RecordedFunctions<
-    HashFunction<"BCryptOpenAlgorithmProvider", decltype(&::BCryptOpenAlgorithmProvider)>,
-    HashFunction<"BCryptGetProperty", decltype(&::BCryptGetProperty)>,
-    HashFunction<"BCryptCreateHash", decltype(&::BCryptCreateHash)>,
-    HashFunction<"BCryptHashData", decltype(&::BCryptHashData)>,
-    HashFunction<"BCryptFinishHash", decltype(&::BCryptFinishHash)>,
-    HashFunction<"BCryptDestroyHash", decltype(&::BCryptDestroyHash)>,
-    HashFunction<"BCryptCloseAlgorithmProvider", decltype(&::BCryptCloseAlgorithmProvider)>>;
-
-class HashCalls : public PackageHash {
-protected:
-    std::vector<std::string> CallsWithFailing(const std::string& failingCall) {
-        record_.calls.clear();
-        record_.failingCall = failingCall;
-        const HashFunctions functions(record_);
-        std::wstring hex;
-        EXPECT_EQ(ComputeFileSha256(archive_, hex), failingCall.empty());
-        return record_.calls;
-    }
-
-    bench::CallRecord record_;
-};
-
-// How many bytes a hash needs to work in.
-std::string WorkspaceBytes() {
-    BCRYPT_ALG_HANDLE provider = nullptr;
-    ULONG bytes = 0;
-    ULONG written = 0;
-    EXPECT_EQ(::BCryptOpenAlgorithmProvider(&provider, L"SHA256", nullptr, 0), 0);
-    EXPECT_EQ(::BCryptGetProperty(provider, L"ObjectLength", reinterpret_cast<PUCHAR>(&bytes),
-                                  sizeof bytes, &written, 0),
-              0);
-    ::BCryptCloseAlgorithmProvider(provider, 0);
-    return std::to_string(bytes);
-}
-
-TEST_F(HashCalls, AreThePrescribedOnesAndGiveHashAndProviderBack) {
-    const std::vector<std::string> calls = {
-        "BCryptOpenAlgorithmProvider(*, SHA256, null, 0)",
-        "BCryptGetProperty(*, ObjectLength, *, 4, &0, 0)",
-        "BCryptCreateHash(*, *, *, " + WorkspaceBytes() + ", null, 0, 0)",
-        "BCryptHashData(*, *, 3, 0)",
-        "BCryptFinishHash(*, *, 32, 0)",
-    };
+TEST_F(PackageHash, FailsWithEachCallAndGivesHashAndProviderBack) {
+    const std::tuple<
+        HashFunction<"BCryptOpenAlgorithmProvider", decltype(&::BCryptOpenAlgorithmProvider)>,
+        HashFunction<"BCryptGetProperty", decltype(&::BCryptGetProperty)>,
+        HashFunction<"BCryptCreateHash", decltype(&::BCryptCreateHash)>,
+        HashFunction<"BCryptHashData", decltype(&::BCryptHashData)>,
+        HashFunction<"BCryptFinishHash", decltype(&::BCryptFinishHash)>,
+        HashFunction<"BCryptDestroyHash", decltype(&::BCryptDestroyHash)>,
+        HashFunction<"BCryptCloseAlgorithmProvider", decltype(&::BCryptCloseAlgorithmProvider)>>
+        functions;
     bench::WriteFile(archive_, "abc");
-    for (size_t made = 1; made <= calls.size(); ++made) {
-        std::vector<std::string> expected(calls.begin(), calls.begin() + static_cast<int>(made));
-        if (made > 3) {
-            expected.emplace_back("BCryptDestroyHash(*)");
-        }
-        if (made > 1) {
-            expected.emplace_back("BCryptCloseAlgorithmProvider(*, 0)");
-        }
-        SCOPED_TRACE(calls[made - 1]);
-        EXPECT_EQ(CallsWithFailing(calls[made - 1]), expected);
-        if (made == calls.size()) {
-            EXPECT_EQ(CallsWithFailing(""), expected);
-        }
+    EXPECT_EQ(DigestOf(archive_), kDigestOfAbc);
+    EXPECT_EQ(bench::openHandles, 0);
+    for (const char* const failing : {"BCryptOpenAlgorithmProvider", "BCryptGetProperty",
+                                      "BCryptCreateHash", "BCryptHashData", "BCryptFinishHash"}) {
+        SCOPED_TRACE(failing);
+        bench::failingFunction = failing;
+        ExpectCannotBeComputed();
+        EXPECT_EQ(bench::openHandles, 0);
     }
-    // No handle of the file is left.
-    EXPECT_TRUE(::DeleteFileW(archive_.c_str()));
-    EXPECT_THAT(CallsWithFailing("opening the file"), testing::IsEmpty())
-        << "without a file, no hash";
+    bench::failingFunction = {};
+    EXPECT_TRUE(::DeleteFileW(archive_.c_str())) << "the file is still open";
 }
 
 }  // namespace
