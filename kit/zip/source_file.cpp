@@ -4,14 +4,6 @@
 #include "kit/errors.h"
 #include "kit/utf8.h"
 
-namespace {
-
-uint64_t Join(DWORD high, DWORD low) {
-    return (uint64_t{high} << 32) | low;
-}
-
-}  // namespace
-
 SourceFile::SourceFile(const std::wstring& path, uint64_t size, uint64_t lastWriteTime)
     : path_(path),
       size_(size),
@@ -45,15 +37,17 @@ void SourceFile::Read(uint64_t offset, std::span<std::byte> target) {
     RequireUnchanged();
 }
 
+// Asks for no more than it needs: GetFileInformationByHandle would query the volume, too.
 void SourceFile::RequireUnchanged() const {
-    BY_HANDLE_FILE_INFORMATION information{};
-    if (!::GetFileInformationByHandle(file_.get(), &information)) {
+    FILE_BASIC_INFO times{};
+    LARGE_INTEGER size{};
+    if (!::GetFileInformationByHandleEx(file_.get(), FileBasicInfo, &times, sizeof times) ||
+        !::GetFileSizeEx(file_.get(), &size)) {
         const DWORD error = ::GetLastError();
         throw OutsideFailure("cannot read", path_, error);
     }
-    const FILETIME& time = information.ftLastWriteTime;
-    if (Join(information.nFileSizeHigh, information.nFileSizeLow) != size_ ||
-        Join(time.dwHighDateTime, time.dwLowDateTime) != lastWriteTime_) {
+    if (static_cast<uint64_t>(size.QuadPart) != size_ ||
+        static_cast<uint64_t>(times.LastWriteTime.QuadPart) != lastWriteTime_) {
         throw OutsideFailure(WideToUtf8(path_) +
                              " was changed while it was packed; close the game and pack again");
     }
