@@ -24,7 +24,7 @@ constexpr OptionSyntax kPackOptions[] = {
     {L"--brand", "BRAND", "leave out its tool, and set archiveSha256 in its config.txt"},
     {L"--exclude", "GLOB", "leave out what matches, such as *.log or saves/** (repeatable)", false,
      true},
-    {L"--level", "1..9", "from fastest to smallest (default: 7)"},
+    {L"--level", "1..9", "from fastest to smallest (default: 6)"},
     {L"--threads", "N", "how many compress at the same time (default: all cores)"},
     kQuiet,
     kJson,

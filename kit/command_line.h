@@ -69,8 +69,9 @@ struct ShowArguments {
 
 inline constexpr unsigned kMostThreads = 256;
 
-// 0.4 % smaller than level 6 for a third more time. Level 8 takes twice as long for 0.3 %.
-inline constexpr int kDefaultPackLevel = 7;
+// Level 5 takes a quarter less time and makes packages 0.5 % larger; level 7 takes a fifth more
+// for 0.15 %.
+inline constexpr int kDefaultPackLevel = 6;
 
 // The states of the window that `preview` paints, in the order of a job.
 inline constexpr std::string_view kPreviewStates[] = {"ready", "download", "verify", "unpack",

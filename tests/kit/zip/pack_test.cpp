@@ -266,6 +266,23 @@ TEST_F(Pack, MakesPackagesThatTheCheckAccepts) {
     EXPECT_EQ(facts.largestFile, "mixed.bin");
 }
 
+TEST_F(Pack, CompressesAtTheDocumentedLevelByDefault) {
+    std::string text;
+    for (int i = 0; i < 20'000; ++i) {
+        text += std::to_string(i * i % 9'973) + (i % 3 == 0 ? " and " : ", ");
+    }
+    WriteFile(client_ / L"text.txt", text);
+    std::vector<std::string> packages;
+    for (const wchar_t* options : {L"", L"--level 5", L"--level 6", L"--level 7"}) {
+        options_ = options;
+        EXPECT_EQ(Run(), ExitCode::Done);
+        packages.push_back(ReadFile(package_));
+    }
+    EXPECT_TRUE(packages[0] == packages[2]);
+    EXPECT_FALSE(packages[0] == packages[1]);
+    EXPECT_FALSE(packages[0] == packages[3]);
+}
+
 TEST_F(Pack, TakesAtMostAThousandFilesAtATime) {
     Findings findings;
     const ClientEntry entry = ListClient(client_, {}, findings).entries.at(0);
