@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "bench_parts/call_hook.h"
-#include "bench_parts/package_contents.h"
 #include "bench_parts/unpacker_machine.h"
 #include "bench_parts/waiting.h"
 #include "extract/archive_extraction.h"
@@ -67,11 +66,6 @@ void EndPublishedProgram() {
     }));
 }
 
-// Opens the process of the nth recorder, which is running.
-KernelHandle AwaitProcess(const UnpackerMachine& machine, size_t number) {
-    return bench::OpenRunningProcess(machine.AwaitRuns(number).at(number - 1).processId);
-}
-
 // Opens each program that is started. The one with the number `finished` has ended before the job
 // waits for it, however slow this machine is.
 auto WatchStarts(std::vector<KernelHandle>& programs, size_t finished = 0) {
@@ -112,21 +106,6 @@ TEST(StopDuringExtraction, EndsEachRarProgramThatIsStillStarted) {
     EXPECT_NE(jobProgress.childProcess, nullptr);
 }
 
-TEST(StopDuringExtraction, ReachesTheLastRarProgramToo) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", "exit 3");
-    machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "exit 4");
-    machine.PutRecorder(machine.ToolFolder() / L"7za.exe", "hold");
-    BackgroundExtraction extraction(machine, bench::kRarStart);
-    const KernelHandle last = AwaitProcess(machine, 3);
-
-    jobProgress.cancelRequested = true;
-
-    EXPECT_EQ(bench::AwaitExitCode(last), 1u);
-    EXPECT_FALSE(extraction.Result());
-    EXPECT_EQ(snapshot().errorMessage, bench::RarFailed(L"7za.exe exit code 0"));
-}
-
 TEST(StopDuringExtraction, Shows1WhenTheWindowEndedTheLastProgram) {
     const UnpackerMachine machine;
     machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "hold");
@@ -138,21 +117,6 @@ TEST(StopDuringExtraction, Shows1WhenTheWindowEndedTheLastProgram) {
     EXPECT_FALSE(extraction.Result());
     EXPECT_EQ(snapshot().errorMessage, bench::RarFailed(L"7z.exe exit code 1"));
     EXPECT_EQ(jobProgress.childProcess, nullptr);
-}
-
-TEST(StopDuringExtraction, PollsTheProgramAfterTheOneThatTheWindowEnded) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", "hold");
-    machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "hold");
-    BackgroundExtraction extraction(machine, bench::kRarStart);
-    const KernelHandle first = AwaitProcess(machine, 1);
-
-    requestCancel();
-
-    EXPECT_EQ(bench::AwaitExitCode(first), 1u);
-    EXPECT_FALSE(extraction.Result());
-    // The window ends one program, the poll the next.
-    EXPECT_EQ(snapshot().errorMessage, bench::RarFailed(L"7z.exe exit code 0"));
 }
 
 TEST(StopDuringExtraction, EndsTarAndThenPowerShellAndLeavesWhatWasUnpacked) {
@@ -172,45 +136,6 @@ TEST(StopDuringExtraction, EndsTarAndThenPowerShellAndLeavesWhatWasUnpacked) {
     EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
     EXPECT_THAT(bench::FolderListing(machine.StagingFolder()),
                 ElementsAre(L"Client/", L"Client/half.dat"));
-}
-
-TEST(StopDuringExtraction, EndsPowerShellAfterAFailedTar) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "exit 1");
-    machine.PutRecorder(machine.CurrentFolder() / L"powershell.exe", "hold");
-    BackgroundExtraction extraction(machine, bench::kZipStart);
-    const KernelHandle powerShell = AwaitProcess(machine, 2);
-
-    requestCancel();
-
-    EXPECT_EQ(bench::AwaitExitCode(powerShell), 1u);
-    EXPECT_FALSE(extraction.Result());
-    EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
-}
-
-TEST(StopDuringExtraction, EndsARealUnpackingInTheMiddle) {
-    const UnpackerMachine machine;
-    machine.PutTar();
-    machine.PutRecorder(machine.CurrentFolder() / L"powershell.exe", "hold");
-    const std::string package = bench::ReadFile(bench::PackagePath(L"zip_many.zip"));
-    {
-        BackgroundExtraction extraction(machine, package);
-        ASSERT_TRUE(
-            bench::Await([&] { return !bench::FolderListing(machine.StagingFolder()).empty(); }));
-
-        requestCancel();
-
-        EXPECT_FALSE(extraction.Result());
-    }
-    EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
-    EXPECT_LT(bench::FolderListing(machine.StagingFolder()).size(),
-              bench::PackageContents(L"zip_many.zip").size());
-    // A program that ends closes its files a moment later.
-    EXPECT_TRUE(bench::Await([&] {
-        std::error_code ignored;
-        std::filesystem::remove_all(machine.StagingFolder(), ignored);
-        return !std::filesystem::exists(machine.StagingFolder());
-    }));
 }
 
 TEST(StopDuringExtraction, LetsAQuickNextProgramFinish) {

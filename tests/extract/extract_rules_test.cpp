@@ -10,22 +10,17 @@
 #include <vector>
 
 #include "extract/archive_extraction.h"
+#include "extract/extraction_samples.h"
 #include "extract/extractor_discovery.h"
 
 namespace {
 
-constexpr wchar_t kArchive[] = L"C:\\Temp\\package.rar";
-constexpr wchar_t kStaging[] = L"C:\\Stage";
-
-constexpr wchar_t kUnRarArguments[] = L"x -o+ \"C:\\Temp\\package.rar\" \"C:\\Stage\\\"";
-constexpr wchar_t kWinRarArguments[] = L"x -ibck -o+ \"C:\\Temp\\package.rar\" \"C:\\Stage\\\"";
-constexpr wchar_t kSevenZipArguments[] = L"x -y -o\"C:\\Stage\" \"C:\\Temp\\package.rar\"";
-
-std::wstring RarFailed(const std::wstring& nameAndCode) {
-    return L"RAR extraction failed with " + nameAndCode +
-           L".\nCheck that the CDN file is a complete, non-password-protected .rar archive. If it "
-           L"still fails, install 7-Zip or place 7z.exe beside this tool.";
-}
+using bench::kArchive;
+using bench::kSevenZipArguments;
+using bench::kStaging;
+using bench::kUnRarArguments;
+using bench::kWinRarArguments;
+using bench::RarFailed;
 
 TEST(SignatureOf, GoesByTheFirstBytes) {
     using enum PackageSignature;

@@ -8,6 +8,14 @@
 
 namespace bench {
 
+// An archive, a staging folder and the arguments that programs get for them.
+inline constexpr wchar_t kArchive[] = L"C:\\Temp\\package.rar";
+inline constexpr wchar_t kStaging[] = L"C:\\Stage";
+inline constexpr wchar_t kUnRarArguments[] = L"x -o+ \"C:\\Temp\\package.rar\" \"C:\\Stage\\\"";
+inline constexpr wchar_t kWinRarArguments[] =
+    L"x -ibck -o+ \"C:\\Temp\\package.rar\" \"C:\\Stage\\\"";
+inline constexpr wchar_t kSevenZipArguments[] = L"x -y -o\"C:\\Stage\" \"C:\\Temp\\package.rar\"";
+
 inline constexpr std::string_view kZipStart("PK\x03\x04 and so on");
 inline constexpr std::string_view kRarStart("Rar!\x1a\x07\x01\x00 and so on", 18);
 

@@ -5,6 +5,7 @@
 
 #include "bench_parts/unpacker_machine.h"
 #include "common/tool_instance.h"
+#include "extract/extraction_samples.h"
 
 namespace {
 
@@ -13,13 +14,6 @@ using bench::UnpackerMachine;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr wchar_t kArchive[] = L"C:\\Temp\\package.rar";
-constexpr wchar_t kStaging[] = L"C:\\Stage";
-
-constexpr wchar_t kUnRarArguments[] = L"x -o+ \"C:\\Temp\\package.rar\" \"C:\\Stage\\\"";
-constexpr wchar_t kWinRarArguments[] = L"x -ibck -o+ \"C:\\Temp\\package.rar\" \"C:\\Stage\\\"";
-constexpr wchar_t kSevenZipArguments[] = L"x -y -o\"C:\\Stage\" \"C:\\Temp\\package.rar\"";
-
 // Discovery looks at names only, so an empty file is enough.
 void PutProgram(const std::filesystem::path& program) {
     bench::WriteFile(program, "");
@@ -27,7 +21,7 @@ void PutProgram(const std::filesystem::path& program) {
 
 std::vector<std::wstring> FoundTools() {
     std::vector<std::wstring> tools;
-    for (const ExtractorCommand& command : FindRarExtractors(kArchive, kStaging)) {
+    for (const ExtractorCommand& command : FindRarExtractors(bench::kArchive, bench::kStaging)) {
         tools.push_back(command.toolPath);
     }
     return tools;
@@ -109,21 +103,22 @@ TEST(FindRarExtractors, ListsRarProgramsThenSevenZipEachInItsOrder) {
         const wchar_t* arguments;
     };
     const Row rows[] = {
-        {machine.ToolFolder(), L"unrar.exe", kUnRarArguments},
-        {machine.ProgramFolder64(), L"WinRAR\\UnRAR.exe", kUnRarArguments},
-        {machine.ProgramFolder64(), L"WinRAR\\WinRAR.exe", kWinRarArguments},
-        {machine.ProgramFolder32(), L"WinRAR\\UnRAR.exe", kUnRarArguments},
-        {machine.ProgramFolder32(), L"WinRAR\\WinRAR.exe", kWinRarArguments},
-        {machine.SearchFolder(), L"unrar.exe", kUnRarArguments},
-        {machine.SearchFolder(), L"WinRAR.exe", kWinRarArguments},
-        {machine.ToolFolder(), L"7z.exe", kSevenZipArguments},
-        {machine.ToolFolder(), L"7za.exe", kSevenZipArguments},
-        {machine.ProgramFolder64(), L"7-Zip\\7z.exe", kSevenZipArguments},
-        {machine.ProgramFolder32(), L"7-Zip\\7z.exe", kSevenZipArguments},
-        {machine.SearchFolder(), L"7z.exe", kSevenZipArguments},
-        {machine.SearchFolder(), L"7za.exe", kSevenZipArguments},
+        {machine.ToolFolder(), L"unrar.exe", bench::kUnRarArguments},
+        {machine.ProgramFolder64(), L"WinRAR\\UnRAR.exe", bench::kUnRarArguments},
+        {machine.ProgramFolder64(), L"WinRAR\\WinRAR.exe", bench::kWinRarArguments},
+        {machine.ProgramFolder32(), L"WinRAR\\UnRAR.exe", bench::kUnRarArguments},
+        {machine.ProgramFolder32(), L"WinRAR\\WinRAR.exe", bench::kWinRarArguments},
+        {machine.SearchFolder(), L"unrar.exe", bench::kUnRarArguments},
+        {machine.SearchFolder(), L"WinRAR.exe", bench::kWinRarArguments},
+        {machine.ToolFolder(), L"7z.exe", bench::kSevenZipArguments},
+        {machine.ToolFolder(), L"7za.exe", bench::kSevenZipArguments},
+        {machine.ProgramFolder64(), L"7-Zip\\7z.exe", bench::kSevenZipArguments},
+        {machine.ProgramFolder32(), L"7-Zip\\7z.exe", bench::kSevenZipArguments},
+        {machine.SearchFolder(), L"7z.exe", bench::kSevenZipArguments},
+        {machine.SearchFolder(), L"7za.exe", bench::kSevenZipArguments},
     };
-    const std::vector<ExtractorCommand> commands = FindRarExtractors(kArchive, kStaging);
+    const std::vector<ExtractorCommand> commands =
+        FindRarExtractors(bench::kArchive, bench::kStaging);
     ASSERT_EQ(commands.size(), std::size(rows));
     for (size_t i = 0; i < commands.size(); ++i) {
         EXPECT_EQ(commands[i].toolPath, In(rows[i].folder, rows[i].name));

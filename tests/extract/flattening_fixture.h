@@ -27,6 +27,12 @@ protected:
     std::filesystem::path Beside(const wchar_t* name) const {
         return scratch_.Path() / name;
     }
+    // A reset record and an empty staging folder again.
+    void Empty() const {
+        resetJobProgress();
+        std::filesystem::remove_all(Staging());
+        std::filesystem::create_directories(Staging());
+    }
     // Flattens; the failure message, empty for a success.
     std::wstring MessageOfFlattening() const {
         const bool succeeded = FlattenSingleTopFolder(Staging());

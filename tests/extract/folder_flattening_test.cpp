@@ -4,11 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "bench_parts/call_hook.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
 #include "extract/flattening_fixture.h"
 #include "job/progress/job_progress.h"
@@ -26,6 +27,7 @@ using testing::IsEmpty;
 namespace fs = std::filesystem;
 
 constexpr wchar_t kCannotMove[] = L"Could not move extracted client files into place.";
+constexpr wchar_t kCannotRead[] = L"Could not read the unpacked client files.";
 constexpr wchar_t kCannotRemove[] = L"Could not remove the extra extracted client folder.";
 
 using FlattenSingleTopFolderTest = Flattening;
@@ -51,9 +53,7 @@ TEST_F(FlattenSingleTopFolderTest, LiftsOneLevelOfALoneFolder) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.entries));
-        resetJobProgress();
-        fs::remove_all(Staging());
-        fs::create_directories(Staging());
+        Empty();
         for (const std::wstring& entry : row.entries) {
             entry.back() == L'/' ? static_cast<void>(fs::create_directories(Staging() / entry))
                                  : WriteFile(Staging() / entry, testing::PrintToString(entry));
@@ -87,7 +87,7 @@ TEST_F(FlattenSingleTopFolderTest, ReportsAStagingFolderThatCannotBeListed) {
     {
         const bench::UnreadableFolder unreadable(Staging());
         ASSERT_TRUE(unreadable.Made());
-        EXPECT_EQ(MessageOfFlattening(), L"Could not read the unpacked client files.");
+        EXPECT_EQ(MessageOfFlattening(), kCannotRead);
     }
     EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"Client/", L"Client/a.dat"));
 }
@@ -110,19 +110,15 @@ TEST_F(FlattenSingleTopFolderTest, TreatsALinkToAFolderAsAFolder) {
     EXPECT_THAT(FolderListing(Beside(L"elsewhere")), IsEmpty());
 }
 
-TEST_F(FlattenSingleTopFolderTest, FailsForAnEntryInUseAndKeepsWhatIsMoved) {
+TEST_F(FlattenSingleTopFolderTest, StopsAtAnEntryInUseAndKeepsWhatIsMoved) {
     for (const wchar_t* const name : {L"a.dat", L"b.dat", L"c.dat"}) {
         WriteFile(Staging() / L"Client" / name, "x");
     }
     const OpenElsewhere lock(Staging() / L"Client" / L"b.dat", 0);
-
     EXPECT_EQ(MessageOfFlattening(), kCannotMove);
-
-    EXPECT_EQ(snapshot().stage, JobStage::Failed);
-    EXPECT_TRUE(fs::exists(Staging() / L"Client" / L"b.dat"));
-    EXPECT_FALSE(fs::exists(Staging() / L"b.dat"));
-    // Each of the others is in one place, depending on the listing's order.
-    EXPECT_EQ(FolderListing(Staging()).size(), 4u);
+    // File systems list alphabetically.
+    EXPECT_THAT(FolderListing(Staging()),
+                ElementsAre(L"Client/", L"Client/b.dat", L"Client/c.dat", L"a.dat"));
 }
 
 TEST_F(FlattenSingleTopFolderTest, FailsWhenTheEmptiedFolderIsInUse) {
@@ -132,42 +128,95 @@ TEST_F(FlattenSingleTopFolderTest, FailsWhenTheEmptiedFolderIsInUse) {
     EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"Client/", L"a.dat"));
 }
 
-// The first listing does not show "late.dat", as if it had been created afterwards.
-class WithALateEntry : public Flattening {
-protected:
-    WithALateEntry() {
+TEST_F(FlattenSingleTopFolderTest, RemovesTheLoneFolderWithWhatAppearsInItOrFails) {
+    const fs::path newcomer = Staging() / L"Client" / L"new.dat";
+    for (const bool isInUse : {false, true}) {
+        Empty();
         WriteFile(Staging() / L"Client" / L"a.dat", "a");
-        WriteFile(Staging() / L"Client" / L"late.dat", "late");
-    }
-    std::wstring MessageWithALateEntry() const {
-        const auto advance =
-            bench::RealFunction<decltype(&::FindNextFileW)>(L"kernel32.dll", "FindNextFileW");
-        bool isHidden = false;
-        const auto hook = bench::HookCall<decltype(&::FindNextFileW)>(
-            L"kernel32.dll", "FindNextFileW",
-            [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
-                const BOOL result = advance(listing, found);
-                if (result && !isHidden && std::wstring_view(found->cFileName) == L"late.dat") {
-                    isHidden = true;
-                    return advance(listing, found);
+        std::optional<OpenElsewhere> lock;
+        const auto hook = bench::WatchCall<decltype(&::MoveFileExW)>(
+            bench::kKernel32, "MoveFileExW", [&](auto...) {
+                WriteFile(newcomer, "new");
+                if (isInUse) {
+                    lock.emplace(newcomer, 0);
                 }
-                return result;
             });
-        std::wstring message = MessageOfFlattening();
-        EXPECT_TRUE(isHidden);
-        return message;
+        EXPECT_EQ(MessageOfFlattening(), isInUse ? kCannotRemove : L"");
+        EXPECT_TRUE(fs::exists(Staging() / L"a.dat"));
+        EXPECT_EQ(fs::exists(Staging() / L"Client"), isInUse);
     }
-};
-
-TEST_F(WithALateEntry, RemovesTheLoneFolderWithWhatIsStillInIt) {
-    EXPECT_EQ(MessageWithALateEntry(), L"");
-    EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"a.dat"));
 }
 
-TEST_F(WithALateEntry, FailsWhenThatCannotBeRemoved) {
-    const OpenElsewhere lock(Staging() / L"Client" / L"late.dat", 0);
-    EXPECT_EQ(MessageWithALateEntry(), kCannotRemove);
-    EXPECT_THAT(FolderListing(Staging()), ElementsAre(L"Client/", L"Client/late.dat", L"a.dat"));
+TEST_F(FlattenSingleTopFolderTest, PublishesItsTextsAndEndsTheListingsBeforeItMovesAnything) {
+    WriteFile(Staging() / L"Client" / L"a.dat", "a");
+    WriteFile(Staging() / L"Client" / L"b.dat", "b");
+    int endedListings = 0;
+    int moves = 0;
+    const auto close = bench::WatchCall<decltype(&::FindClose)>(bench::kKernel32, "FindClose",
+                                                                [&](HANDLE) { ++endedListings; });
+    const auto move =
+        bench::WatchCall<decltype(&::MoveFileExW)>(bench::kKernel32, "MoveFileExW", [&](auto...) {
+            ++moves;
+            EXPECT_EQ(endedListings, 2);
+            const JobState state = snapshot();
+            EXPECT_EQ(state.stage, JobStage::Extracting);
+            EXPECT_EQ(state.statusLine, L"Extracting package...");
+            EXPECT_EQ(state.detailLine, L"Moving client files into place...");
+        });
+    EXPECT_EQ(MessageOfFlattening(), L"");
+    EXPECT_EQ(moves, 2);
+}
+
+// The first listings break off at "z.dat".
+TEST_F(FlattenSingleTopFolderTest, RepeatsAListingOnceAndThenFailsAndLosesNothing) {
+    struct Row {
+        std::wstring file;
+        int breaks;
+        const wchar_t* message;
+        std::vector<std::wstring> expected;
+    };
+    const Row rows[] = {
+        {L"z.dat", 1, L"", {L"Client/", L"Client/a.dat", L"z.dat"}},
+        {L"z.dat", 2, kCannotRead, {L"Client/", L"Client/a.dat", L"z.dat"}},
+        {L"Client/z.dat", 1, L"", {L"a.dat", L"z.dat"}},
+        {L"Client/z.dat", 2, kCannotMove, {L"Client/", L"Client/a.dat", L"Client/z.dat"}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.file << row.breaks);
+        Empty();
+        WriteFile(Staging() / L"Client" / L"a.dat", "a");
+        WriteFile(Staging() / row.file, "z");
+        int breaks = row.breaks;
+        {
+            const bench::ListingHook hook([&](WIN32_FIND_DATAW& found) -> DWORD {
+                const bool breaksOff = breaks > 0 && std::wstring_view(found.cFileName) == L"z.dat";
+                breaks -= breaksOff ? 1 : 0;
+                return breaksOff ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+            });
+            EXPECT_EQ(MessageOfFlattening(), row.message);
+        }
+        EXPECT_EQ(breaks, 0);
+        EXPECT_EQ(FolderListing(Staging()), row.expected);
+    }
+}
+
+// "odd" is a link, and looking at its target fails.
+TEST_F(FlattenSingleTopFolderTest, DoesNotCountALinkThatCannotBeFollowedAsAFolder) {
+    WriteFile(Staging() / L"odd" / L"a.dat", "a");
+    const bench::ListingHook listing([](WIN32_FIND_DATAW& found) -> DWORD {
+        if (std::wstring_view(found.cFileName) == L"odd") {
+            found.dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+            found.dwReserved0 = IO_REPARSE_TAG_SYMLINK;
+        }
+        return ERROR_SUCCESS;
+    });
+    for (const DWORD error : {DWORD{ERROR_FILE_NOT_FOUND}, DWORD{ERROR_ACCESS_DENIED}}) {
+        const auto look = bench::HookAttributes([&](const std::wstring& path) -> DWORD {
+            return path.ends_with(L"\\odd") ? error : ERROR_SUCCESS;
+        });
+        EXPECT_EQ(MessageOfFlattening(), L"") << error;
+        EXPECT_TRUE(fs::exists(Staging() / L"odd" / L"a.dat")) << error;
+    }
 }
 
 }  // namespace

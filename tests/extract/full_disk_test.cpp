@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "bench_parts/call_hook.h"
 #include "bench_parts/package_contents.h"
 #include "bench_parts/unpacker_machine.h"
 #include "extract/archive_extraction.h"
@@ -61,19 +60,6 @@ TEST_F(SmallDisk, StopsFilesAndFoldersThatAreMovedToIt) {
         EXPECT_EQ(error, DWORD{ERROR_DISK_FULL});
         EXPECT_EQ(bench::ReadFile(file).size(), 1'000'000u);
     }
-}
-
-TEST_F(SmallDisk, StopsAFlatteningThatHasToCopy) {
-    const fs::path client = Disk() / L"staging" / L"Client";
-    bench::WriteFile(client / L"Data" / L"a.dat", std::string(1'200'000, 'a'));
-    const auto hook =
-        bench::HookCall<decltype(&::MoveFileExW)>(L"kernel32.dll", "MoveFileExW", [](auto...) {
-            ::SetLastError(ERROR_ACCESS_DENIED);
-            return FALSE;
-        });
-    EXPECT_FALSE(FlattenSingleTopFolder(Disk() / L"staging"));
-    EXPECT_EQ(snapshot().errorMessage, L"Could not move extracted client files into place.");
-    EXPECT_EQ(bench::ReadFile(client / L"Data" / L"a.dat").size(), 1'200'000u);
 }
 
 TEST_F(SmallDisk, TakesFilesAndFoldersOfAnotherVolume) {

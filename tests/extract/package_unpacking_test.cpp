@@ -106,19 +106,6 @@ TEST(RealPackages, AreUnpackedOverWhatAFailedProgramLeft) {
     ExpectUnpacked(L"rar5_plain.rar", machine.StagingFolder());
 }
 
-TEST(RealPackages, AreUnpackedByProgramsBelowTheCurrentFolder) {
-    const UnpackerMachine machine;
-    const bench::EnvironmentVariable programs64(L"ProgramFiles", std::nullopt);
-    const bench::EnvironmentVariable programs32(L"ProgramFiles(x86)", std::nullopt);
-    machine.PutRecorder(machine.CurrentFolder() / L"WinRAR" / L"UnRAR.exe", "exit 1");
-    machine.PutSevenZip(machine.CurrentFolder() / L"7-Zip" / L"7z.exe");
-    EXPECT_TRUE(ExtractPackage(PutPackage(machine, L"rar5_plain.rar"), machine.StagingFolder()))
-        << snapshot().errorMessage;
-    ExpectUnpacked(L"rar5_plain.rar", machine.StagingFolder());
-    EXPECT_THAT(machine.AwaitRuns(1).front().commandLine,
-                testing::StartsWith(L"\"WinRAR\\UnRAR.exe\" x -o+ "));
-}
-
 // The program asks for the password on an invisible console.
 TEST(RealPackages, WithAPasswordWaitUntilTheToolIsClosed) {
     const UnpackerMachine machine;
@@ -137,26 +124,6 @@ TEST(RealPackages, WithAPasswordWaitUntilTheToolIsClosed) {
     EXPECT_TRUE(bench::Await([&] { return ::DeleteFileW(secret.c_str()) != FALSE; }));
 }
 
-// PowerShell refuses a file of that name, so only tar.exe can unpack it.
-TEST(RealPackages, ZipNamedRarFailsWhenTarFails) {
-    const UnpackerMachine machine;
-    machine.PutRecorder(machine.CurrentFolder() / L"tar.exe", "exit 1");
-    machine.PutPowerShell();
-    machine.PutSevenZip(machine.ToolFolder() / L"7z.exe");
-    const std::filesystem::path package = machine.Root() / L"package.rar";
-    bench::WriteFile(package, bench::ReadFile(bench::PackagePath(L"zip_deflated.zip")));
-    EXPECT_FALSE(ExtractPackage(package, machine.StagingFolder()));
-    EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
-    EXPECT_THAT(bench::FolderListing(machine.StagingFolder()), testing::IsEmpty());
-}
-
-TEST(RealPackages, FailForALoneFolderWithAnEntryOfItsName) {
-    const UnpackerMachine machine;
-    machine.PutTar();
-    EXPECT_FALSE(ExtractPackage(PutPackage(machine, L"zip_own_name.zip"), machine.StagingFolder()));
-    EXPECT_EQ(snapshot().errorMessage, L"Could not move extracted client files into place.");
-}
-
 TEST(RealPackages, FailWithoutAStagingFolder) {
     const UnpackerMachine machine;
     machine.PutTar();
@@ -166,27 +133,6 @@ TEST(RealPackages, FailWithoutAStagingFolder) {
     EXPECT_FALSE(ExtractPackage(PutPackage(machine, L"zip_deflated.zip"), machine.StagingFolder()));
     EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
     EXPECT_EQ(bench::ReadFile(machine.StagingFolder()), "in the way");
-}
-
-TEST(RealPackages, FailWhenDamagedOrTruncatedAndKeepWhatWasUnpacked) {
-    for (const wchar_t* const fileName :
-         {L"zip_damaged.zip", L"zip_truncated.zip", L"rar4_truncated.rar", L"rar5_damaged.rar"}) {
-        SCOPED_TRACE(testing::PrintToString(fileName));
-        const bool isRar = std::wstring_view(fileName).ends_with(L".rar");
-        const UnpackerMachine machine;
-        machine.PutTar();
-        machine.PutPowerShell();
-        if (isRar) {
-            machine.PutSevenZip(machine.ToolFolder() / L"7z.exe");
-        }
-        EXPECT_FALSE(ExtractPackage(PutPackage(machine, fileName), machine.StagingFolder()));
-        EXPECT_EQ(snapshot().errorMessage,
-                  isRar ? bench::RarFailed(L"7z.exe exit code 2") : bench::kZipFailed);
-        // The first file is intact. A ZIP's list of files is at its end.
-        if (std::wstring_view(fileName) != L"zip_truncated.zip") {
-            EXPECT_EQ(bench::ReadFile(machine.StagingFolder() / L"first.dat"), "first");
-        }
-    }
 }
 
 }  // namespace
