@@ -77,7 +77,7 @@ const std::vector<PreviewState>& PreviewStates() {
                  .kind = JobKind::Repair,
                  .statusLine = L"Repair failed.",
                  .detailLine = L"The server did not respond to the download request.",
-                 .errorMessage = L"The server did not respond to the download request."}},
+                 .errorMessage = {}}},
         {.name = "servers", .job = {}, .severalServers = true},
     };
     return states;

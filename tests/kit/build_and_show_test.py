@@ -3,6 +3,7 @@
 usage: build_and_show_test.py REPAIR_KIT_EXE BARE_TOOL_EXE CHILD_PROGRAM_EXE
 """
 
+import hashlib
 import json
 import pathlib
 import re
@@ -49,6 +50,9 @@ class CommandTest(unittest.TestCase):
 
     def build(self, expected, *options):
         return self.run_kit(expected, "build", self.brand, "-o", self.release, *options)
+
+    def digest(self):
+        return hashlib.sha256(self.tool.read_bytes()).hexdigest()
 
     def listing(self):
         return sorted(each.name for each in self.release.iterdir()) if self.release.exists() else None
@@ -108,13 +112,20 @@ class BuildTest(CommandTest):
         self.build(FAILED)
         self.assertEqual(self.listing(), [TOOL_NAME])
 
-    def test_quiet_leaves_findings_and_errors(self):
-        self.assertEqual(self.build(DONE, "--quiet", "--force", "--no-digest"), [])
+    def test_the_summary_is_that_of_the_finished_file(self):
+        self.assertEqual(self.build(DONE), [
+            "No findings.",
+            f"Built {windows_path(self.tool)}",
+            f"  size       {self.tool.stat().st_size} bytes",
+            f"  SHA-256    {self.digest()}",
+            "  signature  none",
+            "Put it into the client's folder: it repairs the folder that it is in."])
 
     def test_json_is_one_document(self):
         document = json.loads("\n".join(self.build(DONE, "--json")))
         self.assertEqual(list(document), ["findings", "facts", "tool"])
         self.assertEqual(document["tool"]["size"], self.tool.stat().st_size)
+        self.assertEqual(document["tool"]["sha256"], self.digest())
         self.assertFalse(document["tool"]["signed"])
         self.assertEqual(document["tool"]["file"], windows_path(self.tool))
 
@@ -195,6 +206,15 @@ class ShowTest(CommandTest):
         settings = json.loads("\n".join(self.run_kit(DONE, "show", self.tool, "--json")))["configuration"]
         self.assertEqual(settings["shortcutName"], "\x1b[31mred\x07")
         self.assertEqual(settings["showLogo"], "0")
+
+    def test_quiet_leaves_the_facts(self):
+        self.build(DONE)
+        shown = self.run_kit(DONE, "show", self.tool, "--quiet")
+        lines = self.run_kit(DONE, "show", self.tool, "--extract", self.folder / "new")
+        self.assertEqual(lines[:-1], shown)
+        self.assertEqual(lines[-1], "Wrote the brand to " + windows_path(self.folder / "new"))
+        self.assertEqual(self.run_kit(DONE, "show", self.tool, "--quiet", "--extract",
+                                      self.folder / "other"), shown)
 
     def test_an_uninstaller_of_another_configuration_is_noticed(self):
         self.build(DONE)

@@ -8,12 +8,25 @@
 #include "kit/command_line.h"
 #include "kit/picture_encoding.h"
 #include "kit/picture_header.h"
+#include "ui/canvas.h"
 #include "ui/drawing.h"
 #include "ui/layout.h"
+#include "ui/paint_records.h"
 #include "ui/palette.h"
 #include "ui/window_painter.h"
 
 namespace {
+
+using testing::ElementsAreArray;
+
+// The texts that are drawn, in their order.
+std::vector<std::string> TextsOf(const std::function<void()>& paint) {
+    std::vector<std::string> texts = bench::RecordTexts(paint);
+    for (std::string& text : texts) {
+        text.resize(text.find(" | "));
+    }
+    return texts;
+}
 
 constexpr Argb kAccent = 0xFF40C080;
 
@@ -107,6 +120,47 @@ TEST_F(PaintPreviewTest, TheBrandsPicturesAreShown) {
     EXPECT_NE(Pixel("ready", 10, 300), plain);
 }
 
+TEST_F(PaintPreviewTest, TextsAreThoseOfTheStateAndTheBrand) {
+    brand_.config.programsDisplayName = L"My Game: Part 2";
+    brand_.config.repairToolName = L"MyRepair.exe";
+    const std::vector<std::string> start{"Repair Client", "Reinstall Game", "Create Game Shortcut",
+                                         "Run Patcher"};
+    const struct {
+        std::string_view state;
+        const char* status;
+        const char* detail;
+        std::vector<std::string> buttons;
+    } rows[] = {
+        {"ready", "Ready.", "", start},
+        {"download", "Downloading client package...  11.8 MB/s", "", start},
+        {"verify", "Verifying package...", "Checking SHA-256 hash...", start},
+        {"unpack", "Extracting package...", "Extracting with tar.exe...", start},
+        {"files", "Verifying client files...  2814/4200 files", "Checking data\\maps\\harbor.pak",
+         start},
+        {"done", "Repair complete.", "Registering Programs and Features entry...", start},
+        {"failed",
+         "Repair failed.",
+         "The server did not respond to the download request.",
+         {"Retry", "Close"}},
+        {"servers",
+         "Ready.",
+         "",
+         {"Repair Client", "Repair game on Asia Download Server",
+          "Repair game on EU Download Server", "Create Game Shortcut", "Run Patcher"}},
+    };
+    for (const auto& row : rows) {
+        std::vector<std::string> expected{
+            "MyRepair.exe", "QS",      "Repair or Reinstall the Game", "C:\\Games\\My Game_ Part 2",
+            row.status,     row.detail};
+        expected.insert(expected.end(), row.buttons.begin(), row.buttons.end());
+        expected.insert(expected.end(), {"-", "x"});
+        const auto paint = [&] {
+            static_cast<void>(PaintPreview(brand_, row.state));
+        };
+        EXPECT_THAT(TextsOf(paint), ElementsAreArray(expected)) << row.state;
+    }
+}
+
 TEST_F(PaintPreviewTest, TheContactSheetHasRoomForAllPictures) {
     const OwnedBitmap ready = PaintPreview(brand_, "ready");
     const auto sizeOf = [&](size_t count) {
@@ -119,6 +173,35 @@ TEST_F(PaintPreviewTest, TheContactSheetHasRoomForAllPictures) {
     EXPECT_EQ(sizeOf(2).height, sizeOf(1).height);
     EXPECT_GT(sizeOf(2).width, sizeOf(1).width);
     EXPECT_GT(sizeOf(3).height, sizeOf(2).height);
+}
+
+TEST_F(PaintPreviewTest, TheContactSheetShowsEachStateWithItsName) {
+    std::vector<OwnedBitmap> windows;
+    std::vector<NamedPicture> pictures;
+    std::vector<std::string> names;
+    for (const std::string_view state : kPreviewStates) {
+        windows.push_back(PaintPreview(brand_, state));
+        pictures.push_back({state, windows.back().get()});
+        names.emplace_back(state);
+    }
+    OwnedBitmap sheet;
+    EXPECT_THAT(TextsOf([&] { sheet = PaintContactSheet(pictures); }), ElementsAreArray(names));
+    UINT width = 0;
+    UINT height = 0;
+    Gdiplus::DllExports::GdipGetImageWidth(sheet.get(), &width);
+    Gdiplus::DllExports::GdipGetImageHeight(sheet.get(), &height);
+    const bench::Canvas shown(static_cast<int>(width), static_cast<int>(height), 0);
+    CopyImage(shown.Graphics(), sheet.get(),
+              {0, 0, static_cast<int>(width), static_cast<int>(height)});
+    // Two columns of pictures at three quarters of their size.
+    Box place{20, 20, 645, 420};
+    for (const NamedPicture& named : pictures) {
+        const bench::Canvas expected(static_cast<int>(width), static_cast<int>(height), 0xFFE8E8EC);
+        DrawImageFitting(expected.Graphics(), named.picture, place);
+        EXPECT_FALSE(bench::DifferingArea(shown.Read(), expected.Read(), place)) << named.name;
+        place.y += place.x == 20 ? 0 : 470;
+        place.x = place.x == 20 ? 685 : 20;
+    }
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "bench_parts/environment_variable.h"
 #include "bench_parts/scratch_folder.h"
 #include "brand_corpus.h"
@@ -116,6 +118,50 @@ TEST(RepairKit, CheckEndsWithOneForErrorsOnly) {
     EXPECT_THAT(quiet.out, StartsWith("warning config.txt:6: "));
     EXPECT_EQ(LineCount(quiet.out), 2U) << quiet.out;
     EXPECT_THAT(quiet.error, IsEmpty());
+}
+
+TEST(RepairKit, QuietLeavesFindingsAndErrorsOnly) {
+    const ScratchFolder scratch;
+    const auto at = [&](const wchar_t* name) {
+        return Quoted(scratch.Path() / name);
+    };
+    MakeBrandFolder(scratch.Path() / L"brand", ConfigText({"color=red"}));
+    WriteFile(scratch.Path() / L"client" / L"game.exe", "the game");
+    WriteFile(scratch.Path() / L"bad" / L"tar.exe", "no program of the game");
+    const std::wstring pack = L"pack --quiet -o " + at(L"a.zip") + L" ";
+    const std::wstring build = L"build --quiet -o " + at(L"release") + L" ";
+    const std::vector<std::string> warning{"[config.unknown-key]"};
+    const struct {
+        std::wstring arguments;
+        DWORD exitCode;
+        std::vector<std::string> rules;  // Of the findings, each of which has two lines.
+        const char* error;
+    } rows[] = {
+        {L"new --quiet " + at(L"new"), 0, {}, ""},
+        {L"new --quiet " + at(L"new"), 1, {}, "is not empty"},
+        {pack + at(L"client"), 0, {}, ""},
+        {pack + at(L"bad"), 1, {"[package.holds-unpacker]"}, ""},
+        {L"check --quiet " + at(L"brand") + L" --package " + at(L"a.zip"),
+         1,
+         {"[config.unknown-key]", "[package.no-startup]", "[package.digest]"},
+         ""},
+        {L"preview --quiet --state ready -o " + at(L"pictures") + L" " + at(L"brand"), 0, {}, ""},
+        {L"preview --quiet -o " + at(L"pictures") + L" " + at(L"none"), 4, {}, "cannot find"},
+        {build + at(L"brand"), 0, warning, ""},
+        {build + at(L"brand") + L" --strict", 1, warning, "nothing was built"},
+    };
+    for (const auto& row : rows) {
+        const KitRun run = RunRepairKit(row.arguments);
+        EXPECT_EQ(run.exitCode, row.exitCode) << run.error;
+        std::vector<std::string> rules;
+        std::istringstream lines(run.out);
+        for (std::string line, hint; std::getline(lines, line); std::getline(lines, hint)) {
+            rules.push_back(line.substr(std::min(line.rfind('['), line.size())));
+        }
+        EXPECT_EQ(rules, row.rules) << run.out;
+        EXPECT_THAT(run.error, HasSubstr(row.error));
+        EXPECT_EQ(run.error.empty(), *row.error == '\0') << run.error;
+    }
 }
 
 TEST(RepairKit, JudgesValuesWithoutTheBlanksAroundThem) {
