@@ -62,7 +62,17 @@ else()
         -Wl,--dynamicbase
         -Wl,--high-entropy-va
         -Wl,--nxcompat
-        $<$<CONFIG:Release>:-s>)
+        # separate_symbols strips them later.
+        $<$<AND:$<CONFIG:Release>,$<NOT:$<BOOL:$<TARGET_PROPERTY:HAS_SEPARATE_SYMBOLS>>>>:-s>)
+endif()
+
+option(SOURCE_LINES "Put source lines into the symbols of the release build" OFF)
+if(SOURCE_LINES AND NOT MSVC)
+    # The compiler's folder, which debuggers put before relative names, becomes that of the sources.
+    target_compile_options(
+        repair_options
+        INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-g>
+                  $<$<COMPILE_LANGUAGE:CXX>:-fdebug-prefix-map=${PROJECT_BINARY_DIR}=.>)
 endif()
 
 # For code that mostly waits for the system: half the size of -O3, and no slower.

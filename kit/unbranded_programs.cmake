@@ -16,11 +16,13 @@ function(add_unbranded_program target entry_point core manifest)
                                              "${PROJECT_SOURCE_DIR}/resources/${manifest}")
     target_link_libraries(${target} PRIVATE ${core})
     if(NOT MSVC)
-        # In debug builds too: symbols are behind the sections, where the kit needs to add one.
-        target_link_options(${target} PRIVATE -s)
+        # In debug builds too: symbols are behind the sections, where the kit needs to add one. The release
+        # build's are taken out by separate_symbols.
+        target_link_options(${target} PRIVATE $<$<NOT:$<CONFIG:Release>>:-s>)
     endif()
     set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${unbranded_folder}")
     use_wide_entry_point(${target})
+    separate_symbols(${target})
 endfunction()
 
 add_unbranded_program(unbranded_tool src/ui/entry_point.cpp repair_core tool.manifest)
