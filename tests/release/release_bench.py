@@ -1,0 +1,7 @@
+"""What the tests of a release share."""
+
+import pathlib
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "scripts" / "release_parts"))
