@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
 
 #include "bench_parts/call_hook.h"
@@ -28,20 +27,8 @@ uint64_t Steps(const FILETIME& time) {
     return (uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
 }
 
-struct OldTime {
-    const char* name;
-    uint64_t time;
-};
-
-void PrintTo(const OldTime& oldTime, std::ostream* out) {
-    *out << oldTime.name;
-}
-
-std::string NameOf(const testing::TestParamInfo<OldTime>& oldTime) {
-    return oldTime.param.name;
-}
-
-class OldTimes : public testing::TestWithParam<OldTime>, protected bench::ClientFolders {
+// The parameter is the time.
+class OldTimes : public testing::TestWithParam<uint64_t>, protected bench::ClientFolders {
 protected:
     void ExpectRepair(uint64_t filesRepaired) const {
         EXPECT_TRUE(VerifyAndRepairClient(Package(), false));
@@ -54,17 +41,13 @@ protected:
 
 // The file system of the bench begins in 1901; what it makes of an earlier time is as good.
 INSTANTIATE_TEST_SUITE_P(Each, OldTimes,
-                         testing::Values(OldTime{"OneStepAfter1601", 1},
-                                         OldTime{"In1902", kYear1902},
-                                         OldTime{"OneStepBefore1970", kYear1970 - 1},
-                                         OldTime{"OneDayBefore1980", kYear1980 - kDay}),
-                         NameOf);
+                         testing::Values(1, kYear1902, kYear1970 - 1, kYear1980 - kDay));
 
 TEST_P(OldTimes, ComeAlongOnceAndAreCleanAfterwards) {
     bench::WriteFile(InPackage(L"missing.dat"), "a");
     WriteToBoth(L"good.dat", "b");
-    bench::SetWriteTime(InPackage(L"missing.dat"), GetParam().time);
-    bench::SetWriteTime(InPackage(L"good.dat"), GetParam().time);
+    bench::SetWriteTime(InPackage(L"missing.dat"), GetParam());
+    bench::SetWriteTime(InPackage(L"good.dat"), GetParam());
     bench::SetWriteTime(InClient(L"good.dat"), kYear2010);
     ExpectRepair(1);
     for (const wchar_t* name : {L"missing.dat", L"good.dat"}) {
@@ -75,15 +58,14 @@ TEST_P(OldTimes, ComeAlongOnceAndAreCleanAfterwards) {
 
 TEST_P(OldTimes, AreNoEndlessMismatchOnADiskThatBeginsIn1980) {
     bench::WriteFile(InPackage(L"a.dat"), "a");
-    bench::SetWriteTime(InPackage(L"a.dat"), GetParam().time);
+    bench::SetWriteTime(InPackage(L"a.dat"), GetParam());
     unsigned copies = 0;
     const auto copy = bench::HookCall<decltype(&::CopyFileW)>(
-        kKernel32, "CopyFileW", [&](LPCWSTR source, LPCWSTR target, BOOL failIfExists) -> BOOL {
+        kKernel32, "CopyFileW", [&](auto, LPCWSTR target, auto) -> BOOL {
             ++copies;
-            const BOOL copied = bench::RealFunction<decltype(&::CopyFileW)>(kKernel32, "CopyFileW")(
-                source, target, failIfExists);
+            bench::WriteFile(target, "a");
             bench::SetWriteTime(target, kYear1980);
-            return copied;
+            return TRUE;
         });
     const auto setTime = bench::HookCall<decltype(&::SetFileTime)>(
         kKernel32, "SetFileTime",

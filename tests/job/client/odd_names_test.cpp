@@ -36,10 +36,6 @@ void PrintTo(const OddEnd& end, std::ostream* out) {
     *out << end.name;
 }
 
-std::string NameOf(const testing::TestParamInfo<OddEnd>& end) {
-    return end.param.name;
-}
-
 // A client folder that ends in a blank or dot, beside another folder of the same name without it.
 class OddEndOfFolder : public OddNames, public testing::WithParamInterface<OddEnd> {
 protected:
@@ -68,7 +64,8 @@ protected:
 constexpr OddEnd kOddEnds[] = {
     {"Blank", L" ", false}, {"BlankExtended", L" ", true}, {"DotExtended", L".", true}};
 
-INSTANTIATE_TEST_SUITE_P(Each, OddEndOfFolder, testing::ValuesIn(kOddEnds), NameOf);
+INSTANTIATE_TEST_SUITE_P(Each, OddEndOfFolder, testing::ValuesIn(kOddEnds),
+                         testing::PrintToStringParamName());
 
 TEST_P(OddEndOfFolder, IsRepaired) {
     EXPECT_TRUE(VerifyAndRepairClient(Package(), false));

@@ -82,16 +82,6 @@ TEST_F(ReinstallCleanup, KeepsTheToolIfItsPathCannotBeResolvedForAMoment) {
     }
 }
 
-TEST_F(ReinstallCleanup, KeepsTheToolByItsShortName) {
-    const fs::path tool = InClient(L"The repair tool of the game.exe");
-    bench::WriteFile(tool, "tool");
-    const fs::path shortPath = bench::WithShortName(tool);
-    SKIP_ON_WINDOWS_WITHOUT(!shortPath.empty(), "short names on this volume");
-    const bench::ToolLocation location(Client(), shortPath);
-    EXPECT_TRUE(PrepareCleanReinstall());
-    EXPECT_THAT(Listing(), ElementsAre(L"The repair tool of the game.exe"));
-}
-
 TEST_F(ReinstallCleanup, EmptiesTheFolderThatALinkLeadsTo) {
     const fs::path link = Scratch() / L"link";
     SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, Client()), "links for this user");
@@ -176,24 +166,4 @@ TEST_F(ReinstallCleanup, RefusesAndTouchesNothingWhenTheFolderIsNotSafe) {
                 ElementsAre(L"games/", L"games/Client/", L"games/Client/RepairTool.exe",
                             L"games/Client/a.dat", L"package/"));
     ExpectFailure(bench::kUnsafeReinstall);
-}
-
-TEST_F(ReinstallCleanup, RefusesToDeleteThePackageItself) {
-    const fs::path staging = InClient(L"temp\\staging");
-    const fs::path archive = InClient(L"temp\\package.zip");
-    bench::WriteFile(staging / L"a.dat", "a");
-    bench::WriteFile(archive, "zip");
-    const std::vector<std::wstring> before = Listing();
-    for (const std::vector<std::wstring>& packagePaths :
-         {std::vector<std::wstring>{staging, archive},
-          std::vector<std::wstring>{staging, Scratch() / L"package.zip"},
-          std::vector<std::wstring>{Package(), archive}}) {
-        resetJobProgress();
-        jobProgress.running = true;
-        EXPECT_FALSE(PrepareCleanReinstall(packagePaths));
-        EXPECT_EQ(Listing(), before);
-        ExpectFailure(bench::kUnsafeReinstall);
-    }
-    EXPECT_TRUE(PrepareCleanReinstall({Package(), Scratch() / L"package.zip"}));
-    ExpectOnlyTheTool();
 }

@@ -1,8 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <vector>
+#include <string>
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/file_hooks.h"
@@ -75,39 +74,6 @@ TEST_P(VanishingPackage, FailsIfAFileVanishesDuringTheCopying) {
     EXPECT_FALSE(Run(Package()));
     EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
     EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");
-}
-
-TEST_P(VanishingPackage, FailsIfAFolderCannotBeListedAgain) {
-    bench::WriteFile(InPackage(L"a.dat"), "a");
-    bench::WriteFile(InPackage(L"z\\b.dat"), "b");
-    std::unique_ptr<bench::UnreadableFolder> locked;
-    const auto hook = bench::HookCopy([&](const std::wstring&, const std::wstring&) -> DWORD {
-        locked = std::make_unique<bench::UnreadableFolder>(InPackage(L"z"));
-        return ERROR_SUCCESS;
-    });
-    EXPECT_FALSE(Run(Package()));
-    ASSERT_TRUE(locked && locked->Made());
-    EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
-}
-
-TEST_P(VanishingPackage, FailsIfItsTopFolderVanishesAfterTheCounting) {
-    // No file was counted in it, so only the failed listing shows it.
-    fs::create_directory(InPackage(L"empty"));
-    const auto open =
-        bench::RealFunction<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW");
-    const std::wstring pattern = Package() / L"*";
-    int listings = 0;
-    const auto hook = bench::HookCall<decltype(&::FindFirstFileExW)>(
-        L"kernel32.dll", "FindFirstFileExW", [&](LPCWSTR path, auto... others) -> HANDLE {
-            if (path == pattern && ++listings == 2) {
-                ::SetLastError(ERROR_NOT_READY);
-                return INVALID_HANDLE_VALUE;
-            }
-            return open(path, others...);
-        });
-    EXPECT_FALSE(Run(Package()));
-    EXPECT_EQ(listings, 2);
-    EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
 }
 
 // As on a RAM disk whose driver does not know the mount manager: final paths have no drive letter.
