@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "ui/drawing.h"
-
+#include "common/handles.h"
 using namespace Gdiplus::DllExports;
 
 namespace bench {
@@ -20,28 +19,9 @@ int Pixels::Count(const Box& area, Argb color) const {
 }
 
 Canvas::Canvas(int width, int height, Argb color)
-    : width_(width),
-      height_(height),
-      bitmap_(MakeBitmap(width, height)),
-      graphics_(MakeGraphics(bitmap_.get())) {
-    FillBox(graphics_.get(), {0, 0, width, height}, color);
-}
-
-Pixels Canvas::Read() const {
-    Pixels pixels{width_, height_, {}};
-    const Gdiplus::Rect whole(0, 0, width_, height_);
-    Gdiplus::BitmapData data{};
-    const auto status = GdipBitmapLockBits(bitmap_.get(), &whole, Gdiplus::ImageLockModeRead,
-                                           PixelFormat32bppARGB, &data);
-    EXPECT_EQ(status, Gdiplus::Ok);
-    for (int y = 0; status == Gdiplus::Ok && y < height_; ++y) {
-        const auto* row = reinterpret_cast<const Argb*>(static_cast<const std::byte*>(data.Scan0) +
-                                                        static_cast<ptrdiff_t>(y) * data.Stride);
-        pixels.values.insert(pixels.values.end(), row, row + width_);
-    }
-    GdipBitmapUnlockBits(bitmap_.get(), &data);
-    return pixels;
-}
+    : pixels_{width, height, std::vector<Argb>(static_cast<size_t>(width * height), color)},
+      bitmap_(MakeBitmap(width, height, pixels_.values)),
+      graphics_(MakeGraphics(bitmap_.get())) {}
 
 MemoryDevice::MemoryDevice(int width, int height)
     : width_(width), height_(height), dc_(::CreateCompatibleDC(nullptr)) {
@@ -71,6 +51,26 @@ Pixels MemoryDevice::Read() const {
         pixels.values.push_back(bits_[index] | 0xFF000000);
     }
     return pixels;
+}
+
+Pixels WindowSizedPart(HDC device, const POINT& origin) {
+    const MemoryDevice copy(kWindow.width, kWindow.height);
+    ::BitBlt(copy.Dc(), 0, 0, kWindow.width, kWindow.height, device, origin.x, origin.y, SRCCOPY);
+    return copy.Read();
+}
+
+std::string EncodedPicture(Gdiplus::GpBitmap* bitmap, const CLSID& encoder) {
+    IStream* stream = nullptr;
+    EXPECT_EQ(::CreateStreamOnHGlobal(nullptr, TRUE, &stream), S_OK);
+    const ComPointer<IStream> owner(stream);
+    EXPECT_EQ(GdipSaveImageToStream(bitmap, stream, &encoder, nullptr), Gdiplus::Ok);
+    HGLOBAL memory = nullptr;
+    ::GetHGlobalFromStream(stream, &memory);
+    STATSTG facts{};
+    stream->Stat(&facts, STATFLAG_NONAME);
+    std::string bytes(static_cast<const char*>(::GlobalLock(memory)), facts.cbSize.QuadPart);
+    ::GlobalUnlock(memory);
+    return bytes;
 }
 
 std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other, std::optional<Box> area) {

@@ -4,6 +4,7 @@
 
 #include <initializer_list>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "common/windows_api.h"
@@ -50,11 +51,12 @@ public:
     [[nodiscard]] Gdiplus::GpBitmap* Bitmap() const {
         return bitmap_.get();
     }
-    [[nodiscard]] Pixels Read() const;
+    [[nodiscard]] const Pixels& Read() const {
+        return pixels_;
+    }
 
 private:
-    int width_;
-    int height_;
+    Pixels pixels_;
     OwnedBitmap bitmap_;
     OwnedGraphics graphics_;
 };
@@ -81,6 +83,18 @@ private:
     HGDIOBJ former_ = nullptr;
     const Argb* bits_ = nullptr;
 };
+
+// A piece of the window's size of what a device shows.
+Pixels WindowSizedPart(HDC device, const POINT& origin);
+
+// The picture as the bytes of a file, by one of these encoders that Windows brings along.
+std::string EncodedPicture(Gdiplus::GpBitmap* bitmap, const CLSID& encoder);
+inline constexpr CLSID kBmpEncoder{
+    0x557CF400, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
+inline constexpr CLSID kJpegEncoder{
+    0x557CF401, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
+inline constexpr CLSID kPngEncoder{
+    0x557CF406, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
 
 // The smallest box around all pixels that differ, inside `area` or anywhere. Empty when none does.
 std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other,

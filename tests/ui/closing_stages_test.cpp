@@ -103,19 +103,6 @@ TEST_F(ClosingStages, TheUninstallerIsWrittenAndTheGameRegistered) {
     EXPECT_NE(ReadKey(kEntryKey), std::nullopt);
 }
 
-TEST_F(ClosingStages, RegisteringIsFinished) {
-    const OpenWindow window({.config = Config(PackageUrl(kZip))});
-    using Function = decltype(&::RegCreateKeyExW);
-    const auto hook =
-        HookCall<Function>(L"advapi32.dll", "RegCreateKeyExW", [&](auto... arguments) {
-            AwaitRequest();
-            return RealFunction<Function>(L"advapi32.dll", "RegCreateKeyExW")(arguments...);
-        });
-    CloseInStage(window);
-    EXPECT_EQ(FirstDifference(LoneFolderPackage(), ClientContents()), "");
-    EXPECT_NE(ReadKey(kEntryKey), std::nullopt);
-}
-
 // The answer comes before the tick that would collect the job, so the game is not started.
 TEST_F(ClosingStages, AJobThatHasJustSucceededIsNotFollowedUp) {
     const OpenWindow window({.config = Config(PackageUrl(kZip))});

@@ -97,6 +97,7 @@ TEST_F(Commands, ASecondClickStartsNoSecondJob) {
 
 TEST_F(Commands, CreateShortcutShowsItsSuccessBelowTheBarAndOnTheButton) {
     const OpenWindow window;
+    const RunningJob job;
     reportStage(JobStage::Extracting, L"Working...", L"before");
     const Player player(IDOK);
     window.TakePaint();
@@ -129,11 +130,12 @@ TEST_F(Commands, CreateShortcutShowsAFailureInABox) {
     EXPECT_THAT(window.DisabledButtons(), IsEmpty());
 }
 
-TEST_F(Commands, RunPatcherStartsTheStartupProgram) {
+TEST_F(Commands, RunPatcherStartsTheStartupProgramAtEachPress) {
     const OpenWindow window;
     window.Press(4004);
-    ASSERT_EQ(shell_.Calls().size(), 1U);
-    EXPECT_EQ(shell_.Calls()[0].file, (client_.Path() / L"client.exe").native());
+    window.Press(4004);
+    ASSERT_EQ(shell_.Calls().size(), 2U);
+    EXPECT_EQ(shell_.Calls()[1].file, (client_.Path() / L"client.exe").native());
     EXPECT_FALSE(windowState.launchDone);
 }
 

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
+#include <span>
+#include <string>
 #include <string_view>
-#include <vector>
 
 #include "bench_parts/call_hook.h"
 #include "common/resources.h"
@@ -20,36 +20,9 @@ using namespace Gdiplus::DllExports;
 namespace {
 
 using namespace bench;
-using Bytes = std::vector<std::byte>;
 
-Bytes BytesOf(std::string_view text) {
-    Bytes bytes(text.size());
-    std::memcpy(bytes.data(), text.data(), text.size());
-    return bytes;
-}
-
-// The encoders that Windows brings along.
-constexpr CLSID kBmpEncoder{
-    0x557cf400, 0x1a04, 0x11d3, {0x9a, 0x73, 0x00, 0x00, 0xf8, 0x1e, 0xf3, 0x2e}};
-constexpr CLSID kJpegEncoder{
-    0x557cf401, 0x1a04, 0x11d3, {0x9a, 0x73, 0x00, 0x00, 0xf8, 0x1e, 0xf3, 0x2e}};
-constexpr CLSID kPngEncoder{
-    0x557cf406, 0x1a04, 0x11d3, {0x9a, 0x73, 0x00, 0x00, 0xf8, 0x1e, 0xf3, 0x2e}};
-
-// The picture as the bytes of a file.
-Bytes Encode(const Canvas& picture, const CLSID& encoder) {
-    IStream* stream = nullptr;
-    EXPECT_EQ(::CreateStreamOnHGlobal(nullptr, TRUE, &stream), S_OK);
-    EXPECT_EQ(GdipSaveImageToStream(picture.Bitmap(), stream, &encoder, nullptr), Gdiplus::Ok);
-    HGLOBAL memory = nullptr;
-    ::GetHGlobalFromStream(stream, &memory);
-    STATSTG status{};
-    stream->Stat(&status, STATFLAG_NONAME);
-    Bytes bytes(static_cast<size_t>(status.cbSize.QuadPart));
-    std::memcpy(bytes.data(), ::GlobalLock(memory), bytes.size());
-    ::GlobalUnlock(memory);
-    stream->Release();
-    return bytes;
+std::span<const std::byte> BytesOf(std::string_view text) {
+    return std::as_bytes(std::span(text));
 }
 
 Canvas SamplePicture() {
@@ -76,9 +49,9 @@ class GdiplusObjects : public PaintingTest {};
 
 TEST_F(GdiplusObjects, ReadAPictureOfAnyUsualFormatAndKeepNoBytes) {
     for (const CLSID& encoder : {kPngEncoder, kBmpEncoder, kJpegEncoder}) {
-        Bytes bytes = Encode(SamplePicture(), encoder);
-        const OwnedBitmap bitmap = MakeBitmapFromFile(bytes);
-        std::ranges::fill(bytes, std::byte{0});
+        std::string bytes = EncodedPicture(SamplePicture().Bitmap(), encoder);
+        const OwnedBitmap bitmap = MakeBitmapFromFile(BytesOf(bytes));
+        std::ranges::fill(bytes, '\0');
         ASSERT_TRUE(bitmap);
         EXPECT_EQ(SizeOf(bitmap), std::pair(30U, 20U));
         // JPEG stores colors only roughly.
@@ -88,8 +61,8 @@ TEST_F(GdiplusObjects, ReadAPictureOfAnyUsualFormatAndKeepNoBytes) {
 }
 
 TEST_F(GdiplusObjects, KeepATransparentPicturesAlpha) {
-    const Canvas transparent(8, 8, 0x00000000);
-    const OwnedBitmap bitmap = MakeBitmapFromFile(Encode(transparent, kPngEncoder));
+    const std::string bytes = EncodedPicture(MakeBitmap(8, 8).get(), kPngEncoder);
+    const OwnedBitmap bitmap = MakeBitmapFromFile(BytesOf(bytes));
     ASSERT_TRUE(bitmap);
     EXPECT_EQ(PixelOf(bitmap, 4, 4) >> 24, 0U);
 }
@@ -102,21 +75,20 @@ TEST_F(GdiplusObjects, ReadThePicturesOfABrand) {
 }
 
 TEST_F(GdiplusObjects, MakeNoPictureOfOtherBytes) {
-    const Bytes png = Encode(SamplePicture(), kPngEncoder);
-    const Bytes jpeg = Encode(SamplePicture(), kJpegEncoder);
-    EXPECT_FALSE(MakeBitmapFromFile({}));
-    EXPECT_FALSE(MakeBitmapFromFile(BytesOf("x")));
-    EXPECT_FALSE(MakeBitmapFromFile(BytesOf("This is no picture at all, but a text.")));
-    EXPECT_FALSE(MakeBitmapFromFile(std::span(png).first(8)));
-    EXPECT_FALSE(MakeBitmapFromFile(std::span(png).first(20)));
-    EXPECT_FALSE(MakeBitmapFromFile(std::span(jpeg).first(10)));
-    EXPECT_FALSE(MakeBitmapFromFile(std::span(png).subspan(1)));
+    const std::string png = EncodedPicture(SamplePicture().Bitmap(), kPngEncoder);
+    const std::string jpeg = EncodedPicture(SamplePicture().Bitmap(), kJpegEncoder);
+    for (const std::string& bytes :
+         {std::string(), std::string("This is no picture at all, but a text."), png.substr(0, 8),
+          png.substr(0, 20), jpeg.substr(0, 10), png.substr(1)}) {
+        EXPECT_FALSE(MakeBitmapFromFile(BytesOf(bytes))) << bytes.size();
+    }
 }
 
 constexpr wchar_t kKernel32[] = L"kernel32.dll";
 
 TEST_F(GdiplusObjects, MakeNoPictureWhenMemoryRunsOut) {
-    const Bytes png = Encode(SamplePicture(), kPngEncoder);
+    const std::string encoded = EncodedPicture(SamplePicture().Bitmap(), kPngEncoder);
+    const auto png = BytesOf(encoded);
     {
         const auto hook = bench::HookCall<decltype(&::GlobalAlloc)>(
             kKernel32, "GlobalAlloc", [](auto...) -> HGLOBAL { return nullptr; });

@@ -91,37 +91,27 @@ TEST_F(JobControl, ATickRepaintsWhileAJobExistsOrIsMarkedAsRunning) {
     EXPECT_TRUE(JobThreadExists());
 }
 
-TEST_F(JobControl, ATickCollectsAFailedJobAndOffersRetry) {
+TEST_F(JobControl, ATickCollectsAnEndedJob) {
     const OpenWindow window;
     const Player player(IDYES);
-    beginJob(window.Handle(), JobKind::Repair, L"none://x");
-    ASSERT_TRUE(bench::Await([] { return JobAwaitsCollection(); }));
-    window.TakePaint();
-    EXPECT_EQ(window.DisabledButtons(), kJobButtons);
-    window.Tick();
-    EXPECT_FALSE(JobThreadExists());
-    EXPECT_EQ(window.ShownButtons(), kFailureButtons);
-    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
-    EXPECT_TRUE(window.TakePaint());
-    EXPECT_EQ(snapshot().statusLine, L"Repair failed.");
+    for (const bool succeeded : {true, false}) {
+        beginJob(window.Handle(), JobKind::Repair, L"none://x");
+        JoinJobThread();
+        LeaveEndedJob(JobKind::Repair, succeeded);
+        windowState.launchDone = true;
+        window.TakePaint();
+        EXPECT_EQ(window.DisabledButtons(), kJobButtons);
+        window.Tick();
+        EXPECT_FALSE(JobThreadExists());
+        EXPECT_EQ(window.ShownButtons(), succeeded ? kReadyButtons : kFailureButtons);
+        EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+        EXPECT_TRUE(window.TakePaint());
+        EXPECT_EQ(snapshot().stage, succeeded ? JobStage::Done : JobStage::Failed);
+        window.Tick();
+        EXPECT_FALSE(window.TakePaint());
+    }
     EXPECT_THAT(player.Boxes(), IsEmpty());
     EXPECT_THAT(shell_.Calls(), IsEmpty());
-    window.Tick();
-    EXPECT_FALSE(window.TakePaint());
-}
-
-TEST_F(JobControl, ATickCollectsASuccessAndShowsTheStartButtons) {
-    const OpenWindow window;
-    LeaveEndedJob(JobKind::Repair, true);
-    window.TakePaint();
-    window.Tick();
-    EXPECT_FALSE(JobThreadExists());
-    EXPECT_EQ(window.ShownButtons(), kReadyButtons);
-    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
-    EXPECT_TRUE(window.TakePaint());
-    EXPECT_EQ(snapshot().stage, JobStage::Done);
-    window.Tick();
-    EXPECT_FALSE(window.TakePaint());
 }
 
 // Its button is hidden, but UI automation can press it.
@@ -217,26 +207,25 @@ TEST_F(JobControl, YesStopsTheJobAndWaitsForItsEnd) {
     EXPECT_EQ(HandleWaitingMessages(), 0);
 }
 
-TEST_F(JobControl, YesCollectsAnEndedJobAsWell) {
-    const OpenWindow window;
-    LeaveEndedJob(JobKind::Reinstall, true);
-    const Player player(IDYES);
-    CloseAfterQuestion(window.Handle());
-    EXPECT_FALSE(JobThreadExists());
-    EXPECT_FALSE(::IsWindow(window.Handle()));
-    EXPECT_EQ(player.Boxes().size(), 1U) << "no shortcut is offered any more";
-}
-
-TEST_F(JobControl, AJobCollectedInsideTheOpenQuestionIsNotJoinedTwice) {
-    const OpenWindow window;
-    LeaveEndedJob(JobKind::Repair, true);
-    Player player(IDYES);
-    player.whileOpen = [&] {
-        window.Tick();
-    };
-    CloseAfterQuestion(window.Handle());
-    EXPECT_FALSE(::IsWindow(window.Handle()));
-    EXPECT_FALSE(jobProgress.cancelRequested);
+// The launch does not wait for the answer, nor do the buttons.
+TEST_F(JobControl, AJobIsCollectedInsideTheOpenQuestion) {
+    for (const bool succeeded : {true, false}) {
+        for (const int answer : {IDNO, IDYES}) {
+            const OpenWindow window;
+            const size_t launches = shell_.Calls().size();
+            ClearEndOfJobMarks();
+            LeaveEndedJob(JobKind::Repair, succeeded);
+            Player player(answer);
+            player.whileOpen = [&] {
+                window.Tick();
+                EXPECT_EQ(shell_.Calls().size(), launches + (succeeded ? 1 : 0));
+                EXPECT_EQ(window.ShownButtons(), succeeded ? kReadyButtons : kFailureButtons);
+            };
+            CloseAfterQuestion(window.Handle());
+            EXPECT_EQ(::IsWindow(window.Handle()) != FALSE, answer == IDNO);
+            EXPECT_FALSE(jobProgress.cancelRequested);
+        }
+    }
 }
 
 }  // namespace

@@ -78,35 +78,12 @@ TEST_F(WindowProcedure, OtherPrivateMessagesDoNothing) {
     }
 }
 
-TEST_F(WindowProcedure, CloseAsksAndGivesZero) {
-    const OpenWindow window;
-    const Player player(IDNO);
-    EXPECT_EQ(::SendMessageW(window.Handle(), WM_CLOSE, 0, 0), 0);
-    EXPECT_EQ(player.Boxes().size(), 1U);
-    EXPECT_TRUE(::IsWindow(window.Handle()));
-}
-
-TEST_F(WindowProcedure, DestroyingEndsTheProgramWithCodeZero) {
-    const OpenWindow window;
-    EXPECT_FALSE(HandleWaitingMessages().has_value());
-    ::DestroyWindow(window.Handle());
-    EXPECT_EQ(HandleWaitingMessages(), 0);
-}
-
-TEST_F(WindowProcedure, PaintingValidatesTheWindow) {
-    const OpenWindow window;
-    ::InvalidateRect(window.Handle(), nullptr, FALSE);
-    EXPECT_EQ(::SendMessageW(window.Handle(), WM_PAINT, 0, 0), 0);
-    EXPECT_FALSE(::GetUpdateRect(window.Handle(), nullptr, FALSE));
-}
-
 // What the screen shows.
 Pixels ScreenPixels(HWND window) {
-    const MemoryDevice copy(kWindow.width, kWindow.height);
     const HDC device = ::GetDC(window);
-    ::BitBlt(copy.Dc(), 0, 0, kWindow.width, kWindow.height, device, 0, 0, SRCCOPY);
+    Pixels pixels = WindowSizedPart(device, {0, 0});
     ::ReleaseDC(window, device);
-    return copy.Read();
+    return pixels;
 }
 
 // The same after a fresh paint.

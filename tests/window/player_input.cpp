@@ -37,10 +37,6 @@ void Send(std::vector<INPUT> inputs) {
     EXPECT_EQ(::SendInput(count, inputs.data(), sizeof(INPUT)), count);
 }
 
-void ExpectClosed(HWND box) {
-    EXPECT_TRUE(Await([box] { return !::IsWindow(box); })) << "the box stays open";
-}
-
 }  // namespace
 
 void ClickWithMouse(HWND target, int times) {
@@ -71,12 +67,7 @@ void AwaitClicksTaken(const ToolWindow& window) {
 void AnswerByKey(HWND box, WORD key) {
     EXPECT_TRUE(Await([box] { return ::GetForegroundWindow() == box; }));
     Send({KeyStroke(key, 0), KeyStroke(key, KEYEVENTF_KEYUP)});
-    ExpectClosed(box);
-}
-
-void CloseByCaption(HWND box) {
-    ::PostMessageW(box, WM_SYSCOMMAND, SC_CLOSE, 0);
-    ExpectClosed(box);
+    EXPECT_TRUE(Await([box] { return !::IsWindow(box); })) << "the box stays open";
 }
 
 }  // namespace bench

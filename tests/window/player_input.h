@@ -20,8 +20,4 @@ void AwaitClicksTaken(const ToolWindow& window);
 // after all earlier clicks, like a player's own answer.
 void AnswerByKey(HWND box, WORD key);
 
-// Presses the cross in a message box's caption and waits until the box is closed. Windows itself
-// disables the cross, and the escape key, in a box with "Yes" and "No" alone.
-void CloseByCaption(HWND box);
-
 }  // namespace bench

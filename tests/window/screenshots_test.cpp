@@ -1,9 +1,10 @@
-// Pictures of the default brand in each state, for people to look at; see KeepScreenshot.
+// Pictures of the default brand in each state, for people to look at; see Keep. Also that
+// the bar and the buttons follow real jobs.
 
 #include <gtest/gtest.h>
 
+#include "bench_parts/running_copy.h"
 #include "resource_ids.h"
-#include "window/picture_files.h"
 #include "window/tool_test.h"
 
 namespace {
@@ -15,10 +16,18 @@ protected:
         OfferLinksAndShortcut();
         UseBrandPictures();
     }
-    void Keep(const wchar_t* name) {
-        const std::filesystem::path file = bench::KeepScreenshot(Window().Look(), name);
-        EXPECT_TRUE(std::filesystem::exists(file));
+    // Saves what the window shows as NAME.png in the build folder's "screenshots"; this program is
+    // in its "bin".
+    void Keep(const std::wstring& name) {
+        bench::Pixels shot = Window().Look();
+        const OwnedBitmap bitmap = MakeBitmap(shot.width, shot.height, shot.values);
+        const auto folder = bench::FolderOfThisProgram().parent_path() / L"screenshots";
+        bench::WriteFile(folder / (name + L".png"),
+                         bench::EncodedPicture(bitmap.get(), bench::kPngEncoder));
     }
+
+private:
+    GdiplusSession gdiplus_;
 };
 
 TEST_F(Screenshots, AreKeptOfASuccessfulRepair) {
@@ -26,12 +35,12 @@ TEST_F(Screenshots, AreKeptOfASuccessfulRepair) {
     Keep(L"ready");
     const HWND button = window.Button(ButtonId::RepairClient);
     ::PostMessageW(button, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 5));
-    window.AwaitPixel(100, 404, 0xD28228);
+    window.AwaitPixel(100, 404, 0xFFD28228);
     Keep(L"pressed");
     ::PostMessageW(button, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-50, -50));
     ::PostMessageW(button, WM_LBUTTONUP, 0, MAKELPARAM(-50, -50));
     HoldRepair();
-    window.AwaitPixel(700, 340, 0xFFA640);
+    window.AwaitPixel(700, 340, 0xFFFFA640);
     Keep(L"extraction");
     LetItSucceed();
     window.AwaitJobEnd();
@@ -43,10 +52,11 @@ TEST_F(Screenshots, AreKeptOfADownloadThatFails) {
     const bench::ToolWindow& window = StartTool();
     StartRepair();
     // The bar's last filled pixel.
-    window.AwaitPixel(321, 340, 0xFFA640);
+    window.AwaitPixel(321, 340, 0xFFFFA640);
     Keep(L"download");
     server_.ReleaseWaits();
     window.AwaitCanPress(ButtonId::Retry);
+    window.AwaitPixel(116, 340, 0xFF0B0C0F);  // An empty bar.
     Keep(L"failure");
 }
 

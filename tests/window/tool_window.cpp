@@ -2,13 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <sstream>
+#include <utility>
 
 #include "bench_parts/waiting.h"
-#include "ui/layout.h"
 
 namespace bench {
 namespace {
@@ -35,83 +32,7 @@ bool PostState(HWND button, bool pressed) {
         [&] { return ((::SendMessageW(button, BM_GETSTATE, 0, 0) & BST_PUSHED) != 0) == pressed; });
 }
 
-BITMAPINFO WindowSizedPicture() {
-    BITMAPINFO info{};
-    info.bmiHeader.biSize = sizeof info.bmiHeader;
-    info.bmiHeader.biWidth = kWindow.width;
-    info.bmiHeader.biHeight = -kWindow.height;  // Top-down.
-    info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 32;
-    info.bmiHeader.biCompression = BI_RGB;
-    return info;
-}
-
-// Calls `visit(x, y)` for each pixel of the box.
-template <class Visit>
-void ForEachPixel(const Box& box, Visit visit) {
-    for (int y = box.y; y < box.y + box.height; ++y) {
-        for (int x = box.x; x < box.x + box.width; ++x) {
-            visit(x, y);
-        }
-    }
-}
-
-int ColorDistance(uint32_t one, uint32_t other) {
-    int distance = 0;
-    for (const int shift : {0, 8, 16}) {
-        const int difference =
-            static_cast<int>(one >> shift & 0xFF) - static_cast<int>(other >> shift & 0xFF);
-        distance = std::max(distance, std::abs(difference));
-    }
-    return distance;
-}
-
 }  // namespace
-
-WindowShot::WindowShot(HWND window) {
-    POINT origin{0, 0};
-    ::ClientToScreen(window, &origin);
-    const HDC screen = ::GetDC(nullptr);
-    const HDC memory = ::CreateCompatibleDC(screen);
-    const BITMAPINFO info = WindowSizedPicture();
-    void* bits = nullptr;
-    const HBITMAP bitmap = ::CreateDIBSection(memory, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
-    const HGDIOBJ former = ::SelectObject(memory, bitmap);
-    ::BitBlt(memory, 0, 0, kWindow.width, kWindow.height, screen, origin.x, origin.y, SRCCOPY);
-    ::GdiFlush();
-    const auto* pixels = static_cast<const uint32_t*>(bits);
-    pixels_.assign(pixels, pixels + kWindow.width * kWindow.height);
-    for (uint32_t& pixel : pixels_) {
-        pixel &= 0xFFFFFF;  // The fourth byte is undefined.
-    }
-    ::SelectObject(memory, former);
-    ::DeleteObject(bitmap);
-    ::DeleteDC(memory);
-    ::ReleaseDC(nullptr, screen);
-}
-
-uint32_t WindowShot::At(int x, int y) const {
-    return pixels_.at(static_cast<size_t>(y) * static_cast<size_t>(kWindow.width) +
-                      static_cast<size_t>(x));
-}
-
-int WindowShot::Distance(const Box& box, uint32_t color) const {
-    int smallest = 255;
-    ForEachPixel(
-        box, [&](int x, int y) { smallest = std::min(smallest, ColorDistance(At(x, y), color)); });
-    return smallest;
-}
-
-std::string WindowShot::Difference(const WindowShot& other, const Box& box) const {
-    int count = 0;
-    std::ostringstream first;
-    ForEachPixel(box, [&](int x, int y) {
-        if (At(x, y) != other.At(x, y) && ++count == 1) {
-            first << x << ", " << y << std::hex << ": " << At(x, y) << " and " << other.At(x, y);
-        }
-    });
-    return count == 0 ? "" : std::to_string(count) + " pixels differ, first at " + first.str();
-}
 
 ToolWindow::ToolWindow(const std::filesystem::path& exe,
                        const std::filesystem::path& currentFolder) {
@@ -144,13 +65,9 @@ ButtonSeen ToolWindow::See(ButtonId id) const {
     const HWND button = Button(id);
     std::array<wchar_t, 200> text{};
     ::SendMessageW(button, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()));
-    RECT place{};
-    ::GetWindowRect(button, &place);
-    ::MapWindowPoints(nullptr, window_, reinterpret_cast<POINT*>(&place), 2);
     return {.text = text.data(),
             .visible = ::IsWindowVisible(button) != FALSE,
-            .enabled = ::IsWindowEnabled(button) != FALSE,
-            .place = {place.left, place.top, place.right - place.left, place.bottom - place.top}};
+            .enabled = ::IsWindowEnabled(button) != FALSE};
 }
 
 std::vector<std::wstring> ToolWindow::ShownButtons() const {
@@ -172,11 +89,6 @@ void ToolWindow::Press(ButtonId id) const {
     ASSERT_TRUE(::IsWindowEnabled(window_)) << "a box is open";
     ASSERT_TRUE(CanPress(id)) << "button " << static_cast<int>(id) << " cannot be pressed";
     ::PostMessageW(Button(id), BM_CLICK, 0, 0);
-}
-
-void ToolWindow::PostCommand(ButtonId id, WORD notification) const {
-    ::PostMessageW(window_, WM_COMMAND, MAKEWPARAM(static_cast<WORD>(id), notification),
-                   reinterpret_cast<LPARAM>(Button(id)));
 }
 
 void ToolWindow::PostClose() const {
@@ -239,15 +151,15 @@ std::optional<DWORD> ToolWindow::AwaitExitCode() const {
     return code;
 }
 
-WindowShot ToolWindow::Look() const {
+Pixels ToolWindow::Look() const {
     AwaitIdle();
     // Wine copies painted pixels to the screen only when the painting thread is about to wait,
     // which is shortly after it has answered.
     constexpr int kEqualShots = 3;
-    WindowShot shot(window_);
+    Pixels shot = Screen();
     int equalShots = 1;
     const bool settled = Await([&] {
-        WindowShot next(window_);
+        Pixels next = Screen();
         equalShots = next == shot ? equalShots + 1 : 1;
         shot = std::move(next);
         return equalShots >= kEqualShots;
@@ -256,16 +168,22 @@ WindowShot ToolWindow::Look() const {
     return shot;
 }
 
-void ToolWindow::AwaitPixel(int x, int y, uint32_t color) const {
-    uint32_t seen = 0;
-    Await([&] { return (seen = WindowShot(window_).At(x, y)) == color; });
-    EXPECT_EQ(seen, color) << "at " << x << ", " << y;
+Pixels ToolWindow::Screen() const {
+    POINT origin{0, 0};
+    ::ClientToScreen(window_, &origin);
+    const HDC screen = ::GetDC(nullptr);
+    Pixels pixels = WindowSizedPart(screen, origin);
+    ::ReleaseDC(nullptr, screen);
+    return pixels;
 }
 
-void ToolWindow::AwaitLook(const WindowShot& expected) const {
-    std::string difference;
-    Await([&] { return (difference = expected.Difference(Look())).empty(); });
-    EXPECT_EQ(difference, "");
+void ToolWindow::AwaitPixel(int x, int y, Argb color) const {
+    Await([&] { return Screen().Value(x, y) == color; });
+    ExpectColor(Screen(), color, {{x, y}});
+}
+
+void ToolWindow::AwaitLook(const Pixels& expected) const {
+    EXPECT_TRUE(Await([&] { return Look() == expected; })) << "the picture differs";
 }
 
 }  // namespace bench

@@ -1,46 +1,22 @@
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "common/handles.h"
 #include "ui/button_table.h"
+#include "ui/canvas.h"
 
 // The real tool in a separate process, driven from outside as by a player.
 
 namespace bench {
 
-// A button on the screen, its place in client coordinates.
 struct ButtonSeen {
     std::wstring text;
     bool visible = false;
     bool enabled = false;
-    Box place;
-};
-
-// What the window shows at one moment, buttons included, in client coordinates. Colors are
-// 0xRRGGBB.
-class WindowShot {
-public:
-    explicit WindowShot(HWND window);
-
-    [[nodiscard]] uint32_t At(int x, int y) const;
-    // The smallest difference of any pixel in the box to this color, taken over the three channels.
-    // Thin strokes of text never reach their color completely.
-    [[nodiscard]] int Distance(const Box& box, uint32_t color) const;
-    [[nodiscard]] bool Holds(const Box& box, uint32_t color) const {
-        return Distance(box, color) == 0;
-    }
-    // Empty if both show the same in the box, else how many pixels differ and the first of them.
-    [[nodiscard]] std::string Difference(const WindowShot& other, const Box& box = kWindow) const;
-    bool operator==(const WindowShot&) const = default;
-
-private:
-    std::vector<uint32_t> pixels_;
 };
 
 // The functions without a result wait for an effect and fail the test if it does not come.
@@ -68,8 +44,6 @@ public:
 
     // Presses a button that can be pressed. Returns at once: the effect comes later.
     void Press(ButtonId id) const;
-    // Sends the button's command, even if a player could not press it.
-    void PostCommand(ButtonId id, WORD notification = BN_CLICKED) const;
     // Like the taskbar's "Close window".
     void PostClose() const;
     // One more tick of the window's timer.
@@ -88,10 +62,12 @@ public:
     // Empty if the process does not end within a minute.
     [[nodiscard]] std::optional<DWORD> AwaitExitCode() const;
 
-    // The picture on the screen, once all pending painting is done.
-    [[nodiscard]] WindowShot Look() const;
-    void AwaitPixel(int x, int y, uint32_t color) const;
-    void AwaitLook(const WindowShot& expected) const;
+    // The picture on the screen, buttons included, once all pending painting is done.
+    [[nodiscard]] Pixels Look() const;
+    // The same at this moment.
+    [[nodiscard]] Pixels Screen() const;
+    void AwaitPixel(int x, int y, Argb color) const;
+    void AwaitLook(const Pixels& expected) const;
 
 private:
     KernelHandle process_;
