@@ -19,7 +19,7 @@ protected:
 WindowPicture FullPicture() {
     WindowPicture picture = BarePicture();
     picture.toolName = L"Repair.exe";
-    picture.clientFolder = L"D:\\Karvoth";
+    picture.clientFolder = L"D:\\Gr\u00f6\u00dfe \u6e38";
     picture.job.statusLine = L"Extracting...";
     picture.job.detailLine = L"Preparing files...";
     return picture;
@@ -33,7 +33,9 @@ TEST_F(FontsAndPens, OfTheWindow) {
             "QS | Segoe UI 36 px bold | 373,88 112x112 center, middle, word ellipsis",
             "Repair or Reinstall the Game | Segoe UI 28 px bold | 72,214 716x40 center, top, word "
             "ellipsis",
-            "D:\\Karvoth | Segoe UI 12 px regular | 84,276 692x26 center, top, word ellipsis",
+            "D:\\Gr\xC3\xB6\xC3\x9F"
+            "e \xE6\xB8\xB8 | Segoe UI 12 px regular | 84,276 692x26 center, top, "
+            "word ellipsis",
             "Extracting... | Segoe UI 15 px bold | 114,356 632x24 center, top, word ellipsis",
             "Preparing files... | Segoe UI 12 px regular | 84,380 692x24 center, top, word "
             "ellipsis"));

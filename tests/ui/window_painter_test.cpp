@@ -69,32 +69,18 @@ int FilledWidth(const JobState& job) {
     const int width = window.Count({115, 340, 630, 1}, kTestAccent);
     EXPECT_EQ(window.Count({115, 329, width, 24}, kTestAccent), width * 24);
     EXPECT_EQ(window.Count({115 + width, 329, 630 - width, 24}, kTrackColor), (630 - width) * 24);
-    ExpectColor(window, kOutlineColor, {{114, 340}, {746, 340}, {430, 328}, {430, 354}});
-    ExpectColor(window, kPanelColor, {{745, 340}, {115, 353}});
     return width;
 }
 
 // The rule itself is in progress_bar_test.cpp.
 TEST_F(WindowPainter, FillsTheBarByWholePixels) {
-    const struct {
-        JobStage stage;
-        uint64_t bytesReceived;
-        uint64_t bytesTotal;
-        int widthPx;
-    } rows[] = {
-        {JobStage::Idle, 1, 10, 0},           {JobStage::Downloading, 1, 1000, 0},
-        {JobStage::Downloading, 2, 1000, 1},  {JobStage::Downloading, 9999, 10000, 629},
-        {JobStage::Downloading, 11, 10, 630}, {JobStage::Finishing, 1, 10, 315},
-        {JobStage::Done, 1, 10, 630},         {JobStage::Failed, 1, 10, 0},
-    };
-    for (const auto& [stage, bytesReceived, bytesTotal, widthPx] : rows) {
+    const std::pair<uint64_t, int> rows[] = {{0, 0}, {2, 1}, {999, 629}, {1000, 630}};
+    for (const auto& [bytesReceived, widthPx] : rows) {
         JobState job;
-        job.stage = stage;
+        job.stage = JobStage::Downloading;
         job.bytesReceived = bytesReceived;
-        job.bytesTotal = bytesTotal;
-        job.filesDone = 2;
-        job.filesTotal = 4;
-        EXPECT_EQ(FilledWidth(job), widthPx) << bytesReceived << '/' << bytesTotal;
+        job.bytesTotal = 1000;
+        EXPECT_EQ(FilledWidth(job), widthPx) << bytesReceived;
     }
 }
 

@@ -3,7 +3,7 @@
 #include "ui/painted_window.h"
 
 // How the texts look. Fonts differ between machines, so pictures with and without a text are
-// compared; which font is asked for is in fonts_and_pens_test.cpp.
+// compared; which font is asked for, and where, is in fonts_and_pens_test.cpp.
 
 namespace {
 
@@ -55,24 +55,12 @@ protected:
     Pixels bare_ = Paint(BarePicture());
 };
 
-TEST_F(WindowPainterText, IsAtItsPlaceInItsColor) {
+TEST_F(WindowPainterText, HasItsColor) {
     for (const TextPlace& place : kPlaces) {
         SCOPED_TRACE(place.name);
         const Pixels painted = PaintText(place, L"IIHH||__");
-        const Box ink = DifferingArea(bare_, painted).value_or(Box{});
-        EXPECT_TRUE(Contains(place.box, ink));
-        EXPECT_LE(ink.y, place.box.y + 8);
         const Argb color = StrongestColor(bare_, painted);
         EXPECT_LE(ColorDistance(color, place.color), kSmoothing) << std::hex << color;
-    }
-}
-
-TEST_F(WindowPainterText, IsCenteredBelowTheTitleBar) {
-    for (const wchar_t* text : {L"HoH", L"HHHHHHHHHHHHHHHHH"}) {
-        EXPECT_NEAR(InkOf(kTitle, text).x, 22 + 3, 3);
-        for (const TextPlace& place : {kFolder, kStatus, kDetail}) {
-            EXPECT_NEAR(CenterX(InkOf(place, text)), 430, 2) << place.name;
-        }
     }
 }
 
@@ -104,11 +92,6 @@ TEST_F(WindowPainterText, IsNotThereWhenEmptyButForTheStatus) {
     EXPECT_NE(PaintText(kStatus, L""), bare_);
 }
 
-TEST_F(WindowPainterText, ShowsAClientFolderOfAnotherLanguage) {
-    EXPECT_NE(PaintText(kFolder, L"D:\\Gr\u00f6\u00dfe"), PaintText(kFolder, L"D:\\Gro\u00dfe"));
-    EXPECT_TRUE(Contains(kFolder.box, InkOf(kFolder, L"D:\\\u0418\u0433\u0440\u044b")));
-}
-
 WindowPicture AtStage(JobStage stage, const wchar_t* statusLine) {
     WindowPicture picture = BarePicture();
     picture.job.stage = stage;
@@ -135,20 +118,8 @@ TEST_F(WindowPainterText, PaintsTheDetailInTheAccentOnlyOfAFailure) {
     }
 }
 
-TEST_F(WindowPainterText, CentersTheHeadingInItsBoxInTheAccent) {
-    constexpr Box kHeadingBox{72, 214, 716, 40};
-    EXPECT_GT(bare_.Count(kHeadingBox, kTestAccent), 500);
-    // Bare panel above, on both sides and below.
-    for (const Box& around :
-         {Box{49, 203, 763, 11}, Box{49, 214, 23, 40}, Box{788, 214, 24, 40}, {49, 254, 763, 70}}) {
-        EXPECT_EQ(bare_.Count(around, 0xFF111215), around.width * around.height);
-    }
-    WindowPicture other = BarePicture();
-    other.accentColor = 0xFFFFFFFF;
-    const auto ink = DifferingArea(bare_, Paint(other), kHeadingBox);
-    ASSERT_TRUE(ink.has_value());
-    EXPECT_NEAR(CenterX(*ink), 430, 2);
-    EXPECT_GT(ink->width, 300);
+TEST_F(WindowPainterText, PaintsTheHeadingInTheAccent) {
+    EXPECT_GT(bare_.Count({72, 214, 716, 40}, kTestAccent), 500);
 }
 
 }  // namespace
