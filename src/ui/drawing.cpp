@@ -152,6 +152,24 @@ bool ReadPixels(Gdiplus::GpBitmap* bitmap, const Box& box, std::span<Argb> pixel
     return success;
 }
 
+bool CopyPixels(Gdiplus::GpBitmap* source, Gdiplus::GpBitmap* target, const Box& box) {
+    const ImageSize size = SizeOf(source);
+    if (size.width != static_cast<float>(box.width) ||
+        size.height != static_cast<float>(box.height)) {
+        return false;
+    }
+    const Gdiplus::Rect whole(0, 0, box.width, box.height);
+    Gdiplus::BitmapData data{};
+    if (GdipBitmapLockBits(target, &whole, Gdiplus::ImageLockModeWrite, PixelFormat32bppARGB,
+                           &data) != Gdiplus::Ok) {
+        return false;
+    }
+    const size_t pixelCount = static_cast<size_t>(box.width) * static_cast<size_t>(box.height);
+    const bool success = ReadPixels(source, box, {static_cast<Argb*>(data.Scan0), pixelCount});
+    GdipBitmapUnlockBits(target, &data);
+    return success;
+}
+
 void ShowPixels(HDC device, const Box& box, std::span<const Argb> pixels) {
     BITMAPINFO info{};
     info.bmiHeader.biSize = sizeof info.bmiHeader;

@@ -10,7 +10,7 @@
 
 // Drawing functions of the painters; nothing else draws with GDI+. Each creates and frees its own
 // pen, brush or font. A fill excludes a box's right and bottom edges, an outline includes them.
-// Window thread.
+// Any thread, one at a time for each object.
 
 // No drawing affects these boxes as long as the object exists.
 class ExcludedBoxes {
@@ -55,6 +55,10 @@ bool CopyImage(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* image, const Box
 // Copies all pixels of the bitmap, which has the size of `box`, to `pixels`, row by row. False when
 // the bitmap is null. Much faster than CopyImage.
 bool ReadPixels(Gdiplus::GpBitmap* bitmap, const Box& box, std::span<Argb> pixels);
+
+// Copies all pixels of `source` to `target`, which has the size of `box`. False when `source` has
+// another size, or when either is null. Also much faster than CopyImage.
+bool CopyPixels(Gdiplus::GpBitmap* source, Gdiplus::GpBitmap* target, const Box& box);
 
 // Shows such pixels at `box` on the device, without their alpha.
 void ShowPixels(HDC device, const Box& box, std::span<const Argb> pixels);

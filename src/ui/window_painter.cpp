@@ -13,12 +13,14 @@ namespace {
 constexpr wchar_t kHeadingText[] = L"Repair or Reinstall the Game";
 constexpr wchar_t kMonogram[] = L"QS";
 
-void PaintAreas(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* background) {
+// `isCovered`: the target already shows the background.
+void PaintAreas(Gdiplus::GpGraphics* graphics, Gdiplus::GpImage* background,
+                bool isCovered = false) {
     {
         // Nothing where title bar and panel will be, except under their edges.
         const ExcludedBoxes excluded(graphics, {Shrunk(kTitleBar, 1), Shrunk(kPanel, 1)});
-        const bool covered = DrawImageCovering(graphics, background, kWindow);
-        FillBox(graphics, kWindow, covered ? kBackgroundVeil : kWindowFill);
+        isCovered = isCovered || DrawImageCovering(graphics, background, kWindow);
+        FillBox(graphics, kWindow, isCovered ? kBackgroundVeil : kWindowFill);
     }
     FillBox(graphics, kTitleBar, kTitleBarFill);
     FillBox(graphics, kPanel, kPanelFill);
@@ -72,9 +74,11 @@ void PaintOverBackdrop(Gdiplus::GpGraphics* graphics, const WindowPicture& pictu
 
 }  // namespace
 
-OwnedBitmap MakeBackdrop(Gdiplus::GpImage* background) {
+OwnedBitmap MakeBackdrop(Gdiplus::GpBitmap* background) {
     OwnedBitmap backdrop = MakeBitmap(kWindow.width, kWindow.height);
-    PaintAreas(MakeGraphics(backdrop.get()).get(), background);
+    // An image of the window's size does not need the much slower scaling.
+    const bool isCovered = CopyPixels(background, backdrop.get(), kWindow);
+    PaintAreas(MakeGraphics(backdrop.get()).get(), background, isCovered);
     return backdrop;
 }
 

@@ -7,8 +7,8 @@
 
 // The large areas under everything else, of size kWindow: the background image, scaled to cover the
 // window, under a veil (a plain fill if `background` is null or damaged), title bar and panel. They
-// never change, and painting them takes much longer than everything else. Window thread.
-[[nodiscard]] OwnedBitmap MakeBackdrop(Gdiplus::GpImage* background);
+// never change, and painting them takes much longer than everything else. Any thread.
+[[nodiscard]] OwnedBitmap MakeBackdrop(Gdiplus::GpBitmap* background);
 
 // The logo as the panel shows it, of size kLogo: scaled to fit and centered. Null if `logo` is null
 // or damaged. Window thread.

@@ -87,4 +87,23 @@ TEST_F(Drawing, DrawsNoPictureWithoutGraphics) {
     EXPECT_EQ(picture.Read().Count({0, 0, 10, 10}, kInk), 100);
 }
 
+TEST_F(Drawing, CopiesThePixelsOfABitmapOfTheSameSize) {
+    const Canvas source(60, 40, 0x80FF4020);
+    FillBox(source.Graphics(), {7, 5, 20, 10}, kInk);
+    const Canvas target(60, 40, kBehind);
+    EXPECT_TRUE(CopyPixels(source.Bitmap(), target.Bitmap(), kWhole));
+    EXPECT_EQ(target.Read(), source.Read());
+}
+
+TEST_F(Drawing, CopiesNoPixelsOfAnotherSize) {
+    const Canvas target(60, 40, kBehind);
+    for (const auto& [width, height] : {std::pair(61, 40), std::pair(60, 39), std::pair(40, 60)}) {
+        const Canvas source(width, height, kInk);
+        EXPECT_FALSE(CopyPixels(source.Bitmap(), target.Bitmap(), kWhole));
+    }
+    EXPECT_FALSE(CopyPixels(nullptr, target.Bitmap(), kWhole));
+    EXPECT_FALSE(CopyPixels(target.Bitmap(), nullptr, kWhole));
+    EXPECT_EQ(target.Read(), Canvas(60, 40, kBehind).Read());
+}
+
 }  // namespace

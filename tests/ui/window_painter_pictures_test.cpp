@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "bench_parts/call_hook.h"
 #include "ui/drawing.h"
 #include "ui/painted_window.h"
 
@@ -22,11 +23,14 @@ constexpr int kScaling = 2;  // What scaling and mixing may change a color by.
 
 class WindowPainterPictures : public PaintingTest {};
 
-Pixels PaintOver(Gdiplus::GpImage* background) {
-    const OwnedBitmap backdrop = MakeBackdrop(background);
+Pixels PaintWithBackdrop(Gdiplus::GpBitmap* backdrop) {
     WindowPicture picture = BarePicture();
-    picture.backdrop = backdrop.get();
+    picture.backdrop = backdrop;
     return Paint(picture);
+}
+
+Pixels PaintOver(Gdiplus::GpBitmap* background) {
+    return PaintWithBackdrop(MakeBackdrop(background).get());
 }
 
 // A color under the veil, whose alpha is 205 of 255.
@@ -206,6 +210,18 @@ TEST_F(WindowPainterPictures, LookTheSameWhetherScaledOnceOrAtEachPaint) {
         DrawImageFitting(atOnce.Graphics(), image.Bitmap(), {345, 88, 170, 126});
         EXPECT_EQ(DifferingArea(atOnce.Read(), expected, Box{345, 88, 170, 126}), std::nullopt);
     }
+}
+
+TEST_F(WindowPainterPictures, AreDrawnWhenTheirPixelsCannotBeCopied) {
+    const Canvas image = FineLines(kWindow.width, kWindow.height);
+    const OwnedBitmap copied = MakeBackdrop(image.Bitmap());
+    OwnedBitmap drawn;
+    {
+        const auto hook = HookCall<decltype(&Gdiplus::DllExports::GdipBitmapLockBits)>(
+            L"gdiplus.dll", "GdipBitmapLockBits", [](auto...) { return Gdiplus::OutOfMemory; });
+        drawn = MakeBackdrop(image.Bitmap());
+    }
+    EXPECT_EQ(PaintWithBackdrop(drawn.get()), PaintWithBackdrop(copied.get()));
 }
 
 }  // namespace
