@@ -1,6 +1,7 @@
 #include "ui/main_window.h"
 
-#include "common/resources.h"
+#include <utility>
+
 #include "common/text.h"
 #include "common/tool_instance.h"
 #include "config/config_loader.h"
@@ -9,6 +10,7 @@
 #include "ui/accent_color.h"
 #include "ui/buttons.h"
 #include "ui/commands.h"
+#include "ui/image_preparation.h"
 #include "ui/job_control.h"
 #include "ui/layout.h"
 #include "ui/window_painter.h"
@@ -25,13 +27,12 @@ HFONT CreateUiFont() {
                          FF_SWISS | DEFAULT_PITCH, L"Segoe UI");
 }
 
-void LoadImages() {
+void TakeImages(ImagePreparation& preparation) {
+    auto [backdrop, panelLogo] = preparation.Take();
+    windowState.backdrop = std::move(backdrop);
     if (toolConfig.showLogo) {
-        const OwnedBitmap logo = MakeBitmapFromFile(EmbeddedData(nullptr, ID_LOGO_IMAGE));
-        windowState.panelLogo = MakePanelLogo(logo.get());
+        windowState.panelLogo = std::move(panelLogo);
     }
-    const OwnedBitmap background = MakeBitmapFromFile(EmbeddedData(nullptr, ID_BACKGROUND_IMAGE));
-    windowState.backdrop = MakeBackdrop(background.get());
 }
 
 void OnCreate(HWND window) {
@@ -42,7 +43,6 @@ void OnCreate(HWND window) {
     ::SetWindowTextW(window, toolConfig.repairToolName.c_str());
     windowState.accentColor = ParseAccentColor(toolConfig.accentHex);
     LocateTool();
-    LoadImages();
     windowState.uiFont = CreateUiFont();
     CreateButtons(window, windowState.uiFont);
     RefreshButtons(window);
@@ -163,6 +163,7 @@ void RoundCorners(HWND window) {
 }  // namespace
 
 HWND CreateMainWindow(HINSTANCE instance, int showCommand) {
+    ImagePreparation images;  // While the window is created.
     RegisterWindowClass(instance);
     const int left = (::GetSystemMetrics(SM_CXSCREEN) - kWindow.width) / 2;
     const int top = (::GetSystemMetrics(SM_CYSCREEN) - kWindow.height) / 2;
@@ -173,6 +174,7 @@ HWND CreateMainWindow(HINSTANCE instance, int showCommand) {
         return nullptr;
     }
     RoundCorners(mainWindow);
+    TakeImages(images);
     ::ShowWindow(mainWindow, showCommand);
     ::UpdateWindow(mainWindow);
     return mainWindow;

@@ -11,7 +11,7 @@
 [[nodiscard]] OwnedBitmap MakeBackdrop(Gdiplus::GpBitmap* background);
 
 // The logo as the panel shows it, of size kLogo: scaled to fit and centered. Null if `logo` is null
-// or damaged. Window thread.
+// or damaged. Any thread.
 [[nodiscard]] OwnedBitmap MakePanelLogo(Gdiplus::GpImage* logo);
 
 // Everything that the window shows except its buttons. Plain values, so that painting needs no

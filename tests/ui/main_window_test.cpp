@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <mutex>
 #include <set>
 #include <tuple>
+#include <vector>
 
 #include "bench_parts/call_hook.h"
 #include "common/tool_instance.h"
@@ -247,6 +249,35 @@ TEST_F(MainWindow, LoadsThePicturesThatTheBrandHas) {
         ReleaseImages();
         EXPECT_FALSE(windowState.panelLogo || windowState.backdrop);
     }
+}
+
+TEST_F(MainWindow, PreparesItsImagesOnAnotherThreadAndIsThenShown) {
+    std::mutex mutex;
+    std::vector<DWORD> decodingThreads;
+    using Decode = decltype(&GdipCreateBitmapFromStream);
+    const auto decode = HookCall<Decode>(
+        L"gdiplus.dll", "GdipCreateBitmapFromStream",
+        [&, real = RealFunction<Decode>(L"gdiplus.dll", "GdipCreateBitmapFromStream")](
+            IStream* stream, Gdiplus::GpBitmap** bitmap) {
+            const std::lock_guard lock(mutex);
+            decodingThreads.push_back(::GetCurrentThreadId());
+            return real(stream, bitmap);
+        });
+    bool hadImages = false;
+    using Show = decltype(&::ShowWindow);
+    const auto show = HookCall<Show>(
+        L"user32.dll", "ShowWindow",
+        [&, real = RealFunction<Show>(L"user32.dll", "ShowWindow")](HWND window, int command) {
+            if (window == mainWindow) {
+                hadImages = windowState.backdrop && windowState.panelLogo;
+            }
+            return real(window, command);
+        });
+    const OpenWindow window;
+    EXPECT_TRUE(hadImages);
+    ASSERT_EQ(decodingThreads.size(), 2U);
+    EXPECT_EQ(decodingThreads[0], decodingThreads[1]);
+    EXPECT_NE(decodingThreads[0], ::GetCurrentThreadId());
 }
 
 // They may be many times larger than the window.
