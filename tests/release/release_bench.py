@@ -6,7 +6,7 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path[:0] = [str(ROOT / "scripts" / "release_parts"), str(ROOT / "tests" / "kit")]
 
-import archives  # noqa: E402
+import archives
 
 SECONDS = 1700000001  # An odd number: times in a ZIP are even.
 

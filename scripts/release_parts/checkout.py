@@ -1,0 +1,64 @@
+"""What a checkout must be like for a release."""
+
+import re
+import subprocess
+
+LISTED = 5  # Files that a message names.
+
+
+def git(root, *arguments):
+    return subprocess.run(["git", "-C", root, *arguments], check=True, capture_output=True,
+                          encoding="utf-8").stdout
+
+
+def said_version(root):
+    """The only place that says the version."""
+    match = re.search(r"^project\(repair_tool VERSION (\d+\.\d+\.\d+) ",
+                      (root / "CMakeLists.txt").read_text("utf-8"), re.MULTILINE)
+    if not match:
+        raise ValueError("CMakeLists.txt has no project(repair_tool VERSION ...)")
+    return match[1]
+
+
+def commit_seconds(root):
+    """The time of the commit that is checked out, in seconds since 1970."""
+    return int(git(root, "log", "-1", "--format=%ct"))
+
+
+def names(files):
+    more = len(files) - LISTED
+    return ", ".join(files[:LISTED]) + (f" and {more} more" if more > 0 else "")
+
+
+def file_problems(root):
+    entries = [entry for entry in git(root, "status", "--porcelain", "-z", "--no-renames",
+                                      "--untracked-files=all").split("\0") if entry]
+    changed = [entry[3:] for entry in entries if entry[:2] != "??"]
+    untracked = [entry[3:] for entry in entries if entry[:2] == "??"]
+    if changed:
+        yield f"uncommitted changes: {names(changed)}. Commit them or take them back."
+    if untracked:
+        yield f"untracked files: {names(untracked)}. Commit or remove them."
+
+
+def tag_problems(root, version):
+    tags = [tag for tag in git(root, "tag", "--points-at", "HEAD").split() if re.match(r"v\d", tag)]
+    if not tags:
+        yield f"no version's tag on the commit. Make it: git tag -a v{version} -m {version}"
+    elif tags != [f"v{version}"]:
+        yield (f"the commit is tagged {names(tags)}, but CMakeLists.txt says {version}. Change one of the "
+               "two.")
+
+
+def changelog_problems(root, version):
+    heading = re.search(rf"^## {re.escape(version)}(?: (.*))?$",
+                        (root / "CHANGELOG.md").read_text("utf-8"), re.MULTILINE)
+    if not heading:
+        yield f'CHANGELOG.md has no section "## {version}". Write it.'
+    elif heading[1] and "not yet released" in heading[1]:
+        yield f'CHANGELOG.md calls {version} "not yet released". Take that out of the heading.'
+
+
+def problems(root, version):
+    """Why this checkout cannot be released: one sentence for each reason, with the way out."""
+    return [*file_problems(root), *tag_problems(root, version), *changelog_problems(root, version)]

@@ -1,0 +1,127 @@
+"""scripts/release refuses a checkout that is not clean, and says what to do about it.
+
+usage: checkout_test.py VERSION
+"""
+
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+from scratch_checkout import clone_checkout, git, make_checkout
+
+VERSION = sys.argv.pop(1)
+# Reached when the checkout is in order.
+SETUP = "#!/bin/sh\necho all checks passed\nexit 3\n"
+
+
+class CheckoutTest(unittest.TestCase):
+    maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(scratch.cleanup)
+        cls.origin = pathlib.Path(scratch.name) / "origin"
+        cls.origin.mkdir()
+        make_checkout(cls.origin, VERSION, ("benchmarks/", "kit/", "resources/", "src/", "tests/"))
+        # Ends the script before it builds.
+        (cls.origin / "scripts" / "setup").write_text(SETUP)
+        git(cls.origin, "commit", "--quiet", "--all", "--message", "Stop before the build")
+        git(cls.origin, "tag", "--force", f"v{VERSION}")
+
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.clone = pathlib.Path(scratch.name) / "clone"
+        clone_checkout(self.origin, self.clone)
+
+    def run_release(self):
+        return subprocess.run([self.clone / "scripts" / "release"], capture_output=True, text=True)
+
+    def check_refused(self, *messages):
+        result = self.run_release()
+        self.assertEqual((result.returncode, result.stdout), (1, ""))
+        self.assertEqual(result.stderr.splitlines(), [f"release: {message}" for message in messages])
+        self.assertFalse((self.clone / "dist").exists())
+
+    def change(self, name, old, new):
+        path = self.clone / name
+        text = path.read_text("utf-8")
+        self.assertEqual(text.count(old), 1)
+        path.write_text(text.replace(old, new), "utf-8")
+
+    def commit(self):
+        git(self.clone, "commit", "--quiet", "--all", "--message", "Change")
+
+    def test_a_clean_checkout_of_the_tag_is_accepted(self):
+        self.assertEqual(self.run_release().stdout, "all checks passed\n")
+
+    def test_ignored_files_and_other_tags_do_no_harm(self):
+        (self.clone / "build").mkdir()
+        (self.clone / "build" / "file").touch()
+        git(self.clone, "tag", "nightly")
+        self.assertEqual(self.run_release().stdout, "all checks passed\n")
+
+    def test_uncommitted_changes(self):
+        self.change("README.md", "# The repair tool", "# A repair tool")
+        (self.clone / "SECURITY.md").unlink()
+        git(self.clone, "mv", "CONTRIBUTING.md", "docs/contributing.md")
+        self.check_refused("uncommitted changes: CONTRIBUTING.md, README.md, SECURITY.md, "
+                           "docs/contributing.md. Commit them or take them back.")
+
+    def test_untracked_files(self):
+        for number in range(7):
+            (self.clone / "docs" / f"extra {number}.md").touch()
+        self.check_refused("untracked files: docs/extra 0.md, docs/extra 1.md, docs/extra 2.md, "
+                           "docs/extra 3.md, docs/extra 4.md and 2 more. Commit or remove them.")
+
+    def test_no_tag(self):
+        git(self.clone, "tag", "--delete", f"v{VERSION}")
+        self.check_refused("no version's tag on the commit. Make it: "
+                           f"git tag -a v{VERSION} -m {VERSION}")
+
+    def test_a_tag_on_another_commit(self):
+        self.change("README.md", "# The repair tool", "# A repair tool")
+        self.commit()
+        self.check_refused("no version's tag on the commit. Make it: "
+                           f"git tag -a v{VERSION} -m {VERSION}")
+
+    def test_a_tag_of_another_version(self):
+        git(self.clone, "tag", "v99.0.0")
+        git(self.clone, "tag", "--delete", f"v{VERSION}")
+        self.check_refused(f"the commit is tagged v99.0.0, but CMakeLists.txt says {VERSION}. Change one "
+                           "of the two.")
+
+    def test_two_versions_tags(self):
+        git(self.clone, "tag", "v99.0.0")
+        self.check_refused(f"the commit is tagged v{VERSION}, v99.0.0, but CMakeLists.txt says {VERSION}. "
+                           "Change one of the two.")
+
+    def test_no_section_in_the_changelog(self):
+        self.change("CHANGELOG.md", f"## {VERSION}\n", f"## {VERSION}.1\n")
+        self.commit()
+        git(self.clone, "tag", "--force", f"v{VERSION}")
+        self.check_refused(f'CHANGELOG.md has no section "## {VERSION}". Write it.')
+
+    def test_a_section_that_is_not_yet_released(self):
+        self.change("CHANGELOG.md", f"## {VERSION}\n", f"## {VERSION} (not yet released)\n")
+        self.commit()
+        git(self.clone, "tag", "--force", f"v{VERSION}")
+        self.check_refused(f'CHANGELOG.md calls {VERSION} "not yet released". Take that out of the '
+                           "heading.")
+
+    def test_all_reasons_are_said_at_once(self):
+        self.change("CHANGELOG.md", f"## {VERSION}\n", "## 0.9\n")
+        (self.clone / "notes.txt").touch()
+        git(self.clone, "tag", "--delete", f"v{VERSION}")
+        self.check_refused(
+            "uncommitted changes: CHANGELOG.md. Commit them or take them back.",
+            "untracked files: notes.txt. Commit or remove them.",
+            f"no version's tag on the commit. Make it: git tag -a v{VERSION} -m {VERSION}",
+            f'CHANGELOG.md has no section "## {VERSION}". Write it.')
+
+
+if __name__ == "__main__":
+    unittest.main()
