@@ -13,6 +13,8 @@ import urllib.parse
 
 # The archive's first page.
 START = "docs/start.md"
+# What an operator reads next. The other documents follow.
+OPERATORS = ("docs/kit.md", "docs/operators-guide.md", "docs/messages.md")
 CHANGES = "CHANGELOG.md"
 PICTURES = (".png", ".jpg", ".svg")
 STYLE = "docs/style.css"
@@ -77,8 +79,9 @@ class Site:
         self.root = pathlib.Path(root)
         self.version = version
         names = sorted("docs/" + path.name for path in (self.root / "docs").iterdir())
-        documents = [name for name in names if name.endswith(".md") and name != START]
-        self.documents = [START, *documents, CHANGES]
+        first = [name for name in (START, *OPERATORS) if name in names]
+        others = [name for name in names if name.endswith(".md") and name not in first]
+        self.documents = [*first, CHANGES, *others]
         self.pictures = [name for name in names if name.endswith(PICTURES)]
         self.places = {source: page_path(source) for source in self.documents}
         self.places.update({name: name for name in self.pictures})

@@ -105,12 +105,14 @@ class WalkTest(unittest.TestCase):
         self.assertEqual({line.split()[0] for line in others},
                          {"certutil", ".\\repair_kit", "notepad", "explorer"})
 
-    def test_the_sample_brand_can_be_previewed(self):
+    def test_the_sample_brand_can_be_painted_and_built(self):
         page = (self.unpacked / "index.html").read_text("utf-8")
-        line, = re.findall(r"<code>(\.\\repair_kit preview sample-brand [^<]*)</code>", page)
-        code, output = self.run_command(line)
-        self.assertEqual(code, 0, output)
+        lines = re.findall(r"<code>(\.\\repair_kit [a-z]+ sample-brand [^<]*)</code>", page)
+        for line in lines:
+            code, output = self.run_command(line)
+            self.assertEqual(code, 0, output)
         self.assertTrue((self.unpacked / "sample-pictures" / "contact-sheet.png").exists())
+        self.assertTrue((self.unpacked / "sample" / "KrvBrennickInstaller.exe").exists())
 
 
 if __name__ == "__main__":
