@@ -44,11 +44,6 @@ std::string_view CharacterFault(CharacterKind kind) {
     return {};
 }
 
-char UpperAscii(char character) {
-    return character >= 'a' && character <= 'z' ? static_cast<char>(character - 'a' + 'A')
-                                                : character;
-}
-
 bool IsAsciiLetter(char character) {
     return UpperAscii(character) >= 'A' && UpperAscii(character) <= 'Z';
 }
@@ -57,11 +52,6 @@ bool IsAsciiLetter(char character) {
 bool IsDeviceNumber(std::string_view text) {
     return (text.size() == 1 && text[0] >= '1' && text[0] <= '9') || text == "\xC2\xB9" ||
            text == "\xC2\xB2" || text == "\xC2\xB3";
-}
-
-bool IsSameAscii(std::string_view text, std::string_view upper) {
-    return std::equal(text.begin(), text.end(), upper.begin(), upper.end(),
-                      [](char left, char right) { return UpperAscii(left) == right; });
 }
 
 std::string_view ComponentFault(std::string_view component) {
@@ -103,17 +93,27 @@ const std::vector<wchar_t>& UpperCaseTable() {
     return table;
 }
 
-void AppendUtf8(std::string& target, unsigned code) {
+void AppendUtf8(std::string& target, char32_t code) {
+    const auto append = [&](unsigned mark, unsigned shift) {
+        const unsigned bits = code >> shift;
+        target += static_cast<char>(mark | (mark == 0x80 ? bits & 0x3F : bits));
+    };
     if (code < 0x80) {
-        target += static_cast<char>(code);
-    } else if (code < 0x800) {
-        target += static_cast<char>(0xC0 | (code >> 6));
-        target += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
-        target += static_cast<char>(0xE0 | (code >> 12));
-        target += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        target += static_cast<char>(0x80 | (code & 0x3F));
+        append(0, 0);
+        return;
     }
+    if (code < 0x800) {
+        append(0xC0, 6);
+    } else {
+        if (code < 0x10000) {
+            append(0xE0, 12);
+        } else {
+            append(0xF0, 18);
+            append(0x80, 12);
+        }
+        append(0x80, 6);
+    }
+    append(0x80, 0);
 }
 
 // How many bytes the character has that begins with `first`; the text is valid.
@@ -205,31 +205,33 @@ size_t Utf16Length(std::string_view utf8) {
     return length;
 }
 
-std::string FoldCase(std::string_view utf8) {
-    static const std::vector<wchar_t>& upper = UpperCaseTable();
-    std::string folded(utf8);
-    size_t ascii = 0;
-    for (; ascii < utf8.size() && static_cast<unsigned char>(utf8[ascii]) < 0x80; ++ascii) {
-        folded[ascii] = UpperAscii(utf8[ascii]);
+bool IsSameAscii(std::string_view text, std::string_view upper) {
+    return std::equal(text.begin(), text.end(), upper.begin(), upper.end(),
+                      [](char left, char right) { return UpperAscii(left) == right; });
+}
+
+char32_t TakeFolded(std::string_view& utf8) {
+    const auto first = static_cast<unsigned char>(utf8.front());
+    if (first < 0x80) {
+        utf8.remove_prefix(1);
+        return static_cast<unsigned char>(UpperAscii(static_cast<char>(first)));
     }
-    folded.resize(ascii);
-    for (size_t i = ascii; i < utf8.size();) {
-        const auto first = static_cast<unsigned char>(utf8[i]);
-        const size_t bytes = CharacterBytes(first);
-        const auto continued = [&](size_t index) {
-            return static_cast<unsigned>(static_cast<unsigned char>(utf8[i + index]) & 0x3F);
-        };
-        if (bytes == 1) {
-            folded += static_cast<char>(upper[first]);
-        } else if (bytes == 2) {
-            AppendUtf8(folded, upper[(first & 0x1FU) << 6 | continued(1)]);
-        } else if (bytes == 3) {
-            AppendUtf8(folded, upper[(first & 0x0FU) << 12 | continued(1) << 6 | continued(2)]);
-        } else {
-            // Windows compares the two halves of a pair, which have no case.
-            folded.append(utf8.substr(i, 4));
-        }
-        i += bytes;
+    static const std::vector<wchar_t>& upper = UpperCaseTable();
+    const size_t bytes = CharacterBytes(first);
+    char32_t code = first & (0xFFU >> (bytes + 1));
+    for (const char continued : utf8.substr(1, bytes - 1)) {
+        code = code << 6 | (static_cast<unsigned char>(continued) & 0x3FU);
+    }
+    utf8.remove_prefix(bytes);
+    // Windows compares the two halves of a pair, which have no case.
+    return code < upper.size() ? upper[code] : code;
+}
+
+std::string FoldCase(std::string_view utf8) {
+    std::string folded;
+    folded.reserve(utf8.size());
+    while (!utf8.empty()) {
+        AppendUtf8(folded, TakeFolded(utf8));
     }
     return folded;
 }

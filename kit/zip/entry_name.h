@@ -28,6 +28,19 @@
 // UTF-16 characters of valid UTF-8.
 [[nodiscard]] size_t Utf16Length(std::string_view utf8);
 
+// ASCII letters in capitals, everything else as it is.
+[[nodiscard]] inline char UpperAscii(char character) {
+    return character >= 'a' && character <= 'z' ? static_cast<char>(character - 'a' + 'A')
+                                                : character;
+}
+
+// Whether the text is `upper`, which has no small letters, in any letter case.
+[[nodiscard]] bool IsSameAscii(std::string_view text, std::string_view upper);
+
+// Takes the first character off valid UTF-8 that is not empty: in the case that Windows compares
+// names in.
+[[nodiscard]] char32_t TakeFolded(std::string_view& utf8);
+
 // Valid UTF-8 with each letter in the case that Windows compares names in: two names are one to
 // CompareStringOrdinal, which ignores case, exactly when their folded forms are equal.
 [[nodiscard]] std::string FoldCase(std::string_view utf8);

@@ -1,103 +1,160 @@
 #include "kit/zip/package_paths.h"
 
 #include <algorithm>
+#include <span>
 
 #include "kit/zip/entry_name.h"
 
 namespace {
 
-// Replaces the slash, so that a folder's content comes right behind the folder in the order of
-// bytes. No name without a fault has it.
-constexpr char kSeparator = '\x01';
+// The separator comes before all other characters, so that a folder's content follows right behind
+// the folder. No name without a fault has this character.
+constexpr char32_t kEnd = 0;
+constexpr char32_t kSeparator = 1;
+constexpr unsigned kCharacterBits = 21;
+constexpr unsigned kCharactersAtOnce = 3;
 
-std::string KeyOf(std::string_view name) {
-    std::string key = FoldCase(name);
-    if (key.ends_with('/')) {
-        key.pop_back();
+char32_t TakeCharacter(std::string_view& name) {
+    if (name.empty()) {
+        return kEnd;
     }
-    std::replace(key.begin(), key.end(), '/', kSeparator);
-    return key;
+    const char32_t character = TakeFolded(name);
+    return character == U'/' ? kSeparator : character;
 }
 
-bool IsBelow(std::string_view key, std::string_view folderKey) {
-    return key.size() > folderKey.size() && key.starts_with(folderKey) &&
-           key[folderKey.size()] == kSeparator;
-}
+struct Comparison {
+    bool isBefore = false;  // The left path comes before the right one.
+    bool isSame = false;
+    bool isBelow = false;         // The right path is in the folder with the left one's name.
+    size_t commonComponents = 0;  // How many of the first ones are the same.
+};
 
-size_t SeparatorsIn(std::string_view key) {
-    return static_cast<size_t>(std::count(key.begin(), key.end(), kSeparator));
-}
-
-// How many of the first components of both are the same.
-size_t CommonComponents(std::string_view left, std::string_view right) {
-    const auto difference = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
-    const auto length = static_cast<size_t>(difference.first - left.begin());
-    const auto endsThere = [&](std::string_view key) {
-        return length == key.size() || key[length] == kSeparator;
+// Two paths without a slash at the end.
+Comparison Compare(std::string_view left, std::string_view right) {
+    const auto endsComponent = [](char32_t character) {
+        return character <= kSeparator;
     };
-    const size_t separators = SeparatorsIn(left.substr(0, length));
-    return length > 0 && endsThere(left) && endsThere(right) ? separators + 1 : separators;
+    Comparison comparison;
+    for (;;) {
+        const char32_t leftCharacter = TakeCharacter(left);
+        const char32_t rightCharacter = TakeCharacter(right);
+        const bool bothEnd = endsComponent(leftCharacter) && endsComponent(rightCharacter);
+        comparison.commonComponents += bothEnd ? 1 : 0;
+        if (leftCharacter != rightCharacter) {
+            comparison.isBefore = leftCharacter < rightCharacter;
+            comparison.isBelow = bothEnd && comparison.isBefore;
+            return comparison;
+        }
+        if (leftCharacter == kEnd) {
+            comparison.isSame = true;
+            return comparison;
+        }
+    }
 }
 
 }  // namespace
+
+void PackagePaths::Reserve(size_t entries) {
+    paths_.reserve(entries);
+}
 
 void PackagePaths::Add(std::string_view name, size_t entry) {
     if (paths_.empty()) {
         firstName_ = name;
     }
-    paths_.push_back({storage_.Keep(KeyOf(name)), entry, name.ends_with('/')});
+    Path path;
+    path.isFolder = name.ends_with('/');
+    path.name = name.substr(0, name.size() - (path.isFolder ? 1 : 0));
+    path.entry = entry;
+    paths_.push_back(path);
 }
 
 void PackagePaths::Sort() {
-    // Files before folders of the same name. Entries keep the order of their names otherwise.
-    std::sort(paths_.begin(), paths_.end(), [](const Path& left, const Path& right) {
-        const int order = left.key.compare(right.key);
-        if (order != 0) {
-            return order < 0;
-        }
-        return left.isFolder != right.isFolder ? right.isFolder : left.entry < right.entry;
-    });
+    std::vector<Range> unsorted{{0, paths_.size()}};
+    while (!unsorted.empty()) {
+        const Range range = unsorted.back();
+        unsorted.pop_back();
+        SortRange(range, unsorted);
+    }
+    CompareNeighbors();
     FindLoneTopFolder();
 }
 
+// Sorts paths that begin alike by their next few characters. Adds the ranges that are still alike
+// then. A comparison of whole names would look at the common beginnings of names again and again.
+void PackagePaths::SortRange(Range range, std::vector<Range>& unsorted) {
+    const std::span<Path> paths = std::span(paths_).subspan(range.begin, range.end - range.begin);
+    for (Path& path : paths) {
+        std::string_view rest = path.name.substr(path.sortedBytes);
+        path.characters = 0;
+        for (unsigned i = 0; i < kCharactersAtOnce; ++i) {
+            path.characters = path.characters << kCharacterBits | TakeCharacter(rest);
+        }
+        path.sortedBytes = static_cast<uint32_t>(path.name.size() - rest.size());
+    }
+    std::sort(paths.begin(), paths.end(), [](const Path& left, const Path& right) {
+        return left.characters < right.characters;
+    });
+    constexpr uint64_t kLastCharacter = (uint64_t{1} << kCharacterBits) - 1;
+    for (size_t begin = 0, end = 0; begin < paths.size(); begin = end) {
+        const uint64_t characters = paths[begin].characters;
+        while (end < paths.size() && paths[end].characters == characters) {
+            ++end;
+        }
+        if (end - begin < 2) {
+            continue;
+        }
+        if ((characters & kLastCharacter) != kEnd) {
+            unsorted.push_back({range.begin + begin, range.begin + end});
+            continue;
+        }
+        // The same name: files before folders. Entries keep their order otherwise.
+        const std::span<Path> same = paths.subspan(begin, end - begin);
+        std::sort(same.begin(), same.end(), [](const Path& left, const Path& right) {
+            return left.isFolder != right.isFolder ? right.isFolder : left.entry < right.entry;
+        });
+    }
+}
+
+void PackagePaths::CompareNeighbors() {
+    for (size_t i = 0; i < paths_.size(); ++i) {
+        Path& path = paths_[i];
+        Comparison comparison;
+        if (i > 0) {
+            comparison = Compare(paths_[i - 1].name, path.name);
+            // Everything of the same name and everything below a file's name follows right behind
+            // it.
+            path.clashesWithPathBefore =
+                !paths_[i - 1].isFolder && (comparison.isSame || comparison.isBelow);
+        }
+        path.hasNewTopName = comparison.commonComponents == 0;
+        const auto parents =
+            static_cast<size_t>(std::count(path.name.begin(), path.name.end(), '/'));
+        const size_t folders = parents + (path.isFolder ? 1 : 0);
+        folderCount_ += folders - std::min(folders, comparison.commonComponents);
+    }
+}
+
 void PackagePaths::FindClashes(const Clash& report) const {
-    for (size_t i = 0; i + 1 < paths_.size(); ++i) {
-        const Path& path = paths_[i];
-        const Path& next = paths_[i + 1];
-        // Everything of the same name and everything below a file's name follows right behind it.
-        if (!path.isFolder && (next.key == path.key || IsBelow(next.key, path.key))) {
-            report(path.entry, next.entry);
+    for (size_t i = 1; i < paths_.size(); ++i) {
+        if (paths_[i].clashesWithPathBefore) {
+            report(paths_[i - 1].entry, paths_[i].entry);
         }
     }
 }
 
 void PackagePaths::ForEachTopName(const std::function<void(size_t)>& visit) const {
-    std::optional<std::string_view> before;
     for (const Path& path : paths_) {
-        const std::string_view top = path.key.substr(0, path.key.find(kSeparator));
-        if (top != before) {
+        if (path.hasNewTopName) {
             visit(path.entry);
         }
-        before = top;
     }
-}
-
-uint64_t PackagePaths::FolderCount() const {
-    uint64_t count = 0;
-    std::string_view before;
-    for (const Path& path : paths_) {
-        const size_t folders = SeparatorsIn(path.key) + (path.isFolder ? 1 : 0);
-        const size_t known = CommonComponents(before, path.key);
-        count += folders > known ? folders - known : 0;
-        before = path.key;
-    }
-    return count;
 }
 
 std::optional<size_t> PackagePaths::FindFile(std::string_view path) const {
-    const std::string key = KeyInClient(path);
-    const auto found = FirstFrom(key);
-    if (found == paths_.end() || found->key != key || found->isFolder) {
+    const std::string wanted = PathInPackage(path);
+    const Path* const found = FirstAt(wanted);
+    if (found == nullptr || found->isFolder || !Compare(wanted, found->name).isSame) {
         return std::nullopt;
     }
     return found->entry;
@@ -107,36 +164,34 @@ std::optional<size_t> PackagePaths::FindOwnName() const {
     if (!loneTopFolder_) {
         return std::nullopt;
     }
-    const std::string key = KeyInClient(*loneTopFolder_);
-    const auto found = FirstFrom(key);
-    if (found == paths_.end() || (found->key != key && !IsBelow(found->key, key))) {
-        return std::nullopt;
-    }
-    return found->entry;
-}
-
-std::string PackagePaths::KeyInClient(std::string_view path) const {
-    return loneTopKey_ + KeyOf(path);
-}
-
-std::vector<PackagePaths::Path>::const_iterator PackagePaths::FirstFrom(
-    std::string_view key) const {
-    return std::lower_bound(
-        paths_.begin(), paths_.end(), key,
-        [](const Path& path, std::string_view wanted) { return path.key < wanted; });
+    const Path* const found = FirstAt(PathInPackage(*loneTopFolder_));
+    return found == nullptr ? std::nullopt : std::optional(found->entry);
 }
 
 void PackagePaths::FindLoneTopFolder() {
     if (paths_.empty()) {
         return;
     }
-    const std::string_view first = paths_.front().key;
-    const std::string_view top = first.substr(0, first.find(kSeparator));
-    // Sorted: if the first and the last path are in the folder, all are. A file of its name would
-    // be the first.
-    const bool isFolder = top.size() < first.size() || paths_.front().isFolder;
-    if (isFolder && (paths_.back().key == top || IsBelow(paths_.back().key, top))) {
+    // A file at the top would be the first path of its name.
+    const Path& first = paths_.front();
+    const bool isInFolder = first.isFolder || first.name.find('/') != std::string_view::npos;
+    if (isInFolder && std::none_of(paths_.begin() + 1, paths_.end(),
+                                   [](const Path& path) { return path.hasNewTopName; })) {
         loneTopFolder_ = FirstComponent(firstName_);
-        loneTopKey_ = std::string(top) + kSeparator;
     }
+}
+
+std::string PackagePaths::PathInPackage(std::string_view pathInClient) const {
+    return (loneTopFolder_ ? std::string(*loneTopFolder_) + "/" : "") + std::string(pathInClient);
+}
+
+const PackagePaths::Path* PackagePaths::FirstAt(std::string_view path) const {
+    const auto found = std::partition_point(paths_.begin(), paths_.end(), [&](const Path& each) {
+        return Compare(each.name, path).isBefore;
+    });
+    if (found == paths_.end()) {
+        return nullptr;
+    }
+    const Comparison comparison = Compare(path, found->name);
+    return comparison.isSame || comparison.isBelow ? &*found : nullptr;
 }

@@ -8,14 +8,14 @@
 #include <string_view>
 #include <vector>
 
-#include "kit/zip/text_storage.h"
-
 // The entries of a package as the paths that they become on Windows, where letter case does not
 // matter.
 class PackagePaths {
 public:
-    // Adds an entry whose name is valid UTF-8 and has no NameFault. `entry` is the caller's number
-    // for it.
+    // Room for so many entries, so that adding them moves nothing.
+    void Reserve(size_t entries);
+    // Adds an entry whose name is valid UTF-8, has no NameFault and outlives this object. `entry`
+    // is the caller's number for it.
     void Add(std::string_view name, size_t entry);
     // After the last Add and before everything below.
     void Sort();
@@ -30,7 +30,9 @@ public:
     void ForEachTopName(const std::function<void(size_t entry)>& visit) const;
 
     // Folders, those that only names of other entries imply included.
-    [[nodiscard]] uint64_t FolderCount() const;
+    [[nodiscard]] uint64_t FolderCount() const {
+        return folderCount_;
+    }
 
     // If everything is in one folder at the top: that folder as it is written in the first entry.
     // The tool takes it off.
@@ -47,18 +49,28 @@ public:
 
 private:
     struct Path {
-        std::string_view key;  // Folded, with kSeparator between components and none at the end.
+        std::string_view name;  // Without the slash at a folder's end.
         size_t entry = 0;
+        uint64_t characters = 0;   // The next ones to sort by, folded.
+        uint32_t sortedBytes = 0;  // Of the name: up to those characters' end.
         bool isFolder = false;
+        bool clashesWithPathBefore = false;
+        bool hasNewTopName = false;
+    };
+    struct Range {
+        size_t begin = 0;
+        size_t end = 0;
     };
 
-    [[nodiscard]] std::string KeyInClient(std::string_view path) const;
-    [[nodiscard]] std::vector<Path>::const_iterator FirstFrom(std::string_view key) const;
+    void SortRange(Range range, std::vector<Range>& unsorted);
+    void CompareNeighbors();
     void FindLoneTopFolder();
+    [[nodiscard]] std::string PathInPackage(std::string_view pathInClient) const;
+    // The first path that is this one or below it; null if there is none.
+    [[nodiscard]] const Path* FirstAt(std::string_view path) const;
 
-    TextStorage storage_;
     std::vector<Path> paths_;
+    uint64_t folderCount_ = 0;
     std::optional<std::string_view> loneTopFolder_;
-    std::string loneTopKey_;  // Ends in kSeparator; empty if there is no such folder.
     std::string_view firstName_;
 };
