@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "common/files.h"
+#include "common/paths.h"
 #include "common/win32_error.h"
-#include "kit/errors.h"
 #include "kit/utf8.h"
 
 namespace {
@@ -29,8 +29,16 @@ std::string ReadAll(HANDLE file, const std::wstring& path, uint64_t size) {
 
 }  // namespace
 
+InputTooLarge::InputTooLarge(const std::wstring& path, uint64_t mostBytes)
+    : OutsideFailure("cannot read " + WideToUtf8(path) + ", which is larger than " +
+                         std::to_string(mostBytes / 0x100000) + " MiB",
+                     ERROR_FILE_TOO_LARGE) {}
+
 std::optional<std::string> ReadInputFile(const std::wstring& path, uint64_t mostBytes) {
-    const KernelHandle file = OpenForReading(path);
+    const auto file = AdoptHandle<KernelHandle>(
+        ::CreateFileW(SystemPath(path).Text(), GENERIC_READ,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                      OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (!file) {
         const DWORD error = ::GetLastError();
         if (KindOf(path) == EntryKind::Folder) {
@@ -46,9 +54,7 @@ std::optional<std::string> ReadInputFile(const std::wstring& path, uint64_t most
         throw OutsideFailure("cannot read", path, ::GetLastError());
     }
     if (static_cast<uint64_t>(size.QuadPart) > mostBytes) {
-        throw OutsideFailure("cannot read " + WideToUtf8(path) + ", which is larger than " +
-                                 std::to_string(mostBytes / 0x100000) + " MiB",
-                             ERROR_FILE_TOO_LARGE);
+        throw InputTooLarge(path, mostBytes);
     }
     return ReadAll(file.get(), path, static_cast<uint64_t>(size.QuadPart));
 }

@@ -284,14 +284,15 @@ ExitCode Refuse(const std::string& reason, const ShowArguments& arguments, Conso
 
 // The whole file; none when it is too large for one of our programs.
 std::optional<std::string> ReadExe(const std::wstring& path) {
-    if (FileSize(path).value_or(0) > kMostExeBytes) {
+    try {
+        auto content = ReadInputFile(path, kMostExeBytes);
+        if (!content) {
+            throw OutsideFailure("cannot read", path, ERROR_FILE_NOT_FOUND);
+        }
+        return content;
+    } catch (const InputTooLarge&) {
         return std::nullopt;
     }
-    auto content = ReadInputFile(path, kMostExeBytes);
-    if (!content) {
-        throw OutsideFailure("cannot read", path, ERROR_FILE_NOT_FOUND);
-    }
-    return content;
 }
 
 }  // namespace

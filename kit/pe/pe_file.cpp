@@ -11,6 +11,7 @@ constexpr uint16_t kPe32PlusMagic = 0x20B;
 constexpr size_t kNewHeaderOffsetField = 60;
 constexpr uint16_t kMaxSections = 96;  // What Windows loads.
 constexpr uint32_t kMaxImageSize = 0x7FFF'FFFF;
+constexpr uint32_t kMaxFileAlignment = 0x10000;
 
 struct FileHeader {
     uint16_t sectionCount = 0;
@@ -54,9 +55,9 @@ bool ReadOptionalHeader(ByteReader& reader, size_t size, PeFile& pe) {
     pe.headersSize = reader.U32();
     pe.checksum = reader.U32();
     reader.Skip(40);  // Subsystem, flags, stack and heap sizes, loader flags.
-    const size_t count =
+    pe.directoryCount =
         std::min({size_t{reader.U32()}, kPeDirectories, (size - kDirectoriesField) / 8});
-    for (size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < pe.directoryCount; ++i) {
         pe.directories[i].address = reader.U32();
         pe.directories[i].size = reader.U32();
     }
@@ -69,8 +70,8 @@ bool IsPowerOfTwo(uint32_t number) {
 
 bool AreSizesSound(const PeFile& pe) {
     return IsPowerOfTwo(pe.sectionAlignment) && IsPowerOfTwo(pe.fileAlignment) &&
-           pe.fileAlignment <= pe.sectionAlignment && pe.sectionAlignment <= 0x1000'0000 &&
-           pe.imageSize <= kMaxImageSize;
+           pe.fileAlignment <= pe.sectionAlignment && pe.fileAlignment <= kMaxFileAlignment &&
+           pe.sectionAlignment <= 0x1000'0000 && pe.imageSize <= kMaxImageSize;
 }
 
 PeSection ReadSection(ByteReader& reader) {
@@ -97,6 +98,27 @@ bool IsSectionSound(const PeSection& section, uint32_t lowestAddress, ByteView f
            section.virtualSize <= kMaxImageSize - section.address &&
            section.rawSize <= kMaxImageSize - section.address &&
            (section.rawSize == 0 || PartOf(file, section.rawOffset, section.rawSize));
+}
+
+// Without a signature, or with one that is in the file, behind everything else, and begins with a
+// size (WIN_CERTIFICATE) that it can have.
+bool IsSignatureSound(ByteView file, const PeFile& pe) {
+    constexpr uint32_t kHeaderSize = 8;
+    constexpr uint32_t kAlignment = 8;
+    const PeDirectory& place = pe.directories[kCertificateDirectory];
+    if (!pe.HasCertificates()) {
+        return true;
+    }
+    uint64_t end = pe.headersSize;
+    for (const PeSection& section : pe.sections) {
+        end = std::max(end, section.RawEnd());
+    }
+    const auto bytes = PartOf(file, place.address, place.size);
+    if (!bytes || place.address < end || place.address % kAlignment != 0) {
+        return false;
+    }
+    const uint32_t size = ByteReader(*bytes).U32();
+    return size >= kHeaderSize && size <= place.size;
 }
 
 }  // namespace
@@ -129,6 +151,10 @@ std::optional<PeFile> ReadPeFile(ByteView file, std::string& reason) {
         }
         lowestAddress = section.End();
         pe.sections.push_back(std::move(section));
+    }
+    if (!IsSignatureSound(file, pe)) {
+        reason = "its signature is damaged, or the file is cut short";
+        return std::nullopt;
     }
     return pe;
 }

@@ -26,6 +26,10 @@ struct PeSection {
     [[nodiscard]] uint32_t End() const {
         return address + (virtualSize > rawSize ? virtualSize : rawSize);
     }
+    // The same in the file; 0 without data there.
+    [[nodiscard]] uint64_t RawEnd() const {
+        return rawSize == 0 ? 0 : uint64_t{rawOffset} + rawSize;
+    }
 };
 
 inline constexpr size_t kResourceDirectory = 2;
@@ -43,6 +47,7 @@ struct PeFile {
     uint32_t initializedDataSize = 0;
     uint32_t symbolTableOffset = 0;
     uint32_t checksum = 0;
+    size_t directoryCount = 0;  // How many the headers have room for; the others are empty.
     std::array<PeDirectory, kPeDirectories> directories;
     std::vector<PeSection> sections;  // In ascending order of their addresses; none overlap.
 
@@ -52,8 +57,8 @@ struct PeFile {
 };
 
 // The program's headers, checked: every section they describe is in the file and in the
-// image. None when the bytes are no such program; `reason` then says why, for the end of a
-// sentence. Any thread.
+// image, and a signature behind all sections. None when the bytes are no such program; `reason`
+// then says why, for the end of a sentence. Any thread.
 [[nodiscard]] std::optional<PeFile> ReadPeFile(ByteView file, std::string& reason);
 
 // The bytes from `address` on that the file holds for its section, at least one. None outside of

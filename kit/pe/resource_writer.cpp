@@ -136,10 +136,6 @@ private:
     ByteBuffer section_;
 };
 
-size_t RawEnd(const PeSection& section) {
-    return section.rawSize == 0 ? 0 : size_t{section.rawOffset} + section.rawSize;
-}
-
 bool Holds(const PeSection& section, const PeDirectory& directory) {
     return directory.size != 0 && directory.address >= section.address &&
            directory.address < section.End();
@@ -166,13 +162,16 @@ std::string ReasonAgainst(ByteView program, const PeFile& pe) {
     if (pe.HasCertificates()) {
         return "it is signed, and a change would break the signature";
     }
-    size_t end = pe.headersSize;
+    if (pe.directoryCount <= kRelocationDirectory) {
+        return "its headers have no room for the place of its resources";
+    }
+    uint64_t end = pe.headersSize;
     for (const PeSection& section : pe.sections) {
         // In the file in the order of their addresses, so that what is behind one can move up.
         if (section.rawSize != 0 && section.rawOffset < end) {
             return "its sections overlap in the file";
         }
-        end = std::max(end, RawEnd(section));
+        end = std::max(end, section.RawEnd());
     }
     if (pe.symbolTableOffset != 0 || end != program.size()) {
         return "it has data behind its sections";

@@ -173,6 +173,12 @@ class ShowTest(CommandTest):
             cut.write_bytes(content[:size])
             self.refused(cut)
 
+    def test_what_is_too_large_for_a_tool_is_refused(self):
+        large = self.folder / "large.exe"
+        with open(large, "wb") as file:
+            file.truncate(0x4000_0001)
+        self.assertIn("too large", self.refused(large))
+
     def test_what_cannot_be_read_fails(self):
         self.run_kit(FAILED, "show", self.folder / "missing.exe")
         self.run_kit(FAILED, "show", self.folder)

@@ -84,6 +84,54 @@ TEST(ReadPeFile, RefusesNumbersThatCannotBe) {
     }
 }
 
+TEST(ReadPeFile, RefusesFileAlignmentsThatNoLinkerWrites) {
+    for (const uint32_t alignment : {0x200u, 0x1'0000u, 0x2'0000u}) {
+        ByteBuffer file = TwoSections();
+        PutU32(file, kSmallOptionalHeader + 32, 0x10'0000);
+        PutU32(file, kSmallOptionalHeader + 36, alignment);
+        EXPECT_EQ(Read(file).has_value(), alignment <= 0x1'0000) << alignment;
+    }
+}
+
+TEST(ReadPeFile, KnowsASignatureThatIsThere) {
+    constexpr size_t kPlace = kSmallOptionalHeader + kDirectoriesField + kCertificateDirectory * 8;
+    struct Row {
+        const char* what;
+        uint32_t offset;
+        uint32_t size;
+        uint32_t ownSize;  // At the beginning of the signature.
+        bool isSound;
+    };
+    // The sections end at 0x600, the file with the signature at 0x610.
+    const Row rows[] = {
+        {"whole", 0x600, 16, 16, true},
+        {"shorter than its place", 0x600, 16, 9, true},
+        {"only a header", 0x600, 16, 8, true},
+        {"less than a header", 0x600, 16, 7, false},
+        {"longer than its place", 0x600, 16, 17, false},
+        {"longer than the file", 0x600, 24, 16, false},
+        {"behind the file", 0x610, 16, 16, false},
+        {"far behind the file", 0xFFFF'FFF8, 16, 16, false},
+        {"enormous", 0x600, 0xFFFF'FFFF, 16, false},
+        {"shorter than a number", 0x600, 3, 0, false},
+        {"in a section", 0x400, 16, 16, false},
+        {"in the headers", 0, 16, 16, false},
+        {"at an odd place", 0x604, 12, 12, false},
+    };
+    for (const Row& row : rows) {
+        ByteBuffer file = TwoSections();
+        file.resize(0x610);
+        PutU32(file, kPlace, row.offset);
+        PutU32(file, kPlace + 4, row.size);
+        if (row.offset + 4 <= file.size()) {
+            PutU32(file, row.offset == 0 ? 0x600 : row.offset, row.ownSize);
+        }
+        const auto pe = Read(file);
+        EXPECT_EQ(pe.has_value(), row.isSound) << row.what;
+        EXPECT_TRUE(!pe || pe->HasCertificates()) << row.what;
+    }
+}
+
 TEST(ReadPeFile, IgnoresDirectoriesThatTheHeaderHasNoRoomFor) {
     ByteBuffer file = TwoSections();
     PutU32(file, kSmallOptionalHeader + 108, 0xFFFF'FFFF);

@@ -143,7 +143,8 @@ std::vector<RefusedProgram> RefusedPrograms() {
     ByteBuffer isSigned = SmallProgram({kText});
     PutU32(isSigned, kSmallOptionalHeader + kDirectoriesField + kCertificateDirectory * 8, 0x400);
     PutU32(isSigned, kSmallOptionalHeader + kDirectoriesField + kCertificateDirectory * 8 + 4, 8);
-    AppendBytes(isSigned, BytesOf("12345678"));
+    AppendU32(isSigned, 8);
+    AppendU32(isSigned, 0x2'0200);
     ByteBuffer longer = SmallProgram({kText});
     AppendBytes(longer, BytesOf("x"));
     ByteBuffer withSymbols = SmallProgram({kText});
@@ -154,6 +155,8 @@ std::vector<RefusedProgram> RefusedPrograms() {
     ByteBuffer swapped = SmallProgram({kText, kReloc});
     PutU32(swapped, kSmallSectionTable + 20, 0x400);
     PutU32(swapped, kSmallSectionTable + kSectionHeaderSize + 20, 0x200);
+    ByteBuffer fewDirectories = SmallProgram({kText});
+    PutU32(fewDirectories, kSmallOptionalHeader + kDirectoriesField - 4, kRelocationDirectory);
     ByteBuffer inHeaders = SmallProgram({kText});
     PutU32(inHeaders, kSmallOptionalHeader + kDirectoriesField + kResourceDirectory * 8, 0x40);
     return {
@@ -162,6 +165,7 @@ std::vector<RefusedProgram> RefusedPrograms() {
         {"bytes behind", longer, "behind its sections"},
         {"symbols", withSymbols, "behind its sections"},
         {"no room", SmallProgram({kText, kText, kText, kText}), "no room"},
+        {"no room for directories", fewDirectories, "no room for the place"},
         {"another section behind", SmallProgram({kText, own, kText}), "cannot be taken out"},
         {"two sections behind", SmallProgram({kText, own, kReloc, kText}), "cannot be taken out"},
         {"imports in the section", shared, "cannot be taken out"},
