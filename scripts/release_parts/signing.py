@@ -25,15 +25,23 @@ def is_signed(content):
     return struct.unpack_from("<II", content, optional + SIGNATURE)[1] > 0
 
 
-def sign(exe, command):
-    """Runs `command` without a shell on `exe`, whose path replaces {file} in it.
+def command_words(command):
+    """The words of a signing command. Raises SigningFailed if it cannot be one."""
+    try:
+        words = shlex.split(command)
+    except ValueError as error:
+        raise SigningFailed(f"the signing command is not complete: {error}") from error
+    if not any("{file}" in word for word in words):
+        raise SigningFailed("the signing command does not name the file. Write {file} where it belongs.")
+    return words
+
+
+def sign(exe, words):
+    """Runs a signing command without a shell on `exe`, whose path replaces {file} in it.
 
     The symbols must remain those of the signed program, so it may change nothing but what belongs to a
     signature. Raises SigningFailed.
     """
-    words = shlex.split(command)
-    if not any("{file}" in word for word in words):
-        raise SigningFailed('the signing command does not name the file. Write {file} where it belongs.')
     before = exe.read_bytes()
     try:
         result = subprocess.run([word.replace("{file}", str(exe)) for word in words])

@@ -311,7 +311,7 @@ class SigningTest(ReleaseTest):
 
     def test_the_signed_kit_is_packed_and_its_symbols_match(self):
         self.make_certificate()
-        signing.sign(self.exe, self.SIGN)
+        signing.sign(self.exe, signing.command_words(self.SIGN))
         write_release(BUILD, self.folder / "dist", exe=self.exe)
         signed = self.contents(self.folder / "dist" / "repair-kit-1.2.3.zip", "repair-kit-1.2.3/")
         (self.folder / "packed.exe").write_bytes(signed["repair_kit.exe"])
@@ -329,7 +329,7 @@ class SigningTest(ReleaseTest):
 
     def check_refused(self, command, reason):
         with self.assertRaisesRegex(signing.SigningFailed, reason):
-            signing.sign(self.exe, command)
+            signing.sign(self.exe, signing.command_words(command))
 
     def test_a_command_that_fails(self):
         self.check_refused("sh -c 'exit 7' {file}", "ended with code 7")
@@ -342,6 +342,10 @@ class SigningTest(ReleaseTest):
 
     def test_a_command_without_the_file(self):
         self.check_refused("true", "does not name the file")
+        self.check_refused("", "does not name the file")
+
+    def test_a_command_with_an_open_quote(self):
+        self.check_refused("sh -c 'true {file}", "is not complete")
 
     def test_a_command_that_changes_the_program(self):
         self.make_certificate()

@@ -37,8 +37,9 @@ class CheckoutTest(unittest.TestCase):
         self.clone = pathlib.Path(scratch.name) / "clone"
         clone_checkout(self.origin, self.clone)
 
-    def run_release(self):
-        return subprocess.run([self.clone / "scripts" / "release"], capture_output=True, text=True)
+    def run_release(self, *options):
+        return subprocess.run([self.clone / "scripts" / "release", *options], capture_output=True,
+                              text=True)
 
     def check_refused(self, *messages):
         result = self.run_release()
@@ -111,6 +112,13 @@ class CheckoutTest(unittest.TestCase):
         git(self.clone, "tag", "--force", f"v{VERSION}")
         self.check_refused(f'CHANGELOG.md calls {VERSION} "not yet released". Take that out of the '
                            "heading.")
+
+    def test_an_unusable_signing_command_is_refused_before_the_build(self):
+        for command in ("", "sign"):
+            result = self.run_release("--sign", command)
+            self.assertEqual((result.returncode, result.stdout), (1, ""))
+            self.assertEqual(result.stderr, "release: the signing command does not name the file. Write "
+                                            "{file} where it belongs.\n")
 
     def test_all_reasons_are_said_at_once(self):
         self.change("CHANGELOG.md", f"## {VERSION}\n", "## 0.9\n")
