@@ -1,11 +1,6 @@
-#!/usr/bin/env python3
-"""Writes RAR archives without compression, in the format of RAR 4 or of RAR 5, for the tests.
-
-write_rar.py OUT {4|5} NAME=TEXT ...    a NAME that ends in "/" is a folder
-"""
+"""RAR archives without compression, in the format of RAR 4 or of RAR 5, for the tests."""
 
 import struct
-import sys
 import zlib
 
 DOS_TIME = ((2024 - 1980) << 25) | (3 << 21) | (4 << 16) | (5 << 11) | (6 << 5) | 4
@@ -95,17 +90,3 @@ def rar5(items):
         body += vint(0) + vint(0) + vint(len(name_bytes)) + name_bytes
         out += rar5_block(body) + data
     return out + rar5_block(vint(5) + vint(0) + vint(0))
-
-
-def main():
-    items = []
-    for argument in sys.argv[3:]:
-        name, _, text = argument.partition("=")
-        items.append((name, text.encode("utf-8")))
-    write = {"4": rar4, "5": rar5}[sys.argv[2]]
-    with open(sys.argv[1], "wb") as out:
-        out.write(write(items))
-
-
-if __name__ == "__main__":
-    main()
