@@ -7,28 +7,16 @@
 #include <string>
 #include <vector>
 
-#include "bench_parts/call_hook.h"
 #include "bench_parts/client_folder_test.h"
 #include "bench_parts/running_copy.h"
+#include "bench_parts/shell_recorder.h"
 #include "bench_parts/skipping.h"
 #include "bench_parts/waiting.h"
-#include "common/shell_api.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// What the shell is asked to open; null pointers are empty.
-struct ShellCall {
-    HWND owner;
-    std::wstring verb;
-    std::wstring file;
-    bool hasParameters;
-    std::wstring folder;
-    int show;
-
-    bool operator==(const ShellCall&) const = default;
-};
+using bench::ShellRecorder;
 
 class LaunchStartupProgramTest : public bench::ClientFolderTest {
 protected:
@@ -40,23 +28,18 @@ protected:
     }
 
     // Launches it without letting the shell open anything.
-    static std::vector<ShellCall> Launch() {
-        std::vector<ShellCall> calls;
-        const auto hook = bench::HookCall<decltype(&::ShellExecuteW)>(
-            L"shell32.dll", "ShellExecuteW",
-            [&](HWND owner, LPCWSTR verb, LPCWSTR file, LPCWSTR parameters, LPCWSTR folder,
-                INT show) -> HINSTANCE {
-                calls.push_back({owner, verb == nullptr ? L"" : verb, file, parameters != nullptr,
-                                 folder == nullptr ? L"" : folder, show});
-                return nullptr;  // Out of memory, which is ignored.
-            });
+    static std::vector<ShellRecorder::Call> Launch() {
+        const ShellRecorder shell;
         LaunchStartupProgram();
-        return calls;
+        return shell.Calls();
     }
 
-    static ShellCall Opening(const fs::path& exe) {
-        return {::GetDesktopWindow(),       L"open",      exe.native(), false,
-                exe.parent_path().native(), SW_SHOWNORMAL};
+    static ShellRecorder::Call Opening(const fs::path& exe) {
+        return {.owner = ::GetDesktopWindow(),
+                .verb = L"open",
+                .file = exe.native(),
+                .folder = exe.parent_path().native(),
+                .show = SW_SHOWNORMAL};
     }
 };
 

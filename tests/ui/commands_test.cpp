@@ -149,17 +149,13 @@ TEST_F(Commands, TheLinksOpenTheirAddressesIfTheyHaveOne) {
     toolConfig.discordUrl.clear();
     window.Press(4005);
     window.Press(4006);
-    ASSERT_EQ(shell_.Calls().size(), 3U);
-    EXPECT_EQ(shell_.Calls()[0].file, L"https://www.karvoth.example/");
-    EXPECT_EQ(shell_.Calls()[1].file, L"https://community.karvoth.example/");
-    EXPECT_EQ(shell_.Calls()[2].file, L"https://www.karvoth.example/");
-    for (const ShellRecorder::Call& call : shell_.Calls()) {
-        EXPECT_EQ(call.owner, window.Handle());
-        EXPECT_EQ(call.verb, L"open");
-        EXPECT_FALSE(call.hasParameters);
-        EXPECT_FALSE(call.hasFolder);
-        EXPECT_EQ(call.show, SW_SHOWNORMAL);
-    }
+    const auto opening = [&](const wchar_t* url) {
+        return ShellRecorder::Call{
+            .owner = window.Handle(), .verb = L"open", .file = url, .show = SW_SHOWNORMAL};
+    };
+    EXPECT_THAT(shell_.Calls(), ElementsAre(opening(L"https://www.karvoth.example/"),
+                                            opening(L"https://community.karvoth.example/"),
+                                            opening(L"https://www.karvoth.example/")));
 }
 
 TEST_F(Commands, RetryMakesTheWindowReadyAgain) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bench_parts/scratch_folder.h"
+#include "bench_parts/shell_recorder.h"
 #include "common/com_apartment.h"
 #include "config/tool_config.h"
 #include "job/progress/job_progress.h"

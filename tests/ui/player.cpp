@@ -1,7 +1,6 @@
 #include "ui/player.h"
 
 #include "bench_parts/call_hook.h"
-#include "common/shell_api.h"
 
 namespace bench {
 
@@ -36,15 +35,5 @@ std::shared_ptr<void> Player::HookMessageBoxes() {
             return latest->Answer({owner, TextOf(text), TextOf(caption), style});
         })));
 }
-
-ShellRecorder::ShellRecorder()
-    : hook_(new auto(HookCall<decltype(&::ShellExecuteW)>(
-          L"shell32.dll", "ShellExecuteW",
-          [this](HWND owner, LPCWSTR verb, LPCWSTR file, LPCWSTR parameters, LPCWSTR folder,
-                 INT show) -> HINSTANCE {
-              calls_.push_back({owner, TextOf(verb), TextOf(file), parameters != nullptr,
-                                folder != nullptr, show});
-              return nullptr;  // Out of memory, which the program ignores.
-          }))) {}
 
 }  // namespace bench

@@ -43,28 +43,4 @@ private:
     std::shared_ptr<void> hook_;  // Of the outermost player.
 };
 
-// Keeps what the shell is asked to open; nothing is opened.
-class ShellRecorder {
-public:
-    ShellRecorder();
-    ShellRecorder(const ShellRecorder&) = delete;
-    ShellRecorder& operator=(const ShellRecorder&) = delete;
-
-    struct Call {
-        HWND owner = nullptr;
-        std::wstring verb;
-        std::wstring file;
-        bool hasParameters = false;
-        bool hasFolder = false;
-        int show = 0;
-    };
-    [[nodiscard]] const std::vector<Call>& Calls() const {
-        return calls_;
-    }
-
-private:
-    std::vector<Call> calls_;
-    std::shared_ptr<void> hook_;
-};
-
 }  // namespace bench
