@@ -348,6 +348,19 @@ void SetWriteTime(const fs::path& path, std::uint64_t time) {
     ThrowUnless(::SetFileTime(file.get(), nullptr, nullptr, &fileTime), "set the time of", path);
 }
 
+fs::path DeepFolder(const fs::path& folder) {
+    const std::wstring part(130, L'd');
+    return folder / part / part;
+}
+
+fs::path MakeDeepFolder(const fs::path& folder) {
+    const fs::path deep = DeepFolder(folder);
+    for (const fs::path& each : {deep.parent_path(), deep}) {
+        ThrowUnless(::CreateDirectoryW(Verbatim(each).c_str(), nullptr), "create", each);
+    }
+    return deep;
+}
+
 std::vector<std::wstring> FolderListing(const fs::path& folder) {
     std::vector<std::wstring> listing;
     ListBelow(Verbatim(folder), L"", listing);

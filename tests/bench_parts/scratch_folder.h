@@ -81,6 +81,10 @@ void MakeSparseFile(const std::filesystem::path& path, std::uint64_t size);
 std::uint64_t GetWriteTime(const std::filesystem::path& path);
 void SetWriteTime(const std::filesystem::path& path, std::uint64_t time);
 
+// A folder below `folder` whose path has more than 260 characters, and the same created.
+std::filesystem::path DeepFolder(const std::filesystem::path& folder);
+std::filesystem::path MakeDeepFolder(const std::filesystem::path& folder);
+
 // Everything below `folder`, sorted by character codes: "a.txt", "empty/", "link@", "sub/",
 // "sub/b.txt". Paths are relative to `folder`, with "/" between and after folders; a folder link
 // ends in "@" and is not entered. (Under Wine a file link looks like a file, and a dangling link is

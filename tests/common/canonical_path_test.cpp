@@ -8,6 +8,7 @@
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/current_folder.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
 #include "common/paths.h"
 #include "common/windows_api.h"
@@ -120,11 +121,8 @@ TEST_F(CanonicalPath, ReadsFinalPathsOfAnyKindAndLength) {
 }
 
 TEST_F(CanonicalPath, IsNoneIfTheExistingPartCannotBeOpened) {
-    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
-        L"kernel32.dll", "CreateFileW", [](auto...) -> HANDLE {
-            ::SetLastError(ERROR_ACCESS_DENIED);
-            return INVALID_HANDLE_VALUE;
-        });
+    const auto hook =
+        bench::HookOpen([](const std::wstring&) { return DWORD{ERROR_ACCESS_DENIED}; });
     EXPECT_FALSE(WeaklyCanonical(L"C:\\windows"));
 }
 

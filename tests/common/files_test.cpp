@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/path_limit.h"
 #include "bench_parts/scratch_folder.h"
 
@@ -33,25 +34,6 @@ protected:
 
     void MakeFolder(const path& name) const {
         ASSERT_TRUE(::CreateDirectoryW(At(name).c_str(), nullptr));
-    }
-
-    // More than 260 characters.
-    [[nodiscard]] path DeepFolder() const {
-        path deep = scratch_.Path();
-        for (const wchar_t letter : {L'a', L'b', L'c', L'd'}) {
-            deep /= std::wstring(90, letter);
-        }
-        return deep;
-    }
-
-    // Creates it without the functions under test.
-    [[nodiscard]] path MakeDeepFolder() const {
-        path folder = scratch_.Path();
-        for (const path& name : DeepFolder().lexically_relative(scratch_.Path())) {
-            folder /= name;
-            EXPECT_TRUE(::CreateDirectoryW((L"\\\\?\\" + folder.native()).c_str(), nullptr));
-        }
-        return folder;
     }
 
     bench::ScratchFolder scratch_;
@@ -84,11 +66,7 @@ TEST_F(Files, KindOfDistinguishesFilesFoldersAndMissingEntries) {
 
 TEST_F(Files, KindOfIsMissingOnlyForErrorsThatSaySo) {
     DWORD error = ERROR_SUCCESS;
-    const auto hook = bench::HookCall<decltype(&::GetFileAttributesExW)>(
-        L"kernel32.dll", "GetFileAttributesExW", [&](auto...) -> BOOL {
-            ::SetLastError(error);
-            return FALSE;
-        });
+    const auto hook = bench::HookAttributes([&](const std::wstring&) { return error; });
     for (const DWORD missing :
          std::initializer_list<DWORD>{ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_BAD_PATHNAME,
                                       ERROR_INVALID_DRIVE, ERROR_INVALID_NAME}) {
@@ -114,11 +92,7 @@ TEST_F(Files, KindOfIsUnreadableForALinkWhoseTargetCannotBeQueried) {
             });
         EXPECT_EQ(KindOf(At(L"link")), EntryKind::Unreadable);
     }
-    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW",
-                                                                [](auto...) -> HANDLE {
-                                                                    ::SetLastError(kDenied);
-                                                                    return INVALID_HANDLE_VALUE;
-                                                                });
+    const auto hook = bench::HookOpen([](const std::wstring&) { return kDenied; });
     EXPECT_EQ(KindOf(At(L"link")), EntryKind::Unreadable);
 }
 
@@ -200,11 +174,10 @@ TEST_F(Files, CopyFileOverReturnsTheErrorAndKeepsTheTarget) {
 }
 
 TEST_F(Files, TakeUnicodeNamesAndPathsOfMoreThan260Characters) {
-    const path deep = MakeDeepFolder();
+    const path deep = bench::MakeDeepFolder(scratch_.Path());
     const path from = At(L"\u00E4 \u4E2D\U0001F600");
     WriteFile(from, "content");
     const path to = deep / L"\u0416.dat";
-    ASSERT_GT(to.native().size(), 260u);
     const bench::PathLimit limit;
     EXPECT_EQ(CopyFileOver(from, to), ERROR_SUCCESS);
     EXPECT_EQ(KindOf(to), EntryKind::RegularFile);
@@ -283,8 +256,7 @@ TEST_F(Files, EnsureDirectoryIsTrueWhereAnythingExistsAndFalseWhereNothingCan) {
 }
 
 TEST_F(Files, EnsureDirectoryCreatesFoldersOfAnyLength) {
-    const path deep = DeepFolder();
-    ASSERT_GT(deep.native().size(), 260u);
+    const path deep = bench::DeepFolder(scratch_.Path());
     const bench::PathLimit limit;
     EXPECT_TRUE(EnsureDirectory(deep));
     EXPECT_EQ(KindOf(deep), EntryKind::Folder);
@@ -301,7 +273,9 @@ TEST_F(Files, WriteBinaryFileReplacesTheContentAndCreatesTheFolder) {
     EXPECT_TRUE(WriteBinaryFile(At(L"new folder\\file.bin"), Bytes(kBinary)));
     EXPECT_EQ(ReadFile(At(L"new folder\\file.bin")), kBinary);
 
-    WriteFile(At(L"file"), std::string(100'000, 'o'));
+    const std::string large((3U << 20) + 1, 'o');
+    EXPECT_TRUE(WriteBinaryFile(At(L"file"), Bytes(large)));
+    EXPECT_TRUE(ReadFile(At(L"file")) == large);
     EXPECT_TRUE(WriteBinaryFile(At(L"file"), Bytes("new")));
     EXPECT_EQ(ReadFile(At(L"file")), "new");
     EXPECT_TRUE(WriteBinaryFile(At(L"file"), {}));

@@ -8,6 +8,7 @@
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/current_folder.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/path_limit.h"
 #include "bench_parts/scratch_folder.h"
 
@@ -99,16 +100,13 @@ TEST_F(FolderWalk, VisitsLinksWithoutEnteringThem) {
 TEST_F(FolderWalk, MarksWhatIsBehindAReparsePoint) {
     WriteFile(At(L"cloud\\inner\\file"), "x");
     WriteFile(At(L"plain\\file"), "x");
-    const auto hook = bench::HookCall<decltype(&::FindNextFileW)>(
-        L"kernel32.dll", "FindNextFileW", [](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
-            const BOOL result = bench::RealFunction<decltype(&::FindNextFileW)>(
-                L"kernel32.dll", "FindNextFileW")(listing, found);
-            if (result && std::wstring_view(found->cFileName) == L"cloud") {
-                found->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
-                found->dwReserved0 = kCloudFolderTag;
-            }
-            return result;
-        });
+    const bench::ListingHook hook([](WIN32_FIND_DATAW& found) {
+        if (std::wstring_view(found.cFileName) == L"cloud") {
+            found.dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+            found.dwReserved0 = kCloudFolderTag;
+        }
+        return DWORD{ERROR_SUCCESS};
+    });
     std::vector<std::wstring> behind;
     static_cast<void>(WalkTree(scratch_.Path(), [&](const FolderEntry& entry) {
         EXPECT_FALSE(entry.isLink);
@@ -211,13 +209,8 @@ TEST_F(FolderWalk, AnEmptyPathListsNothingAndABareDriveItsCurrentFolder) {
 }
 
 TEST_F(FolderWalk, ReachesPathsOfMoreThan260Characters) {
-    path deep = scratch_.Path();
-    for (const wchar_t letter : {L'a', L'b', L'c', L'd'}) {
-        deep /= std::wstring(90, letter);
-        ASSERT_TRUE(::CreateDirectoryW((L"\\\\?\\" + deep.native()).c_str(), nullptr));
-    }
+    const path deep = bench::MakeDeepFolder(scratch_.Path());
     WriteFile(deep / L"file", "x");
-    ASSERT_GT(deep.native().size(), 260u);
     const bench::PathLimit limit;
     EXPECT_THAT(Walk(scratch_.Path()),
                 Contains((deep / L"file").lexically_relative(scratch_.Path())));

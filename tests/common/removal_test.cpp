@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bench_parts/call_hook.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/path_limit.h"
 #include "bench_parts/scratch_folder.h"
 
@@ -145,11 +146,7 @@ TEST_F(Removal, RemoveTreeEntersNoLinkInside) {
 
 TEST_F(Removal, RemoveTreeRemovesPathsOfMoreThan260Characters) {
     MakeFolder(L"tree");
-    path deep = At(L"tree");
-    for (const wchar_t letter : {L'a', L'b', L'c', L'd'}) {
-        deep /= std::wstring(90, letter);
-        ASSERT_TRUE(::CreateDirectoryW((L"\\\\?\\" + deep.native()).c_str(), nullptr));
-    }
+    const path deep = bench::MakeDeepFolder(At(L"tree"));
     WriteFile(deep / L"file", "x");
     WriteFile(deep / L"read-only", "x");
     SetReadOnly(deep / L"read-only", true);
@@ -162,17 +159,14 @@ TEST_F(Removal, RemoveTreeDoesNotFollowALinkThatReplacesAListedFolder) {
     WriteFile(At(L"elsewhere\\file"), "kept");
     WriteFile(At(L"tree\\sub\\own"), "x");
     bool isSwapped = false;
-    const auto hook = bench::HookCall<decltype(&::FindNextFileW)>(
-        L"kernel32.dll", "FindNextFileW", [&](HANDLE listing, LPWIN32_FIND_DATAW found) -> BOOL {
-            const BOOL result = bench::RealFunction<decltype(&::FindNextFileW)>(
-                L"kernel32.dll", "FindNextFileW")(listing, found);
-            if (!isSwapped && result && std::wstring_view(found->cFileName) == L"sub") {
-                isSwapped = true;
-                EXPECT_TRUE(::MoveFileW(At(L"tree\\sub").c_str(), At(L"moved").c_str()));
-                EXPECT_TRUE(bench::MakeFolderLink(At(L"tree\\sub"), At(L"elsewhere")));
-            }
-            return result;
-        });
+    const bench::ListingHook hook([&](const WIN32_FIND_DATAW& found) {
+        if (!isSwapped && std::wstring_view(found.cFileName) == L"sub") {
+            isSwapped = true;
+            EXPECT_TRUE(::MoveFileW(At(L"tree\\sub").c_str(), At(L"moved").c_str()));
+            EXPECT_TRUE(bench::MakeFolderLink(At(L"tree\\sub"), At(L"elsewhere")));
+        }
+        return DWORD{ERROR_SUCCESS};
+    });
     static_cast<void>(RemoveTree(At(L"tree")));
     EXPECT_TRUE(isSwapped);
     EXPECT_EQ(ReadFile(At(L"elsewhere\\file")), "kept");
@@ -182,12 +176,10 @@ TEST_F(Removal, RemoveTreeKeepsAFolderInPlaceWhileItIsEmptied) {
     WriteFile(At(L"tree\\file"), "x");
     bool isAsked = false;
     // Before the listing, which keeps the folder in place as well.
-    const auto hook = bench::HookCall<decltype(&::FindFirstFileExW)>(
-        L"kernel32.dll", "FindFirstFileExW", [&](auto... arguments) -> HANDLE {
+    const auto hook = bench::WatchCall<decltype(&::FindFirstFileExW)>(
+        L"kernel32.dll", "FindFirstFileExW", [&](auto...) {
             isAsked = true;
             EXPECT_FALSE(::MoveFileW(At(L"tree").c_str(), At(L"moved").c_str()));
-            return bench::RealFunction<decltype(&::FindFirstFileExW)>(
-                L"kernel32.dll", "FindFirstFileExW")(arguments...);
         });
     EXPECT_EQ(RemoveTree(At(L"tree")), ERROR_SUCCESS);
     EXPECT_TRUE(isAsked);
