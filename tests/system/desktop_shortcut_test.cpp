@@ -284,13 +284,4 @@ TEST_F(DesktopShortcut, HasATargetThatCanBeRead) {
     EXPECT_EQ(ReadShortcutTarget(linkFile_), std::nullopt);
 }
 
-class WithoutCom : public bench::ClientFolderTest {};
-
-TEST_F(WithoutCom, NoShortcutIsCreated) {
-    bench::WriteFile(fs::path(toolFolder) / L"patcher.exe", "MZ");
-    std::wstring message;
-    EXPECT_FALSE(CreateDesktopShortcut(message));
-    EXPECT_EQ(message, kNoObject);
-}
-
 }  // namespace

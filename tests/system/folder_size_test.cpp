@@ -56,16 +56,6 @@ TEST_F(FolderSize, OfABareDriveIsThatOfItsRoot) {
     EXPECT_GT(FolderSizeBytes(scratch_.Path().native().substr(0, 2)), 0U);
 }
 
-TEST_F(FolderSize, LeavesOutUnreadableFolders) {
-    Put(L"a\\file", 1);
-    Put(L"closed\\file", 2);
-    Put(L"z\\file", 3);
-    const bench::UnreadableFolder closed(root_ / L"closed");
-    SKIP_ON_WINDOWS_WITHOUT(closed.Made(), "a way to make a folder unreadable");
-    EXPECT_EQ(FolderSizeBytes(root_), 4U);
-    EXPECT_EQ(FolderSizeBytes(root_ / L"closed"), 0U);
-}
-
 TEST_F(FolderSize, EntersNoFolderLinkExceptAsTheRoot) {
     bench::WriteFile(scratch_.Path() / L"elsewhere" / L"large", std::string(5000, 'x'));
     Put(L"file", 1);

@@ -132,7 +132,7 @@ TEST(InstalledProgramValues, HaveTheirOrderNamesAndTypes) {
     config.websiteUrl = L"\thttps://game.example/\n";
     InstalledProgramFacts facts;
     facts.clientFolder = L"D:\\games/Karvoth";
-    facts.uninstaller = L"D:\\games/Karvoth\\Uninstall.exe";
+    facts.uninstaller = L"D:\\games/a\"b\\Uninstall.exe";
     facts.icon = L"D:\\games/Karvoth\\patcher.exe";
     facts.clientSizeBytes = 2049;
     facts.today.wYear = 2026;
@@ -149,7 +149,7 @@ TEST(InstalledProgramValues, HaveTheirOrderNamesAndTypes) {
         ElementsAre(Pair(L"DisplayName", text(L"A/B: X?")), Pair(L"Publisher", text(L"Brennick")),
                     Pair(L"DisplayVersion", text(L"2.0.0")),
                     Pair(L"InstallLocation", text(L"D:\\games/Karvoth")),
-                    Pair(L"UninstallString", text(L"\"D:\\games/Karvoth\\Uninstall.exe\"")),
+                    Pair(L"UninstallString", text(L"\"D:\\games/a\\\"b\\Uninstall.exe\"")),
                     Pair(L"DisplayIcon", text(L"D:\\games/Karvoth\\patcher.exe,0")),
                     Pair(L"InstallDate", text(L"20260309")),
                     Pair(L"URLInfoAbout", text(L"https://game.example/")),

@@ -29,15 +29,6 @@ protected:
         return bench::HookCall<Function>(L"kernel32.dll", function,
                                          [answer](auto...) { return answer; });
     }
-
-    // A program that is too large for a resource script, embedded for the test.
-    std::string largeProgram_ = [] {
-        std::string bytes((3U << 20) + 1, '\0');
-        for (size_t i = 0; i < bytes.size(); ++i) {
-            bytes[i] = static_cast<char>(i * 31 >> 3);
-        }
-        return bytes;
-    }();
 };
 
 TEST_F(WriteUninstallerTest, WritesTheEmbeddedProgramByteForByte) {
@@ -57,15 +48,6 @@ TEST_F(WriteUninstallerTest, WritesTheEmbeddedProgramByteForByte) {
     EXPECT_EQ(bench::ReadFile(otherName), kEmbedded);
 }
 
-TEST_F(WriteUninstallerTest, WritesALargeProgram) {
-    const auto size = Answering<decltype(&::SizeofResource)>(
-        "SizeofResource", static_cast<DWORD>(largeProgram_.size()));
-    const auto bytes =
-        Answering<decltype(&::LockResource)>("LockResource", LPVOID{largeProgram_.data()});
-    EXPECT_TRUE(WriteUninstaller());
-    EXPECT_TRUE(bench::ReadFile(File()) == largeProgram_);
-}
-
 TEST_F(WriteUninstallerTest, CreatesAMissingClientFolderAndUsesTheCurrentOneWithout) {
     toolFolder = Outside() / L"new" / L"deeper";
     EXPECT_TRUE(WriteUninstaller());
@@ -76,16 +58,6 @@ TEST_F(WriteUninstallerTest, CreatesAMissingClientFolderAndUsesTheCurrentOneWith
     EXPECT_EQ(bench::ReadFile(Outside() / L"Uninstall.exe"), kEmbedded);
 }
 
-TEST_F(WriteUninstallerTest, FailsOnAFileThatIsReadOnlyOrOpenElsewhere) {
-    bench::WriteFile(File(), "old");
-    bench::SetReadOnly(File(), true);
-    EXPECT_FALSE(WriteUninstaller());
-    bench::SetReadOnly(File(), false);
-    const bench::OpenElsewhere open(File(), FILE_SHARE_READ);
-    EXPECT_FALSE(WriteUninstaller());
-    EXPECT_EQ(bench::ReadFile(File()), "old");
-}
-
 TEST_F(WriteUninstallerTest, FailsOnARunningProgramAlsoByAnotherName) {
     const bench::RunningCopy tool(L"child_program.exe", toolExePath, L"sleep 60000");
     ASSERT_TRUE(tool.Process());
@@ -93,26 +65,6 @@ TEST_F(WriteUninstallerTest, FailsOnARunningProgramAlsoByAnotherName) {
     EXPECT_FALSE(WriteUninstaller());
     EXPECT_TRUE(bench::ReadFile(toolExePath) ==
                 bench::ReadFile(bench::FolderOfThisProgram() / L"child_program.exe"));
-}
-
-TEST_F(WriteUninstallerTest, ReplacesAHiddenOrSystemFileOrFails) {
-    // Windows refuses to overwrite one.
-    for (const DWORD attribute : {DWORD{FILE_ATTRIBUTE_HIDDEN}, DWORD{FILE_ATTRIBUTE_SYSTEM}}) {
-        bench::WriteFile(File(), "old");
-        ASSERT_TRUE(::SetFileAttributesW(File().c_str(), attribute));
-        const bool isWritten = WriteUninstaller();
-        EXPECT_EQ(bench::ReadFile(File()), isWritten ? kEmbedded : "old");
-        fs::remove(File());
-    }
-}
-
-TEST_F(WriteUninstallerTest, FailsWhereNoFileCanBe) {
-    fs::create_directory(File());
-    EXPECT_FALSE(WriteUninstaller());
-    EXPECT_EQ(bench::FolderListing(toolFolder), std::vector<std::wstring>{L"Uninstall.exe/"});
-    bench::WriteFile(Outside() / L"file", "");
-    toolFolder = Outside() / L"file" / L"below";
-    EXPECT_FALSE(WriteUninstaller());
 }
 
 TEST_F(WriteUninstallerTest, SucceedsWithoutWritingIfNothingIsEmbedded) {
