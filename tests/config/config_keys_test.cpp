@@ -159,4 +159,11 @@ TEST(ConfigKeys, FillTheirOwnFieldAndNoOther) {
     ExpectDefaults(config, "archiveMirrorUrls");
 }
 
+TEST(ConfigKeys, LeaveNoFieldWithoutAKey) {
+    constexpr size_t kFields = 42 * sizeof(std::wstring) + sizeof(std::vector<std::wstring>) + 14;
+    constexpr size_t kAlignment = alignof(ToolConfig);
+    EXPECT_EQ(sizeof(ToolConfig), (kFields + kAlignment - 1) / kAlignment * kAlignment);
+    ExpectDefaults(toolConfig);  // Before a configuration is loaded.
+}
+
 }  // namespace

@@ -12,29 +12,6 @@ namespace {
 
 using std::string_view_literals::operator""sv;
 
-TEST(ParseConfigText, TakesKeyAndValueOfEachLine) {
-    const ToolConfig config = ParseConfigText(
-        "format=Quellstone.v1\n"
-        "downloaderName=Karvoth Downloader\n"
-        "defaultInstallPath=C:\\\\Games\\\\Karvoth\n"
-        "archiveMirrorUrls=http://a/\\nhttp://b/\n"
-        "showDiscord=1\n");
-    EXPECT_EQ(config.downloaderName, L"Karvoth Downloader");
-    EXPECT_EQ(config.defaultInstallPath, L"C:\\Games\\Karvoth");
-    EXPECT_THAT(config.archiveMirrorUrls, testing::ElementsAre(L"http://a/", L"http://b/"));
-    EXPECT_TRUE(config.showDiscord);
-}
-
-TEST(ParseConfigText, KeepsTheDefaultsOfAbsentKeysAndReplacesThoseOfEmptyValues) {
-    const ToolConfig config = ParseConfigText("archiveUrl=u\nrepairToolName=");
-    EXPECT_EQ(config.archiveUrl, L"u");
-    EXPECT_EQ(config.archiveType, L"zip");
-    EXPECT_EQ(config.downloaderName, L"Karvoth Downloader");
-    EXPECT_EQ(config.repairToolName, L"");
-    EXPECT_TRUE(config.cleanupArchive);
-    EXPECT_FALSE(config.multiRepairTool);
-}
-
 // The values of archiveUrl and startupExe, empty by default, after a text.
 TEST(ParseConfigText, SplitsLinesKeysAndValues) {
     const struct {
