@@ -62,17 +62,6 @@ protected:
     bool hadPicturesAtTheEnd_ = true;
 };
 
-// Calls `note` before the function itself, with the same arguments.
-template <class Function, class Note>
-auto HookBefore(const wchar_t* dllName, const char* functionName, Note note) {
-    return HookCall<Function>(
-        dllName, functionName,
-        [note, real = RealFunction<Function>(dllName, functionName)](auto... arguments) {
-            note(arguments...);
-            return real(arguments...);
-        });
-}
-
 int Application::Run() {
     const auto dlls = HookCall<decltype(&::SetDefaultDllDirectories)>(
         kKernel32, "SetDefaultDllDirectories", [this](DWORD flags) {
@@ -87,34 +76,34 @@ int Application::Run() {
             return std::string_view(name) == "SetProcessDpiAwarenessContext" ? setDpiAwareness_
                                                                              : find(module, name);
         });
-    const auto controls = HookBefore<decltype(&::InitCommonControlsEx)>(
+    const auto controls = WatchCall<decltype(&::InitCommonControlsEx)>(
         L"comctl32.dll", "InitCommonControlsEx", [this](const INITCOMMONCONTROLSEX* classes) {
             steps_.emplace_back("controls");
             controls_ = *classes;
         });
-    const auto com = HookBefore<decltype(&::CoInitializeEx)>(kOle32, "CoInitializeEx",
-                                                             [this](LPVOID, DWORD apartment) {
-                                                                 steps_.emplace_back("com");
-                                                                 apartment_ = apartment;
-                                                             });
-    const auto gdiplus = HookBefore<decltype(&Gdiplus::GdiplusStartup)>(
+    const auto com = WatchCall<decltype(&::CoInitializeEx)>(kOle32, "CoInitializeEx",
+                                                            [this](LPVOID, DWORD apartment) {
+                                                                steps_.emplace_back("com");
+                                                                apartment_ = apartment;
+                                                            });
+    const auto gdiplus = WatchCall<decltype(&Gdiplus::GdiplusStartup)>(
         kGdiplus, "GdiplusStartup", [this](auto...) { steps_.emplace_back("gdi+"); });
-    const auto window = HookBefore<decltype(&::RegisterClassExW)>(
+    const auto window = WatchCall<decltype(&::RegisterClassExW)>(
         kUser32, "RegisterClassExW", [this](auto...) { steps_.emplace_back("window"); });
     const auto messages =
-        HookBefore<decltype(&::GetMessageW)>(kUser32, "GetMessageW", [this](auto...) {
+        WatchCall<decltype(&::GetMessageW)>(kUser32, "GetMessageW", [this](auto...) {
             if (::IsWindow(mainWindow)) {
                 steps_.emplace_back("messages");
                 EXPECT_TRUE(windowState.panelLogo && windowState.backdrop);
                 ::DestroyWindow(mainWindow);
             }
         });
-    const auto gdiplusEnd = HookBefore<decltype(&Gdiplus::GdiplusShutdown)>(
+    const auto gdiplusEnd = WatchCall<decltype(&Gdiplus::GdiplusShutdown)>(
         kGdiplus, "GdiplusShutdown", [this](ULONG_PTR) {
             steps_.emplace_back("gdi+ ends");
             hadPicturesAtTheEnd_ = windowState.panelLogo || windowState.backdrop;
         });
-    const auto comEnd = HookBefore<decltype(&::CoUninitialize)>(
+    const auto comEnd = WatchCall<decltype(&::CoUninitialize)>(
         kOle32, "CoUninitialize", [this] { steps_.emplace_back("com ends"); });
     return RunApplication(::GetModuleHandleW(nullptr), SW_SHOWNOACTIVATE);
 }

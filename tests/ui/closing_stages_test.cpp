@@ -12,8 +12,6 @@
 #include "bench_parts/registry_entry.h"
 #include "bench_parts/waiting.h"
 #include "job/job_thread.h"
-#include "package/bcrypt_api.h"
-#include "package/package_hash.h"
 #include "resource_ids.h"
 #include "ui/open_window.h"
 #include "ui/player.h"
@@ -69,33 +67,14 @@ private:
     GdiplusSession gdiplus_;
 };
 
-// Both unpacking programs are still started, and ended at the first poll.
-TEST_F(ClosingStages, HashingIsFinishedAndNothingInstalled) {
-    machine_.PutRecorder(machine_.CurrentFolder() / L"tar.exe", "hold");
-    machine_.PutRecorder(machine_.CurrentFolder() / L"powershell.exe", "hold");
-    ToolConfig config = Config(PackageUrl(kZip));
-    ASSERT_TRUE(ComputeFileSha256(PackagePath(kZip), config.archiveSha256));
-    const OpenWindow window({.config = config});
-    using Function = decltype(&::BCryptHashData);
-    const auto hook = HookCall<Function>(L"bcrypt.dll", "BCryptHashData", [&](auto... arguments) {
-        AwaitRequest();
-        return RealFunction<Function>(L"bcrypt.dll", "BCryptHashData")(arguments...);
-    });
-    CloseInStage(window);
-    EXPECT_TRUE(ClientContents().empty());
-    EXPECT_EQ(bench::ReadKey(kEntryKey), std::nullopt);
-}
-
 // The client is complete by then: the job succeeds.
 TEST_F(ClosingStages, TheUninstallerIsWrittenAndTheGameRegistered) {
     const OpenWindow window({.config = Config(PackageUrl(kZip))});
-    using Function = decltype(&::FindResourceW);
-    const auto hook = HookCall<Function>(
-        L"kernel32.dll", "FindResourceW", [&](HMODULE module, LPCWSTR name, LPCWSTR type) {
+    const auto hook = WatchCall<decltype(&::FindResourceW)>(
+        L"kernel32.dll", "FindResourceW", [&](HMODULE, LPCWSTR name, LPCWSTR) {
             if (name == MAKEINTRESOURCEW(ID_UNINSTALLER)) {
                 AwaitRequest();
             }
-            return RealFunction<Function>(L"kernel32.dll", "FindResourceW")(module, name, type);
         });
     CloseInStage(window);
     EXPECT_EQ(FirstDifference(LoneFolderPackage(), ClientContents()), "");

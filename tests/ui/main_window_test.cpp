@@ -65,14 +65,9 @@ TEST_F(MainWindow, IsCenteredOnASmallerScreenAsWell) {
 
 TEST_F(MainWindow, HasATitleUntilTheConfigurationIsRead) {
     std::vector<std::wstring> titles;
-    using Create = decltype(&::CreateWindowExW);
-    const auto hook = HookCall<Create>(
+    const auto hook = WatchCall<decltype(&::CreateWindowExW)>(
         L"user32.dll", "CreateWindowExW",
-        [&, create = RealFunction<Create>(L"user32.dll", "CreateWindowExW")](
-            DWORD extendedStyle, LPCWSTR className, LPCWSTR title, auto... others) {
-            titles.emplace_back(title);
-            return create(extendedStyle, className, title, others...);
-        });
+        [&](DWORD, LPCWSTR, LPCWSTR title, auto...) { titles.emplace_back(title); });
     const OpenWindow window;
     EXPECT_EQ(titles.at(0), L"KrvBrennickInstaller");
 }
@@ -86,14 +81,9 @@ TEST_F(MainWindow, ReportsThatTheSystemRefusesAWindow) {
 
 TEST_F(MainWindow, IsPaintedAndTicksFourTimesASecond) {
     std::vector<std::pair<UINT_PTR, UINT>> timers;
-    using Set = decltype(&::SetTimer);
-    const auto hook =
-        HookCall<Set>(L"user32.dll", "SetTimer",
-                      [&, set = RealFunction<Set>(L"user32.dll", "SetTimer")](
-                          HWND target, UINT_PTR id, UINT periodMs, TIMERPROC procedure) {
-                          timers.emplace_back(id, periodMs);
-                          return set(target, id, periodMs, procedure);
-                      });
+    const auto hook = WatchCall<decltype(&::SetTimer)>(
+        L"user32.dll", "SetTimer",
+        [&](HWND, UINT_PTR id, UINT periodMs, TIMERPROC) { timers.emplace_back(id, periodMs); });
     const OpenWindow window;
     EXPECT_THAT(timers, ElementsAre(std::pair<UINT_PTR, UINT>(1, 250)));
     EXPECT_TRUE(window.HadTimer());
@@ -283,7 +273,6 @@ TEST_F(MainWindow, PreparesItsImagesOnAnotherThreadAndIsThenShown) {
 // They may be many times larger than the window.
 TEST_F(MainWindow, KeepsNoImageInItsFullSize) {
     using Decode = decltype(&GdipCreateBitmapFromStream);
-    using Dispose = decltype(&GdipDisposeImage);
     int decodedImages = 0;
     std::set<Gdiplus::GpImage*> kept;
     const auto decode = HookCall<Decode>(
@@ -295,13 +284,8 @@ TEST_F(MainWindow, KeepsNoImageInItsFullSize) {
             ++decodedImages;
             return status;
         });
-    const auto dispose =
-        HookCall<Dispose>(L"gdiplus.dll", "GdipDisposeImage",
-                          [&, real = RealFunction<Dispose>(L"gdiplus.dll", "GdipDisposeImage")](
-                              Gdiplus::GpImage* image) {
-                              kept.erase(image);
-                              return real(image);
-                          });
+    const auto dispose = WatchCall<decltype(&GdipDisposeImage)>(
+        L"gdiplus.dll", "GdipDisposeImage", [&](Gdiplus::GpImage* image) { kept.erase(image); });
     const OpenWindow window;
     window.TakePaint();
     EXPECT_EQ(decodedImages, 2);
