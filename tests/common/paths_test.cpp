@@ -13,85 +13,84 @@ struct Row {
     std::wstring expected;
 };
 
-TEST(FileNamePart, IsTheTextAfterTheLastSeparator) {
-    const Row rows[] = {
-        {L"C:\\Games\\a.exe", L"a.exe"},
-        {L"C:/Games/a.exe", L"a.exe"},
-        {L"C:\\Games/b c.dat", L"b c.dat"},
-        {L"C:\\a.exe", L"a.exe"},
-        {L"a\\b", L"b"},
-        {L"\\a", L"a"},
-        {L"\\\\server\\share\\x.exe", L"x.exe"},
-        {L"\\\\?\\C:\\x.exe", L"x.exe"},
-        {L"C:\\folder\\", L""},
-        // No separator after the root name.
-        {L"unrar.exe", L"unrar.exe"},
-        {L"C:unrar.exe", L"C:unrar.exe"},
-        {L"\\\\server", L"\\\\server"},
-        {L"", L""},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(FileNamePart(row.input), row.expected) << row.input;
+// Each input gives what its row expects.
+template <class Function>
+void ExpectRows(Function function, std::initializer_list<Row> rows) {
+    for (const auto& [input, expected] : rows) {
+        EXPECT_EQ(function(input), expected) << input;
     }
+}
+
+TEST(FileNamePart, IsTheTextAfterTheLastSeparator) {
+    ExpectRows(FileNamePart, {
+                                 {L"C:\\Games\\a.exe", L"a.exe"},
+                                 {L"C:/Games/a.exe", L"a.exe"},
+                                 {L"C:\\Games/b c.dat", L"b c.dat"},
+                                 {L"C:\\a.exe", L"a.exe"},
+                                 {L"a\\b", L"b"},
+                                 {L"\\a", L"a"},
+                                 {L"\\\\server\\share\\x.exe", L"x.exe"},
+                                 {L"\\\\?\\C:\\x.exe", L"x.exe"},
+                                 {L"C:\\folder\\", L""},
+                                 // No separator after the root name.
+                                 {L"unrar.exe", L"unrar.exe"},
+                                 {L"C:unrar.exe", L"C:unrar.exe"},
+                                 {L"\\\\server", L"\\\\server"},
+                                 {L"", L""},
+                             });
 }
 
 TEST(FileNameExtension, BeginsWithTheLastDotOfTheName) {
-    const Row rows[] = {
-        {L"", L""},
-        {L"game", L""},
-        {L"game.lnk", L".lnk"},
-        {L"Game.LnK", L".LnK"},
-        {L"game.exe.lnk", L".lnk"},
-        {L"game.lnk.exe", L".exe"},
-        {L"game.", L"."},
-        {L"game. lnk", L". lnk"},
-        {L".", L""},
-        {L"..", L""},
-        {L"...", L"."},
-        {L".lnk", L""},
-        {L"..lnk", L".lnk"},
-        {L".a.lnk", L".lnk"},
-        {L"game.lnk:stream", L".lnk"},
-        {L"game.lnk:stream.exe", L".lnk"},
-        {L"game:stream.lnk", L""},
-        {L"game.exe:a:b.lnk", L".exe"},
-        {L":stream.lnk", L""},
-        {L".lnk:stream", L""},
-        {L"..:stream.lnk", L""},
-        {L"folder.lnk\\game", L""},
-        {L"folder.lnk/game", L""},
-        {L"folder/game.lnk", L".lnk"},
-        {L"folder\\.lnk", L""},
-        {L"folder.lnk\\", L""},
-        {L"C:\\a.b\\game.lnk", L".lnk"},
-        {L"C:\\a.b\\game.lnk:s", L".lnk"},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(FileNameExtension(row.input), row.expected) << row.input;
-    }
+    ExpectRows(FileNameExtension, {
+                                      {L"", L""},
+                                      {L"game", L""},
+                                      {L"game.lnk", L".lnk"},
+                                      {L"Game.LnK", L".LnK"},
+                                      {L"game.exe.lnk", L".lnk"},
+                                      {L"game.lnk.exe", L".exe"},
+                                      {L"game.", L"."},
+                                      {L"game. lnk", L". lnk"},
+                                      {L".", L""},
+                                      {L"..", L""},
+                                      {L"...", L"."},
+                                      {L".lnk", L""},
+                                      {L"..lnk", L".lnk"},
+                                      {L".a.lnk", L".lnk"},
+                                      {L"game.lnk:stream", L".lnk"},
+                                      {L"game.lnk:stream.exe", L".lnk"},
+                                      {L"game:stream.lnk", L""},
+                                      {L"game.exe:a:b.lnk", L".exe"},
+                                      {L":stream.lnk", L""},
+                                      {L".lnk:stream", L""},
+                                      {L"..:stream.lnk", L""},
+                                      {L"folder.lnk\\game", L""},
+                                      {L"folder.lnk/game", L""},
+                                      {L"folder/game.lnk", L".lnk"},
+                                      {L"folder\\.lnk", L""},
+                                      {L"folder.lnk\\", L""},
+                                      {L"C:\\a.b\\game.lnk", L".lnk"},
+                                      {L"C:\\a.b\\game.lnk:s", L".lnk"},
+                                  });
 }
 
 TEST(ParentFolder, RemovesTheLastNameAndItsSeparators) {
-    const Row rows[] = {
-        {L"C:\\Games\\a.exe", L"C:\\Games"},
-        {L"C:\\Games\\\\/a.exe", L"C:\\Games"},
-        {L"C:\\Games\\", L"C:\\Games"},
-        {L"a\\b", L"a"},
-        {L"a", L""},
-        {L"", L""},
-        {L"\\\\server\\share\\x", L"\\\\server\\share"},
-        // Never cuts into the root.
-        {L"C:\\a", L"C:\\"},
-        {L"C:\\", L"C:\\"},
-        {L"C:\\\\a", L"C:\\\\"},
-        {L"C:a", L"C:"},
-        {L"\\a", L"\\"},
-        {L"\\\\server\\share", L"\\\\server\\"},
-        {L"\\\\?\\C:", L"\\\\?\\"},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(ParentFolder(row.input), row.expected) << row.input;
-    }
+    ExpectRows(ParentFolder, {
+                                 {L"C:\\Games\\a.exe", L"C:\\Games"},
+                                 {L"C:\\Games\\\\/a.exe", L"C:\\Games"},
+                                 {L"C:\\Games\\", L"C:\\Games"},
+                                 {L"a\\b", L"a"},
+                                 {L"a", L""},
+                                 {L"", L""},
+                                 {L"\\\\server\\share\\x", L"\\\\server\\share"},
+                                 // Never cuts into the root.
+                                 {L"C:\\a", L"C:\\"},
+                                 {L"C:\\", L"C:\\"},
+                                 {L"C:\\\\a", L"C:\\\\"},
+                                 {L"C:a", L"C:"},
+                                 {L"\\a", L"\\"},
+                                 {L"\\\\server\\share", L"\\\\server\\"},
+                                 {L"\\\\?\\C:", L"\\\\?\\"},
+                             });
 }
 
 TEST(RootPathLength, CoversRootNameAndSeparators) {
@@ -136,13 +135,14 @@ TEST(VolumeRootLength, CoversDriveShareOrVolumeName) {
 }
 
 TEST(AsFolder, EndsInASeparatorSoThatADriveMeansItsRoot) {
-    const Row rows[] = {
-        {L"C:", L"C:\\"},     {L"C:\\", L"C:\\"}, {L"C:\\a", L"C:\\a\\"},
-        {L"C:/a/", L"C:/a/"}, {L"", L""},         {L"a", L"a\\"},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(AsFolder(row.input), row.expected) << row.input;
-    }
+    ExpectRows(AsFolder, {
+                             {L"C:", L"C:\\"},
+                             {L"C:\\", L"C:\\"},
+                             {L"C:\\a", L"C:\\a\\"},
+                             {L"C:/a/", L"C:/a/"},
+                             {L"", L""},
+                             {L"a", L"a\\"},
+                         });
 }
 
 TEST(AppendName, PutsOneSeparatorBetweenExceptAfterABareDrive) {

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "bench_parts/call_hook.h"
-#include "common/paths.h"
 
 namespace {
 
@@ -17,19 +16,6 @@ protected:
         toolFolder.clear();
     }
 };
-
-TEST(ToolInstance, IsUnknownBeforeTheWindowIsCreated) {
-    EXPECT_EQ(mainWindow, nullptr);
-    EXPECT_TRUE(toolExePath.empty());
-    EXPECT_TRUE(toolFolder.empty());
-}
-
-TEST_F(LocateToolTest, FindsTheRunningProgram) {
-    LocateTool();
-    EXPECT_EQ(FullPath(toolExePath), toolExePath);
-    EXPECT_EQ(FileNamePart(toolExePath), L"common_text_test.exe");
-    EXPECT_EQ(toolFolder + L"\\" + FileNamePart(toolExePath), toolExePath);
-}
 
 TEST_F(LocateToolTest, FolderIsTheTextBeforeTheLastSeparator) {
     const std::wstring longFolder = L"C:\\" + std::wstring(200, L'f');
