@@ -1,5 +1,6 @@
 """Scratch checkouts of this repository for the tests of scripts/release."""
 
+import re
 import shutil
 import subprocess
 
@@ -28,7 +29,9 @@ def make_checkout(folder, version, left_out=()):
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(ROOT / name, target)
     changes = folder / "CHANGELOG.md"
-    changes.write_text(changes.read_text("utf-8").replace(" (not yet released)", ""), "utf-8")
+    heading = rf"^## {re.escape(version)} .*$"
+    changes.write_text(re.sub(heading, f"## {version}", changes.read_text("utf-8"), flags=re.MULTILINE),
+                       "utf-8")
     git(folder, "init", "--quiet")
     git(folder, "add", "--all")
     git(folder, "commit", "--quiet", "--message", "Release")

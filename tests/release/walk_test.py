@@ -13,6 +13,7 @@ import unittest
 
 from release_bench import ROOT, write_release
 
+import archives
 from kit_runner import Program, run_windows
 
 BUILD, VERSION = pathlib.Path(sys.argv.pop(1)).resolve(), sys.argv.pop(1)
@@ -96,6 +97,16 @@ class WalkTest(unittest.TestCase):
         for line in settings:
             self.assertIn(line, texts.splitlines())
         self.assertRegex(texts, r"(?m)^archiveSha256=[0-9a-f]{64}$")
+        self.check_code_is_unchanged(tool.read_bytes())
+
+    def check_code_is_unchanged(self, tool):
+        """The symbols are those of the program that the kit brands: the tool must have its code."""
+        unbranded = (BUILD / archives.PROGRAMS["tool"]).read_bytes()
+        for name, size, address, _, _, _ in Program(unbranded).sections:
+            # No symbol is in these two, whose places the kit changes.
+            if name not in (".rsrc", ".reloc"):
+                self.assertIn((name, size, address), [each[:3] for each in Program(tool).sections])
+                self.assertTrue(Program(tool).data(name) == Program(unbranded).data(name), name)
 
     def test_the_other_commands_are_plain_too(self):
         others = [line for line in self.lines if not re.match(r"[A-Za-z0-9]+=", line)
