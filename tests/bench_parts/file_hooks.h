@@ -11,8 +11,6 @@
 
 namespace bench {
 
-inline constexpr wchar_t kKernel32[] = L"kernel32.dll";
-
 // True for ERROR_SUCCESS, else sets the last error.
 inline bool IsAllowed(DWORD error) {
     if (error != ERROR_SUCCESS) {

@@ -85,15 +85,4 @@ void GameMachine::ExpectSuccess(std::wstring_view headline) {
     EXPECT_FALSE(jobProgress.failed);
 }
 
-void GameMachine::ExpectFailure(const std::wstring& message) {
-    const JobState state = snapshot();
-    EXPECT_EQ(state.stage, JobStage::Failed);
-    EXPECT_EQ(state.statusLine, L"Repair failed.");
-    EXPECT_EQ(state.detailLine, message);
-    EXPECT_EQ(state.errorMessage, message);
-    EXPECT_FALSE(jobProgress.running);
-    EXPECT_TRUE(jobProgress.finished);
-    EXPECT_TRUE(jobProgress.failed);
-}
-
 }  // namespace bench

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "bench_parts/failed_job.h"
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/package_contents.h"
 #include "bench_parts/scratch_folder.h"
@@ -18,7 +19,7 @@ namespace bench {
 // A player's machine with an installed client that a job works on: unpacking programs, a server
 // with packages, a client folder with the tool in it, a registry without an entry for the game, an
 // empty temp folder. Jobs run on their own thread, as the window would start them.
-class GameMachine : public testing::Test {
+class GameMachine : public testing::Test, protected FailedJob {
 protected:
     static constexpr std::string_view kToolBytes = "this is the running tool";
     static constexpr std::wstring_view kRepairSuccess = L"Repair complete.";
@@ -53,7 +54,6 @@ protected:
     [[nodiscard]] std::vector<std::wstring> TempFolder() const;
 
     static void ExpectSuccess(std::wstring_view headline);
-    static void ExpectFailure(const std::wstring& message);
 
     std::string toolBytes_{kToolBytes};  // What the tool's file holds.
     UnpackerMachine machine_;

@@ -20,6 +20,9 @@
 
 namespace bench {
 
+inline constexpr wchar_t kAdvapi32[] = L"advapi32.dll";
+inline constexpr wchar_t kKernel32[] = L"kernel32.dll";
+
 // The real function, regardless of hooks. Null if the system does not have it.
 void* RealAddress(std::wstring_view dllName, std::string_view functionName);
 

@@ -71,8 +71,8 @@ void EndPublishedProgram() {
 auto WatchStarts(std::vector<KernelHandle>& programs, size_t finished = 0) {
     using Start = decltype(&::CreateProcessW);
     return bench::HookCall<Start>(
-        L"kernel32.dll", "CreateProcessW", [&programs, finished](auto... values) -> BOOL {
-            const auto start = bench::RealFunction<Start>(L"kernel32.dll", "CreateProcessW");
+        bench::kKernel32, "CreateProcessW", [&programs, finished](auto... values) -> BOOL {
+            const auto start = bench::RealFunction<Start>(bench::kKernel32, "CreateProcessW");
             if (!start(values...)) {
                 return FALSE;
             }

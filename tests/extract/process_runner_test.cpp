@@ -16,10 +16,10 @@
 
 namespace {
 
+using bench::kKernel32;
 using bench::ProgramRun;
 using testing::ElementsAre;
 
-constexpr wchar_t kKernel32[] = L"kernel32.dll";
 constexpr DWORD kUntouched = 0x1234;
 // Longer than any program of these tests runs.
 constexpr DWORD kToTheEndMs = 60'000;

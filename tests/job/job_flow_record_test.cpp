@@ -52,7 +52,7 @@ std::vector<SeenState> StatesSeenDuring(const std::function<void()>& job) {
     const auto resource =
         bench::WatchCall<decltype(&::FindResourceW)>(kKernel32, "FindResourceW", note);
     const auto key =
-        bench::WatchCall<decltype(&::RegCreateKeyExW)>(L"advapi32.dll", "RegCreateKeyExW", note);
+        bench::WatchCall<decltype(&::RegCreateKeyExW)>(bench::kAdvapi32, "RegCreateKeyExW", note);
     job();
     return states;
 }

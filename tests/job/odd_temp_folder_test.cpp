@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "bench_parts/game_machine.h"
@@ -104,30 +105,25 @@ const TempSetting kSettings[] = {
 INSTANTIATE_TEST_SUITE_P(Each, OddTempFolder, testing::ValuesIn(kSettings),
                          testing::PrintToStringParamName());
 
-TEST_P(OddTempFolder, RepairIsCompleteOrFailsWithNothingLost) {
-    RunJobWithTempFolder(JobKind::Repair);
+TEST_P(OddTempFolder, JobsAreCompleteOrFailWithNothingLost) {
     bench::Contents expected = before_;
-    if (GetParam().repairFailure.empty()) {
-        ExpectSuccess(kRepairSuccess);
-        expected.merge(LoneFolderPackage());
-        expected[L"client.exe"] = LoneFolderPackage()[L"client.exe"];
-    } else {
-        ExpectFailure(std::wstring(GetParam().repairFailure));
+    for (const auto& [kind, failure] : {std::pair{JobKind::Repair, GetParam().repairFailure},
+                                        {JobKind::Reinstall, GetParam().reinstallFailure}}) {
+        RunJobWithTempFolder(kind);
+        if (!failure.empty()) {
+            ExpectFailure(std::wstring(failure));
+        } else if (kind == JobKind::Repair) {
+            ExpectSuccess(kRepairSuccess);
+            expected.merge(LoneFolderPackage());
+            expected[L"client.exe"] = LoneFolderPackage()[L"client.exe"];
+        } else {
+            ExpectSuccess(L"Reinstall complete.");
+            expected = LoneFolderPackage();
+        }
+        EXPECT_EQ(bench::FirstDifference(expected, ClientContents()), "");
+        EXPECT_THAT(LeftBehind(), IsEmpty());
+        resetForRetry();
     }
-    EXPECT_EQ(bench::FirstDifference(expected, ClientContents()), "");
-    EXPECT_THAT(LeftBehind(), IsEmpty());
-}
-
-TEST_P(OddTempFolder, ReinstallIsCompleteOrFailsWithNothingLost) {
-    RunJobWithTempFolder(JobKind::Reinstall);
-    if (GetParam().reinstallFailure.empty()) {
-        ExpectSuccess(L"Reinstall complete.");
-        EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
-    } else {
-        ExpectFailure(std::wstring(GetParam().reinstallFailure));
-        EXPECT_EQ(bench::FirstDifference(before_, ClientContents()), "");
-    }
-    EXPECT_THAT(LeftBehind(), IsEmpty());
 }
 
 class OddTempFolderForPowerShell : public bench::GameMachine {};

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "bench_parts/failed_job.h"
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
@@ -27,7 +28,7 @@ inline BOOL ReadRealData(HINTERNET request, LPVOID buffer, DWORD size, LPDWORD b
 }
 
 // A job that has just started, a server, and a folder for the package.
-class DownloadTest : public testing::Test {
+class DownloadTest : public testing::Test, protected FailedJob {
 protected:
     void SetUp() override {
         ClearForJobStart(JobKind::Repair);
@@ -50,17 +51,6 @@ protected:
 
     bool WaitForFileSize(uint64_t size) const {
         return Await([&] { return FileSize(archive_).value_or(0) >= size; });
-    }
-
-    // A reported failure's record.
-    static void ExpectFailure(const std::wstring& message) {
-        const JobState state = snapshot();
-        EXPECT_EQ(state.stage, JobStage::Failed);
-        EXPECT_EQ(state.statusLine, L"Repair failed.");
-        EXPECT_EQ(state.detailLine, message);
-        EXPECT_EQ(state.errorMessage, message);
-        EXPECT_TRUE(jobProgress.failed);
-        EXPECT_FALSE(jobProgress.running);
     }
 
     // The job continues or was stopped silently.

@@ -10,8 +10,6 @@ namespace {
 
 using bench::DownloadTest;
 using bench::kMebibyte;
-using bench::kWinHttp;
-using bench::ReadRealData;
 
 using FullDiskDownload = DownloadTest;
 
@@ -26,20 +24,6 @@ TEST_F(FullDiskDownload, KeepsWhatFitsOnASmallDisk) {
     EXPECT_EQ(snapshot().bytesReceived, kMebibyte);
     EXPECT_EQ(snapshot().bytesPerSecond, 0.0);
     EXPECT_TRUE(::DeleteFileW(package.c_str()));
-}
-
-TEST_F(FullDiskDownload, FreesTheSmallDiskWhenStopped) {
-    const std::filesystem::path disk = bench::EmptySmallDisk();
-    const std::filesystem::path package = disk / L"pkg.zip";
-    const auto hook = bench::HookCall<decltype(&::WinHttpReadData)>(
-        kWinHttp, "WinHttpReadData",
-        [](HINTERNET request, LPVOID buffer, DWORD size, LPDWORD bytesRead) {
-            requestCancel();
-            return ReadRealData(request, buffer, size, bytesRead);
-        });
-    EXPECT_FALSE(DownloadPackage(server_.Url(L"body/5000000"), package));
-    ExpectNoFailure();
-    EXPECT_FALSE(FileSize(package));
 }
 
 }  // namespace

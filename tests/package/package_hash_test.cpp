@@ -11,6 +11,7 @@
 #include <tuple>
 #include <vector>
 
+#include "bench_parts/failed_job.h"
 #include "bench_parts/fault_server_client.h"
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
@@ -30,7 +31,7 @@ constexpr wchar_t kDigestOfAbc[] =
 constexpr wchar_t kDigestOfNothing[] =
     L"e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855";
 
-class PackageHash : public testing::Test {
+class PackageHash : public testing::Test, protected bench::FailedJob {
 protected:
     void SetUp() override {
         toolConfig = ToolConfig{};
@@ -45,14 +46,6 @@ protected:
         bench::WriteFile(archive_, content);
         toolConfig.archiveSha256 = configuredDigest;
         return VerifyPackage(archive_);
-    }
-
-    static void ExpectFailure(const std::wstring& message) {
-        const JobState state = snapshot();
-        EXPECT_EQ(state.stage, JobStage::Failed);
-        EXPECT_EQ(state.detailLine, message);
-        EXPECT_EQ(state.errorMessage, message);
-        EXPECT_TRUE(jobProgress.failed);
     }
 
     // The digest cannot be computed, and the stage reports that.

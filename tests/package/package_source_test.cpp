@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr wchar_t kKernel32[] = L"kernel32.dll";
+using bench::kKernel32;
 
 // Each test starts and ends with the defaults of a fresh start.
 class PackageSource : public testing::Test {

@@ -11,7 +11,6 @@
 #include "bench_parts/waiting.h"
 #include "common/temporary_folder.h"
 #include "installed_game_test.h"
-#include "resource_ids.h"
 
 namespace {
 
@@ -37,19 +36,6 @@ protected:
 
     static void PutUninstaller(const wchar_t* program) {
         bench::WriteFile(toolExePath, bench::ReadFile(bench::FolderOfThisProgram() / program));
-    }
-
-    // Gives the uninstaller another configuration text.
-    static void Configure(std::string text) {
-        const HANDLE update = ::BeginUpdateResourceW(toolExePath.c_str(), FALSE);
-        ASSERT_NE(update, nullptr);
-        // Resource compilers differ in the language that they give a resource without one.
-        for (const WORD language : {WORD{MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL)},
-                                    WORD{MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US)}}) {
-            EXPECT_TRUE(::UpdateResourceW(update, RT_RCDATA, MAKEINTRESOURCEW(ID_CONFIG_TEXT),
-                                          language, text.data(), static_cast<DWORD>(text.size())));
-        }
-        EXPECT_TRUE(::EndUpdateResourceW(update, FALSE));
     }
 
     // Starts what the entry says, from within the client folder.
@@ -112,9 +98,6 @@ private:
 };
 
 TEST_F(UninstallerProgram, EndsWithZeroOnlyIfTheGameIsRemoved) {
-    // The usual startup program of a game that names none.
-    Configure("format=Quellstone.v1\nprogramsDisplayName=Bench Game\nstartupExe=\n");
-    bench::WriteFile(fs::path(toolFolder) / L"patcher.exe", "MZ");
     // The wait resets this event.
     SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     const KernelHandle original(::CreateEventW(&inheritable, FALSE, TRUE, nullptr));

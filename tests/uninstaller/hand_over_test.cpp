@@ -66,13 +66,13 @@ protected:
     template <class Callable>
     [[nodiscard]] static auto WhenHeld(Callable seen) {
         return bench::HookCall<decltype(&::CreateFileW)>(
-            L"kernel32.dll", "CreateFileW",
+            bench::kKernel32, "CreateFileW",
             [seen](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
                    DWORD creation, DWORD flags, HANDLE model) -> HANDLE {
                 const auto open = [&] {
                     return bench::RealFunction<decltype(&::CreateFileW)>(
-                        L"kernel32.dll", "CreateFileW")(path, access, share, security, creation,
-                                                        flags, model);
+                        bench::kKernel32, "CreateFileW")(path, access, share, security, creation,
+                                                         flags, model);
                 };
                 return (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0 ? seen(path, open) : open();
             });
@@ -106,9 +106,9 @@ TEST_F(StartCopyTest, RunsACopyFromTheTemporaryFolderThatMayComeToTheFront) {
 TEST_F(StartCopyTest, LeavesNothingOfACopyThatCannotBeMadeOrStarted) {
     {
         const auto hook = bench::HookCall<decltype(&::WriteFile)>(
-            L"kernel32.dll", "WriteFile",
+            bench::kKernel32, "WriteFile",
             [&](HANDLE file, LPCVOID bytes, DWORD count, auto... more) -> BOOL {
-                return bench::RealFunction<decltype(&::WriteFile)>(L"kernel32.dll", "WriteFile")(
+                return bench::RealFunction<decltype(&::WriteFile)>(bench::kKernel32, "WriteFile")(
                     file, bytes, count / 2, more...);  // As on a full disk.
             });
         EXPECT_FALSE(StartCopy(Original()));
@@ -148,7 +148,7 @@ TEST_F(StartCopyTest, WaitsForAVirusScannerThatHoldsTheCopy) {
     });
     bool isStarted = false;
     const auto start = bench::HookCall<decltype(&::CreateProcessW)>(
-        L"kernel32.dll", "CreateProcessW", [&](auto...) -> BOOL {
+        bench::kKernel32, "CreateProcessW", [&](auto...) -> BOOL {
             isStarted = true;
             return FALSE;
         });
@@ -172,7 +172,7 @@ TEST_F(StartCopyTest, LetsNoOtherProgramChangeTheHeldCopy) {
     });
     bool isStarted = false;
     const auto hook = bench::HookCall<decltype(&::CreateProcessW)>(
-        L"kernel32.dll", "CreateProcessW", [&](auto...) -> BOOL {
+        bench::kKernel32, "CreateProcessW", [&](auto...) -> BOOL {
             isStarted = true;
             EXPECT_FALSE(CanBeOpened(copy, GENERIC_WRITE, kShareAll));
             EXPECT_FALSE(CanBeOpened(copy, DELETE, kShareAll));
@@ -230,13 +230,13 @@ TEST(AwaitOriginal, WaitsThirtySecondsUntilTheProcessHasEnded) {
     HANDLE duplicate = nullptr;
     ::DuplicateHandle(::GetCurrentProcess(), original.Process(), ::GetCurrentProcess(), &duplicate,
                       0, FALSE, DUPLICATE_SAME_ACCESS);
-    const auto wait = bench::RealFunction<decltype(&::WaitForSingleObject)>(L"kernel32.dll",
+    const auto wait = bench::RealFunction<decltype(&::WaitForSingleObject)>(bench::kKernel32,
                                                                             "WaitForSingleObject");
     DWORD waited = WAIT_FAILED;
     {
         // The process only ends because it is waited for.
         const auto hook = bench::HookCall<decltype(&::WaitForSingleObject)>(
-            L"kernel32.dll", "WaitForSingleObject", [&](HANDLE handle, DWORD limitMs) -> DWORD {
+            bench::kKernel32, "WaitForSingleObject", [&](HANDLE handle, DWORD limitMs) -> DWORD {
                 if (handle != duplicate) {
                     return wait(handle, limitMs);
                 }

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <string>
 
-#include "bench_parts/call_hook.h"
 #include "bench_parts/current_folder.h"
 #include "bench_parts/environment_variable.h"
+#include "bench_parts/file_hooks.h"
 #include "installed_game_test.h"
 #include "registered_program.h"
 
@@ -105,12 +105,10 @@ TEST_F(OtherPrograms, AreNotFoundByOtherOrRelativePaths) {
 
 TEST_F(OtherPrograms, AreNotLookedForOnServers) {
     bool isAsked = false;
-    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
-        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
-            isAsked = isAsked || std::wstring_view(path).find(L"server") != std::wstring::npos;
-            return bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW")(
-                path, more...);
-        });
+    const auto hook = bench::HookOpen([&](const std::wstring& path) -> DWORD {
+        isAsked = isAsked || path.find(L"server") != std::wstring::npos;
+        return ERROR_SUCCESS;
+    });
     EXPECT_FALSE(IsFoundAt(L"\\\\server\\share\\game"));
     EXPECT_FALSE(IsFoundAt(L"\\\\?\\UNC\\server\\share\\game"));
     EXPECT_FALSE(isAsked);

@@ -19,6 +19,6 @@ protected:
     }
 
     static decltype(&::CreateFileW) RealCreateFile() {
-        return bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW");
+        return bench::RealFunction<decltype(&::CreateFileW)>(bench::kKernel32, "CreateFileW");
     }
 };

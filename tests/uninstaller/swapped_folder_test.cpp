@@ -36,7 +36,7 @@ protected:
     // Swaps `folder` after the `count`th listing of the client folder.
     [[nodiscard]] auto SwapAfterListing(const fs::path& folder, int count) {
         return bench::HookCall<decltype(&::FindFirstFileExW)>(
-            L"kernel32.dll", "FindFirstFileExW",
+            bench::kKernel32, "FindFirstFileExW",
             [this, folder, count, seen = 0](LPCWSTR pattern, auto... more) mutable -> HANDLE {
                 const HANDLE listing = listReal_(pattern, more...);
                 if (fs::path(toolFolder) / L"*" == pattern && ++seen == count) {
@@ -50,7 +50,7 @@ private:
     fs::path elsewhere_ = Outside() / L"elsewhere";
     std::vector<std::wstring> before_;
     decltype(&::FindFirstFileExW) listReal_ =
-        bench::RealFunction<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW");
+        bench::RealFunction<decltype(&::FindFirstFileExW)>(bench::kKernel32, "FindFirstFileExW");
 };
 
 TEST_F(SwappedFolder, IsNotEnteredForRemoval) {
@@ -87,7 +87,7 @@ TEST_F(SwappedFolder, AtOrAboveTheClientIsNotEntered) {
 TEST_F(SwappedFolder, KeepsItsStartupProgram) {
     // The link takes its place while the uninstaller, the last file but one, is being removed.
     const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
-        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
+        bench::kKernel32, "CreateFileW", [&](LPCWSTR path, DWORD access, auto... more) -> HANDLE {
             if (access == DELETE && fs::path(path).filename() == L"Uninstall.exe") {
                 Swap(fs::path(toolFolder) / L"bin");
             }
@@ -105,7 +105,7 @@ TEST_F(SwappedFolder, KeepsItsEmptyFolders) {
     bench::WriteFile(emptied / L"start.exe", "MZ");
     bool isSwapped = false;
     const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
-        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
+        bench::kKernel32, "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
             if (!isSwapped && (emptied == path || emptied.parent_path() == path) &&
                 !fs::exists(emptied / L"start.exe")) {
                 isSwapped = true;

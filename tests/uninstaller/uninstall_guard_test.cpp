@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "bench_parts/call_hook.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/running_copy.h"
 #include "bench_parts/skipping.h"
 #include "installed_game_test.h"
@@ -115,15 +115,9 @@ TEST_F(JudgeClientTest, NamesTheFolderThatCannotBeResolved) {
     fs::create_directory(registered);
     RegisterFolder(registered);
     fs::path unresolved;
-    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
-        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
-            if (unresolved.native() == path) {
-                ::SetLastError(ERROR_NOT_READY);
-                return INVALID_HANDLE_VALUE;
-            }
-            return bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW")(
-                path, more...);
-        });
+    const auto hook = bench::HookOpen([&](const std::wstring& path) -> DWORD {
+        return path == unresolved ? ERROR_NOT_READY : ERROR_SUCCESS;
+    });
     for (const fs::path& folder : {client_, registered}) {
         unresolved = folder;
         const Verdict verdict = JudgeClient();
@@ -269,15 +263,9 @@ TEST_F(SharedFolder, MayBeInTheClientAndForWindowsAboveIt) {
 
 TEST_F(SharedFolder, IsRecognizedAlsoIfItCannotBeResolved) {
     const auto place = PlaceFolders();
-    const auto closed = bench::HookCall<decltype(&::CreateFileW)>(
-        L"kernel32.dll", "CreateFileW", [&](LPCWSTR path, auto... more) -> HANDLE {
-            if (place_.native() == path) {
-                ::SetLastError(ERROR_ACCESS_DENIED);
-                return INVALID_HANDLE_VALUE;
-            }
-            return bench::RealFunction<decltype(&::CreateFileW)>(L"kernel32.dll", "CreateFileW")(
-                path, more...);
-        });
+    const auto closed = bench::HookOpen([&](const std::wstring& path) -> DWORD {
+        return path == place_ ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    });
     for (const fs::path& shared :
          {client_ / L"DATA", fs::path(UpperCase(client_.native() + L"\\"))}) {
         place_ = shared;
@@ -290,7 +278,7 @@ TEST_F(SharedFolder, IsRecognizedAlsoIfItCannotBeResolved) {
 TEST_F(SharedFolder, IsTheTemporaryFolderAndWhatIsAboveIt) {
     fs::path temporary;
     const auto hook = bench::HookCall<decltype(&::GetTempPathW)>(
-        L"kernel32.dll", "GetTempPathW", [&](DWORD, LPWSTR text) -> DWORD {
+        bench::kKernel32, "GetTempPathW", [&](DWORD, LPWSTR text) -> DWORD {
             const std::wstring path = temporary.native() + L"\\";
             text[path.copy(text, MAX_PATH)] = L'\0';
             return static_cast<DWORD>(path.size());

@@ -112,7 +112,7 @@ TEST_F(RunUninstallTest, ReportsWhatStays) {
 
     open.Close();
     const auto refuse = bench::HookCall<decltype(&::RegDeleteTreeW)>(
-        L"advapi32.dll", "RegDeleteTreeW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
+        bench::kAdvapi32, "RegDeleteTreeW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
     EXPECT_FALSE(RunUninstall());
     ASSERT_EQ(boxes_.size(), 4U);
     EXPECT_EQ(boxes_[3].style & kButtonsAndIcon, UINT{MB_OK | MB_ICONWARNING});

@@ -63,17 +63,6 @@ void ClientTest::ExpectCounters(uint64_t total, uint64_t done, uint64_t repaired
     EXPECT_EQ(state.filesRepaired, repaired);
 }
 
-void ClientTest::ExpectFailure(const std::wstring& message) {
-    const JobState state = snapshot();
-    EXPECT_EQ(state.errorMessage, message);
-    EXPECT_EQ(state.detailLine, message);
-    EXPECT_EQ(state.statusLine, L"Repair failed.");
-    EXPECT_EQ(state.stage, JobStage::Failed);
-    EXPECT_TRUE(jobProgress.failed);
-    EXPECT_TRUE(jobProgress.finished);
-    EXPECT_FALSE(jobProgress.running);
-}
-
 void ClientTest::ExpectFailureOf(const std::wstring& relativePath) {
     ExpectFailure(L"Could not repair this file: " + relativePath);
 }

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "bench_parts/failed_job.h"
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
 
@@ -65,7 +66,7 @@ private:
 };
 
 // The fixture for tests that work on such folders: a running job.
-class ClientTest : public testing::Test, protected ClientFolders {
+class ClientTest : public testing::Test, protected ClientFolders, protected FailedJob {
 protected:
     ClientTest();
 
@@ -76,8 +77,6 @@ protected:
     [[nodiscard]] std::vector<std::wstring> Listing() const;
 
     static void ExpectCounters(uint64_t total, uint64_t done, uint64_t repaired);
-    // The job has failed with that message and no longer runs.
-    static void ExpectFailure(const std::wstring& message);
     // The job has failed at that file.
     static void ExpectFailureOf(const std::wstring& relativePath);
     // The job has stopped without a report.

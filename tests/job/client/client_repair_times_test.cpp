@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr wchar_t kKernel32[] = L"kernel32.dll";
+using bench::kKernel32;
 
 // In 100 ns steps since 1601.
 constexpr uint64_t kDay = 864'000'000'000;

@@ -92,7 +92,7 @@ TEST_F(ContentComparison, ComparesBeyondFourGiB) {
         ComparisonBuffers buffers;
         std::map<HANDLE, uint64_t> positions;
         const auto hook = bench::HookCall<decltype(&::ReadFile)>(
-            L"kernel32.dll", "ReadFile",
+            bench::kKernel32, "ReadFile",
             [&](HANDLE file, LPVOID buffer, DWORD byteCount, LPDWORD bytesRead, auto) -> BOOL {
                 uint64_t& position = positions[file];
                 *bytesRead =

@@ -66,13 +66,6 @@ TEST_F(LongPaths, AreRepaired) {
     EXPECT_EQ(state.filesRepaired, 2u);
 }
 
-TEST_F(LongPaths, AreReinstalled) {
-    EXPECT_TRUE(Run(folders_.Package(), true));
-    ExpectPackage();
-    EXPECT_FALSE(std::filesystem::exists(folders_.InClient(own_)));
-    EXPECT_EQ(bench::ReadFile(folders_.Tool()), bench::kToolBytes);
-}
-
 TEST_F(LongPaths, ArePlainInWhatTheUserSees) {
     bench::SetReadOnly(folders_.InClient(changed_), true);
     EXPECT_FALSE(Run(folders_.Package(), false));
@@ -88,12 +81,16 @@ TEST_F(LongPaths, OfThePackageFolderAreRead) {
 }
 
 // A program gets its own path in the form in which it was started.
-TEST_F(LongPaths, OfAToolStartedByItsExtendedPathAreReinstalled) {
-    const bench::ToolLocation extended(L"\\\\?\\" + folders_.Client().native(),
-                                       L"\\\\?\\" + folders_.Tool().native());
-    EXPECT_TRUE(Run(folders_.Package(), true));
-    ExpectPackage();
-    EXPECT_EQ(bench::ReadFile(folders_.Tool()), bench::kToolBytes);
+TEST_F(LongPaths, AreReinstalledAlsoByAToolStartedByItsExtendedPath) {
+    for (const wchar_t* const prefix : {L"", L"\\\\?\\"}) {
+        const bench::ToolLocation location(prefix + folders_.Client().native(),
+                                           prefix + folders_.Tool().native());
+        bench::WriteFile(folders_.InClient(own_), "the player's");
+        EXPECT_TRUE(Run(folders_.Package(), true));
+        ExpectPackage();
+        EXPECT_FALSE(std::filesystem::exists(folders_.InClient(own_)));
+        EXPECT_EQ(bench::ReadFile(folders_.Tool()), bench::kToolBytes);
+    }
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 #include "job/client/client_folders.h"
 #include "job/client/reinstall_cleanup.h"
 #include "job/client/substituted_drive.h"
-#include "job/progress/job_progress.h"
 
 namespace fs = std::filesystem;
 
@@ -129,7 +128,7 @@ TEST(ReinstallSafety, RefusesTheRootOfAVolumeMountedInAFolder) {
     const bench::ClientFolders folders;
     fs::path mounted = folders.Client();
     const auto hook = bench::HookCall<decltype(&::GetVolumePathNameW)>(
-        L"kernel32.dll", "GetVolumePathNameW", [&](LPCWSTR, LPWSTR root, DWORD size) -> BOOL {
+        bench::kKernel32, "GetVolumePathNameW", [&](LPCWSTR, LPWSTR root, DWORD size) -> BOOL {
             root[(mounted.native() + L"\\").copy(root, size - 1)] = L'\0';
             return TRUE;
         });
@@ -289,14 +288,4 @@ TEST(OutsideClientFolder, RefusesUnresolvablePathsOnTheClientsDrive) {
         const auto hook = bench::RefuseToOpen(unresolvable);
         EXPECT_EQ(IsOutsideClientFolder(path), isOutside) << name;
     }
-}
-
-TEST(ReinstallSafety, TouchesNothing) {
-    const bench::ClientFolders folders;
-    bench::WriteFile(folders.Client() / L"a.dat", "a");
-    EXPECT_TRUE(IsSafeReinstallFolder());
-    EXPECT_FALSE(IsSafeAt(folders.Scratch(), folders.Tool()));
-    EXPECT_EQ(bench::FolderListing(folders.Client()),
-              (std::vector<std::wstring>{L"RepairTool.exe", L"a.dat"}));
-    EXPECT_EQ(snapshot().statusLine, L"Ready.");
 }

@@ -11,15 +11,10 @@
 
 namespace fs = std::filesystem;
 
-TEST(RunningTool, IsRecognizedByItsOwnPathInAnyLetterCase) {
+TEST(RunningTool, IsRecognizedHoweverEitherPathIsWritten) {
     const bench::ClientFolders folders;
     EXPECT_TRUE(IsRunningTool(folders.Tool()));
-    EXPECT_TRUE(IsRunningTool(folders.Client() / L"REPAIRTOOL.exe"));
     EXPECT_TRUE(IsRunningTool(folders.Scratch() / L"GAMES" / L"client" / L"repairtool.EXE"));
-}
-
-TEST(RunningTool, IsRecognizedIfItsOwnPathIsWrittenDifferently) {
-    const bench::ClientFolders folders;
     const bench::ToolLocation location(
         folders.Client(), folders.Scratch() / L"games/CLIENT\\.\\..\\client/repairTOOL.exe");
     EXPECT_TRUE(IsRunningTool(folders.Tool()));
@@ -45,28 +40,22 @@ TEST(RunningTool, IsRecognizedThroughAFolderLink) {
     EXPECT_TRUE(IsRunningTool(folders.Tool()));
 }
 
-TEST(RunningTool, OtherEntriesAreNotTheTool) {
+TEST(RunningTool, OtherUnknownAndUnresolvedPathsAreNotTheTool) {
     const bench::ClientFolders folders;
-    bench::WriteFile(folders.Client() / L"sub" / L"RepairTool.exe", bench::kToolBytes);
-    bench::WriteFile(folders.Client() / L"RepairTool.exe.bak", bench::kToolBytes);
-    EXPECT_FALSE(IsRunningTool(folders.Client() / L"sub" / L"RepairTool.exe"));
-    EXPECT_FALSE(IsRunningTool(folders.Client() / L"RepairTool.exe.bak"));
-    EXPECT_FALSE(IsRunningTool(folders.Client() / L"missing.exe"));
-    EXPECT_FALSE(IsRunningTool(folders.Client()));
-    EXPECT_FALSE(IsRunningTool(L""));
-}
-
-TEST(RunningTool, NoPathIsTheToolWhileItsLocationIsUnknown) {
-    const bench::ClientFolders folders;
-    const bench::ToolLocation location(L"", L"");
+    const fs::path client = folders.Client();
+    bench::WriteFile(client / L"sub" / L"RepairTool.exe", bench::kToolBytes);
+    bench::WriteFile(client / L"RepairTool.exe.bak", bench::kToolBytes);
+    for (const fs::path& other : {client / L"sub" / L"RepairTool.exe", client / L"missing.exe",
+                                  client / L"RepairTool.exe.bak", client, fs::path()}) {
+        EXPECT_FALSE(IsRunningTool(other)) << other;
+    }
+    {
+        const auto hook = bench::RefuseToOpen(folders.Tool());
+        EXPECT_FALSE(IsRunningTool(folders.Tool()));
+    }
+    const bench::ToolLocation unknown(L"", L"");
     EXPECT_FALSE(IsRunningTool(folders.Tool()));
     EXPECT_FALSE(IsRunningTool(L""));
-}
-
-TEST(RunningTool, APathThatCannotBeResolvedIsNotTheTool) {
-    const bench::ClientFolders folders;
-    const auto hook = bench::RefuseToOpen(folders.Tool());
-    EXPECT_FALSE(IsRunningTool(folders.Tool()));
 }
 
 TEST(RunningTool, IsRecognizedByItsPathOnceItsFileIsRemoved) {

@@ -11,7 +11,7 @@ using UnixFileName = char*(CDECL*)(const wchar_t* path);
 
 std::filesystem::path OnWinesRootDrive(const std::filesystem::path& folder) {
     const auto nameOf =
-        bench::RealFunction<UnixFileName>(L"kernel32.dll", "wine_get_unix_file_name");
+        bench::RealFunction<UnixFileName>(bench::kKernel32, "wine_get_unix_file_name");
     char* const name = nameOf(folder.c_str());
     std::filesystem::path path = L"Z:";
     path += name;

@@ -84,11 +84,11 @@ TEST_P(VanishingPackage, IsCopiedFromADriveWithoutResolvedPaths) {
     bench::WriteFile(InPackage(L"RepairTool.exe"), "of the package");
     for (const DWORD error : {DWORD{ERROR_INVALID_FUNCTION}, DWORD{ERROR_PATH_NOT_FOUND}}) {
         const auto resolve = bench::RealFunction<decltype(&::GetFinalPathNameByHandleW)>(
-            L"kernel32.dll", "GetFinalPathNameByHandleW");
+            bench::kKernel32, "GetFinalPathNameByHandleW");
         int refusals = 0;
         {
             const auto hook = bench::HookCall<decltype(&::GetFinalPathNameByHandleW)>(
-                L"kernel32.dll", "GetFinalPathNameByHandleW",
+                bench::kKernel32, "GetFinalPathNameByHandleW",
                 [&](HANDLE file, LPWSTR path, DWORD size, DWORD flags) -> DWORD {
                     std::wstring name(MAX_PATH, L'\0');
                     name.resize(resolve(file, name.data(), MAX_PATH, FILE_NAME_NORMALIZED));

@@ -194,7 +194,7 @@ TEST_F(JobProgressTest, CancelRequestEndsTheUnpackingProgramWithCodeOne) {
 TEST_F(JobProgressTest, CancelRequestEndsTheProgramAfterSettingTheFlagAndUnderTheLock) {
     int calls = 0;
     const auto hook = bench::HookCall<decltype(&::TerminateProcess)>(
-        L"kernel32.dll", "TerminateProcess", [&](HANDLE, UINT) -> BOOL {
+        bench::kKernel32, "TerminateProcess", [&](HANDLE, UINT) -> BOOL {
             ++calls;
             EXPECT_TRUE(jobProgress.cancelRequested);
             std::thread([] { EXPECT_FALSE(jobProgress.lock.try_lock()); }).join();
