@@ -111,26 +111,6 @@ TEST_F(ClosingRace, TheReinstallsQuestionStaysOrClosesWithTheTool) {
     EXPECT_TRUE(std::filesystem::exists(Client() / L"own.txt"));
 }
 
-TEST_F(ClosingRace, TheOfferClosesWithTheToolAndStartsNothing) {
-    Set("offerDesktopShortcut", L"1");
-    Set("runAfterInstall", L"1");
-    StartTool();
-    StartReinstall();
-    const HWND offer = AwaitBox(kOfferCaption);
-    AnswerToClose(AskToClose(), IDYES);
-    EXPECT_FALSE(::IsWindow(offer));
-    EXPECT_FALSE(std::filesystem::exists(ShortcutFile()));
-    EXPECT_EQ(SettledStartsOfTheGame(), 0U);
-}
-
-TEST_F(ClosingRace, TheShortcutsFailureClosesWithTheTool) {
-    Set("offerDesktopShortcut", L"1");
-    Set("startupExe", L"missing.exe");
-    StartTool().Press(ButtonId::CreateShortcut);
-    AwaitBox(kOfferCaption);
-    AnswerToClose(AskToClose(), IDYES);
-}
-
 // A program that wants to close all windows of a thread can do that.
 TEST_F(ClosingRace, AQuitMessageStopsTheJobToo) {
     machine_.PutRecorder(machine_.CurrentFolder() / L"powershell.exe", "hold");
