@@ -121,6 +121,26 @@ TEST_F(ClientRepair, FillsADrivesRootWhateverIsCurrentOnTheDrive) {
     fs::remove(L"C:\\repair root test");
 }
 
+TEST_F(ClientRepair, HandlesNamesWithBlanksAndUnicode) {
+    const std::vector<std::wstring> names = {L" leading blank.dat",
+                                             L"two  blanks.dat",
+                                             L"\u00E4\u00F6\u00DF.dat",
+                                             L"\u6F22\u5B57\\\u30C7.dat",
+                                             L"\u0438\u0433\u0440\u0430.dat",
+                                             L"\U0001F3AE\\\U0001F3AE.dat",
+                                             L"a%20b;c,d'e(f)[g].dat",
+                                             L".hidden",
+                                             L"no extension"};
+    for (const std::wstring& name : names) {
+        bench::WriteFile(InPackage(name), "content");
+    }
+    EXPECT_TRUE(Repair());
+    for (const std::wstring& name : names) {
+        EXPECT_EQ(bench::ReadFile(InClient(name)), "content");
+    }
+    ExpectCounters(names.size(), names.size(), names.size());
+}
+
 TEST_F(ClientRepair, FindsTheClientsFilesInAnotherLetterCase) {
     bench::WriteFile(InPackage(L"Data\\Maps.dat"), "new");
     bench::WriteFile(InClient(L"DATA\\maps.DAT"), "old");
@@ -285,6 +305,18 @@ TEST_F(ClientRepair, DoesNotAlignTheToolsTime) {
     const uint64_t time = bench::GetWriteTime(Tool());
     EXPECT_TRUE(Repair());
     EXPECT_EQ(bench::GetWriteTime(Tool()), time);
+    ExpectCounters(1, 1, 0);
+}
+
+TEST_F(ClientRepair, DoesNotOverwriteTheToolByItsShortName) {
+    const fs::path tool = InClient(L"The repair tool of the game.exe");
+    bench::WriteFile(tool, "tool");
+    const fs::path shortPath = bench::WithShortName(tool);
+    SKIP_ON_WINDOWS_WITHOUT(!shortPath.empty(), "short names on this volume");
+    const bench::ToolLocation location(Client(), tool);
+    bench::WriteFile(InPackage(shortPath.filename()), "not the tool");
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(bench::ReadFile(tool), "tool");
     ExpectCounters(1, 1, 0);
 }
 
