@@ -47,6 +47,36 @@ protected:
     }
 };
 
+TEST_F(ClosingRace, ASuccessIsCollectedUnderTheQuestion) {
+    Set("runAfterInstall", L"1");
+    StartTool();
+    for (const int answer : {IDNO, IDYES}) {
+        const size_t starts = StartsOfTheGame();
+        HoldRepair();
+        const HWND question = AskToClose();
+        LetItSucceed();
+        ExpectSuccessCollected();
+        EXPECT_TRUE(bench::Await([&] { return StartsOfTheGame() == starts + 1; }))
+            << "the launch does not wait for the answer";
+        AnswerToClose(question, answer);
+    }
+}
+
+TEST_F(ClosingRace, AFailureIsShownUnderTheQuestion) {
+    const bench::ToolWindow& window = StartTool();
+    for (const int answer : {IDNO, IDYES}) {
+        HoldRepair();
+        const HWND question = AskToClose();
+        LetItFail();
+        EXPECT_TRUE(bench::Await([&] { return window.See(ButtonId::Retry).visible; }));
+        AnswerToClose(question, answer);
+        if (answer == IDNO) {
+            window.Press(ButtonId::Retry);
+            window.AwaitCanPress(ButtonId::RepairClient);
+        }
+    }
+}
+
 // A reinstall that ends under the close question opens the offer of the shortcut above it.
 class OfferAboveCloseQuestion : public ClosingRace {
 protected:
@@ -90,6 +120,21 @@ TEST_F(OfferAboveCloseQuestion, BothAnswersCountInEitherOrder) {
         ExpectOutcome(close);
         EXPECT_EQ(std::filesystem::remove(ShortcutFile()), offer == IDYES);
     }
+}
+
+// Refusing to close re-enables the window, so the player can continue with the offer still open.
+TEST_F(OfferAboveCloseQuestion, TheOfferComesTooLateOnceTheNextJobRuns) {
+    Set("runAfterInstall", L"1");
+    OpenBoth();
+    AnswerBelow(question_, IDNO);
+    HoldRepair();
+    Answer(offer_, IDYES);
+    Window().AwaitIdle();
+    EXPECT_FALSE(Window().See(ButtonId::RepairClient).enabled);
+    EXPECT_FALSE(std::filesystem::exists(ShortcutFile()));
+    LetItSucceed();
+    ExpectSuccessCollected();
+    EXPECT_TRUE(bench::Await([this] { return StartsOfTheGame() == 1; })) << "the next job's launch";
 }
 
 TEST_F(ClosingRace, TheReinstallsQuestionStaysOrClosesWithTheTool) {

@@ -24,6 +24,12 @@ void WriteFiles(const std::filesystem::path& folder) {
 
 class InterruptedJob : public bench::ToolTest {
 protected:
+    // The stage runs to its end, and the clean-up follows.
+    void Confirm(HWND question) {
+        ::PostMessageW(question, WM_COMMAND, IDYES, 0);
+        ExpectExit();
+    }
+
     // The client without the files that a test wrote there to prolong a stage.
     bench::Contents ClientWithoutFiles() const {
         bench::Contents contents = ClientContents();
@@ -39,6 +45,32 @@ protected:
         EXPECT_TRUE(Window().CanPress(ButtonId::RepairClient)) << "the repair has failed";
     }
 };
+
+TEST_F(InterruptedJob, ClosingInTheFlatteningEndsBeforeTheClientIsTouched) {
+    bench::WriteFile(Client() / L"old.txt", "from an older client");
+    const bench::Contents before = ClientContents();
+    StartTool();
+    HoldRepair();
+    const std::filesystem::path staging = StagingFolder();
+    WriteFiles(staging / L"Client");
+    const HWND question = AskToClose();
+    EndTar(0);
+    ASSERT_TRUE(bench::Await([&] { return std::filesystem::exists(staging / FileName(0)); }));
+    Confirm(question);
+    EXPECT_EQ(bench::FirstDifference(before, ClientContents()), "");
+}
+
+TEST_F(InterruptedJob, ClosingInTheCleanOutEndsBeforeAnythingIsInstalled) {
+    WriteFiles(Client());
+    StartTool();
+    HoldReinstall();
+    bench::WriteFile(StagingFolder() / L"new.txt", "from the package");
+    const HWND question = AskToClose();
+    EndTar(0);
+    ASSERT_TRUE(bench::Await([&] { return !std::filesystem::exists(Client() / FileName(0)); }));
+    Confirm(question);
+    EXPECT_THAT(ClientContents(), testing::IsEmpty()) << "the clean-out runs to its end";
+}
 
 // At the end of a session the system asks the window, tells it, and then ends the process.
 TEST_F(InterruptedJob, ARepairCompletesTheClientAfterASessionEndInTheCleanOut) {

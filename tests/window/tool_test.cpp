@@ -121,7 +121,7 @@ ToolTest::ToolTest()
 ToolTest::~ToolTest() {
     EndTool();
     if (tar_ && ::WaitForSingleObject(tar_.get(), 0) == WAIT_TIMEOUT) {
-        EXPECT_TRUE(::TerminateProcess(tar_.get(), 1));
+        EndTar(1);
     }
     std::error_code ignored;  // Most tests create none.
     fs::remove(ShortcutFile(), ignored);
@@ -271,7 +271,26 @@ void ToolTest::AwaitHold() {
 
 void ToolTest::LetItSucceed() {
     machine_.PutPowerShell();
-    EXPECT_TRUE(::TerminateProcess(tar_.get(), 1));
+    EndTar(1);
+}
+
+void ToolTest::LetItFail() {
+    machine_.PutRecorder(machine_.CurrentFolder() / L"powershell.exe", "exit 1");
+    EndTar(1);
+}
+
+void ToolTest::EndTar(DWORD exitCode) {
+    EXPECT_TRUE(::TerminateProcess(tar_.get(), exitCode));
+}
+
+fs::path ToolTest::StagingFolder() const {
+    for (const std::wstring& name : TempFolder()) {
+        if (name.starts_with(L"KrvBrennickRepair_")) {
+            return fs::temp_directory_path() / name;
+        }
+    }
+    ADD_FAILURE() << "no scratch folder";
+    return {};
 }
 
 void ToolTest::ExpectExit() {

@@ -67,9 +67,14 @@ protected:
     void AwaitHold();
     // The job ends some moments later, and is collected later still.
     void LetItSucceed();
+    void LetItFail();
+    // Ends the tar.exe that holds the job.
+    void EndTar(DWORD exitCode);
     [[nodiscard]] const KernelHandle& Tar() const {
         return tar_;
     }
+    // The held job's scratch folder, for a test to put a package's content there.
+    [[nodiscard]] std::filesystem::path StagingFolder() const;
 
     // Looking at the results.
 

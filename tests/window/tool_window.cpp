@@ -91,6 +91,11 @@ void ToolWindow::Press(ButtonId id) const {
     ::PostMessageW(Button(id), BM_CLICK, 0, 0);
 }
 
+void ToolWindow::PostCommand(ButtonId id, WORD notification) const {
+    ::PostMessageW(window_, WM_COMMAND, MAKEWPARAM(static_cast<WORD>(id), notification),
+                   reinterpret_cast<LPARAM>(Button(id)));
+}
+
 void ToolWindow::PostClose() const {
     ::PostMessageW(window_, WM_CLOSE, 0, 0);
 }

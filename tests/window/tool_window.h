@@ -44,6 +44,8 @@ public:
 
     // Presses a button that can be pressed. Returns at once: the effect comes later.
     void Press(ButtonId id) const;
+    // Sends the button's command, even if a player could not press it.
+    void PostCommand(ButtonId id, WORD notification = BN_CLICKED) const;
     // Like the taskbar's "Close window".
     void PostClose() const;
     // One more tick of the window's timer.

@@ -1,8 +1,12 @@
 #include <gtest/gtest.h>
 
+#include "bench_parts/waiting.h"
+#include "window/backdrop.h"
 #include "window/tool_test.h"
 
 namespace {
+
+constexpr Argb kWhite = 0xFFFFFFFF;
 
 void MoveTo(const bench::ToolWindow& window, int x, int y) {
     ::SetWindowPos(window.Handle(), nullptr, x, y, 0, 0,
@@ -10,17 +14,37 @@ void MoveTo(const bench::ToolWindow& window, int x, int y) {
     window.AwaitIdle();
 }
 
-// Covers the tool with another program's window, and takes that away again.
-void CoverAndUncover(const bench::ToolWindow& window, const RECT& place) {
-    const HWND cover = ::CreateWindowExW(
-        WS_EX_NOACTIVATE | WS_EX_TOPMOST, L"STATIC", L"", WS_POPUP | WS_VISIBLE | SS_WHITERECT,
-        place.left + 100, place.top + 30, 500, 450, nullptr, nullptr, nullptr, nullptr);
-    ::UpdateWindow(cover);
-    bench::ExpectColor(window.Screen(), 0xFFFFFFFF, {{300, 300}});
-    ::DestroyWindow(cover);
-}
+// A mark on the screen that disappears when the window is painted there.
+class ForeignSpot {
+public:
+    explicit ForeignSpot(const bench::ToolWindow& window) : window_(window) {
+        const HDC dc = ::GetDC(window_.Handle());
+        const RECT spot{kPlace.x, kPlace.y, kPlace.x + 6, kPlace.y + 6};
+        ::FillRect(dc, &spot, static_cast<HBRUSH>(::GetStockObject(WHITE_BRUSH)));
+        ::ReleaseDC(window_.Handle(), dc);
+        ::GdiFlush();
+        EXPECT_TRUE(IsThere());
+    }
+    [[nodiscard]] bool IsThere() const {
+        return window_.Screen().Value(kPlace.x, kPlace.y) == kWhite;
+    }
 
-class WindowRepaint : public bench::ToolTest {};
+private:
+    static constexpr Point kPlace{400, 340};
+
+    const bench::ToolWindow& window_;
+};
+
+class WindowRepaint : public bench::ToolTest {
+protected:
+    void ExpectNoPaintAtTicks() {
+        static_cast<void>(Window().Look());  // All pending painting is done then.
+        EXPECT_FALSE(::GetUpdateRect(Window().Handle(), nullptr, FALSE));
+        const ForeignSpot spot(Window());
+        ExpectQuiet();
+        EXPECT_TRUE(spot.IsThere());
+    }
+};
 
 TEST_F(WindowRepaint, ShowsTheSamePictureAgainWhateverHidTheWindow) {
     UseBrandPictures();
@@ -42,7 +66,10 @@ TEST_F(WindowRepaint, ShowsTheSamePictureAgainWhateverHidTheWindow) {
         MoveTo(window, place.left, place.top);
         window.AwaitLook(before);
     }
-    CoverAndUncover(window, place);
+    {
+        const bench::Backdrop cover({place.left + 100, place.top + 30, 500, 450});
+        bench::ExpectColor(window.Screen(), kWhite, {{300, 300}});
+    }
     window.AwaitLook(before);
     for (const ButtonId id : {ButtonId::RepairClient, ButtonId::CloseMark}) {
         SCOPED_TRACE(static_cast<int>(id));
@@ -53,6 +80,20 @@ TEST_F(WindowRepaint, ShowsTheSamePictureAgainWhateverHidTheWindow) {
         EXPECT_TRUE(window.Look() == before) << "under the pointer";
     }
     ::SetCursorPos(formerPointer.x, formerPointer.y);
+}
+
+TEST_F(WindowRepaint, HappensAtEachTickOfAJobOnly) {
+    const bench::ToolWindow& window = StartTool();
+    ExpectNoPaintAtTicks();
+    HoldRepair();
+    for (int times = 0; times < 3; ++times) {
+        window.AwaitIdle();
+        const ForeignSpot spot(window);
+        EXPECT_TRUE(bench::Await([&] { return !spot.IsThere(); }));
+    }
+    LetItSucceed();
+    window.AwaitJobEnd();
+    ExpectNoPaintAtTicks();
 }
 
 }  // namespace
