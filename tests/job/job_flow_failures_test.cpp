@@ -54,7 +54,9 @@ TEST_F(JobFailureTest, NothingIsTouchedBeforeThePackageIsUnpacked) {
            std::wstring(64, L'0')},
           {server_.Url(L"body/1000"), bench::kNoArchive},
           {PackageUrl(L"zip_damaged.zip"), bench::kZipFailed},
+          {PackageUrl(L"zip_truncated.zip"), bench::kZipFailed},
           {PackageUrl(L"rar5_damaged.rar"), bench::RarFailed(L"7z.exe exit code 2")},
+          {PackageUrl(L"rar5_truncated.rar"), bench::RarFailed(L"7z.exe exit code 2")},
           {PackageUrl(L"zip_own_name.zip"),
            L"Could not move extracted client files into place."}}) {
         for (const JobKind kind : {JobKind::Repair, JobKind::Reinstall}) {
