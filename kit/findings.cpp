@@ -44,19 +44,34 @@ void Findings::Add(RuleName rule, Place place, std::string message, std::string 
 
 void Findings::Add(RuleName rule, Severity severity, Place place, std::string message,
                    std::string hint) {
+    Count(rule, severity);
+    Kept kept{{rule, severity, std::move(place), std::move(message), std::move(hint)}, added_++};
+    std::vector<Kept>& first = rules_[rule.Index()].first;
+    if (first.size() > kListedOfRule) {
+        if (!IsBefore(kept, first.front())) {
+            return;
+        }
+        std::pop_heap(first.begin(), first.end(), IsBefore);
+        first.pop_back();
+    }
+    first.push_back(std::move(kept));
+    std::push_heap(first.begin(), first.end(), IsBefore);
+}
+
+bool Findings::MayList(RuleName rule, std::string_view entryName) const {
+    const auto found = rules_.find(rule.Index());
+    if (found == rules_.end() || found->second.first.size() <= kListedOfRule) {
+        return true;
+    }
+    const Place& last = found->second.first.front().finding.place;
+    return last.part == Place::Part::Entry ? entryName < last.text : Place::Part::Entry < last.part;
+}
+
+void Findings::Count(RuleName rule, Severity severity) {
     OfRule& ofRule = rules_[rule.Index()];
     ++ofRule.count;
     ++ofRule.countOf[IndexOf(severity)];
     ++countOf_[IndexOf(severity)];
-    Kept kept{{rule, severity, std::move(place), std::move(message), std::move(hint)}, added_++};
-    std::vector<Kept>& first = ofRule.first;
-    if (first.size() > kListedOfRule && !IsBefore(kept, first.back())) {
-        return;
-    }
-    first.insert(std::upper_bound(first.begin(), first.end(), kept, IsBefore), std::move(kept));
-    if (first.size() > kListedOfRule + 1) {
-        first.pop_back();
-    }
 }
 
 uint64_t Findings::Count(Severity severity) const {
@@ -71,12 +86,12 @@ uint64_t Findings::Count(RuleName rule) const {
 std::vector<Finding> Findings::List() const {
     std::vector<Kept> listed;
     for (const auto& [index, rule] : rules_) {
-        const size_t shown = std::min(rule.first.size(), kListedOfRule);
-        listed.insert(listed.end(), rule.first.begin(),
-                      rule.first.begin() + static_cast<std::ptrdiff_t>(shown));
-        if (rule.first.size() > kListedOfRule) {
-            listed.push_back({LeftOut(rule), rule.first.back().sequence});
+        std::vector<Kept> first = rule.first;
+        std::sort(first.begin(), first.end(), IsBefore);
+        if (first.size() > kListedOfRule) {
+            first.back().finding = LeftOut(rule, first);
         }
+        listed.insert(listed.end(), first.begin(), first.end());
     }
     std::sort(listed.begin(), listed.end(), IsBefore);
     std::vector<Finding> findings;
@@ -99,12 +114,12 @@ bool Findings::IsBefore(const Kept& left, const Kept& right) {
 }
 
 // `rule` has more findings than are listed.
-Finding Findings::LeftOut(const OfRule& rule) {
+Finding Findings::LeftOut(const OfRule& rule, const std::vector<Kept>& sorted) {
     uint64_t countOf[3] = {rule.countOf[0], rule.countOf[1], rule.countOf[2]};
     for (size_t i = 0; i < kListedOfRule; ++i) {
-        --countOf[IndexOf(rule.first[i].finding.severity)];
+        --countOf[IndexOf(sorted[i].finding.severity)];
     }
-    Finding finding = rule.first.back().finding;
+    Finding finding = sorted.back().finding;
     finding.severity = countOf[IndexOf(Severity::Error)] > 0     ? Severity::Error
                        : countOf[IndexOf(Severity::Warning)] > 0 ? Severity::Warning
                                                                  : Severity::Note;

@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "kit/rules.h"
@@ -38,6 +39,11 @@ struct Finding {
     std::string hint;     // A sentence that says what to do.
 };
 
+struct FindingText {
+    std::string message;
+    std::string hint;
+};
+
 // Collects findings. Keeps only the first ones of each rule by place, so that memory stays bounded
 // however many there are. UTF-8 throughout; bytes that are none are allowed and shown escaped. One
 // thread at a time.
@@ -46,6 +52,18 @@ public:
     // With the rule's usual severity.
     void Add(RuleName rule, Place place, std::string message, std::string hint);
     void Add(RuleName rule, Severity severity, Place place, std::string message, std::string hint);
+
+    // The same at an entry of the package, of which there can be millions. `makeText` gives a
+    // FindingText; it is called only if the finding may be listed.
+    template <typename MakeText>
+    void AddAtEntry(RuleName rule, std::string_view name, const MakeText& makeText) {
+        if (MayList(rule, name)) {
+            FindingText text = makeText();
+            Add(rule, PackageEntry(name), std::move(text.message), std::move(text.hint));
+        } else {
+            Count(rule, rule->severity);
+        }
+    }
 
     // All findings of this severity, also those that List leaves out.
     [[nodiscard]] uint64_t Count(Severity severity) const;
@@ -65,13 +83,16 @@ private:
         uint64_t sequence = 0;  // Findings at one place keep the order in which they were added.
     };
     struct OfRule {
-        std::vector<Kept> first;  // The first by place: those that are listed and the next one.
+        // The first by place, those that are listed and the next one: a heap with the last on top.
+        std::vector<Kept> first;
         uint64_t count = 0;
         uint64_t countOf[3] = {};  // By severity.
     };
 
     static bool IsBefore(const Kept& left, const Kept& right);
-    static Finding LeftOut(const OfRule& rule);
+    static Finding LeftOut(const OfRule& rule, const std::vector<Kept>& sorted);
+    [[nodiscard]] bool MayList(RuleName rule, std::string_view entryName) const;
+    void Count(RuleName rule, Severity severity);
 
     std::map<size_t, OfRule> rules_;  // By the rule's index.
     uint64_t added_ = 0;

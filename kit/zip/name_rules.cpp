@@ -1,5 +1,7 @@
 #include "kit/zip/name_rules.h"
 
+#include <algorithm>
+
 #include "kit/zip/entry_name.h"
 
 namespace {
@@ -52,28 +54,30 @@ constexpr PlayerFile kPlayerFolders[] = {
 };
 
 // Whether a component fits a pattern whose only special character is `*`, at most at both ends and
-// once between.
+// once between. The patterns are ASCII in capitals.
 bool FitsPattern(std::string_view component, std::string_view pattern) {
     const size_t star = pattern.find('*');
     if (star == std::string_view::npos) {
-        return component == pattern;
+        return IsSameAscii(component, pattern);
     }
     const std::string_view before = pattern.substr(0, star);
     const std::string_view after = pattern.substr(star + 1);
-    if (!component.starts_with(before)) {
+    if (component.size() < before.size() + after.size() ||
+        !IsSameAscii(component.substr(0, before.size()), before)) {
         return false;
     }
     component.remove_prefix(before.size());
-    if (after.ends_with('*')) {
-        return component.find(after.substr(0, after.size() - 1)) != std::string_view::npos;
+    if (!after.ends_with('*')) {
+        return IsSameAscii(component.substr(component.size() - after.size()), after);
     }
-    return component.ends_with(after);
+    const std::string_view inner = after.substr(0, after.size() - 1);
+    return !std::ranges::search(component, inner, {}, UpperAscii).empty();
 }
 
 // Most folders have none of these names, which this tells without comparing.
 bool CanBePlayerFolder(std::string_view folder) {
-    return !folder.empty() &&
-           (folder[0] == 'S' || folder[0] == 'L' || folder[0] == 'C' || folder[0] == 'M');
+    constexpr std::string_view kInitials = "SLCM";
+    return !folder.empty() && kInitials.find(UpperAscii(folder[0])) != std::string_view::npos;
 }
 
 template <size_t Count>
@@ -91,8 +95,10 @@ std::string_view KindOf(std::string_view component, const PlayerFile (&table)[Co
 bool CheckBytesOfName(std::string_view name, Findings& findings) {
     const std::string_view fault = NameFault(name);
     if (!fault.empty()) {
-        findings.Add("package.bad-name", PackageEntry(name), "The name " + std::string(fault) + ".",
-                     "Rename it in the client folder and make the package again.");
+        findings.AddAtEntry("package.bad-name", name, [&] {
+            return FindingText{"The name " + std::string(fault) + ".",
+                               "Rename it in the client folder and make the package again."};
+        });
     }
     return fault.empty();
 }
@@ -105,10 +111,11 @@ void CheckName(std::string_view name, size_t entry, PackagePaths& paths, Finding
 
 void CheckNamesTogether(const PackagePaths& paths, const NameOf& nameOf, Findings& findings) {
     paths.FindClashes([&](size_t first, size_t second) {
-        findings.Add("package.case-clash", PackageEntry(nameOf(second)),
-                     "On Windows this is the same name as " + std::string(nameOf(first)) +
-                         ", and only one of them can exist.",
-                     "Rename one of them, or leave it out.");
+        findings.AddAtEntry("package.case-clash", nameOf(second), [&] {
+            return FindingText{"On Windows this is the same name as " + std::string(nameOf(first)) +
+                                   ", and only one of them can exist.",
+                               "Rename one of them, or leave it out."};
+        });
     });
     if (const auto entry = paths.FindOwnName()) {
         findings.Add("package.own-name", PackageEntry(nameOf(*entry)),
@@ -134,15 +141,15 @@ void CheckFileCount(uint64_t files, const std::string& packageName, Findings& fi
     }
 }
 
-std::string_view PlayerFileKind(std::string_view foldedName) {
-    while (foldedName.find('/') != std::string_view::npos) {
-        const std::string_view folder = FirstComponent(foldedName);
+std::string_view PlayerFileKind(std::string_view name) {
+    while (name.find('/') != std::string_view::npos) {
+        const std::string_view folder = FirstComponent(name);
         const std::string_view kind =
             CanBePlayerFolder(folder) ? KindOf(folder, kPlayerFolders) : std::string_view();
         if (!kind.empty()) {
             return kind;
         }
-        foldedName.remove_prefix(folder.size() + 1);
+        name.remove_prefix(folder.size() + 1);
     }
-    return KindOf(foldedName, kPlayerFiles);
+    return KindOf(name, kPlayerFiles);
 }

@@ -29,5 +29,4 @@ void CheckNamesTogether(const PackagePaths& paths, const NameOf& nameOf, Finding
 void CheckFileCount(uint64_t files, const std::string& packageName, Findings& findings);
 
 // What players change themselves in a file of this name: "a log". Empty for other files.
-// `foldedName` comes from FoldCase.
-[[nodiscard]] std::string_view PlayerFileKind(std::string_view foldedName);
+[[nodiscard]] std::string_view PlayerFileKind(std::string_view name);

@@ -185,8 +185,9 @@ private:
         for (const ZipEntry& entry : directory_.entries) {
             CheckEncryption(entry);
             if (entry.damage != EntryDamage::None) {
-                findings_.Add("package.damaged", PackageEntry(entry.name),
-                              std::string(DamageText(entry.damage)), kMakeAgain);
+                findings_.AddAtEntry("package.damaged", entry.name, [&] {
+                    return FindingText{std::string(DamageText(entry.damage)), kMakeAgain};
+                });
             }
             CheckAttributes(entry);
         }
@@ -196,14 +197,18 @@ private:
         constexpr uint16_t kAnyEncryption =
             kEncryptedFlag | kStrongEncryptionFlag | kMaskedHeaderFlag;
         if ((entry.flags & kAnyEncryption) != 0 || entry.method == kAesMethod) {
-            findings_.Add("package.encrypted", PackageEntry(entry.name),
-                          "The entry is encrypted, and players are not asked for a password.",
-                          "Make the package without a password.");
+            findings_.AddAtEntry("package.encrypted", entry.name, [] {
+                return FindingText{
+                    "The entry is encrypted, and players are not asked for a password.",
+                    "Make the package without a password."};
+            });
         } else if (entry.method != kStoredMethod && entry.method != kDeflateMethod) {
-            findings_.Add("package.method", PackageEntry(entry.name),
-                          "The entry is packed with method " + std::to_string(entry.method) +
-                              ", which Windows cannot unpack everywhere.",
-                          "Make the package with the method Deflate.");
+            findings_.AddAtEntry("package.method", entry.name, [&] {
+                return FindingText{"The entry is packed with method " +
+                                       std::to_string(entry.method) +
+                                       ", which Windows cannot unpack everywhere.",
+                                   "Make the package with the method Deflate."};
+            });
         }
     }
 
@@ -216,17 +221,20 @@ private:
         const uint32_t mode = hasMode ? entry.externalAttributes >> 16 : 0;
         const uint32_t type = mode & kTypeMask;
         if (type != 0 && type != kRegularType && type != kFolderType) {
-            findings_.Add("package.link", PackageEntry(entry.name),
-                          "This is a symbolic link, a device or another special file.",
-                          "Replace it by the file or folder itself, or leave it out.");
+            findings_.AddAtEntry("package.link", entry.name, [] {
+                return FindingText{"This is a symbolic link, a device or another special file.",
+                                   "Replace it by the file or folder itself, or leave it out."};
+            });
             return;
         }
         if ((entry.externalAttributes & (kReadOnlyAttribute | kHiddenAttribute)) != 0 ||
             (mode != 0 && (mode & kOwnerWrites) == 0)) {
-            findings_.Add("package.read-only", PackageEntry(entry.name),
-                          "It becomes read-only or hidden on the player's machine, and the next "
-                          "update or repair may fail to replace it.",
-                          "Clear that attribute and make the package again.");
+            findings_.AddAtEntry("package.read-only", entry.name, [] {
+                return FindingText{
+                    "It becomes read-only or hidden on the player's machine, and the next update "
+                    "or repair may fail to replace it.",
+                    "Clear that attribute and make the package again."};
+            });
         }
     }
 
@@ -238,17 +246,20 @@ private:
         if (hasFlag && IsValidUtf8(entry.name)) {
             return true;
         }
-        findings_.Add("package.name-encoding", PackageEntry(entry.name),
-                      hasFlag ? "The name says that it is UTF-8, and is not."
-                              : "The name has letters beyond ASCII without the mark for UTF-8, so "
-                                "it depends on the player's system what it becomes.",
-                      "Make the package with a program that writes UTF-8 names, such as repair_kit "
-                      "pack.");
+        findings_.AddAtEntry("package.name-encoding", entry.name, [&] {
+            return FindingText{
+                hasFlag ? "The name says that it is UTF-8, and is not."
+                        : "The name has letters beyond ASCII without the mark for UTF-8, so it "
+                          "depends on the player's system what it becomes.",
+                "Make the package with a program that writes UTF-8 names, such as repair_kit "
+                "pack."};
+        });
         return false;
     }
 
     void CheckNames() {
         PackagePaths paths;
+        paths.Reserve(directory_.entries.size());
         const ZipEntry* longest = nullptr;
         size_t longestCharacters = 0;
         for (size_t i = 0; i < directory_.entries.size(); ++i) {
@@ -290,12 +301,13 @@ private:
         if (entry.IsFolder()) {
             return;
         }
-        const std::string_view kind = PlayerFileKind(FoldCase(entry.name));
+        const std::string_view kind = PlayerFileKind(entry.name);
         if (!kind.empty()) {
-            findings_.Add("package.player-files", PackageEntry(entry.name),
-                          "By its name this holds " + std::string(kind) +
-                              " of a player, which every repair replaces.",
-                          "Leave it out unless every player is to get this one.");
+            findings_.AddAtEntry("package.player-files", entry.name, [&] {
+                return FindingText{"By its name this holds " + std::string(kind) +
+                                       " of a player, which every repair replaces.",
+                                   "Leave it out unless every player is to get this one."};
+            });
         }
     }
 
@@ -304,10 +316,12 @@ private:
             const std::string_view name = directory_.entries[i].name;
             const std::string_view top = FirstComponent(name);
             if (!IsAscii(top)) {
-                findings_.Add("package.non-ascii", PackageEntry(name),
-                              "The top-level name " + std::string(top) +
-                                  " has letters beyond ASCII, which some unpackers garble.",
-                              "Use only ASCII letters in names at the top level.");
+                findings_.AddAtEntry("package.non-ascii", name, [&] {
+                    return FindingText{"The top-level name " + std::string(top) +
+                                           " has letters beyond ASCII, which some unpackers "
+                                           "garble.",
+                                       "Use only ASCII letters in names at the top level."};
+                });
             }
         });
         if (const auto entry = paths.FindFile(WideToUtf8(config_.repairToolName))) {
