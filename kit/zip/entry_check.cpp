@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <future>
+#include <optional>
 #include <vector>
 
 #include "kit/zip/inflater.h"
@@ -26,42 +27,53 @@ bool IsEncrypted(const ZipEntry& entry) {
     return (entry.flags & (kEncryptedFlag | kStrongEncryptionFlag | kMaskedHeaderFlag)) != 0;
 }
 
-std::vector<ZipEntry*> InFileOrder(ZipDirectory& directory) {
-    std::vector<ZipEntry*> entries;
+// An entry with its offset at hand, for sorting.
+struct PlacedEntry {
+    uint64_t offset = 0;
+    ZipEntry* entry = nullptr;
+};
+
+std::vector<PlacedEntry> InFileOrder(ZipDirectory& directory) {
+    std::vector<PlacedEntry> entries;
     entries.reserve(directory.entries.size());
     for (ZipEntry& entry : directory.entries) {
-        entries.push_back(&entry);
+        entries.push_back({entry.headerOffset, &entry});
     }
-    std::sort(entries.begin(), entries.end(), [](const ZipEntry* left, const ZipEntry* right) {
-        return left->headerOffset < right->headerOffset;
-    });
+    const auto isBefore = [](const PlacedEntry& left, const PlacedEntry& right) {
+        return left.offset < right.offset;
+    };
+    // Most programs write the directory in the order of the file.
+    if (!std::is_sorted(entries.begin(), entries.end(), isBefore)) {
+        std::sort(entries.begin(), entries.end(), isBefore);
+    }
     return entries;
 }
 
 // Where the part of the file ends that the entry can have. Marks those that share a place.
-uint64_t EndOfPlace(const std::vector<ZipEntry*>& entries, size_t index, uint64_t directoryOffset) {
-    ZipEntry& entry = *entries[index];
-    if (entry.headerOffset >= directoryOffset) {
+uint64_t EndOfPlace(const std::vector<PlacedEntry>& entries, size_t index,
+                    uint64_t directoryOffset) {
+    const uint64_t offset = entries[index].offset;
+    ZipEntry& entry = *entries[index].entry;
+    if (offset >= directoryOffset) {
         entry.damage = EntryDamage::LeavesFile;
-        return entry.headerOffset;
+        return offset;
     }
-    const bool isSecond = index > 0 && entries[index - 1]->headerOffset == entry.headerOffset;
+    const bool isSecond = index > 0 && entries[index - 1].offset == offset;
     const bool isLast = index + 1 == entries.size();
     const uint64_t next =
-        isLast ? directoryOffset : std::min(directoryOffset, entries[index + 1]->headerOffset);
-    if (isSecond || next == entry.headerOffset) {
+        isLast ? directoryOffset : std::min(directoryOffset, entries[index + 1].offset);
+    if (isSecond || next == offset) {
         entry.damage = EntryDamage::Overlaps;
     }
     return next;
 }
 
-std::vector<Work> DivideWork(const std::vector<ZipEntry*>& entries, uint64_t directoryOffset) {
+std::vector<Work> DivideWork(const std::vector<PlacedEntry>& entries, uint64_t directoryOffset) {
     std::vector<Work> works;
     for (size_t i = 0; i < entries.size(); ++i) {
-        const uint64_t end = i + 1 < entries.size()
-                                 ? entries[i + 1]->headerOffset
-                                 : std::max(directoryOffset, entries[i]->headerOffset);
-        const uint64_t bytes = end - entries[i]->headerOffset;
+        const uint64_t end = i + 1 < entries.size() ? entries[i + 1].offset
+                                                    : std::max(directoryOffset, entries[i].offset);
+        const uint64_t bytes = end - entries[i].offset;
         if (works.empty() || works.back().bytes + bytes > kGroupBytes) {
             works.push_back({i, 0, 0});
         }
@@ -86,14 +98,25 @@ public:
     [[nodiscard]] EntryDamage Check(const ZipEntry& entry, uint64_t end) {
         position_ = entry.headerOffset;
         end_ = end;
+        dataEnd_.reset();
         EntryDamage damage = CheckHeader(entry);
         if (damage == EntryDamage::None) {
             damage = CheckData(entry);
         }
-        if (damage == EntryDamage::None && (entry.flags & kDescriptorFlag) != 0) {
-            damage = CheckDescriptor(entry);
+        entryEnd_ = dataEnd_;
+        if (dataEnd_ && (entry.flags & kDescriptorFlag) != 0) {
+            position_ = *dataEnd_;
+            const EntryDamage descriptorDamage = CheckDescriptor(entry);
+            entryEnd_ =
+                descriptorDamage == EntryDamage::None ? std::optional(position_) : std::nullopt;
+            damage = damage == EntryDamage::None ? descriptorDamage : damage;
         }
         return damage;
+    }
+
+    // Where the last checked entry ends; none if that is uncertain.
+    [[nodiscard]] std::optional<uint64_t> EntryEnd() const {
+        return entryEnd_;
     }
 
     // Adds what lies between `offset` and `end`.
@@ -101,18 +124,12 @@ public:
         if (offset >= end) {
             return;
         }
-        ++stray_.places;
-        stray_.bytes += end - offset;
-        stray_.firstOffset = std::min(stray_.firstOffset, offset);
-        if (end - offset >= kLocalHeaderBytes &&
-            ByteReader(window_.Part(offset, 4)).U32() == kLocalHeaderSignature) {
-            ++stray_.unlistedEntries;
-        }
-    }
-
-    // Where the last checked entry ends.
-    [[nodiscard]] uint64_t Position() const {
-        return position_;
+        const bool isEntry = end - offset >= kLocalHeaderBytes &&
+                             ByteReader(window_.Part(offset, 4)).U32() == kLocalHeaderSignature;
+        StrayPlaces& places = isEntry ? stray_.unlisted : stray_.plain;
+        ++places.places;
+        places.bytes += end - offset;
+        places.firstOffset = std::min(places.firstOffset, offset);
     }
     [[nodiscard]] const StrayBytes& Stray() const {
         return stray_;
@@ -154,6 +171,11 @@ private:
         const std::string_view nameText(reinterpret_cast<const char*>(name.data()), name.size());
         TakeZip64Numbers(extra, numbers);
         position_ += allBytes;
+        const bool hasDescriptor = (flags & entry.flags & kDescriptorFlag) != 0;
+        if ((numbers.packedBytes == entry.packedBytes || hasDescriptor) &&
+            entry.packedBytes <= Room()) {
+            dataEnd_ = position_ + entry.packedBytes;
+        }
         if (nameText != entry.name) {
             return EntryDamage::OtherName;
         }
@@ -252,21 +274,34 @@ private:
     Inflater inflater_;
     StrayBytes stray_;
     uint64_t position_ = 0;
-    uint64_t end_ = 0;
+    uint64_t end_ = 0;                 // Of the entry's place.
+    std::optional<uint64_t> dataEnd_;  // Of the entry's data, if the headers agree on it.
+    std::optional<uint64_t> entryEnd_;
 };
 
-void Merge(StrayBytes& sum, const StrayBytes& part) {
+void Merge(StrayPlaces& sum, const StrayPlaces& part) {
     sum.bytes += part.bytes;
     sum.places += part.places;
     sum.firstOffset = std::min(sum.firstOffset, part.firstOffset);
-    sum.unlistedEntries += part.unlistedEntries;
+}
+
+void Merge(StrayBytes& sum, const StrayBytes& part) {
+    Merge(sum.plain, part.plain);
+    Merge(sum.unlisted, part.unlisted);
+}
+
+// Whether the entry may be elsewhere than the directory says.
+bool MayBeElsewhere(EntryDamage damage) {
+    return damage == EntryDamage::NoHeader || damage == EntryDamage::LeavesFile ||
+           damage == EntryDamage::Overlaps || damage == EntryDamage::OtherName ||
+           damage == EntryDamage::OtherDisk;
 }
 
 }  // namespace
 
 StrayBytes CheckEntries(const RandomAccessFile& file, ZipDirectory& directory, unsigned threads,
                         const ByteProgress& onRead) {
-    const std::vector<ZipEntry*> entries = InFileOrder(directory);
+    const std::vector<PlacedEntry> entries = InFileOrder(directory);
     std::vector<uint64_t> ends(entries.size());
     for (size_t i = 0; i < entries.size(); ++i) {
         ends[i] = EndOfPlace(entries, i, directory.offset);
@@ -277,15 +312,16 @@ StrayBytes CheckEntries(const RandomAccessFile& file, ZipDirectory& directory, u
         EntryChecker checker(file);
         for (size_t w = next++; w < works.size(); w = next++) {
             for (size_t i = works[w].first; i < works[w].first + works[w].count; ++i) {
-                ZipEntry& entry = *entries[i];
-                if (entry.damage == EntryDamage::None) {
-                    entry.damage = checker.Check(entry, ends[i]);
+                ZipEntry& entry = *entries[i].entry;
+                if (entry.damage != EntryDamage::None) {
+                    continue;
                 }
-                if (entry.damage == EntryDamage::None) {
-                    checker.AddStrayBytes(checker.Position(), ends[i]);
+                entry.damage = checker.Check(entry, ends[i]);
+                if (const auto end = checker.EntryEnd()) {
+                    checker.AddStrayBytes(*end, ends[i]);
                 }
-                onRead(ends[i] - entry.headerOffset);
             }
+            onRead(works[w].bytes);
         }
         return checker.Stray();
     };
@@ -296,12 +332,15 @@ StrayBytes CheckEntries(const RandomAccessFile& file, ZipDirectory& directory, u
     }
     StrayBytes stray = run();
     EntryChecker checker(file);
-    checker.AddStrayBytes(0, entries.empty()
-                                 ? directory.offset
-                                 : std::min(directory.offset, entries.front()->headerOffset));
+    checker.AddStrayBytes(
+        0, entries.empty() ? directory.offset : std::min(directory.offset, entries.front().offset));
     Merge(stray, checker.Stray());
     for (std::future<StrayBytes>& other : others) {
         Merge(stray, other.get());
+    }
+    if (std::any_of(directory.entries.begin(), directory.entries.end(),
+                    [](const ZipEntry& entry) { return MayBeElsewhere(entry.damage); })) {
+        stray.unlisted = {};
     }
     return stray;
 }

@@ -6,20 +6,27 @@
 #include "kit/zip/random_access_file.h"
 #include "kit/zip/zip_directory.h"
 
-// Bytes before the directory that belong to no entry.
-struct StrayBytes {
+// Places before the directory that belong to no entry.
+struct StrayPlaces {
     uint64_t bytes = 0;
     uint64_t places = 0;
     uint64_t firstOffset = UINT64_MAX;
-    uint64_t unlistedEntries = 0;  // Places that begin with a local header.
+};
+
+struct StrayBytes {
+    StrayPlaces plain;
+    // Those that begin with a local header: entries that the directory does not list.
+    StrayPlaces unlisted;
 };
 
 using ByteProgress = std::function<void(uint64_t moreBytes)>;
 
 // Reads every entry of a whole directory: its local header, its data and the record behind it.
 // Sets each entry's `damage`, with up to `threads` threads. No byte of the file is unpacked twice,
-// because entries that share bytes are damaged and not unpacked. `onRead` is told how many more
-// bytes of the file are done, from any thread.
+// because entries that share bytes are damaged and not unpacked. What follows a damaged entry
+// counts as stray only if the entry's end is certain: both headers agree on its size. What begins
+// like an entry does not count if the directory gives a wrong place for one. `onRead` is told how
+// many more bytes of the file are done, from any thread.
 //
 // Throws OutsideFailure when the file cannot be read.
 [[nodiscard]] StrayBytes CheckEntries(const RandomAccessFile& file, ZipDirectory& directory,

@@ -163,20 +163,18 @@ private:
                     " bytes behind the archive belong to nothing.",
                 kMakeAgain);
         }
-        const bool isAnyDamaged =
-            std::any_of(directory_.entries.begin(), directory_.entries.end(),
-                        [](const ZipEntry& entry) { return entry.damage != EntryDamage::None; });
-        // Where a damaged entry ends is unknown.
-        if (stray.places > 0 && !isAnyDamaged) {
+        const uint64_t places = stray.plain.places + stray.unlisted.places;
+        if (places > 0) {
+            const uint64_t first = std::min(stray.plain.firstOffset, stray.unlisted.firstOffset);
             const std::string unlisted =
-                stray.unlistedEntries > 0
+                stray.unlisted.places > 0
                     ? " Some of it is entries that the directory does not list."
                     : "";
             Add("package.extra-bytes",
-                std::to_string(stray.bytes) + " bytes before the directory, in " +
-                    std::to_string(stray.places) +
-                    " places, belong to no entry; the first at offset " +
-                    std::to_string(stray.firstOffset) + "." + unlisted,
+                std::to_string(stray.plain.bytes + stray.unlisted.bytes) +
+                    " bytes before the directory, in " + std::to_string(places) +
+                    " places, belong to no entry; the first at offset " + std::to_string(first) +
+                    "." + unlisted,
                 kMakeAgain);
         }
     }

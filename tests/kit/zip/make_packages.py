@@ -171,6 +171,7 @@ def add_extra_bytes(p):
     p.fault(rule, "unlisted_entry", build([GAME, Entry("old.bin", NOISE, listed=False), second]))
     p.fault(rule, "unlisted_first", build([Entry("old.bin", NOISE, listed=False), GAME]))
     p.clean(rule, "order_of_its_own", build([second, GAME]))
+    add_extra_bytes_beside_damage(p)
     reordered = [Entry("b.bin", NOISE, 0), game()]
     content = bytearray(build(reordered))
     start = content.index(b"PK\x01\x02")
@@ -178,6 +179,27 @@ def add_extra_bytes(p):
     end = content.rindex(b"PK\x05\x06")
     p.clean(rule, "directory_in_other_order",
             bytes(content[:start] + content[split:end] + content[start:split] + content[end:]))
+
+
+def add_extra_bytes_beside_damage(p):
+    """The package's rows that expect both findings, or none of extra bytes where they are uncertain."""
+    def add(name, content, is_extra, place="b.bin"):
+        file = f"extra-bytes.{name}.zip"
+        extra = [f"package.extra-bytes@{file}"] if is_extra else []
+        p.add(file, content, [f"package.damaged@{place}", *extra], (), "", "-")
+
+    def before_gap(**fields):
+        return build([GAME, Entry("b.bin", NOISE, 0, **fields), Entry("c.bin", TEXT, gap=b"gap!")])
+
+    for name, fields in (("wrong_checksum", dict(crc=5)), ("other_size", dict(local_size=5)),
+                         ("other_method", dict(local_method=8)), ("other_name", dict(local_name=b"c.bin2"))):
+        add(f"behind_{name}", before_gap(**fields), True)
+    add("behind_wrong_checksum_and_descriptor", before_gap(crc=5, descriptor=descriptor), True)
+    add("behind_wrong_descriptor", before_gap(descriptor=lambda e: descriptor(e, crc=7)), False)
+    lost = Entry("b.bin", NOISE, 0, offset=100_000)
+    add("gap_beside_lost_entry", build([GAME, lost, Entry("c.bin", TEXT, gap=b"gap!")]), False)
+    add("gap_before_lost_entry", build([GAME, Entry("c.bin", TEXT, gap=b"gap!"), lost]), True)
+    add("before_lost_header", build([GAME, Entry("b.bin", NOISE, 0, gap=b"gap!", local_signature=0)]), True)
 
 
 def add_methods(p):
