@@ -250,6 +250,7 @@ bool IsDigitalSignature(ByteView rest) {
 
 void ReadEntries(const RandomAccessFile& file, const EndRecord& end, ZipDirectory& directory) {
     DirectoryBytes bytes(file, end.directoryOffset, end.directoryBytes);
+    uint64_t room = end.directoryOffset;
     for (uint64_t i = 0; i < end.entries; ++i) {
         if (!ReadEntry(bytes, directory)) {
             directory.problem = "The directory is damaged: the end record claims " +
@@ -257,6 +258,15 @@ void ReadEntries(const RandomAccessFile& file, const EndRecord& end, ZipDirector
                                 std::to_string(i) + " can be read.";
             return;
         }
+        // Otherwise a file that is nearly all directory would take much longer than its size says.
+        const uint64_t headerBytes = kLocalHeaderBytes + directory.entries.back().name.size();
+        if (headerBytes > room) {
+            directory.problem =
+                "The directory lists more entries than the file has room for: "
+                "some share bytes.";
+            return;
+        }
+        room -= headerBytes;
     }
     constexpr size_t kLargestSignature = 6 + 0xFFFF;
     if (bytes.Left() > 0 &&

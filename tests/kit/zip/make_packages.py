@@ -86,6 +86,8 @@ def add_damage(p):
     directory("directory_behind_end", build([GAME], shift=10_000))
     directory("gap_behind_directory", build([GAME], behind_directory=bytes(7)))
     directory("gap_before_zip64_end", build([GAME], zip64={}, behind_directory=b"12345"))
+    directory("no_room", build([GAME], in_directory=b"".join(
+        Entry(f"{i}").directory_header(0) for i in range(99)), end=dict(count=100)), "-")
     directory("several_disks", build([GAME], end=dict(disk=1, directory_disk=1)))
     directory("entries_on_other_disks", build([GAME], end=dict(disk_count=0)))
     directory("huge_directory", build([GAME], zip64=dict(directory_size=1 << 60)))
