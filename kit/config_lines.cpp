@@ -226,16 +226,15 @@ void CheckBackslashes(uint64_t line, std::string_view key, std::string_view rawV
     }
 }
 
-void CheckValueAsWritten(uint64_t line, const ConfigKey& key, std::string_view value,
+void CheckValueAsWritten(uint64_t line, std::string_view name, std::string_view value,
                          Findings& findings) {
-    const bool isSwitch = IsSwitch(key);
+    const ConfigKey* const key = FindConfigKey(name);
+    const bool isSwitch = key != nullptr && IsSwitch(*key);
     if (isSwitch) {
-        CheckSwitch(line, key, value, findings);
-    } else {
-        CheckBackslashes(line, key.name, value, findings);
+        CheckSwitch(line, *key, value, findings);
     }
-    CheckOuterBlank(line, key.name, isSwitch || IsOneOf(kBlankSensitive, key.name), value,
-                    findings);
+    CheckBackslashes(line, name, value, findings);
+    CheckOuterBlank(line, name, isSwitch || IsOneOf(kBlankSensitive, name), value, findings);
 }
 
 struct WinningLine {
@@ -282,12 +281,8 @@ SettingLines CheckConfigLines(std::string_view text, Findings& findings) {
     }
     SettingLines lines;
     for (const auto& [name, winner] : winners) {
-        if (const ConfigKey* key = FindConfigKey(name)) {
-            CheckValueAsWritten(winner.line, *key, winner.value, findings);
-            lines[key->name] = winner.line;
-        } else {
-            CheckOuterBlank(winner.line, name, false, winner.value, findings);
-        }
+        CheckValueAsWritten(winner.line, name, winner.value, findings);
+        lines[name] = winner.line;
     }
     return lines;
 }

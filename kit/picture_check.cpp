@@ -25,26 +25,33 @@ std::string SizeText(const PictureSize& size) {
     return std::to_string(size.width) + " x " + std::to_string(size.height);
 }
 
-// Whether the window's own drawing shows the picture. Drawing it small decodes all of it.
-bool CanBeDrawn(const std::string& content) {
+// The size of a picture that the window's own drawing shows. Drawing it small decodes all of it.
+std::optional<PictureSize> ShownSize(const std::string& content) {
     constexpr Box kThumbnail{0, 0, 16, 16};
     const OwnedBitmap picture = DecodePicture(content);
     const OwnedBitmap target = MakeBitmap(kThumbnail.width, kThumbnail.height);
-    return picture &&
-           DrawImageCovering(MakeGraphics(target.get()).get(), picture.get(), kThumbnail);
+    PictureSize size;
+    if (!picture ||
+        !DrawImageCovering(MakeGraphics(target.get()).get(), picture.get(), kThumbnail) ||
+        Gdiplus::DllExports::GdipGetImageWidth(picture.get(), &size.width) != Gdiplus::Ok ||
+        Gdiplus::DllExports::GdipGetImageHeight(picture.get(), &size.height) != Gdiplus::Ok) {
+        return std::nullopt;
+    }
+    return size;
 }
 
 // The size of a picture that the window can show; none after a finding.
 std::optional<PictureSize> CheckReadable(const std::string& content, const Place& place,
                                          Findings& findings) {
-    const auto size = ReadPictureSize(content);
-    if (size && size->Pixels() > kMostPixels) {
+    const auto promised = ReadPictureSize(content);
+    if (promised && promised->Pixels() > kMostPixels) {
         findings.Add("picture.unreadable", place,
-                     "The picture has " + SizeText(*size) + " pixels, which is far too much.",
+                     "The picture has " + SizeText(*promised) + " pixels, which is far too much.",
                      "Scale it down to what the window shows.");
         return std::nullopt;
     }
-    if (!size || !CanBeDrawn(content)) {
+    const auto size = ShownSize(content);
+    if (!size) {
         findings.Add("picture.unreadable", place,
                      "The file is no picture that the window can show, and would be left out.",
                      "Save it again as PNG or JPEG.");

@@ -13,6 +13,7 @@ struct PictureSize {
     }
 };
 
-// The size that the header of a PNG, JPEG, GIF, BMP or TIFF file promises; nothing is decoded. Of a
-// file with several pictures the largest. None for other files and for damaged headers. Any thread.
+// The size that the header of a file promises, in any of the formats that GDI+ reads: PNG, JPEG,
+// GIF, BMP, TIFF, ICO, EMF, WMF. Nothing is decoded. Where a file says it in several places, the
+// largest. None for other files and for headers without a size. Any thread.
 [[nodiscard]] std::optional<PictureSize> ReadPictureSize(std::string_view file);

@@ -117,15 +117,21 @@ TEST(ConfigFuzz, EveryTextIsJudged) {
 }
 
 TEST(PictureHeaderFuzz, EndsForEveryDamagedPicture) {
+    using namespace std::string_literals;
     using namespace std::string_view_literals;
     constexpr std::string_view kPieces[] = {
         "\xFF\xD8\xFF"sv, "\xFF\xC0\0\x11"sv, "\0\0\0\0"sv, "\xFF\xFF\xFF\xFF"sv,
-        "II*\0"sv,        "MM\0*"sv,          "BM"sv};
+        "II*\0"sv,        "MM\0*"sv,          "BM"sv,       "\0\0\1\0"sv,
+        "\x21\xFE"sv};
     const GdiplusSession gdiplus;
     std::vector<std::string> samples;
     for (const wchar_t* format : {L"png", L"jpeg", L"gif", L"bmp", L"tiff"}) {
         samples.push_back(kit_test::MakePicture(format, 20, 10));
     }
+    samples.push_back(kit_test::MakeIcon({16, 32, 48}));
+    samples.push_back("\1\0\0\0"s + std::string(20, '\0') + std::string(16, '\1') + " EMF" +
+                      std::string(44, '\2'));
+    samples.push_back("\xD7\xCD\xC6\x9A"s + std::string(18, '\3'));
     Mutator mutator(kSeed + 1);
     int sizes = 0;
     for (int i = 0; i < Rounds(); ++i) {
