@@ -23,9 +23,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr unsigned kKillPointsOfEach = 13;
-constexpr unsigned kDoubleKillsOfEach = 8;
-
 // The place of the default configuration's entry.
 constexpr wchar_t kEntryKey[] =
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Quellstone.Karvoth";
@@ -35,7 +32,7 @@ struct Scene {
     bool hasLoneFolder;
     JobKind kind;
     unsigned seed;
-    unsigned repairedReinstalls = 0;  // Kill points of KilledReinstall.
+    unsigned rounds;  // How many killed jobs, or pairs of them.
 };
 
 // What Google Test prints of it.
@@ -208,7 +205,7 @@ protected:
 
 TEST_P(KilledJob, ConvergesWhenItIsRunAgain) {
     KillPoints killPoints(calls_, GetParam().seed);
-    for (unsigned i = 0; i < kKillPointsOfEach && !HasFailure(); ++i) {
+    for (unsigned i = 0; i < GetParam().rounds && !HasFailure(); ++i) {
         const Strike strike = killPoints.Next();
         SCOPED_TRACE(Description(strike));
         const BrokenClient client(machine_.Root(), package_, packageTime_);
@@ -225,33 +222,42 @@ constexpr wchar_t kLoneZip[] = L"zip_small_client_lone_folder.zip";
 constexpr wchar_t kRar[] = L"rar5_small_client.rar";
 constexpr wchar_t kLoneRar[] = L"rar5_small_client_lone_folder.rar";
 
-// Two of each, so that none takes long.
+constexpr unsigned kFewRounds = 6;
+constexpr unsigned kManyRounds = 13;
+
+// In the usual run few of each, so that none takes long.
 INSTANTIATE_TEST_SUITE_P(Some, KilledJob,
-                         testing::Values(Scene{kZip, false, JobKind::Repair, 1001},
-                                         Scene{kLoneRar, true, JobKind::Repair, 1004},
-                                         Scene{kLoneZip, true, JobKind::Reinstall, 1006},
-                                         Scene{kRar, false, JobKind::Reinstall, 1007}),
+                         testing::Values(Scene{kZip, false, JobKind::Repair, 1001, kFewRounds},
+                                         Scene{kLoneRar, true, JobKind::Repair, 1004, kFewRounds},
+                                         Scene{kLoneZip, true, JobKind::Reinstall, 1006,
+                                               kFewRounds},
+                                         Scene{kRar, false, JobKind::Reinstall, 1007, kFewRounds}),
                          SceneName);
-INSTANTIATE_TEST_SUITE_P(SlowOthers, KilledJob,
-                         testing::Values(Scene{kLoneZip, true, JobKind::Repair, 1002},
-                                         Scene{kRar, false, JobKind::Repair, 1003},
-                                         Scene{kZip, false, JobKind::Reinstall, 1005},
-                                         Scene{kLoneRar, true, JobKind::Reinstall, 1008},
-                                         Scene{kZip, false, JobKind::Repair, 1009},
-                                         Scene{kLoneZip, true, JobKind::Repair, 1010},
-                                         Scene{kRar, false, JobKind::Repair, 1011},
-                                         Scene{kLoneRar, true, JobKind::Repair, 1012},
-                                         Scene{kZip, false, JobKind::Reinstall, 1013},
-                                         Scene{kLoneZip, true, JobKind::Reinstall, 1014},
-                                         Scene{kRar, false, JobKind::Reinstall, 1015},
-                                         Scene{kLoneRar, true, JobKind::Reinstall, 1016}),
-                         SceneName);
+INSTANTIATE_TEST_SUITE_P(
+    Slow, KilledJob,
+    testing::Values(Scene{kZip, false, JobKind::Repair, 1001, kManyRounds},
+                    Scene{kLoneZip, true, JobKind::Repair, 1002, kManyRounds},
+                    Scene{kRar, false, JobKind::Repair, 1003, kManyRounds},
+                    Scene{kLoneRar, true, JobKind::Repair, 1004, kManyRounds},
+                    Scene{kZip, false, JobKind::Reinstall, 1005, kManyRounds},
+                    Scene{kLoneZip, true, JobKind::Reinstall, 1006, kManyRounds},
+                    Scene{kRar, false, JobKind::Reinstall, 1007, kManyRounds},
+                    Scene{kLoneRar, true, JobKind::Reinstall, 1008, kManyRounds},
+                    Scene{kZip, false, JobKind::Repair, 1009, kManyRounds},
+                    Scene{kLoneZip, true, JobKind::Repair, 1010, kManyRounds},
+                    Scene{kRar, false, JobKind::Repair, 1011, kManyRounds},
+                    Scene{kLoneRar, true, JobKind::Repair, 1012, kManyRounds},
+                    Scene{kZip, false, JobKind::Reinstall, 1013, kManyRounds},
+                    Scene{kLoneZip, true, JobKind::Reinstall, 1014, kManyRounds},
+                    Scene{kRar, false, JobKind::Reinstall, 1015, kManyRounds},
+                    Scene{kLoneRar, true, JobKind::Reinstall, 1016, kManyRounds}),
+    SceneName);
 
 class JobWithManyDeaths : public KilledJob {};
 
 TEST_P(JobWithManyDeaths, ConvergesWhenItIsKilledTwice) {
     KillPoints killPoints(calls_, GetParam().seed);
-    for (unsigned i = 0; i < kDoubleKillsOfEach && !HasFailure(); ++i) {
+    for (unsigned i = 0; i < GetParam().rounds && !HasFailure(); ++i) {
         const Strike first = killPoints.Next();
         const Strike second = killPoints.Next();
         SCOPED_TRACE(Description(first) + "; " + Description(second));
@@ -281,9 +287,11 @@ TEST_P(JobWithManyDeaths, ConvergesAfterEachHalfOfACopy) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Repair, JobWithManyDeaths,
-                         testing::Values(Scene{kLoneZip, true, JobKind::Repair, 2001}), SceneName);
-INSTANTIATE_TEST_SUITE_P(SlowReinstall, JobWithManyDeaths,
-                         testing::Values(Scene{kLoneZip, true, JobKind::Reinstall, 2002}),
+                         testing::Values(Scene{kLoneZip, true, JobKind::Repair, 2001, 4}),
+                         SceneName);
+INSTANTIATE_TEST_SUITE_P(Slow, JobWithManyDeaths,
+                         testing::Values(Scene{kLoneZip, true, JobKind::Repair, 2001, 8},
+                                         Scene{kLoneZip, true, JobKind::Reinstall, 2002, 8}),
                          SceneName);
 
 class KilledReinstall : public KilledJob {};
@@ -292,7 +300,7 @@ class KilledReinstall : public KilledJob {};
 TEST_P(KilledReinstall, IsCompletedByARepair) {
     KillPoints killPoints(calls_, GetParam().seed);
     const JobOrder repair{JobKind::Repair, order_.url, order_.digest};
-    for (unsigned i = 0; i < GetParam().repairedReinstalls && !HasFailure(); ++i) {
+    for (unsigned i = 0; i < GetParam().rounds && !HasFailure(); ++i) {
         const Strike strike = killPoints.Next();
         SCOPED_TRACE(Description(strike));
         const BrokenClient client(machine_.Root(), package_, packageTime_);

@@ -98,26 +98,29 @@ bool IsInPiece(const SystemCall& call) {
            step.starts_with(L"Installing ") || step == L"Writing Uninstall.exe...";
 }
 
-// Six errors for each call are too many for the usual run. A single failure meets two in a piece
-// and one in a whole job, a lasting one meets another. Neighbors differ. Of the calls of a whole
-// job that a piece has too, every sixth is taken, with all errors in turn.
+// Six errors for each call are too many for the usual run. A single failure meets one, a lasting
+// one another at every second call: odd ones fail from then on, even ones on the same path.
+// Neighbors differ. Of the calls of a whole job that a piece has too, every sixth fails once, with
+// all errors in turn.
 std::vector<DWORD> ErrorsFor(size_t number, const SystemCall& call, const Scene& scene) {
     if (scene.error != ERROR_SUCCESS) {
         return {scene.error};
     }
-    if (IsWholeJob(scene) && IsInPiece(call) && number % kErrors.size() != 0) {
+    if (IsWholeJob(scene) && IsInPiece(call) &&
+        (scene.mode != FaultMode::Once || number % kErrors.size() != 0)) {
         return {};
     }
     const auto error = [&](size_t offset) {
         return kErrors[(number + number / kErrors.size() + offset) % kErrors.size()];
     };
+    const bool isOdd = number % 2 != 0;
     switch (scene.mode) {
         case FaultMode::Once:
-            return IsWholeJob(scene) ? std::vector{error(0)} : std::vector{error(0), error(3)};
+            return {error(0)};
         case FaultMode::FromThenOn:
-            return {error(1)};
+            return isOdd ? std::vector{error(1)} : std::vector<DWORD>();
         case FaultMode::SamePath:
-            return {error(2)};
+            return isOdd ? std::vector<DWORD>() : std::vector{error(2)};
     }
     return {};
 }
