@@ -25,7 +25,7 @@ add_custom_target(pure_tests)
 # PURE            Like ONE_PROCESS, with the label `pure`, for cases that use no files, registry,
 #                 processes or windows and take next to no time. The target pure_tests builds them all.
 # LABEL           A label of all cases, or of all but the slow ones. The label `slow` keeps a test out
-#                 of scripts/test; `window` keeps it out of scripts/test --quick.
+#                 of scripts/test; `window` and `heavy` keep it out of scripts/test --quick.
 # SLOW_CASES      A GoogleTest pattern: the cases that get the label `slow`.
 # FIXTURE         A CTest fixture to set up first, instead of bench_slots, which it must itself need.
 #                 fault_server is the web server, small_disk the disk that is soon full.

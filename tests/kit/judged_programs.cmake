@@ -4,7 +4,7 @@
 function(add_judge_test name script)
     add_test(NAME ${name} COMMAND ${Python3_EXECUTABLE} -B "${CMAKE_CURRENT_SOURCE_DIR}/${script}"
                                   ${ARGN})
-    set_tests_properties(${name} PROPERTIES FIXTURES_REQUIRED bench_slots TIMEOUT 150)
+    set_tests_properties(${name} PROPERTIES LABELS heavy FIXTURES_REQUIRED bench_slots TIMEOUT 150)
 endfunction()
 
 add_executable(dump_resources dump_resources.cpp)
