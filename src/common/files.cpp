@@ -67,6 +67,16 @@ EntryFacts FactsOf(const std::wstring& path) {
     return facts;
 }
 
+EntryFacts FactsOf(HANDLE file) {
+    LARGE_INTEGER size{};
+    FILETIME lastWriteTime{};
+    if (!::GetFileSizeEx(file, &size) || !::GetFileTime(file, nullptr, nullptr, &lastWriteTime)) {
+        return {EntryKind::Unreadable};
+    }
+    return {EntryKind::RegularFile, static_cast<uint64_t>(size.QuadPart),
+            Join(lastWriteTime.dwHighDateTime, lastWriteTime.dwLowDateTime)};
+}
+
 EntryKind KindOf(const std::wstring& path) {
     return FactsOf(path).kind;
 }

@@ -29,6 +29,8 @@ struct EntryFacts {
 
 // One query, for callers that need more than one of the answers below.
 [[nodiscard]] EntryFacts FactsOf(const std::wstring& path);
+// The same for an open file, which costs less. Unreadable when a query fails.
+[[nodiscard]] EntryFacts FactsOf(HANDLE file);
 
 [[nodiscard]] EntryKind KindOf(const std::wstring& path);
 

@@ -96,6 +96,29 @@ TEST_F(Files, KindOfIsUnreadableForALinkWhoseTargetCannotBeQueried) {
     EXPECT_EQ(KindOf(At(L"link")), EntryKind::Unreadable);
 }
 
+TEST_F(Files, FactsOfAnOpenFileAreThoseOfItsPath) {
+    bench::MakeSparseFile(At(L"file"), (uint64_t{4} << 30) + 2);
+    EXPECT_TRUE(SetLastWriteTime(At(L"file"), kSomeTime));
+    const KernelHandle file = OpenForReading(At(L"file"));
+    const EntryFacts facts = FactsOf(file.get());
+    EXPECT_EQ(facts.kind, EntryKind::RegularFile);
+    EXPECT_EQ(facts.size, FileSize(At(L"file")));
+    EXPECT_EQ(facts.lastWriteTime, kSomeTime);
+}
+
+TEST_F(Files, FactsOfAnOpenFileAreAllKnownOrNone) {
+    WriteFile(At(L"file"), "x");
+    const KernelHandle file = OpenForReading(At(L"file"));
+    {
+        const auto hook = bench::HookCall<decltype(&::GetFileSizeEx)>(
+            L"kernel32.dll", "GetFileSizeEx", [](auto...) -> BOOL { return FALSE; });
+        EXPECT_EQ(FactsOf(file.get()).kind, EntryKind::Unreadable);
+    }
+    const auto hook = bench::HookCall<decltype(&::GetFileTime)>(
+        L"kernel32.dll", "GetFileTime", [](auto...) -> BOOL { return FALSE; });
+    EXPECT_EQ(FactsOf(file.get()).kind, EntryKind::Unreadable);
+}
+
 TEST_F(Files, FileSizeCountsTheBytesOfFilesOnly) {
     constexpr uint64_t kFiveGiB = 5ull * 1024 * 1024 * 1024 + 7;
     bench::MakeSparseFile(At(L"big"), kFiveGiB);

@@ -62,6 +62,8 @@ using CountedFunctions = std::tuple<
     CountedCall<kKernel, "GetFileAttributesExW", decltype(&::GetFileAttributesExW)>,
     CountedCall<kKernel, "GetFileInformationByHandle", decltype(&::GetFileInformationByHandle)>,
     CountedCall<kKernel, "GetFileInformationByHandleEx", decltype(&::GetFileInformationByHandleEx)>,
+    CountedCall<kKernel, "GetFileSizeEx", decltype(&::GetFileSizeEx)>,
+    CountedCall<kKernel, "GetFileTime", decltype(&::GetFileTime)>,
     CountedCall<kKernel, "GetFinalPathNameByHandleW", decltype(&::GetFinalPathNameByHandleW)>,
     CountedCall<kKernel, "SearchPathW", decltype(&::SearchPathW)>,
     CountedCall<kKernel, "CreateProcessW", decltype(&::CreateProcessW)>,

@@ -120,6 +120,8 @@ using AllCalls = std::tuple<
     FailingCall<kKernel, "GetFileAttributesW", decltype(&::GetFileAttributesW)>,
     FailingCall<kKernel, "GetFileInformationByHandle", decltype(&::GetFileInformationByHandle)>,
     FailingCall<kKernel, "GetFileInformationByHandleEx", decltype(&::GetFileInformationByHandleEx)>,
+    FailingCall<kKernel, "GetFileSizeEx", decltype(&::GetFileSizeEx)>,
+    FailingCall<kKernel, "GetFileTime", decltype(&::GetFileTime)>,
     FailingCall<kKernel, "GetFinalPathNameByHandleW", decltype(&::GetFinalPathNameByHandleW)>,
     FailingCall<kKernel, "GetFullPathNameW", decltype(&::GetFullPathNameW)>,
     FailingCall<kKernel, "GetTempPathW", decltype(&::GetTempPathW)>,

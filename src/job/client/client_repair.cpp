@@ -87,19 +87,32 @@ void PublishFile(const RepairPass& pass, std::wstring_view relativePath) {
 }
 
 // Whether the target needs no copy. A different time stamp is corrected, not a reason to copy.
-bool IsGoodTarget(const std::wstring& source, const std::wstring& target,
-                  const EntryFacts& targetFacts, ComparisonBuffers& buffers) {
-    const EntryFacts sourceFacts = FactsOf(source);
-    if (!CanHaveSameContent(sourceFacts, targetFacts) ||
-        !HaveSameBytes(source, target, sourceFacts.size, buffers)) {
+bool IsGoodTarget(const std::wstring& sourcePath, const std::wstring& targetPath,
+                  const ComparedFile& target, ComparisonBuffers& buffers) {
+    if (!target.file) {
         return false;
     }
-    const auto [earlier, later] = std::minmax(sourceFacts.lastWriteTime, targetFacts.lastWriteTime);
+    const ComparedFile source = OpenForComparison(sourcePath);
+    if (!HaveSameContent(source, target, buffers)) {
+        return false;
+    }
+    const auto [earlier, later] =
+        std::minmax(source.facts.lastWriteTime, target.facts.lastWriteTime);
     if (later - earlier >= kTimeDifferenceThreshold) {
         // A wrong time stamp does not harm the game.
-        static_cast<void>(SetLastWriteTime(target, sourceFacts.lastWriteTime));
+        static_cast<void>(SetLastWriteTime(targetPath, source.facts.lastWriteTime));
     }
     return true;
+}
+
+// Whether the target stays as it is: it is the running tool or, in a repair, as it should be.
+bool IsLeftAlone(const std::wstring& source, const std::wstring& target, RepairPass& pass) {
+    if (pass.reinstall) {
+        return CanBeRunningTool(FactsOf(target), pass.tool) && IsRunningTool(target, pass.tool);
+    }
+    const ComparedFile opened = OpenForComparison(target);
+    return (CanBeRunningTool(opened.facts, pass.tool) && IsRunningTool(target, pass.tool)) ||
+           IsGoodTarget(source, target, opened, pass.buffers);
 }
 
 bool CopyClientFile(const std::wstring& source, const std::wstring& target,
@@ -123,11 +136,7 @@ bool ProcessFile(const std::wstring& source, const std::wstring& target,
                  std::wstring_view relativePath, RepairPass& pass) {
     ++pass.filesChecked;
     PublishFile(pass, relativePath);
-    const EntryFacts targetFacts = FactsOf(target);
-    if (CanBeRunningTool(targetFacts, pass.tool) && IsRunningTool(target, pass.tool)) {
-        return true;
-    }
-    if (!pass.reinstall && IsGoodTarget(source, target, targetFacts, pass.buffers)) {
+    if (IsLeftAlone(source, target, pass)) {
         return true;
     }
     if (!CopyClientFile(source, target, relativePath)) {

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <utility>
 
-#include "common/windows_api.h"
+#include "common/win32_error.h"
 
 namespace {
 
@@ -28,35 +29,39 @@ std::optional<size_t> ReadChunk(HANDLE file, std::vector<std::byte>& chunk,
     return bytesRead;
 }
 
+bool AreFilesOfSameSize(const EntryFacts& one, const EntryFacts& other) {
+    return one.kind == EntryKind::RegularFile && other.kind == EntryKind::RegularFile &&
+           one.size == other.size;
+}
+
 }  // namespace
 
 bool FilesHaveSameContent(const std::wstring& source, const std::wstring& target) {
-    const EntryFacts sourceFacts = FactsOf(source);
-    if (!CanHaveSameContent(sourceFacts, FactsOf(target))) {
-        return false;
-    }
     ComparisonBuffers buffers;
-    return HaveSameBytes(source, target, sourceFacts.size, buffers);
+    return HaveSameContent(OpenForComparison(source), OpenForComparison(target), buffers);
 }
 
-bool CanHaveSameContent(const EntryFacts& source, const EntryFacts& target) {
-    return source.kind == EntryKind::RegularFile && target.kind == EntryKind::RegularFile &&
-           source.size == target.size;
-}
-
-bool HaveSameBytes(const std::wstring& source, const std::wstring& target, uint64_t size,
-                   ComparisonBuffers& buffers) {
-    const KernelHandle sourceFile = OpenForReading(source);
-    const KernelHandle targetFile = OpenForReading(target);
-    if (!sourceFile || !targetFile) {
-        return false;
+ComparedFile OpenForComparison(const std::wstring& path) {
+    KernelHandle file = OpenForReading(path);
+    const DWORD error = file ? ERROR_SUCCESS : ::GetLastError();
+    if (IsNotFoundError(error)) {
+        return {};  // Missing, without a second search for it.
     }
+    EntryFacts facts = file ? FactsOf(file.get()) : FactsOf(path);
+    return {std::move(file), facts};
+}
+
+bool HaveSameContent(const ComparedFile& source, const ComparedFile& target,
+                     ComparisonBuffers& buffers) {
+    return source.file && target.file && AreFilesOfSameSize(source.facts, target.facts) &&
+           HaveSameBytes(source.file.get(), target.file.get(), source.facts.size, buffers);
+}
+
+bool HaveSameBytes(HANDLE source, HANDLE target, uint64_t size, ComparisonBuffers& buffers) {
     for (uint64_t bytesCompared = 0; bytesCompared < size; bytesCompared += kComparisonChunkBytes) {
         const uint64_t bytesRemaining = size - bytesCompared;
-        const std::optional<size_t> sourceCount =
-            ReadChunk(sourceFile.get(), buffers.source, bytesRemaining);
-        const std::optional<size_t> targetCount =
-            ReadChunk(targetFile.get(), buffers.target, bytesRemaining);
+        const std::optional<size_t> sourceCount = ReadChunk(source, buffers.source, bytesRemaining);
+        const std::optional<size_t> targetCount = ReadChunk(target, buffers.target, bytesRemaining);
         if (!sourceCount || sourceCount != targetCount ||
             std::memcmp(buffers.source.data(), buffers.target.data(), *sourceCount) != 0) {
             return false;

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "common/files.h"
+#include "common/handles.h"
+#include "common/windows_api.h"
 
 // Whether two files hold the same bytes. Any thread; blocks while both are read.
 
@@ -23,8 +25,17 @@ struct ComparisonBuffers {
 // cannot be opened or read, even if both fail at the same place.
 [[nodiscard]] bool FilesHaveSameContent(const std::wstring& source, const std::wstring& target);
 
-// The same in two steps, for callers that know both files' facts: first kinds and sizes, then, for
-// two files of `size` bytes, the bytes.
-[[nodiscard]] bool CanHaveSameContent(const EntryFacts& source, const EntryFacts& target);
-[[nodiscard]] bool HaveSameBytes(const std::wstring& source, const std::wstring& target,
-                                 uint64_t size, ComparisonBuffers& buffers);
+// A file opened for one comparison. Its facts come from the handle, which is faster than by path.
+struct ComparedFile {
+    KernelHandle file;  // Null when it cannot be opened.
+    EntryFacts facts;   // Then by path.
+};
+[[nodiscard]] ComparedFile OpenForComparison(const std::wstring& path);
+
+// FilesHaveSameContent for opened files.
+[[nodiscard]] bool HaveSameContent(const ComparedFile& source, const ComparedFile& target,
+                                   ComparisonBuffers& buffers);
+
+// Its last step: whether two open files of `size` bytes hold the same bytes.
+[[nodiscard]] bool HaveSameBytes(HANDLE source, HANDLE target, uint64_t size,
+                                 ComparisonBuffers& buffers);

@@ -59,6 +59,13 @@ TEST_F(ClientRepairFaults, AFileThatCannotBeReadOrOverwrittenFails) {
     }
 }
 
+TEST_F(ClientRepairFaults, TheToolIsLeftAloneThoughItCannotBeOpened) {
+    bench::WriteFile(InPackage(Tool().filename()), "new");
+    const bench::OpenElsewhere opened(Tool(), 0);
+    EXPECT_TRUE(Repair());
+    EXPECT_EQ(snapshot().filesRepaired, 0u);
+}
+
 TEST_F(ClientRepairFaults, AReinstallReportsTheFileThatItCouldNeitherRemoveNorOverwrite) {
     bench::WriteFile(InPackage(L"data\\a.dat"), "new");
     bench::WriteFile(InClient(L"data\\a.dat"), "old");

@@ -221,7 +221,7 @@ TEST_F(ClientRepair, PublishesAFileBeforeItLooksAtIt) {
     for (const std::wstring name : {L"same.dat", L"RepairTool.exe"}) {
         WriteToBoth(name, bench::kToolBytes);
         std::vector<std::wstring> published;
-        const auto hook = bench::HookAttributes([&](const std::wstring& path) -> DWORD {
+        const auto hook = bench::HookOpen([&](const std::wstring& path) -> DWORD {
             if (path == InClient(name) && snapshot().filesDone == 1) {
                 published.push_back(snapshot().detailLine);
             }

@@ -105,7 +105,10 @@ TEST_F(ContentComparison, ComparesBeyondFourGiB) {
                 return TRUE;
             });
         const bool isInFile = changedByte < kFourGiB + 2;
-        EXPECT_EQ(HaveSameBytes(Source(), Target(), kFourGiB + 2, buffers), !isInFile)
+        const ComparedFile source = OpenForComparison(Source());
+        const ComparedFile target = OpenForComparison(Target());
+        EXPECT_EQ(HaveSameBytes(source.file.get(), target.file.get(), kFourGiB + 2, buffers),
+                  !isInFile)
             << changedByte - kFourGiB;
     }
 }
@@ -194,12 +197,31 @@ TEST_F(ContentComparison, ReadsBothFilesInPiecesOfOneMiB) {
     EXPECT_EQ(byteCounts, std::vector<DWORD>(6, 1U << 20));
 }
 
+TEST_F(ContentComparison, AFileWithoutFactsIsDifferent) {
+    for (const char* bytes : {"same", ""}) {
+        WriteBoth(bytes, bytes);
+        for (const bool failsForSource : {true, false}) {
+            int callCount = 0;
+            const auto hook = bench::HookCall<decltype(&::GetFileSizeEx)>(
+                L"kernel32.dll", "GetFileSizeEx", [&](HANDLE, PLARGE_INTEGER size) -> BOOL {
+                    size->QuadPart = static_cast<LONGLONG>(std::string_view(bytes).size());
+                    return (++callCount == 1) != failsForSource;
+                });
+            EXPECT_FALSE(AreSame()) << bytes << failsForSource;
+        }
+        EXPECT_TRUE(AreSame());
+    }
+}
+
 TEST_F(ContentComparison, BuffersLeaveNoTraceOfTheFileBefore) {
     ComparisonBuffers buffers;
+    const auto areSame = [&] {
+        return HaveSameContent(OpenForComparison(Source()), OpenForComparison(Target()), buffers);
+    };
     WriteBoth("aaaaaaaa", "aaaaaaaa");
-    EXPECT_TRUE(HaveSameBytes(Source(), Target(), 8, buffers));
+    EXPECT_TRUE(areSame());
     WriteBoth("aab", "aac");
-    EXPECT_FALSE(HaveSameBytes(Source(), Target(), 3, buffers));
+    EXPECT_FALSE(areSame());
     WriteBoth("ab", "ab");
-    EXPECT_TRUE(HaveSameBytes(Source(), Target(), 2, buffers));
+    EXPECT_TRUE(areSame());
 }
