@@ -9,6 +9,7 @@
 #include "common/folder_walk.h"
 #include "common/paths.h"
 #include "kit/errors.h"
+#include "kit/exit_codes.h"
 #include "kit/utf8.h"
 
 namespace {
@@ -16,6 +17,7 @@ namespace {
 constexpr std::wstring_view kTemporaryMark = L".tmp";
 // So that the temporary name stays within the 255 characters that file systems allow.
 constexpr size_t kLongestStem = 200;
+constexpr size_t kLongestEnding = 30;
 
 struct TemporaryFile {
     std::wstring path;
@@ -26,6 +28,8 @@ struct TemporaryFile {
 // or removed, and for good once an interruption has begun.
 std::mutex temporaryFilesMutex;
 std::vector<TemporaryFile> temporaryFiles;
+// Guarded by it, too. Empty when no work is half done.
+std::function<void()> reportUnfinishedWork;
 
 struct NameParts {
     std::wstring prefix;  // Up to the process id: ".client."
@@ -33,7 +37,10 @@ struct NameParts {
 };
 
 NameParts TemporaryNameParts(std::wstring_view fileName) {
-    const std::wstring extension = FileNameExtension(fileName);
+    std::wstring extension = FileNameExtension(fileName);
+    if (extension.size() > kLongestEnding) {
+        extension.clear();  // Not one that a program goes by.
+    }
     const std::wstring_view stem = fileName.substr(0, fileName.size() - extension.size());
     NameParts parts;
     parts.prefix = L"." + std::wstring(stem.substr(0, kLongestStem)) + L".";
@@ -41,10 +48,17 @@ NameParts TemporaryNameParts(std::wstring_view fileName) {
     return parts;
 }
 
-// The process id in the name of a temporary file for the target with these parts; 0 if it is none.
+bool IsSameText(std::wstring_view left, std::wstring_view right) {
+    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                  static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
+// The process id in the name of a temporary file for the target with these parts, in any letter
+// case; 0 if it is none.
 unsigned long ProcessIdIn(std::wstring_view name, const NameParts& parts) {
     if (name.size() <= parts.prefix.size() + parts.suffix.size() ||
-        !name.starts_with(parts.prefix) || !name.ends_with(parts.suffix)) {
+        !IsSameText(name.substr(0, parts.prefix.size()), parts.prefix) ||
+        !IsSameText(name.substr(name.size() - parts.suffix.size()), parts.suffix)) {
         return 0;
     }
     name.remove_prefix(parts.prefix.size());
@@ -60,12 +74,24 @@ unsigned long ProcessIdIn(std::wstring_view name, const NameParts& parts) {
     return id;
 }
 
-bool IsProcessGone(unsigned long processId) {
-    const KernelHandle process(::OpenProcess(SYNCHRONIZE, FALSE, processId));
+// Whether the process that wrote the file has ended. Process ids are used again: a process that is
+// younger than the file has not written it.
+bool HasWriterEnded(unsigned long processId, const std::wstring& path) {
+    const KernelHandle process(
+        ::OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
     if (!process) {
         return ::GetLastError() == ERROR_INVALID_PARAMETER;
     }
-    return ::WaitForSingleObject(process.get(), 0) == WAIT_OBJECT_0;
+    if (::WaitForSingleObject(process.get(), 0) == WAIT_OBJECT_0) {
+        return true;
+    }
+    FILETIME created{};
+    FILETIME exited{};
+    FILETIME kernel{};
+    FILETIME user{};
+    const auto written = LastWriteTime(path);
+    return written && ::GetProcessTimes(process.get(), &created, &exited, &kernel, &user) &&
+           *written < (uint64_t{created.dwHighDateTime} << 32 | created.dwLowDateTime);
 }
 
 // What runs with the same target have left behind. A run on another machine has its file open,
@@ -74,7 +100,7 @@ void RemoveLeftovers(const std::wstring& folder, const NameParts& parts) {
     std::vector<std::wstring> leftovers;
     static_cast<void>(ListFolder(folder, [&](const FolderEntry& entry) {
         const unsigned long processId = ProcessIdIn(entry.relativePath, parts);
-        if (processId != 0 && !entry.IsFolder() && IsProcessGone(processId)) {
+        if (processId != 0 && !entry.IsFolder() && HasWriterEnded(processId, entry.path)) {
             leftovers.push_back(entry.path);
         }
         return true;
@@ -104,6 +130,10 @@ BOOL WINAPI OnInterruption(DWORD) {
     temporaryFilesMutex.lock();
     for (const TemporaryFile& file : temporaryFiles) {
         RemoveOnInterruption(file);
+    }
+    if (reportUnfinishedWork) {
+        reportUnfinishedWork();
+        ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(ExitCode::OutsideFailure));
     }
     return FALSE;  // The system's own handler ends the process.
 }
@@ -186,7 +216,20 @@ void OutputFile::Close() {
     file_.reset();
 }
 
+void OutputFile::Flush() {
+    if (file_ && !::FlushFileBuffers(file_.get())) {
+        const DWORD error = ::GetLastError();
+        Discard();
+        throw OutsideFailure("cannot write", target_, error);
+    }
+}
+
 void OutputFile::Commit() {
+    CommitUnfinishedWork({});
+}
+
+void OutputFile::CommitUnfinishedWork(std::function<void()> report) {
+    Flush();
     Close();
     DWORD error = ERROR_SUCCESS;
     {
@@ -194,6 +237,7 @@ void OutputFile::Commit() {
         error = MoveEntry(temporaryPath_, target_);
         if (error == ERROR_SUCCESS) {
             Forget(temporaryPath_);
+            reportUnfinishedWork = std::move(report);
             committed_ = true;
         }
     }
@@ -237,6 +281,11 @@ void OutputFile::Discard() {
         // Fails if it is no longer empty.
         ::RemoveDirectoryW(SystemPath(createdFolders_.back()).Text());
     }
+}
+
+void ForgetUnfinishedWork() {
+    const std::lock_guard lock(temporaryFilesMutex);
+    reportUnfinishedWork = {};
 }
 
 void WriteFilesTogether(std::span<const FileContent> files) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -46,12 +47,19 @@ public:
 
     void Close();
 
-    // Closes the file and renames it to the target, replacing what is there. Throws, with the
-    // temporary file removed, when the target cannot be replaced.
+    // Closes the file and renames it to the target, replacing what is there. An open file is
+    // written to the disk first, so that not even a power failure leaves a target without its
+    // content. Throws, with the temporary file removed, when one of these fails.
     void Commit();
+
+    // The same for a file that is only the first half of the work: from its renaming on until the
+    // next Commit or ForgetUnfinishedWork, Ctrl+C calls `report` on a thread of the system and ends
+    // the process with ExitCode::OutsideFailure.
+    void CommitUnfinishedWork(std::function<void()> report);
 
 private:
     void CreateFolders();
+    void Flush();
     void Discard();
 
     std::wstring target_;
@@ -60,6 +68,9 @@ private:
     KernelHandle file_;
     bool committed_ = false;
 };
+
+// See OutputFile::CommitUnfinishedWork.
+void ForgetUnfinishedWork();
 
 // Writes several files, and renames them only when all of them are complete. When one cannot be
 // renamed, those that were renamed before and replaced nothing are removed again.

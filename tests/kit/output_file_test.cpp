@@ -4,12 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
 #include <random>
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/waiting.h"
+#include "common/files.h"
 #include "kit/content_digest.h"
 #include "kit/errors.h"
 #include "kit_process.h"
@@ -47,7 +49,11 @@ TEST(TemporaryName, KeepsTheEnding) {
     EXPECT_EQ(TemporaryName(L"client.zip", 12), L".client.12.tmp.zip");
     EXPECT_EQ(TemporaryName(L"client-1.4.zip", 12), L".client-1.4.12.tmp.zip");
     EXPECT_EQ(TemporaryName(L"client", 12), L".client.12.tmp");
-    EXPECT_LE(TemporaryName(std::wstring(251, L'n') + L".zip", 4'000'000).size(), 255U);
+    for (const size_t endingSize : {3U, 29U, 30U, 250U}) {
+        const std::wstring ending = L"." + std::wstring(endingSize, L'e');
+        const std::wstring target = std::wstring(255 - ending.size(), L'n') + ending;
+        EXPECT_LE(TemporaryName(target, 4'294'967'292).size(), 255U) << endingSize;
+    }
 }
 
 TEST(OutputFile, AppearsWhenItIsComplete) {
@@ -117,6 +123,8 @@ TEST(OutputFile, RemovesWhatKilledRunsWithTheSameTargetHaveLeft) {
     const DWORD gone = GoneProcessId();
     const std::wstring leftover = TemporaryName(L"a.zip", gone);
     WriteFile(scratch.Path() / leftover, "half");
+    const std::wstring otherCase = TemporaryName(L"A.Zip", gone);
+    WriteFile(scratch.Path() / otherCase, "half");
     // Another target's, another ending's, a running process', and files of somebody else.
     const std::wstring kept[] = {TemporaryName(L"b.zip", gone), TemporaryName(L"a.exe", gone),
                                  L".a.x.tmp.zip", L".a.tmp.zip", L"a.1.tmp.zip"};
@@ -133,18 +141,40 @@ TEST(OutputFile, RemovesWhatKilledRunsWithTheSameTargetHaveLeft) {
     // Nobody has this one open, but the process that it is named after runs.
     const std::wstring closed = TemporaryName(L"c.zip", running);
     WriteFile(scratch.Path() / closed, "kept");
-    for (const wchar_t* target : {L"a.zip", L"c.zip"}) {
+    // Older than the process that has its process id by now.
+    const fs::path older = scratch.Path() / TemporaryName(L"d.zip", running);
+    WriteFile(older, "half");
+    ASSERT_TRUE(SetLastWriteTime(older, LastWriteTime(older).value_or(0) - 36'000'000'000));
+    for (const wchar_t* target : {L"a.zip", L"c.zip", L"d.zip"}) {
         OutputFile file(scratch.Path() / target);
         file.Commit();
     }
     EXPECT_TRUE(fs::exists(scratch.Path() / closed));
+    EXPECT_FALSE(fs::exists(older));
     EXPECT_FALSE(fs::exists(scratch.Path() / leftover));
+    EXPECT_FALSE(fs::exists(scratch.Path() / otherCase));
     EXPECT_TRUE(fs::exists(scratch.Path() / TemporaryName(L"a.zip", running)));
     for (const std::wstring& name : kept) {
         EXPECT_TRUE(fs::exists(scratch.Path() / name));
     }
     ::TerminateProcess(other.get(), 1);
     ::WaitForSingleObject(other.get(), INFINITE);
+}
+
+TEST(OutputFile, KeepsTheTargetWhenTheContentDoesNotReachTheDisk) {
+    const ScratchFolder scratch;
+    const fs::path target = scratch.Path() / L"a.txt";
+    WriteFile(target, "old");
+    const auto hook = bench::HookCall<decltype(&::FlushFileBuffers)>(
+        L"kernel32.dll", "FlushFileBuffers", [](HANDLE) -> BOOL {
+            ::SetLastError(ERROR_DISK_FULL);
+            return FALSE;
+        });
+    OutputFile file(target);
+    file.Write("new");
+    EXPECT_THAT(MessageOf([&] { file.Commit(); }), HasSubstr("(code 112)"));
+    EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"a.txt"));
+    EXPECT_EQ(ReadFile(target), "old");
 }
 
 TEST(WriteFilesTogether, WritesAllOrNone) {
@@ -188,8 +218,8 @@ TEST(DigestOfOpenFile, ReadsAFileInTheMakingThroughItsHandle) {
 }
 
 // The bench's programs have no console that could send an interruption, so the handler is called as
-// the system would call it. It keeps the lock: this test needs a process of its own.
-TEST(Interruption, RemovesOpenAndClosedTemporaryFiles) {
+// the system would call it. It keeps the lock: these tests need a process each.
+PHANDLER_ROUTINE InterruptionHandler() {
     PHANDLER_ROUTINE handler = nullptr;
     const auto hook = bench::HookCall<decltype(&::SetConsoleCtrlHandler)>(
         L"kernel32.dll", "SetConsoleCtrlHandler", [&](PHANDLER_ROUTINE routine, BOOL) -> BOOL {
@@ -197,7 +227,44 @@ TEST(Interruption, RemovesOpenAndClosedTemporaryFiles) {
             return TRUE;
         });
     RemoveTemporaryFilesOnInterruption();
-    ASSERT_NE(handler, nullptr);
+    EXPECT_NE(handler, nullptr);
+    return handler;
+}
+
+// The exit code that the handler ends the process with; none if it leaves that to the system.
+std::optional<UINT> ExitCodeOf(PHANDLER_ROUTINE handler) {
+    std::optional<UINT> code;
+    const auto hook = bench::HookCall<decltype(&::TerminateProcess)>(
+        L"kernel32.dll", "TerminateProcess", [&](HANDLE, UINT exitCode) -> BOOL {
+            code = exitCode;
+            return TRUE;
+        });
+    handler(CTRL_C_EVENT);
+    return code;
+}
+
+TEST(Interruption, ReportsUnfinishedWork) {
+    PHANDLER_ROUTINE const handler = InterruptionHandler();
+    const ScratchFolder scratch;
+    OutputFile first(scratch.Path() / L"first.zip");
+    int reports = 0;
+    first.CommitUnfinishedWork([&] { ++reports; });
+    EXPECT_EQ(ExitCodeOf(handler), 4U);
+    EXPECT_EQ(reports, 1);
+}
+
+TEST(Interruption, ReportsNothingOnceTheWorkIsFinished) {
+    PHANDLER_ROUTINE const handler = InterruptionHandler();
+    const ScratchFolder scratch;
+    OutputFile first(scratch.Path() / L"first.zip");
+    OutputFile second(scratch.Path() / L"second.txt");
+    first.CommitUnfinishedWork([] { ADD_FAILURE(); });
+    second.Commit();
+    EXPECT_EQ(ExitCodeOf(handler), std::nullopt);
+}
+
+TEST(Interruption, RemovesOpenAndClosedTemporaryFiles) {
+    PHANDLER_ROUTINE const handler = InterruptionHandler();
     const ScratchFolder scratch;
     // Not freed, because that would wait for the lock.
     auto* const open = new OutputFile(scratch.Path() / L"open.zip");
