@@ -1,16 +1,15 @@
 #include "ui/main_window.h"
 
-#include <utility>
-
+#include "common/resources.h"
 #include "common/text.h"
 #include "common/tool_instance.h"
 #include "config/config_loader.h"
 #include "job/job_flow.h"
 #include "resource_ids.h"
 #include "ui/accent_color.h"
+#include "ui/backdrop_preparation.h"
 #include "ui/buttons.h"
 #include "ui/commands.h"
-#include "ui/image_preparation.h"
 #include "ui/job_control.h"
 #include "ui/layout.h"
 #include "ui/window_painter.h"
@@ -27,11 +26,10 @@ HFONT CreateUiFont() {
                          FF_SWISS | DEFAULT_PITCH, L"Segoe UI");
 }
 
-void TakeImages(ImagePreparation& preparation) {
-    auto [backdrop, panelLogo] = preparation.Take();
-    windowState.backdrop = std::move(backdrop);
+void LoadLogo() {
     if (toolConfig.showLogo) {
-        windowState.panelLogo = std::move(panelLogo);
+        const OwnedBitmap logo = MakeBitmapFromFile(EmbeddedData(nullptr, ID_LOGO_IMAGE));
+        windowState.panelLogo = MakePanelLogo(logo.get());
     }
 }
 
@@ -43,6 +41,7 @@ void OnCreate(HWND window) {
     ::SetWindowTextW(window, toolConfig.repairToolName.c_str());
     windowState.accentColor = ParseAccentColor(toolConfig.accentHex);
     LocateTool();
+    LoadLogo();
     windowState.uiFont = CreateUiFont();
     CreateButtons(window, windowState.uiFont);
     RefreshButtons(window);
@@ -163,7 +162,7 @@ void RoundCorners(HWND window) {
 }  // namespace
 
 HWND CreateMainWindow(HINSTANCE instance, int showCommand) {
-    ImagePreparation images;  // While the window is created.
+    BackdropPreparation backdrop;  // While the window is created.
     RegisterWindowClass(instance);
     const int left = (::GetSystemMetrics(SM_CXSCREEN) - kWindow.width) / 2;
     const int top = (::GetSystemMetrics(SM_CYSCREEN) - kWindow.height) / 2;
@@ -174,7 +173,7 @@ HWND CreateMainWindow(HINSTANCE instance, int showCommand) {
         return nullptr;
     }
     RoundCorners(mainWindow);
-    TakeImages(images);
+    windowState.backdrop = backdrop.Take();
     ::ShowWindow(mainWindow, showCommand);
     ::UpdateWindow(mainWindow);
     return mainWindow;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <mutex>
 #include <set>
@@ -241,7 +242,7 @@ TEST_F(MainWindow, LoadsThePicturesThatTheBrandHas) {
     }
 }
 
-TEST_F(MainWindow, PreparesItsImagesOnAnotherThreadAndIsThenShown) {
+TEST_F(MainWindow, PreparesItsBackdropOnAnotherThreadAndIsThenShown) {
     std::mutex mutex;
     std::vector<DWORD> decodingThreads;
     using Decode = decltype(&GdipCreateBitmapFromStream);
@@ -249,8 +250,10 @@ TEST_F(MainWindow, PreparesItsImagesOnAnotherThreadAndIsThenShown) {
         L"gdiplus.dll", "GdipCreateBitmapFromStream",
         [&, real = RealFunction<Decode>(L"gdiplus.dll", "GdipCreateBitmapFromStream")](
             IStream* stream, Gdiplus::GpBitmap** bitmap) {
-            const std::lock_guard lock(mutex);
-            decodingThreads.push_back(::GetCurrentThreadId());
+            {
+                const std::lock_guard lock(mutex);
+                decodingThreads.push_back(::GetCurrentThreadId());
+            }
             return real(stream, bitmap);
         });
     bool hadImages = false;
@@ -266,13 +269,13 @@ TEST_F(MainWindow, PreparesItsImagesOnAnotherThreadAndIsThenShown) {
     const OpenWindow window;
     EXPECT_TRUE(hadImages);
     ASSERT_EQ(decodingThreads.size(), 2U);
-    EXPECT_EQ(decodingThreads[0], decodingThreads[1]);
-    EXPECT_NE(decodingThreads[0], ::GetCurrentThreadId());
+    EXPECT_EQ(std::ranges::count(decodingThreads, ::GetCurrentThreadId()), 1) << "for the logo";
 }
 
 // They may be many times larger than the window.
 TEST_F(MainWindow, KeepsNoImageInItsFullSize) {
     using Decode = decltype(&GdipCreateBitmapFromStream);
+    std::mutex mutex;
     int decodedImages = 0;
     std::set<Gdiplus::GpImage*> kept;
     const auto decode = HookCall<Decode>(
@@ -280,12 +283,16 @@ TEST_F(MainWindow, KeepsNoImageInItsFullSize) {
         [&, real = RealFunction<Decode>(L"gdiplus.dll", "GdipCreateBitmapFromStream")](
             IStream* stream, Gdiplus::GpBitmap** bitmap) {
             const auto status = real(stream, bitmap);
+            const std::lock_guard lock(mutex);
             kept.insert(*bitmap);
             ++decodedImages;
             return status;
         });
     const auto dispose = WatchCall<decltype(&GdipDisposeImage)>(
-        L"gdiplus.dll", "GdipDisposeImage", [&](Gdiplus::GpImage* image) { kept.erase(image); });
+        L"gdiplus.dll", "GdipDisposeImage", [&](Gdiplus::GpImage* image) {
+            const std::lock_guard lock(mutex);
+            kept.erase(image);
+        });
     const OpenWindow window;
     window.TakePaint();
     EXPECT_EQ(decodedImages, 2);
