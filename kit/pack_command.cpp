@@ -15,9 +15,9 @@
 #include "kit/output_file.h"
 #include "kit/utf8.h"
 #include "kit/zip/client_listing.h"
-#include "kit/zip/digest_line.h"
 #include "kit/zip/entry_name.h"
 #include "kit/zip/name_rules.h"
+#include "kit/zip/package_completion.h"
 #include "kit/zip/package_writer.h"
 
 namespace {
@@ -30,6 +30,7 @@ std::wstring ConfigPathIn(const std::wstring& brand) {
 PackageFacts CheckListing(const ClientListing& listing, const std::string& packageName,
                           Findings& findings) {
     PackagePaths paths;
+    paths.Reserve(listing.entries.size());
     PackageFacts facts;
     uint64_t files = 0;
     uint64_t unpacked = 0;
@@ -106,26 +107,6 @@ bool HoldsBrand(const ClientListing& listing, const std::wstring& client,
         });
 }
 
-// The config.txt of the brand with the new digest. The package is in its place already.
-void SetDigestInBrand(const std::wstring& brand, const std::string& digest) {
-    const std::wstring path = ConfigPathIn(brand);
-    try {
-        const std::optional<std::string> text = ReadInputFile(path, kMostConfigBytes);
-        if (!text) {
-            throw OutsideFailure("cannot read", path, ERROR_FILE_NOT_FOUND);
-        }
-        const std::string changed = WithArchiveDigest(*text, digest);
-        if (changed != *text) {
-            OutputFile file(path);
-            file.Write(changed);
-            file.Commit();
-        }
-    } catch (const OutsideFailure& failure) {
-        throw OutsideFailure("the package is complete, but set archiveSha256=" + digest +
-                             " yourself: " + failure.what());
-    }
-}
-
 uint64_t SizeOf(const OutputFile& file) {
     LARGE_INTEGER size{};
     if (!::GetFileSizeEx(file.Handle(), &size)) {
@@ -179,10 +160,8 @@ ExitCode RunPack(const PackArguments& arguments, Console& console) {
     }
     facts.tempBytes = *facts.packedBytes + *facts.unpackedBytes;
     facts.movedBytes = 3 * *facts.tempBytes;
-    package.Commit();
-    if (!arguments.brand.empty()) {
-        SetDigestInBrand(arguments.brand, *facts.sha256);
-    }
+    CompletePackage(package, *facts.sha256,
+                    arguments.brand.empty() ? L"" : ConfigPathIn(arguments.brand), console);
     if (arguments.output.json) {
         PrintJsonResult(findings, facts, listing.leftOut, console);
     } else {
