@@ -209,24 +209,12 @@ def serve_stall_late(exchange, announced, sent):
     exchange.send_pattern(int(announced), start=int(sent))
 
 
-def serve_stall_and_close(exchange, announced, sent):
-    """Waits in the middle of the body, then ends."""
-    serve_short(exchange, announced, sent)
-    exchange.wait()
-
-
 def serve_drip(exchange, size, piece, pause_ms):
     """Sends the body in pieces with pauses between them."""
     exchange.send_head(200, f"Content-Length: {size}")
     for start in range(0, int(size), int(piece)):
         exchange.send_pattern(min(start + int(piece), int(size)), start)
         time.sleep(int(pause_ms) / 1000)
-
-
-def serve_stall_in_head(exchange):
-    """Waits in the middle of a header line, then closes."""
-    exchange.connection.sendall(b"HTTP/1.1 200 Reason\r\nContent-Le")
-    exchange.wait()
 
 
 def serve_silence(exchange):

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <future>
 #include <string>
 #include <vector>
 
@@ -66,18 +65,6 @@ TEST_F(HttpDownload, SavesTheBodyAndPublishesItsSize) {
         EXPECT_EQ(state.detailLine, L"");
         ExpectNoFailure();
     }
-}
-
-TEST_F(HttpDownload, AcceptsABodyThatStallsAndEndsEarly) {
-    auto download = std::async(std::launch::async,
-                               [&] { return Download(L"stall_and_close/3000000/1500000"); });
-    EXPECT_TRUE(WaitForFileSize(1));
-    server_.ReleaseWaits();
-    EXPECT_TRUE(download.get());
-    EXPECT_TRUE(SavedBytes() == bench::PatternBytes(1500000));
-    EXPECT_EQ(snapshot().bytesTotal, 3000000u);
-    EXPECT_EQ(snapshot().bytesReceived, 1500000u);
-    ExpectNoFailure();
 }
 
 TEST_F(HttpDownload, FollowsRedirectsAndAnnouncesTheLastLength) {

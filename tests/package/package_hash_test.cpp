@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cwctype>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -140,15 +138,8 @@ TEST_F(PackageHash, PublishesTheStageBeforeItReads) {
 }
 
 TEST_F(PackageHash, AcceptsUpperCaseAndGroupedDigests) {
-    for (const wchar_t* const separator : {L"", L" ", L":", L"-"}) {
-        std::wstring digest;
-        for (size_t i = 0; kDigestOfAbc[i] != L'\0'; i += 2) {
-            digest += (i == 0 ? L"" : separator) + std::wstring(kDigestOfAbc + i, 2);
-        }
-        EXPECT_TRUE(Verify("abc", digest)) << testing::PrintToString(digest);
-        std::transform(digest.begin(), digest.end(), digest.begin(), std::towupper);
-        EXPECT_TRUE(Verify("abc", L" \t" + digest + L"\r\n")) << testing::PrintToString(digest);
-    }
+    EXPECT_TRUE(Verify(
+        "abc", L" \tBA78:16BF-8F01 CFEA414140DE5DAE2223B00361A396177A9CB410FF61F20015AD\r\n"));
 }
 
 TEST_F(PackageHash, RefusesADigestThatDiffers) {

@@ -14,15 +14,6 @@ namespace {
 
 using std::filesystem::path;
 
-// 400 characters below the package and the client folder.
-std::wstring DeepFolder() {
-    std::wstring folder(99, L'a');
-    for (const wchar_t letter : {L'b', L'c', L'd'}) {
-        folder += L'\\' + std::wstring(99, letter);
-    }
-    return folder;
-}
-
 class LongPaths : public testing::Test {
 protected:
     LongPaths() {
@@ -49,7 +40,7 @@ protected:
         EXPECT_EQ(bench::ReadFile(folders_.InClient(same_)), "same");
     }
 
-    const std::wstring deep_ = DeepFolder() + L'\\';
+    const std::wstring deep_ = bench::DeepFolder({}) / L"";
     const std::wstring missing_ = deep_ + L"missing";
     const std::wstring changed_ = deep_ + L"changed";
     const std::wstring same_ = deep_ + L"same";
@@ -75,7 +66,7 @@ TEST_F(LongPaths, ArePlainInWhatTheUserSees) {
 
 // The temporary folder's own path may be too long to be listed.
 TEST_F(LongPaths, OfThePackageFolderAreRead) {
-    EXPECT_TRUE(Run(folders_.InPackage(DeepFolder()), false));
+    EXPECT_TRUE(Run(folders_.InPackage(bench::DeepFolder({})), false));
     EXPECT_EQ(bench::ReadFile(folders_.InClient(L"missing")), "missing");
     EXPECT_EQ(snapshot().filesTotal, 3u);
 }
