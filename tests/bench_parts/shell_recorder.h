@@ -2,7 +2,9 @@
 
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "bench_parts/call_hook.h"
@@ -26,6 +28,10 @@ public:
         int show = 0;
 
         bool operator==(const Call&) const = default;
+        friend void PrintTo(const Call& call, std::ostream* out) {
+            *out << testing::PrintToString(std::tie(call.owner, call.verb, call.file,
+                                                    call.parameters, call.folder, call.show));
+        }
     };
     [[nodiscard]] const std::vector<Call>& Calls() const {
         return calls_;
