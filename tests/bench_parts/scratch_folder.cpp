@@ -354,7 +354,7 @@ fs::path DeepFolder(const fs::path& folder) {
 }
 
 fs::path MakeDeepFolder(const fs::path& folder) {
-    const fs::path deep = DeepFolder(folder);
+    fs::path deep = DeepFolder(folder);
     for (const fs::path& each : {deep.parent_path(), deep}) {
         ThrowUnless(::CreateDirectoryW(Verbatim(each).c_str(), nullptr), "create", each);
     }
