@@ -216,6 +216,10 @@ TEST_F(FlattenSingleTopFolderTest, DoesNotCountALinkThatCannotBeFollowedAsAFolde
         });
         EXPECT_EQ(MessageOfFlattening(), L"") << error;
         EXPECT_TRUE(fs::exists(Staging() / L"odd" / L"a.dat")) << error;
+        WriteFile(Staging() / L"Client" / L"a.dat", "a");
+        EXPECT_EQ(MessageOfFlattening(), L"") << error;
+        EXPECT_TRUE(fs::exists(Staging() / L"Client" / L"a.dat")) << "odd counts as a file";
+        fs::remove_all(Staging() / L"Client");
     }
 }
 

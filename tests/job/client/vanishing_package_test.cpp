@@ -76,6 +76,26 @@ TEST_P(VanishingPackage, FailsIfAFileVanishesDuringTheCopying) {
     EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");
 }
 
+TEST_P(VanishingPackage, FailsIfItsTopFolderVanishesAfterTheCounting) {
+    // No file was counted in it, so only the failed listing shows it.
+    fs::create_directory(InPackage(L"empty"));
+    const auto open =
+        bench::RealFunction<decltype(&::FindFirstFileExW)>(L"kernel32.dll", "FindFirstFileExW");
+    const std::wstring pattern = Package() / L"*";
+    int listings = 0;
+    const auto hook = bench::HookCall<decltype(&::FindFirstFileExW)>(
+        L"kernel32.dll", "FindFirstFileExW", [&](LPCWSTR path, auto... others) -> HANDLE {
+            if (path == pattern && ++listings == 2) {
+                ::SetLastError(ERROR_NOT_READY);
+                return INVALID_HANDLE_VALUE;
+            }
+            return open(path, others...);
+        });
+    EXPECT_FALSE(Run(Package()));
+    EXPECT_EQ(listings, 2);
+    EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
+}
+
 // As on a RAM disk whose driver does not know the mount manager: final paths have no drive letter.
 TEST_P(VanishingPackage, IsCopiedFromADriveWithoutResolvedPaths) {
     const bench::FolderOnAnotherDrive drive(Package());
