@@ -158,6 +158,22 @@ TEST_F(MainWindow, HasTheToolsIconsOrFallsBackToTheSystems) {
     EXPECT_EQ(IconsWhen({nullptr, nullptr}), std::pair(systems, systems));
 }
 
+// The large icon shrunk would be blurred.
+TEST_F(MainWindow, HasASmallIconOfTheSmallSize) {
+    const OpenWindow window;
+    // The system gives the handle as a number.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    const auto icon = reinterpret_cast<HICON>(::GetClassLongPtrW(window.Handle(), GCLP_HICONSM));
+    ICONINFO parts{};
+    ASSERT_TRUE(::GetIconInfo(icon, &parts));
+    BITMAP picture{};
+    ::GetObjectW(parts.hbmColor, sizeof picture, &picture);
+    EXPECT_EQ(picture.bmWidth, ::GetSystemMetrics(SM_CXSMICON));
+    EXPECT_EQ(picture.bmHeight, ::GetSystemMetrics(SM_CYSMICON));
+    ::DeleteObject(parts.hbmColor);
+    ::DeleteObject(parts.hbmMask);
+}
+
 TEST_F(MainWindow, HasRoundCorners) {
     const OpenWindow window;
     const HRGN region = ::CreateRectRgn(0, 0, 0, 0);
