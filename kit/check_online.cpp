@@ -199,7 +199,8 @@ private:
             "Upload the package again, and clear the caches in front of the server.");
     }
 
-    // Reads the next bytes, `most` at most; 0 at the body's end. None after a finding.
+    // Reads the next bytes, `most` at most; 0 at the body's end. None when that fails: see
+    // GetLastError.
     std::optional<size_t> Read(std::byte* target, size_t most) {
         DWORD available = 0;
         DWORD bytes = 0;
@@ -207,7 +208,6 @@ private:
             !::WinHttpReadData(request_.get(), target,
                                static_cast<DWORD>(std::clamp<size_t>(available, 1, most)),
                                &bytes)) {
-            AddFailure(::GetLastError());
             return std::nullopt;
         }
         return bytes;
@@ -220,6 +220,7 @@ private:
         while (filled < kFirstBytes && !ended) {
             const auto bytes = Read(buffer.data() + filled, kFirstBytes - filled);
             if (!bytes) {
+                AddBrokenBody(::GetLastError(), filled);
                 return;
             }
             ended = *bytes == 0;
@@ -249,15 +250,29 @@ private:
             received += bytes;
             const auto next = Read(buffer.data(), buffer.size());
             if (!next) {
+                AddBrokenBody(::GetLastError(), received);
                 return;
             }
             bytes = *next;
         }
         if (length_ && received < *length_) {
-            AddLength("The download ends after " + std::to_string(received) + " of " +
-                      std::to_string(*length_) + " bytes.");
+            AddEarlyEnd(received);
         }
         CheckDigest(sha256.Finish());
+    }
+
+    void AddEarlyEnd(uint64_t received) {
+        AddLength("The download ends after " + std::to_string(received) + " of " +
+                  std::to_string(*length_) + " bytes.");
+    }
+
+    // WinHTTP can report a connection that the server closes too early like one that breaks.
+    void AddBrokenBody(DWORD error, uint64_t received) {
+        if (options_.download && length_ && received < *length_ && error != ERROR_WINHTTP_TIMEOUT) {
+            AddEarlyEnd(received);
+        } else {
+            AddFailure(error);
+        }
     }
 
     void CheckDigest(const std::wstring& digest) {
