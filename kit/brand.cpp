@@ -15,16 +15,18 @@ Brand ReadBrand(const std::wstring& folder, const BrandFiles& needed) {
     RequireFolder(folder);
     Brand brand;
     brand.configText = ReadInputFile(JoinPaths(folder, kConfigFileName), kMostConfigBytes);
+    if (brand.configText) {
+        brand.config = ParseConfigText(*brand.configText);
+    }
+    FillEmptyNames(brand.config);
     if (needed.pictures) {
         brand.background = ReadInputFile(JoinPaths(folder, kBackgroundFileName), kMostPictureBytes);
+    }
+    if (needed.pictures && (needed.hiddenLogo || brand.config.showLogo)) {
         brand.logo = ReadInputFile(JoinPaths(folder, kLogoFileName), kMostPictureBytes);
     }
     if (needed.icon) {
         brand.icon = ReadInputFile(JoinPaths(folder, kIconFileName), kMostPictureBytes);
     }
-    if (brand.configText) {
-        brand.config = ParseConfigText(*brand.configText);
-    }
-    FillEmptyNames(brand.config);
     return brand;
 }

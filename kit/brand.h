@@ -30,6 +30,7 @@ struct Brand {
 // Which files of a brand to read besides config.txt.
 struct BrandFiles {
     bool pictures = true;
+    bool hiddenLogo = true;  // One that showLogo hides; else with `pictures` only a shown one.
     bool icon = true;
 };
 

@@ -23,12 +23,12 @@ OwnedBitmap Decoded(const std::optional<std::string>& content) {
 
 // What PaintPreview needs of the brand.
 PreviewBrand ReadPreviewBrand(const std::wstring& folder) {
-    const Brand brand = ReadBrand(folder, {.icon = false});
+    const Brand brand = ReadBrand(folder, {.hiddenLogo = false, .icon = false});
     if (!brand.configText) {
         throw OutsideFailure("cannot find config.txt in", folder, ERROR_FILE_NOT_FOUND);
     }
     return {brand.config, MakeBackdrop(Decoded(brand.background).get()),
-            brand.config.showLogo ? MakePanelLogo(Decoded(brand.logo).get()) : nullptr};
+            MakePanelLogo(Decoded(brand.logo).get())};
 }
 
 std::string PngOf(Gdiplus::GpImage* image) {

@@ -190,6 +190,8 @@ TEST(RepairKit, SaysWhatCannotBeReadAndLeavesStdoutEmpty) {
     const bench::OpenElsewhere user(lockedBrand / L"logo.png", 0);
     const fs::path hugeBrand = MakeBrandFolder(scratch.Path() / L"huge", ConfigText({}));
     bench::MakeSparseFile(hugeBrand / L"config.txt", 5ULL << 30);
+    const fs::path hugePicture = MakeBrandFolder(scratch.Path() / L"picture", ConfigText({}));
+    bench::MakeSparseFile(hugePicture / L"logo.png", (256ULL << 20) + 1);
     const struct {
         fs::path brand;
         const char* reason;
@@ -198,7 +200,8 @@ TEST(RepairKit, SaysWhatCannotBeReadAndLeavesStdoutEmpty) {
         {file, "which is a file"},
         {oddBrand, "which is a folder"},
         {lockedBrand, "(code 32)"},
-        {hugeBrand, "larger than"},
+        {hugeBrand, "config.txt, which is larger than 4 MiB"},
+        {hugePicture, "logo.png, which is larger than 256 MiB"},
     };
     for (const auto& row : rows) {
         const KitRun run = RunRepairKit(L"check --json " + Quoted(row.brand));
@@ -220,6 +223,11 @@ TEST(RepairKit, ReadsOnlyTheFilesOfTheBrandThatItNeeds) {
                                         Quoted(scratch.Path() / L"pictures"));
     EXPECT_EQ(painted.exitCode, 0U) << painted.error;
     const bench::OpenElsewhere user(brand / L"logo.png", 0);
+    const std::wstring preview =
+        L"preview --state ready " + Quoted(brand) + L" -o " + Quoted(scratch.Path() / L"hidden");
+    EXPECT_EQ(RunRepairKit(preview).exitCode, 4U);
+    WriteFile(brand / L"config.txt", ConfigText({"showLogo=0"}));
+    EXPECT_EQ(RunRepairKit(preview).exitCode, 0U);
     const KitRun packed =
         RunRepairKit(L"pack --quiet " + Quoted(client) + L" -o " +
                      Quoted(scratch.Path() / L"a.zip") + L" --brand " + Quoted(brand));
