@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "common/paths.h"
+#include "common/text.h"
 #include "kit/errors.h"
 #include "kit/utf8.h"
 
@@ -212,6 +213,18 @@ void RequireOutside(const std::wstring& output, std::string_view name, const std
     }
 }
 
+// Unpacking programs that go by the name would take the package for another archive.
+void RequireZipName(const std::wstring& package) {
+    constexpr std::wstring_view kOtherArchives[] = {L".rar", L".7z", L".tar",
+                                                    L".gz",  L".xz", L".tgz"};
+    const std::wstring extension = LowerCase(FileNameExtension(package));
+    if (std::ranges::find(kOtherArchives, extension) != std::end(kOtherArchives)) {
+        throw WrongUsage("-o " + WideToUtf8(package) +
+                         " is the name of another kind of archive; the package is a ZIP: " +
+                         "give it a name that ends in .zip");
+    }
+}
+
 std::string AllStates() {
     std::string all;
     for (const std::string_view state : kPreviewStates) {
@@ -353,6 +366,7 @@ PackArguments ReadPackArguments(const CommandWords& words) {
         arguments.level = static_cast<int>(*level);
     }
     arguments.threads = NumberOption(words, L"--threads", kMostThreads);
+    RequireZipName(arguments.package);
     RequireOutside(arguments.package, "CLIENT", arguments.client);
     if (!arguments.brand.empty()) {
         RequireOutside(arguments.package, "BRAND", arguments.brand);

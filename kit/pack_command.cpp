@@ -166,11 +166,12 @@ ExitCode RunPack(const PackArguments& arguments, Console& console) {
         PrintJsonResult(findings, facts, listing.leftOut, console);
     } else {
         PrintResult(arguments, facts, listing.leftOut, console);
-        if (!arguments.brand.empty() && HoldsBrand(listing, client, arguments.brand)) {
-            console.PrintSummary(
-                {{"The brand is in the client folder and was packed with it", Color::Warning},
-                 {": move it elsewhere, or leave it out with --exclude, then pack again."}});
-        }
+    }
+    if (!arguments.brand.empty() && HoldsBrand(listing, client, arguments.brand)) {
+        console.PrintError(
+            {{"warning", Color::Warning},
+             {": the brand is in the client folder and was packed with it; move it elsewhere, or "
+              "leave it out with --exclude, then pack again"}});
     }
     return ExitCode::Done;
 }

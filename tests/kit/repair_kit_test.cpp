@@ -413,6 +413,14 @@ TEST(CommandLine, RefusesValuesThatMeanNothing) {
         EXPECT_THAT(pack({L"--level", level}), HasSubstr("from 1 to 9"));
     }
     EXPECT_THAT(pack({L"--threads", L"0"}), HasSubstr("from 1 to 256"));
+    for (const wchar_t* name : {L"client.rar", L"client-1.0.7Z", L"client.tar.gz"}) {
+        EXPECT_THAT(UsageError<ReadPackArguments>(kPackSyntax, {L"Z:\\c", L"-o", name}),
+                    HasSubstr("ends in .zip"))
+            << name;
+    }
+    for (const wchar_t* name : {L"client", L"client.zip", L"rar", L"client.pak"}) {
+        EXPECT_EQ(UsageError<ReadPackArguments>(kPackSyntax, {L"Z:\\c", L"-o", name}), "accepted");
+    }
     EXPECT_THAT(pack({L"--threads", L"257"}), HasSubstr("from 1 to 256"));
     EXPECT_THAT(UsageError<ReadBuildArguments>(kBuildSyntax,
                                                {L"Z:\\b", L"-o", L"Z:\\o", L"--sign", L"sign it"}),

@@ -171,10 +171,11 @@ TEST_F(Pack, SaysThatTheBrandWasPackedWithTheClient) {
     WriteFile(client_ / L"config.txt", "the game's own");
     const std::wstring command = L"pack \"" + client_.native() + L"\" -o \"" + package_.native() +
                                  L"\" --brand \"" + brand_.native() + L"\"";
-    constexpr char kNotice[] = "The brand is in the client folder and was packed with it";
-    EXPECT_THAT(kit_test::RunRepairKit(command).out, HasSubstr(kNotice));
-    EXPECT_THAT(kit_test::RunRepairKit(command + L" --exclude brand").out,
-                testing::Not(HasSubstr(kNotice)));
+    constexpr char kNotice[] = "the brand is in the client folder and was packed with it";
+    for (const wchar_t* option : {L"", L" --json", L" --quiet"}) {
+        EXPECT_THAT(kit_test::RunRepairKit(command + option).error, HasSubstr(kNotice));
+    }
+    EXPECT_EQ(kit_test::RunRepairKit(command + L" --exclude brand").error, "");
 }
 
 TEST_F(Pack, KeepsThePackageWhenTheBrandCannotBeWritten) {
