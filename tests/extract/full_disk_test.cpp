@@ -1,11 +1,14 @@
-// Placing on a full disk and between two volumes: on a real, small disk.
+// What a full disk does to unpacking and placing, and placing between two volumes: on a real, small
+// disk.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "bench_parts/package_contents.h"
 #include "bench_parts/unpacker_machine.h"
+#include "extract/archive_extraction.h"
 #include "extract/folder_flattening.h"
+#include "job/progress/job_progress.h"
 
 namespace {
 
@@ -33,6 +36,18 @@ private:
     UnpackerMachine machine_;
     fs::path disk_ = bench::EmptySmallDisk();
 };
+
+TEST_F(SmallDisk, MakesZipAndRarFail) {
+    NearlyFill();
+    Machine().PutTar();
+    Machine().PutPowerShell();
+    Machine().PutSevenZip(Machine().ToolFolder() / L"7z.exe");
+    EXPECT_FALSE(ExtractPackage(bench::PackagePath(L"zip_deflated.zip"), Disk() / L"staging"));
+    EXPECT_THAT(snapshot().errorMessage, testing::StartsWith(L"ZIP extraction failed.\n"));
+    EXPECT_FALSE(ExtractPackage(bench::PackagePath(L"rar5_plain.rar"), Disk() / L"staging"));
+    EXPECT_THAT(snapshot().errorMessage,
+                testing::StartsWith(L"RAR extraction failed with 7z.exe exit code 2."));
+}
 
 TEST_F(SmallDisk, StopsFilesAndFoldersThatAreMovedToIt) {
     NearlyFill();

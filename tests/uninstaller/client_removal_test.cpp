@@ -20,6 +20,10 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
+bool IsFileLink(const fs::path& path) {
+    return (::GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
 TEST_F(RemoveGameTest, LeavesNothingOfAnInstalledGame) {
     PutShortcut();
     WriteFile(fs::path(toolFolder) / L"read-only", "x");
@@ -70,6 +74,16 @@ TEST_F(RemoveGameTest, RemovesTheApprovedPathsOnly) {
     EXPECT_TRUE(fs::exists(Outside() / L"run.exe"));
 }
 
+TEST_F(RemoveGameTest, RemovesTheRealFolderBehindALink) {
+    const fs::path real = toolFolder;
+    const fs::path link = Outside() / L"link";
+    SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, real), "links for this user");
+    toolFolder = link;
+    toolExePath = link / L"Uninstall.exe";
+    EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
+    EXPECT_FALSE(fs::exists(real));
+}
+
 TEST_F(RemoveGameTest, RemovesFolderLinksAndLeavesTheirTargets) {
     WriteFile(Outside() / L"kept" / L"inside" / L"file", "x");
     SKIP_ON_WINDOWS_WITHOUT(
@@ -80,6 +94,20 @@ TEST_F(RemoveGameTest, RemovesFolderLinksAndLeavesTheirTargets) {
     EXPECT_THAT(FolderListing(Outside()),
                 testing::IsSupersetOf({L"kept/", L"kept/inside/", L"kept/inside/file"}));
     EXPECT_FALSE(fs::exists(fs::path(toolFolder) / L"data"));
+}
+
+TEST_F(RemoveGameTest, RemovesFileLinksAndLeavesTheirTargets) {
+    WriteFile(Outside() / L"kept.txt", "kept");
+    SKIP_ON_WINDOWS_WITHOUT(
+        bench::MakeFileLink(fs::path(toolFolder) / L"link.txt", Outside() / L"kept.txt") &&
+            bench::MakeFileLink(fs::path(toolFolder) / L"bin" / L"link.txt",
+                                Outside() / L"kept.txt"),
+        "links for this user");
+    SKIP_ON_WINE_WITHOUT(IsFileLink(fs::path(toolFolder) / L"link.txt"),
+                         "tell a file link from its target");
+    EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
+    EXPECT_THAT(FolderListing(Outside()), ElementsAre(L"kept.txt"));
+    EXPECT_EQ(bench::ReadFile(Outside() / L"kept.txt"), "kept");
 }
 
 TEST_F(RemoveGameTest, KeepsAndNamesWhatAppearsAtTheEnd) {
