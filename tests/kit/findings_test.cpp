@@ -86,4 +86,26 @@ TEST(Findings, GiveTheRestTheWorstSeverityThatIsLeftOut) {
     EXPECT_EQ(findings.List().back().severity, Severity::Error);
 }
 
+TEST(Findings, AsksForTextsOnlyOfEntriesThatMayBeListed) {
+    Findings findings;
+    int asked = 0;
+    const auto add = [&](const std::string& name) {
+        findings.AddAtEntry("package.link", name, [&] {
+            ++asked;
+            return FindingText{"text", "hint"};
+        });
+    };
+    for (char letter = 'c'; letter <= 'w'; ++letter) {
+        add(std::string(1, letter));
+    }
+    EXPECT_EQ(asked, 21);
+    add("x");
+    EXPECT_EQ(asked, 21);
+    add("b");
+    EXPECT_EQ(asked, 22);
+    EXPECT_EQ(findings.Count("package.link"), 23U);
+    EXPECT_EQ(findings.List().front().place.text, "b");
+    EXPECT_EQ(findings.List().back().place.text, "v");
+}
+
 }  // namespace

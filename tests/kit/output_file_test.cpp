@@ -123,7 +123,7 @@ TEST(OutputFile, RemovesWhatKilledRunsWithTheSameTargetHaveLeft) {
     const DWORD gone = GoneProcessId();
     const std::wstring leftover = TemporaryName(L"a.zip", gone);
     WriteFile(scratch.Path() / leftover, "half");
-    const std::wstring otherCase = TemporaryName(L"A.Zip", gone);
+    const std::wstring otherCase = TemporaryName(L"E.Zip", gone);
     WriteFile(scratch.Path() / otherCase, "half");
     // Another target's, another ending's, a running process', and files of somebody else.
     const std::wstring kept[] = {TemporaryName(L"b.zip", gone), TemporaryName(L"a.exe", gone),
@@ -145,7 +145,7 @@ TEST(OutputFile, RemovesWhatKilledRunsWithTheSameTargetHaveLeft) {
     const fs::path older = scratch.Path() / TemporaryName(L"d.zip", running);
     WriteFile(older, "half");
     ASSERT_TRUE(SetLastWriteTime(older, LastWriteTime(older).value_or(0) - 36'000'000'000));
-    for (const wchar_t* target : {L"a.zip", L"c.zip", L"d.zip"}) {
+    for (const wchar_t* target : {L"a.zip", L"c.zip", L"d.zip", L"e.zip"}) {
         OutputFile file(scratch.Path() / target);
         file.Commit();
     }
