@@ -51,26 +51,26 @@ void RemoveAllExcept(const Paths& kept, const std::wstring& folder) {
     }));
 }
 
-// Adds everything below `folder` to `left`, except `kept` and the folders that contain them; such a
-// folder is added if it cannot be listed.
-void AddEntriesExcept(const Paths& kept, const std::wstring& folder, Paths& left) {
+// Adds everything below `folder` to `remaining`, except `kept` and the folders that contain them;
+// such a folder is added if it cannot be listed.
+void AddEntriesExcept(const Paths& kept, const std::wstring& folder, Paths& remaining) {
     const bool isListed = ListHeldFolder(folder, [&](const FolderEntry& entry) {
         // The paths of `kept` are canonical, so a link cannot be part of them.
         if (entry.isLink || !IsOrContainsKept(entry.path, kept)) {
             // A folder comes before its content and is replaced by it.
-            if (!left.empty() && IsBelowCanonicalPath(entry.path, left.back())) {
-                left.pop_back();
+            if (!remaining.empty() && IsBelowCanonicalPath(entry.path, remaining.back())) {
+                remaining.pop_back();
             }
-            left.emplace_back(entry.path);
+            remaining.emplace_back(entry.path);
         }
         if (entry.IsFolder() && !entry.isLink) {
-            AddEntriesExcept(kept, entry.path, left);
+            AddEntriesExcept(kept, entry.path, remaining);
         }
         return true;
     });
-    const bool isNamed = !left.empty() && left.back() == folder;
+    const bool isNamed = !remaining.empty() && remaining.back() == folder;
     if (!isListed && !isNamed && KindOf(folder) != EntryKind::Missing) {
-        left.push_back(folder);
+        remaining.push_back(folder);
     }
 }
 
@@ -95,9 +95,9 @@ Paths RemoveEmptied(const std::wstring& folder, const Paths& kept) {
     if (RemoveEntry(folder) == ERROR_SUCCESS) {
         return {};
     }
-    Paths left;
-    AddEntriesExcept({}, folder, left);
-    return left.empty() ? Paths{folder} : left;
+    Paths remaining;
+    AddEntriesExcept({}, folder, remaining);
+    return remaining.empty() ? Paths{folder} : remaining;
 }
 
 // Removes the client folder with its content and returns what remains. What a second attempt needs
@@ -105,10 +105,10 @@ Paths RemoveEmptied(const std::wstring& folder, const Paths& kept) {
 Paths RemoveClientFolder(const ApprovedClient& client) {
     const Paths kept{client.uninstaller, client.startupProgram};
     RemoveAllExcept(kept, client.folder);
-    Paths left;
-    AddEntriesExcept(kept, client.folder, left);
-    if (!left.empty()) {
-        return left;
+    Paths remaining;
+    AddEntriesExcept(kept, client.folder, remaining);
+    if (!remaining.empty()) {
+        return remaining;
     }
     for (const std::wstring& path : kept) {
         if (!RemoveInHeldFolder(path)) {
@@ -121,7 +121,7 @@ Paths RemoveClientFolder(const ApprovedClient& client) {
 // Whether this account lacks the right to remove the entry. The removal's error is not enough:
 // ERROR_ACCESS_DENIED can also mean a running program, which can still be opened with DELETE
 // access, or a pending deletion, in which case the attributes cannot be read.
-bool LacksRights(const std::wstring& path) {
+bool IsAccessDenied(const std::wstring& path) {
     const EntryKind kind = KindOf(path);
     const DWORD needed = kind == EntryKind::Folder ? DELETE | FILE_LIST_DIRECTORY : DELETE;
     const auto entry = AdoptHandle<KernelHandle>(::CreateFileW(
@@ -162,16 +162,17 @@ RemovalResult RemoveGame(const ApprovedClient& client) {
     RemovalResult result;
     // Found first, while its target still exists and can be resolved.
     const std::optional<std::wstring> shortcut = FindShortcutInto(client.folder);
-    result.left = RemoveClientFolder(client);
+    result.remaining = RemoveClientFolder(client);
     result.canBeRepeated = IsRegularFile(client.uninstaller);
-    result.rightsAreMissing = std::any_of(result.left.begin(), result.left.end(), LacksRights);
+    result.isAccessDenied =
+        std::any_of(result.remaining.begin(), result.remaining.end(), IsAccessDenied);
     if (result.canBeRepeated) {
-        result.entryLeft = true;
+        result.entryRemains = true;
         return result;
     }
     if (shortcut && RemoveEntry(*shortcut) != ERROR_SUCCESS) {
-        result.left.push_back(*shortcut);
+        result.remaining.push_back(*shortcut);
     }
-    result.entryLeft = !DeleteInstalledProgramsEntry(toolConfig);
+    result.entryRemains = !DeleteInstalledProgramsEntry(toolConfig);
     return result;
 }

@@ -18,11 +18,11 @@ struct ClientContent {
 
 struct RemovalResult {
     // Full paths of what could not be removed; for a folder with content, the paths of that.
-    std::vector<std::wstring> left;
-    bool entryLeft = false;  // The entry in the list of installed programs still exists.
+    std::vector<std::wstring> remaining;
+    bool entryRemains = false;  // The entry in the list of installed programs still exists.
     // The uninstaller and everything it needs still exist, so it can be started again.
     bool canBeRepeated = false;
-    bool rightsAreMissing = false;  // This account may not delete at least one of `left`.
+    bool isAccessDenied = false;  // This account may not delete at least one of `remaining`.
 };
 
 // Removes the client folder with its content, the Desktop shortcut if it points into that folder,

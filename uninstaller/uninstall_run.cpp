@@ -42,7 +42,7 @@ bool RunUninstall() {
         return false;
     }
     const RemovalResult result = RemoveGame(verdict.client);
-    const bool isComplete = result.left.empty() && !result.entryLeft;
+    const bool isComplete = result.remaining.empty() && !result.entryRemains;
     ShowBox(ReportText(toolConfig, result),
             MB_OK | (isComplete ? MB_ICONINFORMATION : MB_ICONWARNING));
     return isComplete;

@@ -78,19 +78,19 @@ std::wstring ReportText(const ToolConfig& config, const RemovalResult& result) {
     const std::wstring name = ProgramsDisplayName(config);
     if (result.canBeRepeated) {
         const std::wstring advice =
-            result.rightsAreMissing
+            result.isAccessDenied
                 ? L"Your Windows account is not allowed to delete it. Ask an administrator to give "
                   L"your account full control of the game's folder, then start the uninstaller "
                   L"again."
                 : L"Close the programs that use it and start the uninstaller again.";
         return name + L" could not be removed completely. This is still there:\n" +
-               ListText(result.left) + L"\n\n" + advice;
+               ListText(result.remaining) + L"\n\n" + advice;
     }
     std::wstring text = name + L" was removed.";
-    if (!result.left.empty()) {
-        text += L" This could not be deleted:\n" + ListText(result.left);
+    if (!result.remaining.empty()) {
+        text += L" This could not be deleted:\n" + ListText(result.remaining);
     }
-    if (result.entryLeft) {
+    if (result.entryRemains) {
         text += L"\n\nIts entry in your list of installed programs could not be deleted.";
     }
     return text;

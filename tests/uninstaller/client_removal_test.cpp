@@ -37,8 +37,8 @@ TEST_F(RemoveGameTest, LeavesNothingOfAnInstalledGame) {
     EXPECT_EQ(MeasureClient(toolFolder).bytes, 5U + 8U + 14U + 5002U);
 
     const RemovalResult result = RemoveInstalledGame();
-    EXPECT_THAT(result.left, IsEmpty());
-    EXPECT_FALSE(result.entryLeft);
+    EXPECT_THAT(result.remaining, IsEmpty());
+    EXPECT_FALSE(result.entryRemains);
     EXPECT_FALSE(result.canBeRepeated);
     EXPECT_THAT(FolderListing(Outside()), IsEmpty());
     EXPECT_FALSE(bench::ReadKey(EntryKey()));
@@ -68,7 +68,7 @@ TEST_F(RemoveGameTest, RemovesTheApprovedPathsOnly) {
     WriteFile(Outside() / L"run.exe", "MZ");
     toolConfig.startupExe = Outside() / L"run.exe";
     const auto other = FolderListing(toolFolder);
-    EXPECT_THAT(RemoveGame(approved).left, IsEmpty());
+    EXPECT_THAT(RemoveGame(approved).remaining, IsEmpty());
     EXPECT_FALSE(fs::exists(approved.folder));
     EXPECT_EQ(FolderListing(toolFolder), other);
     EXPECT_TRUE(fs::exists(Outside() / L"run.exe"));
@@ -80,7 +80,7 @@ TEST_F(RemoveGameTest, RemovesTheRealFolderBehindALink) {
     SKIP_ON_WINDOWS_WITHOUT(bench::MakeFolderLink(link, real), "links for this user");
     toolFolder = link;
     toolExePath = link / L"Uninstall.exe";
-    EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
+    EXPECT_THAT(RemoveInstalledGame().remaining, IsEmpty());
     EXPECT_FALSE(fs::exists(real));
 }
 
@@ -105,7 +105,7 @@ TEST_F(RemoveGameTest, RemovesFileLinksAndLeavesTheirTargets) {
         "links for this user");
     SKIP_ON_WINE_WITHOUT(IsFileLink(fs::path(toolFolder) / L"link.txt"),
                          "tell a file link from its target");
-    EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
+    EXPECT_THAT(RemoveInstalledGame().remaining, IsEmpty());
     EXPECT_THAT(FolderListing(Outside()), ElementsAre(L"kept.txt"));
     EXPECT_EQ(bench::ReadFile(Outside() / L"kept.txt"), "kept");
 }
@@ -120,9 +120,9 @@ TEST_F(RemoveGameTest, KeepsAndNamesWhatAppearsAtTheEnd) {
             return RealCreateFile()(path, access, more...);
         });
     const RemovalResult result = RemoveInstalledGame();
-    EXPECT_THAT(result.left, ElementsAre(newcomer));
+    EXPECT_THAT(result.remaining, ElementsAre(newcomer));
     EXPECT_FALSE(result.canBeRepeated);
-    EXPECT_FALSE(result.entryLeft);
+    EXPECT_FALSE(result.entryRemains);
     EXPECT_THAT(FolderListing(toolFolder), ElementsAre(L"bin/", L"bin/new"));
     EXPECT_EQ(bench::ReadFile(newcomer), "another program's");
 }
@@ -141,10 +141,10 @@ TEST_F(RemoveGameTest, NamesEveryFileThatStaysAndKeepsWhatASecondAttemptNeeds) {
         const bench::OpenElsewhere openFirst(first, 0);
         const bench::OpenElsewhere openSecond(second, FILE_SHARE_READ);
         const RemovalResult result = RemoveInstalledGame();
-        EXPECT_THAT(result.left, UnorderedElementsAre(first, second));
+        EXPECT_THAT(result.remaining, UnorderedElementsAre(first, second));
         EXPECT_TRUE(result.canBeRepeated);
-        EXPECT_TRUE(result.entryLeft);
-        EXPECT_FALSE(result.rightsAreMissing);
+        EXPECT_TRUE(result.entryRemains);
+        EXPECT_FALSE(result.isAccessDenied);
     }
     EXPECT_THAT(FolderListing(toolFolder),
                 ElementsAre(L"Uninstall.exe", L"a", L"bin/", L"bin/start.exe", L"data/",
@@ -153,8 +153,8 @@ TEST_F(RemoveGameTest, NamesEveryFileThatStaysAndKeepsWhatASecondAttemptNeeds) {
     EXPECT_TRUE(fs::exists(Shortcut()));
 
     const RemovalResult result = RemoveInstalledGame();
-    EXPECT_THAT(result.left, IsEmpty());
-    EXPECT_FALSE(result.entryLeft);
+    EXPECT_THAT(result.remaining, IsEmpty());
+    EXPECT_FALSE(result.entryRemains);
     EXPECT_THAT(FolderListing(Outside()), IsEmpty());
     EXPECT_FALSE(fs::exists(Shortcut()));
 }
@@ -163,7 +163,7 @@ TEST_F(RemoveGameTest, KeepsTheStartupProgramUntilTheUninstallerIsRemoved) {
     {
         const bench::OpenElsewhere open(toolExePath, FILE_SHARE_READ);
         const RemovalResult result = RemoveInstalledGame();
-        EXPECT_THAT(result.left, ElementsAre(toolExePath));
+        EXPECT_THAT(result.remaining, ElementsAre(toolExePath));
         EXPECT_TRUE(result.canBeRepeated);
         EXPECT_THAT(FolderListing(toolFolder),
                     ElementsAre(L"Uninstall.exe", L"bin/", L"bin/start.exe"));
@@ -172,9 +172,9 @@ TEST_F(RemoveGameTest, KeepsTheStartupProgramUntilTheUninstallerIsRemoved) {
     // Without the uninstaller the entry would be useless.
     const bench::OpenElsewhere open(fs::path(toolFolder) / L"bin" / L"start.exe", FILE_SHARE_READ);
     const RemovalResult result = RemoveInstalledGame();
-    EXPECT_THAT(result.left, ElementsAre(fs::path(toolFolder) / L"bin" / L"start.exe"));
+    EXPECT_THAT(result.remaining, ElementsAre(fs::path(toolFolder) / L"bin" / L"start.exe"));
     EXPECT_FALSE(result.canBeRepeated);
-    EXPECT_FALSE(result.entryLeft);
+    EXPECT_FALSE(result.entryRemains);
     EXPECT_FALSE(bench::ReadKey(EntryKey()));
 }
 
@@ -185,9 +185,9 @@ TEST_F(RemoveGameTest, NamesAFolderThatCannotBeListed) {
         const bench::UnreadableFolder closed(fs::path(toolFolder) / name);
         SKIP_ON_WINDOWS_WITHOUT(closed.Made(), "a way to make a folder unreadable");
         const RemovalResult result = RemoveGame(approved);
-        EXPECT_THAT(result.left, ElementsAre(fs::path(toolFolder) / name));
+        EXPECT_THAT(result.remaining, ElementsAre(fs::path(toolFolder) / name));
         EXPECT_TRUE(result.canBeRepeated);
-        EXPECT_TRUE(result.rightsAreMissing);
+        EXPECT_TRUE(result.isAccessDenied);
     }
 }
 
@@ -218,7 +218,7 @@ TEST_F(RemoveGameTest, DistinguishesMissingRightsFromFilesInUse) {
         fs::path denied;
         DWORD access;
         bool isRemovalPending;
-        bool rightsAreMissing;
+        bool isAccessDenied;
     } cases[] = {{file, DELETE, false, true},
                  {file.parent_path(), FILE_LIST_DIRECTORY, false, true},
                  {file, DELETE, true, false}};
@@ -229,16 +229,16 @@ TEST_F(RemoveGameTest, DistinguishesMissingRightsFromFilesInUse) {
         deniedAccess = row.access;
         isRemovalPending = row.isRemovalPending;
         const RemovalResult result = RemoveInstalledGame();
-        EXPECT_THAT(result.left, ElementsAre(denied));
+        EXPECT_THAT(result.remaining, ElementsAre(denied));
         EXPECT_TRUE(result.canBeRepeated);
-        EXPECT_EQ(result.rightsAreMissing, row.rightsAreMissing);
+        EXPECT_EQ(result.isAccessDenied, row.isAccessDenied);
         denied.clear();
     }
     const bench::RunningCopy running(L"child_program.exe", file, L"sleep 600000");
     ASSERT_TRUE(running.Process());
     const RemovalResult result = RemoveInstalledGame();
-    EXPECT_THAT(result.left, ElementsAre(file));
-    EXPECT_FALSE(result.rightsAreMissing);
+    EXPECT_THAT(result.remaining, ElementsAre(file));
+    EXPECT_FALSE(result.isAccessDenied);
 }
 
 TEST_F(RemoveGameTest, LeavesAShortcutToElsewhereAndAFileThatIsNone) {
@@ -247,12 +247,12 @@ TEST_F(RemoveGameTest, LeavesAShortcutToElsewhereAndAFileThatIsNone) {
     toolConfig.startupExe = otherClient / L"run.exe";
     PutShortcut();
     toolConfig.startupExe = L"bin\\start.exe";
-    EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
+    EXPECT_THAT(RemoveInstalledGame().remaining, IsEmpty());
     EXPECT_TRUE(fs::exists(Shortcut()));
 
     Install(toolFolder);
     WriteFile(Shortcut(), "the player's notes");
-    EXPECT_THAT(RemoveInstalledGame().left, IsEmpty());
+    EXPECT_THAT(RemoveInstalledGame().remaining, IsEmpty());
     EXPECT_EQ(bench::ReadFile(Shortcut()), "the player's notes");
 }
 
@@ -262,15 +262,15 @@ TEST_F(RemoveGameTest, ReportsAShortcutOrAnEntryThatStays) {
     const auto hook = bench::HookCall<decltype(&::RegDeleteTreeW)>(
         bench::kAdvapi32, "RegDeleteTreeW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
     const RemovalResult result = RemoveInstalledGame();
-    EXPECT_THAT(result.left, ElementsAre(Shortcut()));
-    EXPECT_TRUE(result.entryLeft);
+    EXPECT_THAT(result.remaining, ElementsAre(Shortcut()));
+    EXPECT_TRUE(result.entryRemains);
     EXPECT_FALSE(result.canBeRepeated);
     EXPECT_FALSE(fs::exists(toolFolder));
 }
 
 TEST_F(RemoveGameTest, NeedsNoEntry) {
     bench::RemoveKey(EntryKey());
-    EXPECT_FALSE(RemoveInstalledGame().entryLeft);
+    EXPECT_FALSE(RemoveInstalledGame().entryRemains);
 }
 
 }  // namespace

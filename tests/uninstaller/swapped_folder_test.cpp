@@ -57,7 +57,7 @@ TEST_F(SwappedFolder, IsNotEnteredForRemoval) {
     const auto hook = SwapAfterListing(fs::path(toolFolder) / L"bin", 1);
     const RemovalResult result = RemoveInstalledGame();
     ExpectUntouched();
-    EXPECT_THAT(result.left, ElementsAre(fs::path(toolFolder) / L"bin"));
+    EXPECT_THAT(result.remaining, ElementsAre(fs::path(toolFolder) / L"bin"));
     EXPECT_TRUE(result.canBeRepeated);
 }
 
@@ -68,7 +68,7 @@ TEST_F(SwappedFolder, IsNotEnteredForTheReport) {
     const auto hook = SwapAfterListing(fs::path(toolFolder) / L"data", 2);
     const RemovalResult result = RemoveInstalledGame();
     ExpectUntouched();
-    EXPECT_THAT(result.left, ElementsAre(fs::path(toolFolder) / L"data"));
+    EXPECT_THAT(result.remaining, ElementsAre(fs::path(toolFolder) / L"data"));
 }
 
 TEST_F(SwappedFolder, AtOrAboveTheClientIsNotEntered) {
@@ -80,7 +80,7 @@ TEST_F(SwappedFolder, AtOrAboveTheClientIsNotEntered) {
         Swap(swapped);
         const RemovalResult result = RemoveGame(client);
         ExpectUntouched();
-        EXPECT_THAT(result.left, ElementsAre(client.folder));
+        EXPECT_THAT(result.remaining, ElementsAre(client.folder));
     }
 }
 
@@ -95,7 +95,7 @@ TEST_F(SwappedFolder, KeepsItsStartupProgram) {
         });
     const RemovalResult result = RemoveInstalledGame();
     ExpectUntouched();
-    EXPECT_THAT(result.left, ElementsAre(fs::path(toolFolder) / L"bin" / L"start.exe"));
+    EXPECT_THAT(result.remaining, ElementsAre(fs::path(toolFolder) / L"bin" / L"start.exe"));
 }
 
 TEST_F(SwappedFolder, KeepsItsEmptyFolders) {

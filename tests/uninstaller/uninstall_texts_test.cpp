@@ -80,10 +80,10 @@ TEST(UninstallTexts, ReportWhatStaysAndWhatToDo) {
 TEST(UninstallTexts, ShowTenPathsAtMost) {
     RemovalResult result;
     for (int i = 0; i < 10; ++i) {
-        result.left.emplace_back(L"D:\\file" + std::to_wstring(i));
+        result.remaining.emplace_back(L"D:\\file" + std::to_wstring(i));
     }
     EXPECT_THAT(ReportText(Game(), result), Not(HasSubstr(L" more")));
-    result.left.insert(result.left.end(), {L"D:\\hidden", L"D:\\hidden too"});
+    result.remaining.insert(result.remaining.end(), {L"D:\\hidden", L"D:\\hidden too"});
     const std::wstring text = ReportText(Game(), result);
     EXPECT_THAT(text, HasSubstr(L"D:\\file9\nand 2 more"));
     EXPECT_THAT(text, Not(HasSubstr(L"hidden")));
