@@ -52,7 +52,7 @@ constexpr OptionSyntax kPreviewOptions[] = {
 constexpr OptionSyntax kBuildOptions[] = {
     {L"-o", "FOLDER", "where to put the exe", true},
     {L"--package", "FILE", "look into this package too"},
-    {L"--sign", "COMMAND", "signs one file; {file} stands for its path"},
+    {L"--sign", "COMMAND", "signs one file; {file} is replaced by its path"},
     kNoDigest,
     kStrict,
     {L"--force", "", "build in spite of errors"},
@@ -126,7 +126,7 @@ void TakeOption(const CommandSyntax& syntax, std::span<const std::wstring>& rest
     values.push_back(std::move(value));
 }
 
-// Whether help stands where an option may. Wrong words elsewhere do not matter.
+// Whether --help is among the options. Wrong words elsewhere do not matter.
 bool AsksForHelp(const CommandSyntax& syntax, std::span<const std::wstring> words) {
     bool isValue = false;
     for (const std::wstring& word : words) {

@@ -114,8 +114,8 @@ struct CommandWords {
     [[nodiscard]] std::wstring Value(std::wstring_view option) const;
 };
 
-// `words` are those behind the command's name. With --help where an option may
-// stand nothing else is checked.
+// `words` are those behind the command's name. If --help is among the options, nothing else is
+// checked.
 CommandWords SortWords(const CommandSyntax& syntax, std::span<const std::wstring> words);
 
 NewArguments ReadNewArguments(const CommandWords& words);

@@ -39,7 +39,7 @@ struct NameParts {
 NameParts TemporaryNameParts(std::wstring_view fileName) {
     std::wstring extension = FileNameExtension(fileName);
     if (extension.size() > kLongestEnding) {
-        extension.clear();  // Not one that a program goes by.
+        extension.clear();  // Too long to be a known type.
     }
     const std::wstring_view stem = fileName.substr(0, fileName.size() - extension.size());
     NameParts parts;
@@ -289,7 +289,7 @@ void ForgetUnfinishedWork() {
 }
 
 void WriteFilesTogether(std::span<const FileContent> files) {
-    // The last goes first, because the first may have created the others' folder.
+    // In reverse order, because the first may have created the others' folder.
     struct Outputs {
         std::vector<std::unique_ptr<OutputFile>> files;
 

@@ -89,7 +89,7 @@ inline constexpr Rule kRules[] = {
 // compile.
 class RuleName {
 public:
-    // NOLINTNEXTLINE(google-explicit-constructor): a literal stands for its rule.
+    // NOLINTNEXTLINE(google-explicit-constructor): a literal names its rule.
     consteval RuleName(const char* id) : index_(IndexOf(id)) {}
 
     [[nodiscard]] constexpr const Rule& operator*() const {

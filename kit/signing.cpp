@@ -55,7 +55,7 @@ KernelHandle OpenEmptyInput() {
                                                    OPEN_EXISTING, 0, nullptr));
 }
 
-// A job object that ends what is in it when the kit ends or the object goes.
+// A job object that ends its processes when the kit ends or the object is destroyed.
 class ProcessGroup {
 public:
     ProcessGroup() : job_(::CreateJobObjectW(nullptr, nullptr)) {

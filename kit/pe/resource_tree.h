@@ -14,7 +14,7 @@ inline constexpr uint16_t kIconGroupType = 14;
 inline constexpr uint16_t kVersionType = 16;
 inline constexpr uint16_t kManifestType = 24;
 
-// One embedded resource. The bytes belong to whoever made the record.
+// One embedded resource. The bytes belong to the record's creator.
 struct Resource {
     uint16_t type = 0;
     uint16_t id = 0;

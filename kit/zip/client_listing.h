@@ -28,7 +28,7 @@ struct LeaveOut {
     std::vector<std::wstring> patterns;  // See NamePattern.
 };
 
-// Everything below the folder that goes into its package. Adds the findings that forbid to make
+// Everything below the folder that belongs in its package. Adds the findings that forbid making
 // it: links, names that a package cannot have. Throws OutsideFailure when the folder or something
 // in it cannot be read.
 [[nodiscard]] ClientListing ListClient(const std::wstring& folder, const LeaveOut& leaveOut,

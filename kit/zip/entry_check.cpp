@@ -119,7 +119,7 @@ public:
         return entryEnd_;
     }
 
-    // Adds what lies between `offset` and `end`.
+    // Adds the bytes between `offset` and `end`.
     void AddStrayBytes(uint64_t offset, uint64_t end) {
         if (offset >= end) {
             return;

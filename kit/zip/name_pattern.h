@@ -4,10 +4,10 @@
 #include <string_view>
 #include <vector>
 
-// A pattern for names in a package, as --exclude takes it. Letter case does not matter. `*` and `?`
-// stand for any characters, or any one, but a slash; `**` also for slashes, and "**/" for nothing
-// as well, where a component begins. A pattern without a slash, or with one at its end only, fits a
-// name at any depth. What fits a folder fits all that is in it.
+// A pattern for names in a package, as --exclude takes it. Letter case does not matter. `*`
+// matches any characters but slashes, `?` any one of them; `**` also matches slashes, and "**/" at
+// the beginning of a component also nothing. A pattern without a slash, or with one at its end
+// only, matches names at any depth. One that matches a folder matches its content.
 class NamePattern {
 public:
     // Valid UTF-8. Backslashes count as slashes; slashes at either end are left out.

@@ -7,7 +7,7 @@
 namespace {
 
 struct PlayerFile {
-    std::string_view pattern;  // Folded; `*` stands for anything.
+    std::string_view pattern;  // Folded; `*` matches anything.
     std::string_view kind;
 };
 

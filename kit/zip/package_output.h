@@ -6,8 +6,8 @@
 #include "kit/output_file.h"
 #include "kit/pe/byte_access.h"
 
-// The bytes of a package in the making: collected for large writes, and with a way back. Throws
-// OutsideFailure when they cannot be written.
+// The bytes of a package while it is written: collected for large writes, and with a way back.
+// Throws OutsideFailure when they cannot be written.
 class PackageOutput {
 public:
     explicit PackageOutput(OutputFile& file);

@@ -12,7 +12,7 @@ constexpr size_t kLargestCommentBytes = 0xFFFF;
 
 // What the end records say, with the ZIP64 record's numbers where there is one.
 struct EndRecord {
-    uint64_t position = 0;  // Where the end records begin; the directory lies before.
+    uint64_t position = 0;  // Where the end records begin; the directory precedes them.
     uint64_t archiveEnd = 0;
     uint64_t disk = 0;
     uint64_t directoryDisk = 0;

@@ -16,7 +16,7 @@
 enum class EntryDamage : uint8_t {
     None,
     NoHeader,    // There is no local header where the directory says.
-    LeavesFile,  // Its data goes beyond the directory or the end of the file.
+    LeavesFile,  // Its data extends beyond the directory or the end of the file.
     Overlaps,    // It shares bytes with another entry.
     OtherName,   // These four: the local header says something else than the directory.
     OtherMethod,

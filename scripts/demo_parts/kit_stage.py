@@ -26,7 +26,7 @@ SHEET = "contact-sheet.png"
 
 class KitStage(Stage):
     """With a tool and a package that repair_kit makes from a client folder. The folder is one that
-    somebody has played in, so it holds files that are not for all players."""
+    was played in, so it holds files that are not for all players."""
 
     def __init__(self, demo, build):
         super().__init__(demo, build)

@@ -33,7 +33,7 @@ void AppendName(std::wstring& path, std::wstring_view name);
 
 // What `path` means when it is relative to `folder`: "a\b" is in the folder, "\a" is on the
 // folder's drive or server, "C:a" is in the folder if that is on C:. Any other path with a root
-// stands alone.
+// is returned unchanged.
 [[nodiscard]] std::wstring JoinPaths(std::wstring_view folder, std::wstring_view path);
 
 // The part after the last separator outside the root name; the whole path if there is none. Empty

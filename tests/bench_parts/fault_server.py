@@ -176,7 +176,7 @@ def reset_when_read(exchange):
 
 
 def serve_package(exchange, announced, sent, end="close"):
-    """Begins like a ZIP and goes on like the others. An announced size of 0 is left out. At the end of
+    """Begins like a ZIP and continues like the others. An announced size of 0 is left out. At the end of
     what is sent comes a close, a reset or a wait."""
     exchange.send_head(200, *([] if announced == "0" else [f"Content-Length: {announced}"]))
     exchange.connection.sendall(b"PK\x03\x04")

@@ -23,7 +23,7 @@ struct ExpectedText {
 constexpr std::wstring_view kCopyright =
     L"\u00A9 2026 Brennick. Karvoth and its logo belong to their owner.";
 
-// The operators' reference: each text key, where it goes, and what it is without a configuration.
+// The operators' reference: each text key, the field that it sets, and its default.
 const ExpectedText kTexts[] = {
     {"downloaderName", &ToolConfig::downloaderName, L"Karvoth Downloader"},
     {"downloaderVersion", &ToolConfig::downloaderVersion, L"v2.0.0"},

@@ -94,7 +94,7 @@ TEST_F(InterruptedBuild, IsTidiedUpByTheNextOne) {
     ASSERT_TRUE(bench::Await([&] { return fs::exists(mark); }));
     ::TerminateProcess(process.get(), 1);
     ::WaitForSingleObject(process.get(), INFINITE);
-    // Both programs were in the making.
+    // Both programs were partly written.
     EXPECT_EQ(bench::FolderListing(release_).size(), 2U);
 
     EXPECT_EQ(Build(), 0U);

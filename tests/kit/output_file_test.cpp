@@ -125,7 +125,7 @@ TEST(OutputFile, RemovesWhatKilledRunsWithTheSameTargetHaveLeft) {
     WriteFile(scratch.Path() / leftover, "half");
     const std::wstring otherCase = TemporaryName(L"E.Zip", gone);
     WriteFile(scratch.Path() / otherCase, "half");
-    // Another target's, another ending's, a running process', and files of somebody else.
+    // Another target's, another ending's, a running process', and another program's files.
     const std::wstring kept[] = {TemporaryName(L"b.zip", gone), TemporaryName(L"a.exe", gone),
                                  L".a.x.tmp.zip", L".a.tmp.zip", L"a.1.tmp.zip"};
     for (const std::wstring& name : kept) {
