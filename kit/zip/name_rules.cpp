@@ -62,13 +62,13 @@ bool FitsPattern(std::string_view component, std::string_view pattern) {
     }
     const std::string_view before = pattern.substr(0, star);
     const std::string_view after = pattern.substr(star + 1);
-    if (component.size() < before.size() + after.size() ||
-        !IsSameAscii(component.substr(0, before.size()), before)) {
+    if (!IsSameAscii(component.substr(0, before.size()), before)) {
         return false;
     }
     component.remove_prefix(before.size());
     if (!after.ends_with('*')) {
-        return IsSameAscii(component.substr(component.size() - after.size()), after);
+        return component.size() >= after.size() &&
+               IsSameAscii(component.substr(component.size() - after.size()), after);
     }
     const std::string_view inner = after.substr(0, after.size() - 1);
     return !std::ranges::search(component, inner, {}, UpperAscii).empty();

@@ -322,8 +322,8 @@ def add_content(p):
     p.clean("read-only", "no_mode", build([game(attributes=0, host=3)]))
 
     for label, name in (("log", "d/error.LOG"), ("logs", "Logs/a.txt"), ("settings", "settings.ini"),
-                        ("keys", "d/MyKeyBindings.xml"), ("save", "d/a.sav"), ("saves", "d/Saves/x/1"),
-                        ("shot", "Screenshots/a.png"), ("dump", "crash.dmp")):
+                        ("keys", "d/MyKeyBindings.xml"), ("whole", "UserSettings"), ("save", "d/a.sav"),
+                        ("saves", "d/Saves/x/1"), ("shot", "Screenshots/a.png"), ("dump", "crash.dmp")):
         p.fault("player-files", label, build([GAME, Entry(name, b"x")]), name)
     p.clean("player-files", "close", build([GAME] + [Entry(n, b"x") for n in (
         "catalog.txt", "logs", "save.dat", "d/settings.png", "logsheet/a", "a.log.txt", "keyboard.xml")]))
