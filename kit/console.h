@@ -106,7 +106,7 @@ private:
     std::atomic<int64_t> nextShowMs_;  // Since the start.
 };
 
-// From now on Ctrl+C gives a console that has another text color at the moment its own one back.
+// From now on Ctrl+C restores the console's text color before the process ends.
 void RestoreTextColorOnInterruption();
 
 // "Packing 42 %, 118.3 MB/s, 12 s left". `elapsedMs` is over 0.

@@ -9,7 +9,7 @@ int wmain(int count, wchar_t** arguments) {
     LoadDllsFromSystemFolderOnly();
     InstallCrashGuards();
     RemoveTemporaryFilesOnInterruption();
-    RestoreTextColorOnInterruption();
+    RestoreTextColorOnInterruption();  // Called before the one above, which may end the process.
     Console console;
     const std::vector<std::wstring> words(arguments + (count > 0 ? 1 : 0), arguments + count);
     return static_cast<int>(RunKit(words, console));

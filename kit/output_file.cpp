@@ -209,6 +209,11 @@ void OutputFile::Write(std::string_view bytes) {
 }
 
 void OutputFile::Close() {
+    Flush();
+    CloseFile();
+}
+
+void OutputFile::CloseFile() {
     const std::lock_guard lock(temporaryFilesMutex);
     for (TemporaryFile& file : temporaryFiles) {
         file.file = file.path == temporaryPath_ ? nullptr : file.file;
@@ -229,7 +234,6 @@ void OutputFile::Commit() {
 }
 
 void OutputFile::CommitUnfinishedWork(std::function<void()> report) {
-    Flush();
     Close();
     DWORD error = ERROR_SUCCESS;
     {
@@ -271,7 +275,7 @@ void OutputFile::CreateFolders() {
 }
 
 void OutputFile::Discard() {
-    Close();
+    CloseFile();
     if (!temporaryPath_.empty()) {
         const std::lock_guard lock(temporaryFilesMutex);
         static_cast<void>(DeleteSingleFile(temporaryPath_));  // The next run tries again.

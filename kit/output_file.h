@@ -45,11 +45,13 @@ public:
         return target_;
     }
 
+    // Writes the file to the disk, so that not even a power failure leaves a target without its
+    // content, and closes it. What other programs change in it afterwards is not covered. Throws,
+    // with the temporary file removed, when the disk fails.
     void Close();
 
-    // Closes the file and renames it to the target, replacing what is there. An open file is
-    // written to the disk first, so that not even a power failure leaves a target without its
-    // content. Throws, with the temporary file removed, when one of these fails.
+    // Closes the file if it is open, and renames it to the target, replacing what is there. Throws,
+    // with the temporary file removed, when one of these fails.
     void Commit();
 
     // The same for a file that is only the first half of the work: from its renaming on until the
@@ -60,6 +62,7 @@ public:
 private:
     void CreateFolders();
     void Flush();
+    void CloseFile();
     void Discard();
 
     std::wstring target_;

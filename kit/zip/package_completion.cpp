@@ -13,6 +13,16 @@ std::string DigestLeftToSet(const std::string& digest) {
     return "the package is complete, but set archiveSha256=" + digest + " yourself: ";
 }
 
+// Ends what CommitUnfinishedWork began, also when the work fails.
+struct UnfinishedWork {
+    UnfinishedWork() = default;
+    ~UnfinishedWork() {
+        ForgetUnfinishedWork();
+    }
+    UnfinishedWork(const UnfinishedWork&) = delete;
+    UnfinishedWork& operator=(const UnfinishedWork&) = delete;
+};
+
 void SetDigest(const std::wstring& config, const std::string& digest) {
     const std::optional<std::string> text = ReadInputFile(config, kMostConfigBytes);
     if (!text) {
@@ -24,7 +34,6 @@ void SetDigest(const std::wstring& config, const std::string& digest) {
         file.Write(changed);
         file.Commit();
     }
-    ForgetUnfinishedWork();
 }
 
 }  // namespace
@@ -38,6 +47,7 @@ void CompletePackage(OutputFile& package, const std::string& digest, const std::
     package.CommitUnfinishedWork([&console, digest] {
         console.PrintError("repair_kit: " + DigestLeftToSet(digest) + "it was interrupted");
     });
+    const UnfinishedWork unfinishedWork;
     try {
         SetDigest(config, digest);
     } catch (const OutsideFailure& failure) {

@@ -173,6 +173,9 @@ TEST(OutputFile, KeepsTheTargetWhenTheContentDoesNotReachTheDisk) {
     OutputFile file(target);
     file.Write("new");
     EXPECT_THAT(MessageOf([&] { file.Commit(); }), HasSubstr("(code 112)"));
+    OutputFile closedFirst(target);
+    closedFirst.Write("new");
+    EXPECT_THAT(MessageOf([&] { closedFirst.Close(); }), HasSubstr("(code 112)"));
     EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"a.txt"));
     EXPECT_EQ(ReadFile(target), "old");
 }
