@@ -31,10 +31,10 @@ std::optional<PictureSize> ShownSize(const std::string& content) {
     const OwnedBitmap picture = DecodePicture(content);
     const OwnedBitmap target = MakeBitmap(kThumbnail.width, kThumbnail.height);
     PictureSize size;
-    if (!picture ||
-        !DrawImageCovering(MakeGraphics(target.get()).get(), picture.get(), kThumbnail) ||
-        Gdiplus::DllExports::GdipGetImageWidth(picture.get(), &size.width) != Gdiplus::Ok ||
-        Gdiplus::DllExports::GdipGetImageHeight(picture.get(), &size.height) != Gdiplus::Ok) {
+    if (Gdiplus::DllExports::GdipGetImageWidth(picture.get(), &size.width) != Gdiplus::Ok ||
+        Gdiplus::DllExports::GdipGetImageHeight(picture.get(), &size.height) != Gdiplus::Ok ||
+        size.Pixels() > kMostPixels ||
+        !DrawImageCovering(MakeGraphics(target.get()).get(), picture.get(), kThumbnail)) {
         return std::nullopt;
     }
     return size;

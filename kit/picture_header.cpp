@@ -147,7 +147,7 @@ std::optional<PictureSize> ReadTiff(std::string_view file, bool bigEndian) {
     return header.Size(width, height);
 }
 
-// The largest of the pictures in an icon file, each by its own header: the directory can lie.
+// The largest of the pictures in an icon file, each by its own header: the directory can be wrong.
 std::optional<PictureSize> ReadIcon(std::string_view file) {
     constexpr uint64_t kHeaderBytes = 6;
     constexpr uint64_t kEntryBytes = 16;
@@ -197,7 +197,7 @@ std::optional<PictureSize> ReadEmf(std::string_view file) {
     return reader.Size(width, side(1));
 }
 
-// Metafiles with a header of their own that gives their size, in units of a part of an inch.
+// Metafiles with a header that gives their size, in units of a part of an inch.
 std::optional<PictureSize> ReadWmf(std::string_view file) {
     constexpr uint32_t kPixelsPerInch = 96;
     HeaderReader reader(file, false);

@@ -4,7 +4,7 @@
 
 #include "ui/gdiplus_objects.h"
 
-// Prepares the backdrop from the background image embedded in this program, on a thread of its own:
+// Prepares the backdrop from the background image embedded in this program, on another thread:
 // decoding and scaling take about as long as creating the window, which needs the backdrop only for
 // its first paint. The window thread owns this object, and the backdrop once it has taken it.
 class BackdropPreparation {

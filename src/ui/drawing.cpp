@@ -165,7 +165,9 @@ bool CopyPixels(Gdiplus::GpBitmap* source, Gdiplus::GpBitmap* target, const Box&
         return false;
     }
     const size_t pixelCount = static_cast<size_t>(box.width) * static_cast<size_t>(box.height);
-    const bool success = ReadPixels(source, box, {static_cast<Argb*>(data.Scan0), pixelCount});
+    const bool hasNoGaps = data.Stride == box.width * static_cast<INT>(sizeof(Argb));
+    const bool success =
+        hasNoGaps && ReadPixels(source, box, {static_cast<Argb*>(data.Scan0), pixelCount});
     GdipBitmapUnlockBits(target, &data);
     return success;
 }
