@@ -71,7 +71,11 @@ bool FitsPattern(std::string_view component, std::string_view pattern) {
                IsSameAscii(component.substr(component.size() - after.size()), after);
     }
     const std::string_view inner = after.substr(0, after.size() - 1);
-    return !std::ranges::search(component, inner, {}, UpperAscii).empty();
+    const auto isSame = [](char left, char right) {
+        return UpperAscii(left) == right;
+    };
+    return std::search(component.begin(), component.end(), inner.begin(), inner.end(), isSame) !=
+           component.end();
 }
 
 // Most folders have none of these names, which this tells without comparing.
