@@ -7,13 +7,15 @@
 namespace bench {
 namespace {
 
-// A job whose processes end with the last handle to it, that is, with this program.
-KernelHandle MakeJobThatEndsWithUs() {
-    KernelHandle job(::CreateJobObjectW(nullptr, nullptr));
+// Puts this program into a job whose processes end with the last handle to it. Programs that it
+// starts are in the job from their beginning: being ended at any moment takes them along.
+void EndStartedProgramsWithUs() {
+    // Closed by the system when this program ends.
+    HANDLE const job = ::CreateJobObjectW(nullptr, nullptr);
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
     limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-    ::SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
-    return job;
+    ::SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits);
+    ::AssignProcessToJobObject(job, ::GetCurrentProcess());
 }
 
 }  // namespace
@@ -23,20 +25,16 @@ DWORD UnpackWithSevenZip(const std::wstring& archive, const std::wstring& folder
         std::filesystem::path(BENCH_SEVEN_ZIP_FOLDER L"/7z.exe").make_preferred();
     std::wstring command = L"\"" + program.native() + L"\" x -y -bso0 -bsp0 -o\"" + folder +
                            L"\" \"" + archive + L"\"";
-    const KernelHandle job = MakeJobThatEndsWithUs();
+    EndStartedProgramsWithUs();
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION started{};
-    // Suspended until it belongs to the job: a program that is ended early takes it along.
-    if (!::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE,
-                          CREATE_NO_WINDOW | CREATE_SUSPENDED, nullptr, nullptr, &startup,
-                          &started)) {
+    if (!::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW,
+                          nullptr, nullptr, &startup, &started)) {
         return kSevenZipMissing;
     }
     const KernelHandle process(started.hProcess);
     const KernelHandle thread(started.hThread);
-    ::AssignProcessToJobObject(job.get(), process.get());
-    ::ResumeThread(thread.get());
     ::WaitForSingleObject(process.get(), INFINITE);
     DWORD code = kSevenZipMissing;
     ::GetExitCodeProcess(process.get(), &code);
