@@ -4,6 +4,7 @@ import re
 import subprocess
 
 LISTED = 5  # Files that a message names.
+PACKED = ("docs", "resources")  # The folders whose files are packed as they are found.
 
 
 def git(root, *arguments):
@@ -39,6 +40,11 @@ def file_problems(root):
         yield f"uncommitted changes: {names(changed)}. Commit them or take them back."
     if untracked:
         yield f"untracked files: {names(untracked)}. Commit or remove them."
+    # The status above leaves these out.
+    ignored = [name for name in git(root, "ls-files", "-z", "--others", "--ignored", "--exclude-standard",
+                                    "--", *PACKED).split("\0") if name]
+    if ignored:
+        yield f"ignored files that would be packed: {names(ignored)}. Remove them."
 
 
 def tag_problems(root, version):

@@ -78,6 +78,17 @@ class CheckoutTest(unittest.TestCase):
         self.check_refused("untracked files: docs/extra 0.md, docs/extra 1.md, docs/extra 2.md, "
                            "docs/extra 3.md, docs/extra 4.md and 2 more. Commit or remove them.")
 
+    def test_ignored_files_among_the_documents(self):
+        (self.clone / "docs" / ".start.md.swp").touch()
+        self.check_refused("ignored files that would be packed: docs/.start.md.swp. Remove them.")
+
+    def test_files_of_the_sample_brand_that_the_user_ignores(self):
+        (self.clone / ".git" / "info" / "exclude").write_text("*.bak\n")
+        brand = self.clone / "resources" / "karvoth"
+        brand.mkdir(parents=True)
+        (brand / "config.bak").touch()
+        self.check_refused("ignored files that would be packed: resources/karvoth/config.bak. Remove them.")
+
     def test_no_tag(self):
         git(self.clone, "tag", "--delete", f"v{VERSION}")
         self.check_refused("no version's tag on the commit. Make it: "
