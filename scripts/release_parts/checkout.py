@@ -8,8 +8,13 @@ PACKED = ("docs", "resources")  # The folders whose files are packed as they are
 
 
 def git(root, *arguments):
-    return subprocess.run(["git", "-C", root, *arguments], check=True, capture_output=True,
-                          encoding="utf-8").stdout
+    """What Git prints. Raises ValueError with Git's own words."""
+    # Names of files need not be UTF-8.
+    result = subprocess.run(["git", "-C", root, *arguments], capture_output=True, encoding="utf-8",
+                            errors="backslashreplace")
+    if result.returncode != 0:
+        raise ValueError(result.stderr.strip())
+    return result.stdout
 
 
 def said_version(root):
@@ -23,7 +28,7 @@ def said_version(root):
 
 def commit_seconds(root):
     """The time of the commit that is checked out, in seconds since 1970."""
-    return int(git(root, "log", "-1", "--format=%ct"))
+    return int(git(root, "-c", "log.showSignature=false", "log", "-1", "--format=%ct"))
 
 
 def names(files):

@@ -3,7 +3,9 @@
 usage: checkout_test.py VERSION
 """
 
+import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -88,6 +90,22 @@ class CheckoutTest(unittest.TestCase):
         brand.mkdir(parents=True)
         (brand / "config.bak").touch()
         self.check_refused("ignored files that would be packed: resources/karvoth/config.bak. Remove them.")
+
+    def test_names_that_are_not_utf_8(self):
+        (self.clone / os.fsdecode(b"docs/\xff.md")).touch()
+        self.check_refused(r"untracked files: docs/\xff.md. Commit or remove them.")
+
+    def test_a_folder_without_a_repository(self):
+        shutil.rmtree(self.clone / ".git")
+        result = self.run_release()
+        self.assertEqual((result.returncode, result.stdout), (1, ""))
+        self.assertIn("release: fatal: not a git repository", result.stderr)
+        self.assertNotIn("Traceback", result.stderr)
+
+    def test_a_step_that_fails_is_named(self):
+        result = self.run_release()
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(result.stderr, f"release: {self.clone}/scripts/setup --compile ended with code 3\n")
 
     def test_no_tag(self):
         git(self.clone, "tag", "--delete", f"v{VERSION}")
