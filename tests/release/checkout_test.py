@@ -39,9 +39,20 @@ class CheckoutTest(unittest.TestCase):
         self.clone = pathlib.Path(scratch.name) / "clone"
         clone_checkout(self.origin, self.clone)
 
-    def run_release(self, *options):
+    def run_release(self, *options, **environment):
         return subprocess.run([self.clone / "scripts" / "release", *options], capture_output=True,
-                              text=True)
+                              text=True, env={**os.environ, **environment})
+
+    def let_it_build(self):
+        """Lets the release begin to build, with a program in place of cmake. Gives the program's path."""
+        (self.clone / "scripts" / "setup").write_text("#!/bin/sh\n")
+        self.commit()
+        git(self.clone, "tag", "--force", f"v{VERSION}")
+        cmake = self.clone.parent / "programs" / "cmake"
+        cmake.parent.mkdir()
+        cmake.write_text('#!/bin/sh\nenv > "$0.environment"\nexit 3\n')
+        cmake.chmod(0o755)
+        return cmake
 
     def check_refused(self, *messages):
         result = self.run_release()
@@ -141,6 +152,28 @@ class CheckoutTest(unittest.TestCase):
         git(self.clone, "tag", "--force", f"v{VERSION}")
         self.check_refused(f'CHANGELOG.md calls {VERSION} "not yet released". Take that out of the '
                            "heading.")
+
+    def test_the_build_sees_no_settings_of_the_user(self):
+        cmake = self.let_it_build()
+        own = {"PATH": f"{cmake.parent}:{os.environ['PATH']}", "CMAKE_BUILD_PARALLEL_LEVEL": "3",
+               "HOME": str(self.clone.parent), "TMPDIR": "/tmp"}
+        result = self.run_release(**own, CXXFLAGS="-O0", RCFLAGS="-DX", COMPILER_PATH="/", TZ="Asia/Tokyo")
+        self.assertEqual(result.stderr, "release: cmake --preset mingw-symbols ended with code 3\n")
+        seen = dict(line.split("=", 1) for line in
+                    cmake.with_name("cmake.environment").read_text().splitlines())
+        for name in ("_", "PWD", "OLDPWD", "SHLVL"):
+            seen.pop(name, None)  # The shell's own.
+        seconds = git(self.clone, "log", "-1", "--format=%ct").strip()
+        self.assertEqual(seen, {**own, "LC_ALL": "C.UTF-8", "TZ": "UTC", "SOURCE_DATE_EPOCH": seconds})
+
+    def test_an_earlier_build_that_cannot_be_removed(self):
+        cmake = self.let_it_build()
+        (self.clone / "build").mkdir()
+        (self.clone / "build" / "mingw-symbols").symlink_to(self.clone.parent)
+        result = self.run_release(PATH=f"{cmake.parent}:{os.environ['PATH']}")
+        self.assertEqual((result.returncode, result.stderr),
+                         (1, "release: Cannot call rmtree on a symbolic link\n"))
+        self.assertFalse(cmake.with_name("cmake.environment").exists())
 
     def test_an_unusable_signing_command_is_refused_before_the_build(self):
         for command in ("", "sign"):
