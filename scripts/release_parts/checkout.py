@@ -17,8 +17,8 @@ def git(root, *arguments):
     return result.stdout
 
 
-def said_version(root):
-    """The only place that says the version."""
+def project_version(root):
+    """The version in CMakeLists.txt."""
     match = re.search(r"^project\(repair_tool VERSION (\d+\.\d+\.\d+) ",
                       (root / "CMakeLists.txt").read_text("utf-8"), re.MULTILINE)
     if not match:
@@ -42,7 +42,7 @@ def file_problems(root):
     changed = [entry[3:] for entry in entries if entry[:2] != "??"]
     untracked = [entry[3:] for entry in entries if entry[:2] == "??"]
     if changed:
-        yield f"uncommitted changes: {names(changed)}. Commit them or take them back."
+        yield f"uncommitted changes: {names(changed)}. Commit or revert them."
     if untracked:
         yield f"untracked files: {names(untracked)}. Commit or remove them."
     # The status above leaves these out.
@@ -53,12 +53,15 @@ def file_problems(root):
 
 
 def tag_problems(root, version):
+    own = f"v{version}"
     tags = [tag for tag in git(root, "tag", "--points-at", "HEAD").split() if re.match(r"v\d", tag)]
-    if not tags:
-        yield f"no version's tag on the commit. Make it: git tag -a v{version} -m {version}"
-    elif tags != [f"v{version}"]:
-        yield (f"the commit is tagged {names(tags)}, but CMakeLists.txt says {version}. Change one of the "
-               "two.")
+    # A release candidate may have become the release.
+    others = [tag for tag in tags if tag != own and not tag.startswith(own + "-")]
+    if others:
+        yield (f"the commit is tagged {names(others)}, but CMakeLists.txt says {version}. Move the tag, or "
+               "change the version.")
+    elif own not in tags:
+        yield f"the commit has no version tag. Make it: git tag -a {own} -m {version}"
 
 
 def changelog_problems(root, version):
@@ -67,7 +70,7 @@ def changelog_problems(root, version):
     if not heading:
         yield f'CHANGELOG.md has no section "## {version}". Write it.'
     elif heading[1] and "not yet released" in heading[1]:
-        yield f'CHANGELOG.md calls {version} "not yet released". Take that out of the heading.'
+        yield f'CHANGELOG.md calls {version} "not yet released". Remove it from the heading.'
 
 
 def problems(root, version):

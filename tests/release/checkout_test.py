@@ -83,7 +83,7 @@ class CheckoutTest(unittest.TestCase):
         (self.clone / "SECURITY.md").unlink()
         git(self.clone, "mv", "CONTRIBUTING.md", "docs/contributing.md")
         self.check_refused("uncommitted changes: CONTRIBUTING.md, README.md, SECURITY.md, "
-                           "docs/contributing.md. Commit them or take them back.")
+                           "docs/contributing.md. Commit or revert them.")
 
     def test_untracked_files(self):
         for number in range(7):
@@ -120,25 +120,43 @@ class CheckoutTest(unittest.TestCase):
 
     def test_no_tag(self):
         git(self.clone, "tag", "--delete", f"v{VERSION}")
-        self.check_refused("no version's tag on the commit. Make it: "
+        self.check_refused("the commit has no version tag. Make it: "
                            f"git tag -a v{VERSION} -m {VERSION}")
 
     def test_a_tag_on_another_commit(self):
         self.change("README.md", "# The repair tool", "# A repair tool")
         self.commit()
-        self.check_refused("no version's tag on the commit. Make it: "
+        self.check_refused("the commit has no version tag. Make it: "
                            f"git tag -a v{VERSION} -m {VERSION}")
+
+    def check_tagged(self, others):
+        self.check_refused(f"the commit is tagged {others}, but CMakeLists.txt says {VERSION}. Move the "
+                           "tag, or change the version.")
 
     def test_a_tag_of_another_version(self):
         git(self.clone, "tag", "v99.0.0")
         git(self.clone, "tag", "--delete", f"v{VERSION}")
-        self.check_refused(f"the commit is tagged v99.0.0, but CMakeLists.txt says {VERSION}. Change one "
-                           "of the two.")
+        self.check_tagged("v99.0.0")
 
-    def test_two_versions_tags(self):
+    def test_tags_of_several_versions(self):
         git(self.clone, "tag", "v99.0.0")
-        self.check_refused(f"the commit is tagged v{VERSION}, v99.0.0, but CMakeLists.txt says {VERSION}. "
-                           "Change one of the two.")
+        git(self.clone, "tag", "-a", f"v{VERSION}0", "-m", "Another")
+        self.check_tagged(f"v{VERSION}0, v99.0.0")
+
+    def test_release_candidates_may_be_tagged_too(self):
+        git(self.clone, "tag", f"v{VERSION}-rc1")
+        self.assertEqual(self.run_release().stdout, "all checks passed\n")
+        git(self.clone, "tag", "--delete", f"v{VERSION}")
+        self.check_refused("the commit has no version tag. Make it: "
+                           f"git tag -a v{VERSION} -m {VERSION}")
+
+    def test_an_annotated_tag_in_a_shallow_clone(self):
+        git(self.clone, "tag", "--force", "-a", f"v{VERSION}", "-m", VERSION)
+        shallow = self.clone.with_name("shallow")
+        git(self.clone, "clone", "--quiet", "--depth=1", f"--branch=v{VERSION}", f"file://{self.clone}",
+            shallow)
+        self.clone = shallow
+        self.assertEqual(self.run_release().stdout, "all checks passed\n")
 
     def test_no_section_in_the_changelog(self):
         self.change("CHANGELOG.md", f"## {VERSION}\n", f"## {VERSION}.1\n")
@@ -150,7 +168,7 @@ class CheckoutTest(unittest.TestCase):
         self.change("CHANGELOG.md", f"## {VERSION}\n", f"## {VERSION} (not yet released)\n")
         self.commit()
         git(self.clone, "tag", "--force", f"v{VERSION}")
-        self.check_refused(f'CHANGELOG.md calls {VERSION} "not yet released". Take that out of the '
+        self.check_refused(f'CHANGELOG.md calls {VERSION} "not yet released". Remove it from the '
                            "heading.")
 
     def test_the_build_sees_no_settings_of_the_user(self):
@@ -187,9 +205,9 @@ class CheckoutTest(unittest.TestCase):
         (self.clone / "notes.txt").touch()
         git(self.clone, "tag", "--delete", f"v{VERSION}")
         self.check_refused(
-            "uncommitted changes: CHANGELOG.md. Commit them or take them back.",
+            "uncommitted changes: CHANGELOG.md. Commit or revert them.",
             "untracked files: notes.txt. Commit or remove them.",
-            f"no version's tag on the commit. Make it: git tag -a v{VERSION} -m {VERSION}",
+            f"the commit has no version tag. Make it: git tag -a v{VERSION} -m {VERSION}",
             f'CHANGELOG.md has no section "## {VERSION}". Write it.')
 
 

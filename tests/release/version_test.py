@@ -24,7 +24,7 @@ class VersionTest(unittest.TestCase):
         return (ROOT / name).read_text("utf-8")
 
     def test_the_release_script_reads_what_the_build_says(self):
-        self.assertEqual(checkout.said_version(ROOT), VERSION)
+        self.assertEqual(checkout.project_version(ROOT), VERSION)
 
     def test_the_newest_changes_are_this_versions(self):
         newest = re.search(r"^## (\S+)", self.read("CHANGELOG.md"), re.MULTILINE)[1]
