@@ -1,4 +1,4 @@
-"""Finds out what software of others the built programs contain, and lists it as SPDX 2.3.
+"""Finds out what third-party software the built programs contain, and lists it as SPDX 2.3.
 
 The linker's maps say which libraries it took code from, the compiler's dependencies which headers were
 compiled in, and dpkg which package, in which version, each of these files comes from.
@@ -20,7 +20,7 @@ MINGW_LICENSE = "LicenseRef-mingw-w64"
 
 @dataclasses.dataclass(frozen=True)
 class Component:
-    """Software of others: its license and which files bring it in."""
+    """Third-party software: its license and which files bring it in."""
     name: str
     license: str
     project: str  # Names the file with its license texts.
@@ -45,7 +45,7 @@ COMPONENTS = (
               r"winhttp)\.a"),
 )
 
-# Whose headers are not listed: the maps have their libraries.
+# Their headers are not listed, because the maps name their libraries.
 TOOLCHAIN_PACKAGES = ("gcc-mingw-w64-x86-64-posix", "g++-mingw-w64-x86-64-posix", "mingw-w64-common",
                       "mingw-w64-x86-64-dev")
 
@@ -55,9 +55,19 @@ def unknown_software(what):
                       f"{pathlib.Path(__file__).name}")
 
 
+@functools.cache
+def files_of(*packages):
+    listing = subprocess.run(["dpkg-query", "--listfiles", *packages], check=True,
+                             capture_output=True, text=True).stdout
+    return {pathlib.Path(line).resolve() for line in listing.splitlines() if line}
+
+
 def library_component(path):
     for component in COMPONENTS:
         if re.fullmatch(component.libraries, path.name):
+            if path not in files_of(component.package):
+                raise ValueError(f"the library {path} does not come from Debian's package "
+                                 f"{component.package}. Remove it, and release again.")
             return component
     raise unknown_software(f"the library {path}")
 
@@ -66,7 +76,7 @@ def linked_libraries(map_text):
     """The libraries and start-up objects outside the build folder that the linker took code from."""
     members, _, rest = map_text.partition("\nDiscarded input sections\n")
     if not rest:
-        raise ValueError("this is no map of the linker")
+        raise ValueError("this is not a linker map")
     found = re.findall(r"^(/[^\n(]*)\(", members, re.MULTILINE)
     found += re.findall(r"^LOAD (/[^\n]*\.o)$", rest, re.MULTILINE)
     return sorted({pathlib.Path(each).resolve() for each in found})
@@ -88,13 +98,6 @@ def foreign_headers(build, root, exe):
     paths = {(build / name).resolve() for name in found}
     return sorted(path for path in paths
                   if not path.is_relative_to(root) or path.is_relative_to(build / "json_include"))
-
-
-@functools.cache
-def files_of(*packages):
-    listing = subprocess.run(["dpkg-query", "--listfiles", *packages], check=True,
-                             capture_output=True, text=True).stdout
-    return {pathlib.Path(line).resolve() for line in listing.splitlines() if line}
 
 
 def header_components(headers, build):

@@ -214,21 +214,28 @@ class LinkedSoftwareTest(ReleaseTest):
         self.assertEqual(self.document["creationInfo"]["created"], "2023-11-14T22:13:21Z")
         self.assertEqual(self.document["packages"][0]["versionInfo"], "1.2.3")
 
-    def test_unknown_libraries_are_refused(self):
+    def check_library_refused(self, library, reason):
         text = KIT.with_name(KIT.name + ".map").read_text()
         planted = self.folder / "planted.map"
         planted.write_text(text.replace("\nDiscarded input sections\n",
-                                        "\n/usr/lib/libunknown.a(part.o)\n              (needed)\n"
+                                        f"\n{library}(part.o)\n              (needed)\n"
                                         "\nDiscarded input sections\n"))
-        with self.assertRaisesRegex(ValueError, "the library /usr/lib/libunknown.a is of unknown software"):
+        with self.assertRaisesRegex(ValueError, f"the library {library} {reason}"):
             linked_software.linked_components(BUILD, ROOT, archives.PROGRAMS["repair_kit"], [planted])
+
+    def test_unknown_libraries_are_refused(self):
+        self.check_library_refused("/usr/lib/libunknown.a", "is of unknown software")
+
+    def test_libraries_of_another_origin_are_refused(self):
+        self.check_library_refused("/usr/local/lib/libz.a",
+                                   "does not come from Debian's package libz-mingw-w64-dev")
 
     def test_unknown_headers_are_refused(self):
         with self.assertRaisesRegex(ValueError, "the header /usr/include/other.h is of unknown software"):
             linked_software.header_components({pathlib.Path("/usr/include/other.h")}, BUILD)
 
     def test_a_map_without_libraries_is_no_map(self):
-        with self.assertRaisesRegex(ValueError, "no map of the linker"):
+        with self.assertRaisesRegex(ValueError, "not a linker map"):
             linked_software.linked_libraries("")
 
 
