@@ -70,6 +70,15 @@ def symbol_files(build, exe, version):
     return files
 
 
+def check_output(output, version):
+    """Raises ValueError if the folder `output` has archives of another version."""
+    name = f"repair-kit-{version}"
+    others = sorted(path.name for path in output.glob("repair-kit-*.zip")
+                    if path.name not in (f"{name}.zip", f"{name}-symbols.zip"))
+    if others:
+        raise ValueError(f"{output.name} has other archives: {', '.join(others)}. Move them away.")
+
+
 def write_release(root, build, exe, output, version, seconds):
     """Writes both archives and SHA256SUMS into the folder `output`. Returns their paths.
 
@@ -87,6 +96,8 @@ def write_release(root, build, exe, output, version, seconds):
         sums = work / "SHA256SUMS"
         sums.write_text("".join(f"{hashlib.sha256(path.read_bytes()).hexdigest()}  {path.name}\n"
                                 for path in archives))
+        # It never describes archives other than those beside it.
+        (output / sums.name).unlink(missing_ok=True)
         return [path.replace(output / path.name) for path in [*archives, sums]]
     finally:
         shutil.rmtree(work)

@@ -111,6 +111,15 @@ class WholeTest(ReleaseTest):
         self.assertEqual([path.name for path in self.folder.iterdir()], ["repair-kit-1.2.3.zip"])
         self.assertEqual((self.folder / "repair-kit-1.2.3.zip").read_text(), "old")
 
+    def test_a_failure_between_the_archives_leaves_no_old_sums(self):
+        (self.folder / "SHA256SUMS").write_text("old")
+        # A file cannot replace a folder.
+        (self.folder / "repair-kit-1.2.3-symbols.zip").mkdir()
+        with self.assertRaises(IsADirectoryError):
+            write_release(BUILD, self.folder)
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir()),
+                         ["repair-kit-1.2.3-symbols.zip", "repair-kit-1.2.3.zip"])
+
     def test_other_programs_accept_them(self):
         for path in self.release.iterdir():
             shutil.copy(path, self.folder)

@@ -193,6 +193,19 @@ class CheckoutTest(unittest.TestCase):
                          (1, "release: Cannot call rmtree on a symbolic link\n"))
         self.assertFalse(cmake.with_name("cmake.environment").exists())
 
+    def test_archives_of_other_versions(self):
+        dist = self.clone / "dist"
+        dist.mkdir()
+        for name in (f"repair-kit-{VERSION}.zip", f"repair-kit-{VERSION}-symbols.zip", "SHA256SUMS"):
+            (dist / name).touch()
+        self.assertEqual(self.run_release().stdout, "all checks passed\n")
+        for name in ("repair-kit-0.9.0.zip", "repair-kit-0.9.0-symbols.zip"):
+            (dist / name).touch()
+        result = self.run_release()
+        self.assertEqual((result.returncode, result.stdout, result.stderr),
+                         (1, "", "release: dist has other archives: repair-kit-0.9.0-symbols.zip, "
+                                 "repair-kit-0.9.0.zip. Move them away.\n"))
+
     def test_an_unusable_signing_command_is_refused_before_the_build(self):
         for command in ("", "sign"):
             result = self.run_release("--sign", command)
