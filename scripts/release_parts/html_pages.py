@@ -112,8 +112,9 @@ class Site:
             return f'<h{level} id="{anchor(text, used)}">{text}</h{level}>'
 
         def link(match):
-            target = self.target(source, html.unescape(match[1]))
-            return match[2] if target is None else f'<a href="{html.escape(target)}">{match[2]}</a>'
+            address, title, text = match.groups(default="")
+            target = self.target(source, html.unescape(address))
+            return text if target is None else f'<a href="{html.escape(target)}"{title}>{text}</a>'
 
         def picture(match):
             target = self.target(source, html.unescape(match[1]))
@@ -122,7 +123,7 @@ class Site:
             return f'<img src="{html.escape(target)}"'
 
         body = re.sub(r"<h([1-6])>(.*?)</h\1>", heading, body, flags=re.DOTALL)
-        body = re.sub(r'<a href="([^"]*)">(.*?)</a>', link, body, flags=re.DOTALL)
+        body = re.sub(r'<a href="([^"]*)"( title="[^"]*")?>(.*?)</a>', link, body, flags=re.DOTALL)
         body = re.sub(r'<img src="([^"]*)"', picture, body)
         return PAGE.format(title=html.escape(self.title(source)), body=body,
                            style=relative(STYLE, source), navigation=self.navigation(source))

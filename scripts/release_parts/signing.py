@@ -12,7 +12,7 @@ class SigningFailed(Exception):
 
 
 def without_signature_fields(content):
-    """The program's bytes with a signed one's two changed fields set to zero."""
+    """The program's bytes with the two fields that signing changes set to zero."""
     optional = struct.unpack_from("<I", content, 60)[0] + 24
     content = bytearray(content)
     content[optional + CHECKSUM:optional + CHECKSUM + 4] = bytes(4)
@@ -50,7 +50,11 @@ def sign(exe, words):
     if result.returncode != 0:
         raise SigningFailed(f"the signing command ended with code {result.returncode}")
     after = exe.read_bytes()
-    if not is_signed(after):
+    try:
+        signed = is_signed(after)
+    except struct.error as error:
+        raise SigningFailed("the signing command has damaged the program") from error
+    if not signed:
         raise SigningFailed("the signing command ended with code 0, but has not signed the program")
     if without_signature_fields(after)[:len(before)] != without_signature_fields(before):
         raise SigningFailed("the signing command changed more than the signature")

@@ -356,6 +356,9 @@ class SigningTest(ReleaseTest):
     def test_a_command_that_signs_nothing(self):
         self.check_refused("true {file}", "ended with code 0, but has not signed the program")
 
+    def test_a_command_that_empties_the_program(self):
+        self.check_refused("""sh -c ': > "$1"' sh {file}""", "has damaged the program")
+
     def test_a_command_without_the_file(self):
         self.check_refused("true", "does not name the file")
         self.check_refused("", "does not name the file")

@@ -142,6 +142,12 @@ class ConversionTest(unittest.TestCase):
     def test_links_to_what_is_not_handed_out_become_text(self):
         self.assertEqual(self.body("See [the *source*](../source.cpp)."), "<p>See the <em>source</em>.</p>")
 
+    def test_links_with_a_title(self):
+        self.write("docs/other.md", "# Other\n")
+        self.assertEqual(self.body('[a](other.md "B & <c>")'),
+                         '<p><a href="other.html" title="B &amp; &lt;c&gt;">a</a></p>')
+        self.assertEqual(self.body('[a](../source.cpp "B")'), "<p>a</p>")
+
     def test_links_to_nothing_are_refused(self):
         with self.assertRaisesRegex(ValueError, "docs/page.md: the link to missing.md leads nowhere"):
             self.body("[a](missing.md)")
