@@ -132,12 +132,28 @@ def copyright_text(package):
     return (COPYRIGHTS / package / "copyright").read_bytes()
 
 
+def header_notices():
+    """Notices in libstdc++'s headers that must appear in documentation and that Debian's text omits."""
+    compiler, = (each for each in COMPONENTS if each.name == "libstdc++")
+    comments = set()
+    for path in files_of(compiler.package):
+        if path.parent.name == "bits" and path.is_file():
+            comments.update(re.findall(r"/\*.*?\*/", path.read_text("utf-8"), re.DOTALL))
+    notices = sorted("\n".join(line.strip(" */") for line in comment.splitlines()).strip()
+                     for comment in comments if "appear\n * in supporting documentation" in comment)
+    if not notices:
+        raise ValueError(f"the headers of {compiler.package} have no notices")
+    return "\n\n----\n\n".join(notices) + "\n"
+
+
 def license_texts(components):
     """The bytes of each license file by its name."""
     texts = {component.project + ".txt": copyright_text(component.package)
              for component in components}
     if any(component.license == GCC_LICENSE for component in components):
         texts["GPL-3.txt"] = pathlib.Path("/usr/share/common-licenses/GPL-3").read_bytes()
+    if any(component.name == "libstdc++" for component in components):
+        texts["libstdc++-headers.txt"] = header_notices().encode("utf-8")
     return texts
 
 
