@@ -36,7 +36,7 @@ class VersionTest(unittest.TestCase):
         self.assertEqual(set(shown), {VERSION})
 
     def places(self, before, *paths):
-        """The lines of these files that say the version after `before`, without what only contains it."""
+        """For each line that says the version after `before`, and no longer number, its file."""
         pattern = rf"{before}(?<!\d)(?<!\d\.){re.escape(VERSION)}(?!\.?\d)"
         result = subprocess.run(["git", "grep", "--untracked", "--perl-regexp", "-I", "--line-number",
                                  pattern, "--", *paths], cwd=ROOT, capture_output=True, text=True)
@@ -44,8 +44,9 @@ class VersionTest(unittest.TestCase):
         return [line.split(":")[0] for line in result.stdout.splitlines()]
 
     def test_no_other_source_says_it(self):
-        self.assertEqual(self.places("", "*CMakeLists.txt", "cmake", "kit", "resources/*.rc", "resources/*.in",
-                                     "scripts", "src", "uninstaller"), ["CMakeLists.txt"])
+        self.assertEqual(self.places("", "*CMakeLists.txt", "cmake", "kit", "resources/*.rc",
+                                     "resources/*.in", "scripts", "src", "uninstaller"),
+                         ["CMakeLists.txt"])
 
     def test_no_other_page_says_it(self):
         # Packages and brands in examples may have the same number.
