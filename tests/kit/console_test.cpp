@@ -146,7 +146,7 @@ TEST(Console, AnInterruptionGivesTheTextItsColorBack) {
         [&](HANDLE out, const void* text, DWORD length, DWORD* written, void* reserved) -> BOOL {
             if (*static_cast<const wchar_t*>(text) == L'e') {
                 EXPECT_EQ(screen.CurrentColor(), kBlue | 12);
-                EXPECT_FALSE(handler(CTRL_C_EVENT));  // The system goes on to end the process.
+                EXPECT_FALSE(handler(CTRL_C_EVENT));  // The system then ends the process.
                 EXPECT_EQ(screen.CurrentColor(), kPlain);
             }
             return write(out, text, length, written, reserved);

@@ -29,7 +29,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 // A process id that no process has.
-DWORD GoneProcessId() {
+DWORD EndedProcessId() {
     DWORD id = 0;
     const KernelHandle process = kit_test::StartProgram(L"output_writer.exe", L"unused 0", &id);
     ::WaitForSingleObject(process.get(), INFINITE);
@@ -120,13 +120,13 @@ TEST(OutputFile, SaysWhyTheTargetCannotBeReplaced) {
 
 TEST(OutputFile, RemovesWhatKilledRunsWithTheSameTargetHaveLeft) {
     const ScratchFolder scratch;
-    const DWORD gone = GoneProcessId();
-    const std::wstring leftover = TemporaryName(L"a.zip", gone);
+    const DWORD endedId = EndedProcessId();
+    const std::wstring leftover = TemporaryName(L"a.zip", endedId);
     WriteFile(scratch.Path() / leftover, "half");
-    const std::wstring otherCase = TemporaryName(L"E.Zip", gone);
+    const std::wstring otherCase = TemporaryName(L"E.Zip", endedId);
     WriteFile(scratch.Path() / otherCase, "half");
     // Another target's, another ending's, a running process', and another program's files.
-    const std::wstring kept[] = {TemporaryName(L"b.zip", gone), TemporaryName(L"a.exe", gone),
+    const std::wstring kept[] = {TemporaryName(L"b.zip", endedId), TemporaryName(L"a.exe", endedId),
                                  L".a.x.tmp.zip", L".a.tmp.zip", L"a.1.tmp.zip"};
     for (const std::wstring& name : kept) {
         WriteFile(scratch.Path() / name, "kept");
@@ -276,7 +276,7 @@ TEST(Interruption, RemovesOpenAndClosedTemporaryFiles) {
     OutputFile finished(scratch.Path() / L"finished.zip");
     finished.Commit();
     ASSERT_EQ(FolderListing(scratch.Path()).size(), 3U);
-    EXPECT_FALSE(handler(CTRL_C_EVENT));  // The system goes on to end the process...
+    EXPECT_FALSE(handler(CTRL_C_EVENT));  // The system then ends the process...
     ::CloseHandle(open->Handle());        // ...which closes all files.
     EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"finished.zip"));
 }
