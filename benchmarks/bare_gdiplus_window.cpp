@@ -1,6 +1,9 @@
 // The least program with a window of the tool's size that is painted with GDI+: a fill and a line
-// of text, through a bitmap off the screen. It waits to be ended from outside.
+// of text, through a bitmap off the screen. Built with WITH_CONTROLS=1 it also has what else the
+// tool cannot start without: common controls, COM and twelve owner-drawn buttons, which stay
+// unpainted. It waits to be ended from outside.
 
+#include "ui/controls_api.h"
 #include "ui/gdiplus_api.h"
 
 using namespace Gdiplus::DllExports;
@@ -11,6 +14,11 @@ constexpr Gdiplus::ARGB kFill = 0xFFFFA640;
 constexpr Gdiplus::ARGB kInk = 0xFF0A0A0C;
 constexpr int kWidth = 860;
 constexpr int kHeight = 560;
+constexpr bool kWithControls = WITH_CONTROLS != 0;
+constexpr int kButtonCount = 12;
+constexpr int kButtonWidth = 64;
+constexpr int kButtonHeight = 44;
+constexpr int kButtonsTop = 396;
 
 void DrawContent(Gdiplus::GpGraphics* graphics) {
     Gdiplus::GpSolidFill* fill = nullptr;
@@ -47,7 +55,26 @@ void Paint(HWND window) {
     ::EndPaint(window, &paint);
 }
 
+void InitializeControls() {
+    const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_STANDARD_CLASSES | ICC_PROGRESS_CLASS};
+    ::InitCommonControlsEx(&controls);
+    static_cast<void>(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+}
+
+void CreateButtons(HWND window) {
+    for (int i = 0; i < kButtonCount; ++i) {
+        ::CreateWindowExW(0, L"BUTTON", L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP | BS_OWNERDRAW,
+                          i * kButtonWidth, kButtonsTop, kButtonWidth, kButtonHeight, window,
+                          nullptr, ::GetModuleHandleW(nullptr), nullptr);
+    }
+}
+
 LRESULT CALLBACK BareProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
+    if constexpr (kWithControls) {
+        if (message == WM_CREATE) {
+            CreateButtons(window);
+        }
+    }
     if (message == WM_PAINT) {
         Paint(window);
         return 0;
@@ -62,6 +89,9 @@ LRESULT CALLBACK BareProcedure(HWND window, UINT message, WPARAM wParam, LPARAM 
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int showCommand) {
+    if constexpr (kWithControls) {
+        InitializeControls();
+    }
     ULONG_PTR token = 0;
     const Gdiplus::GdiplusStartupInput input;
     Gdiplus::GdiplusStartup(&token, &input, nullptr);
