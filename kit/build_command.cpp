@@ -13,7 +13,6 @@
 #include "kit/pe/pe_file.h"
 #include "kit/signing.h"
 #include "kit/utf8.h"
-#include "kit/zip/entry_name.h"
 #include "system/uninstaller_file.h"
 
 namespace {
@@ -67,7 +66,7 @@ std::wstring ToolPath(const std::wstring& folder, const std::wstring& name) {
     if (name != ReplaceFileNameCharacters(name) || name == L"." || name == L"..") {
         throw CannotBuild{"repairToolName is no file name"};
     }
-    if (IsSameIgnoringCase(WideToUtf8(name), WideToUtf8(FileNamePart(UninstallerPath(folder))))) {
+    if (IsSameIgnoringCase(name, FileNamePart(UninstallerPath(folder)))) {
         throw CannotBuild{"repairToolName is the name of the uninstaller"};
     }
     return JoinPaths(folder, name);

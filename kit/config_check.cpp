@@ -9,7 +9,6 @@
 
 #include "common/paths.h"
 #include "common/text.h"
-#include "common/windows_api.h"
 #include "config/config_keys.h"
 #include "config/config_loader.h"
 #include "config/config_text.h"
@@ -177,13 +176,8 @@ void CheckDigest(const Judged& judged, bool noDigest, Findings& findings) {
 
 // ---- Names
 
-bool IsSameName(std::wstring_view left, std::wstring_view right) {
-    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
-                                  static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
-}
-
 bool HasExeExtension(const std::wstring& path) {
-    return IsSameName(FileNameExtension(path), L".exe");
+    return IsSameIgnoringCase(FileNameExtension(path), L".exe");
 }
 
 bool IsSeparator(wchar_t character) {
@@ -238,12 +232,13 @@ std::string ToolNameFault(const ToolConfig& config) {
         return "is the name of a device";
     }
     for (const std::wstring_view taken : kTaken) {
-        if (IsSameName(name, taken)) {
+        if (IsSameIgnoringCase(name, taken)) {
             return "is the name of another program that the tool needs";
         }
     }
     const std::vector<std::wstring> startup = Components(config.startupExe);
-    if (!IsAbsolute(config.startupExe) && startup.size() == 1 && IsSameName(name, startup[0])) {
+    if (!IsAbsolute(config.startupExe) && startup.size() == 1 &&
+        IsSameIgnoringCase(name, startup[0])) {
         return "is the name of startupExe";
     }
     return {};

@@ -8,6 +8,7 @@
 #include "common/files.h"
 #include "common/folder_walk.h"
 #include "common/paths.h"
+#include "common/text.h"
 #include "kit/errors.h"
 #include "kit/exit_codes.h"
 #include "kit/utf8.h"
@@ -48,17 +49,12 @@ NameParts TemporaryNameParts(std::wstring_view fileName) {
     return parts;
 }
 
-bool IsSameText(std::wstring_view left, std::wstring_view right) {
-    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
-                                  static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
-}
-
 // The process id in the name of a temporary file for the target with these parts, in any letter
 // case; 0 if it is none.
 unsigned long ProcessIdIn(std::wstring_view name, const NameParts& parts) {
     if (name.size() <= parts.prefix.size() + parts.suffix.size() ||
-        !IsSameText(name.substr(0, parts.prefix.size()), parts.prefix) ||
-        !IsSameText(name.substr(name.size() - parts.suffix.size()), parts.suffix)) {
+        !IsSameIgnoringCase(name.substr(0, parts.prefix.size()), parts.prefix) ||
+        !IsSameIgnoringCase(name.substr(name.size() - parts.suffix.size()), parts.suffix)) {
         return 0;
     }
     name.remove_prefix(parts.prefix.size());

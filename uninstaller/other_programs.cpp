@@ -6,6 +6,7 @@
 #include "common/files.h"
 #include "common/handles.h"
 #include "common/paths.h"
+#include "common/text.h"
 #include "system/installed_programs_values.h"
 #include "system/registry_text.h"
 #include "system/uninstaller_file.h"
@@ -31,11 +32,6 @@ std::wstring WithoutQuotes(std::wstring text) {
         text = text.substr(1, text.size() - 2);
     }
     return text;
-}
-
-bool IsSameKeyName(std::wstring_view left, std::wstring_view right) {
-    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
-                                  static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }
 
 bool IsOnServer(const std::wstring& path) {
@@ -77,7 +73,7 @@ std::optional<OtherProgram> FindIn(HKEY list, const std::wstring& ownName,
         }
         const std::wstring key(name.data(), length);
         const std::optional<std::wstring> location = RegistryText(list, key, L"InstallLocation");
-        if (!location || IsSameKeyName(key, ownName)) {
+        if (!location || IsSameIgnoringCase(key, ownName)) {
             continue;
         }
         const std::wstring path = WithoutQuotes(*location);

@@ -235,7 +235,3 @@ std::string FoldCase(std::string_view utf8) {
     }
     return folded;
 }
-
-bool IsSameIgnoringCase(std::string_view left, std::string_view right) {
-    return FoldCase(left) == FoldCase(right);
-}

@@ -42,7 +42,5 @@
 [[nodiscard]] char32_t TakeFolded(std::string_view& utf8);
 
 // Valid UTF-8 with each letter in the case that Windows compares names in: two names are one to
-// CompareStringOrdinal, which ignores case, exactly when their folded forms are equal.
+// IsSameIgnoringCase exactly when their folded forms are equal.
 [[nodiscard]] std::string FoldCase(std::string_view utf8);
-
-[[nodiscard]] bool IsSameIgnoringCase(std::string_view left, std::string_view right);

@@ -44,6 +44,11 @@ std::wstring LowerCase(std::wstring_view text) {
     return lower;
 }
 
+bool IsSameIgnoringCase(std::wstring_view left, std::wstring_view right) {
+    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                  static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
 std::wstring Utf8ToWide(std::string_view utf8) {
     // MultiByteToWideChar takes lengths as int; no configuration text is that long.
     if (utf8.empty() || utf8.size() > static_cast<size_t>(std::numeric_limits<int>::max())) {

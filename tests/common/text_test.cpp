@@ -56,6 +56,29 @@ TEST(LowerCase, ChangesAsciiLettersOnly) {
     EXPECT_EQ(LowerCase(std::wstring_view(L"A\0B", 3)), std::wstring(L"a\0b", 3));
 }
 
+TEST(IsSameIgnoringCase, GoesByTheSystemsTable) {
+    const struct {
+        std::wstring_view left;
+        std::wstring_view right;
+        bool isSame;
+    } rows[] = {
+        {L"", L"", true},
+        {L"", L"a", false},
+        {L"Tool.EXE", L"tOOL.exe", true},
+        {L"tool", L"tool1", false},
+        {L"\u00C4\u0416", L"\u00E4\u0436", true},
+        // No user's language makes two letters one, or one letter two.
+        {L"I", L"\u0131", false},
+        {L"i", L"\u0130", false},
+        {L"\u00DF", L"ss", false},
+        {std::wstring_view(L"a\0B", 3), std::wstring_view(L"A\0b", 3), true},
+        {std::wstring_view(L"a\0b", 3), std::wstring_view(L"a\0c", 3), false},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(IsSameIgnoringCase(row.left, row.right), row.isSame) << row.left.size();
+    }
+}
+
 TEST(Utf8ToWide, ConvertsAndReplacesInvalidSequences) {
     const std::pair<std::string_view, std::wstring_view> cases[] = {
         {"", L""},
