@@ -35,10 +35,8 @@ InputTooLarge::InputTooLarge(const std::wstring& path, uint64_t mostBytes)
                      ERROR_FILE_TOO_LARGE) {}
 
 std::optional<std::string> ReadInputFile(const std::wstring& path, uint64_t mostBytes) {
-    const auto file = AdoptHandle<KernelHandle>(
-        ::CreateFileW(SystemPath(path).Text(), GENERIC_READ,
-                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                      OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    const KernelHandle file =
+        OpenForReading(path, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
     if (!file) {
         const DWORD error = ::GetLastError();
         if (KindOf(path) == EntryKind::Folder) {

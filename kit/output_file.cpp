@@ -87,7 +87,7 @@ bool HasWriterEnded(unsigned long processId, const std::wstring& path) {
     FILETIME user{};
     const auto written = LastWriteTime(path);
     return written && ::GetProcessTimes(process.get(), &created, &exited, &kernel, &user) &&
-           *written < (uint64_t{created.dwHighDateTime} << 32 | created.dwLowDateTime);
+           *written < JoinFileTime(created);
 }
 
 // What runs with the same target have left behind. A run on another machine has its file open,

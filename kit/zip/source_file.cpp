@@ -1,6 +1,6 @@
 #include "kit/zip/source_file.h"
 
-#include "common/paths.h"
+#include "common/files.h"
 #include "kit/errors.h"
 #include "kit/utf8.h"
 
@@ -8,9 +8,7 @@ SourceFile::SourceFile(const std::wstring& path, uint64_t size, uint64_t lastWri
     : path_(path),
       size_(size),
       lastWriteTime_(lastWriteTime),
-      file_(AdoptHandle<KernelHandle>(
-          ::CreateFileW(SystemPath(path).Text(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                        nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr))) {
+      file_(OpenForReading(path, FILE_SHARE_READ | FILE_SHARE_DELETE)) {
     if (!file_) {
         const DWORD error = ::GetLastError();
         throw OutsideFailure("cannot read", path_, error);

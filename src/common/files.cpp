@@ -25,8 +25,7 @@ EntryFacts FactsFrom(const Information& information) {
     const bool isFolder = (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     return {isFolder ? EntryKind::Folder : EntryKind::RegularFile,
             isFolder ? 0 : Join(information.nFileSizeHigh, information.nFileSizeLow),
-            Join(information.ftLastWriteTime.dwHighDateTime,
-                 information.ftLastWriteTime.dwLowDateTime)};
+            JoinFileTime(information.ftLastWriteTime)};
 }
 
 // Attributes by name are fast but describe a link itself; for a link, the target is opened.
@@ -58,6 +57,10 @@ bool Exists(const std::wstring& path) {
 
 }  // namespace
 
+uint64_t JoinFileTime(const FILETIME& time) {
+    return Join(time.dwHighDateTime, time.dwLowDateTime);
+}
+
 EntryFacts FactsOf(const std::wstring& path) {
     EntryFacts facts;
     const DWORD error = ReadFacts(path, facts);
@@ -74,7 +77,7 @@ EntryFacts FactsOf(HANDLE file) {
         return {EntryKind::Unreadable};
     }
     return {EntryKind::RegularFile, static_cast<uint64_t>(size.QuadPart),
-            Join(lastWriteTime.dwHighDateTime, lastWriteTime.dwLowDateTime)};
+            JoinFileTime(lastWriteTime)};
 }
 
 EntryKind KindOf(const std::wstring& path) {
@@ -101,10 +104,10 @@ bool SetLastWriteTime(const std::wstring& path, uint64_t time) {
     return ::SetFileTime(entry.get(), nullptr, nullptr, &stamp) != 0;
 }
 
-KernelHandle OpenForReading(const std::wstring& path) {
-    return AdoptHandle<KernelHandle>(
-        ::CreateFileW(SystemPath(path).Text(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                      nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+KernelHandle OpenForReading(const std::wstring& path, DWORD shareMode) {
+    return AdoptHandle<KernelHandle>(::CreateFileW(SystemPath(path).Text(), GENERIC_READ, shareMode,
+                                                   nullptr, OPEN_EXISTING,
+                                                   FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
 KernelHandle CreateForWriting(const std::wstring& path, DWORD shareMode) {

@@ -27,9 +27,12 @@ struct EntryFacts {
     uint64_t lastWriteTime = 0;  // 100 ns units since 1601 (FILETIME).
 };
 
+// The time in the unit of the records and functions here.
+[[nodiscard]] uint64_t JoinFileTime(const FILETIME& time);
+
 // One query, for callers that need more than one of the answers below.
 [[nodiscard]] EntryFacts FactsOf(const std::wstring& path);
-// The same for an open file, which costs less. Unreadable when a query fails.
+// The same for an open regular file, which costs less. Unreadable when a query fails.
 [[nodiscard]] EntryFacts FactsOf(HANDLE file);
 
 [[nodiscard]] EntryKind KindOf(const std::wstring& path);
@@ -46,13 +49,16 @@ struct EntryFacts {
 // False when the file cannot be opened for this or the call fails. Works on read-only files.
 [[nodiscard]] bool SetLastWriteTime(const std::wstring& path, uint64_t time);
 
-// Opens an existing file for sequential reading; others may read and write it meanwhile. Null on
-// failure, with the reason in ::GetLastError().
-[[nodiscard]] KernelHandle OpenForReading(const std::wstring& path);
+// `shareMode` below is what others may do with the file meanwhile: a combination of
+// FILE_SHARE_READ, _WRITE and _DELETE, or 0.
 
-// Creates a file for writing, or truncates an existing one. `shareMode` is a combination of
-// FILE_SHARE_READ, _WRITE and _DELETE, or 0. Null on failure (for instance because the file is
-// read-only, hidden or in use), with the reason in ::GetLastError().
+// Opens an existing file for sequential reading. Null on failure, with the reason in
+// ::GetLastError().
+[[nodiscard]] KernelHandle OpenForReading(const std::wstring& path,
+                                          DWORD shareMode = FILE_SHARE_READ | FILE_SHARE_WRITE);
+
+// Creates a file for writing, or truncates an existing one. Null on failure (for instance because
+// the file is read-only, hidden or in use), with the reason in ::GetLastError().
 [[nodiscard]] KernelHandle CreateForWriting(const std::wstring& path, DWORD shareMode);
 
 // Deletes a file that is not read-only. Not for folders; see removal.h.

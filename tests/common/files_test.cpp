@@ -224,6 +224,13 @@ TEST_F(Files, OpenForReadingLetsOthersReadAndWriteButNotDelete) {
     EXPECT_FALSE(OpenForReading(At(L"missing")));
 }
 
+TEST_F(Files, OpenForReadingSharesTheFileAsAsked) {
+    WriteFile(At(L"file"), "x");
+    const KernelHandle opened = OpenForReading(At(L"file"), FILE_SHARE_DELETE);
+    EXPECT_FALSE(OpenForReading(At(L"file")));
+    EXPECT_TRUE(::DeleteFileW(At(L"file").c_str()));
+}
+
 TEST_F(Files, CreateForWritingEmptiesTheFileAndSharesItAsAsked) {
     WriteFile(At(L"file"), "old");
     KernelHandle opened = CreateForWriting(At(L"file"), 0);
