@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "common/win32_error.h"
+#include "common/windows_api.h"
 
 namespace {
 
@@ -34,6 +35,23 @@ bool AreFilesOfSameSize(const EntryFacts& one, const EntryFacts& other) {
            one.size == other.size;
 }
 
+// Both have `size` bytes and are at their beginning.
+bool HaveSameBytes(HANDLE source, HANDLE target, uint64_t size, ComparisonBuffers& buffers) {
+    for (uint64_t bytesCompared = 0; bytesCompared < size; bytesCompared += kComparisonChunkBytes) {
+        const uint64_t bytesRemaining = size - bytesCompared;
+        const std::optional<size_t> sourceCount = ReadChunk(source, buffers.source, bytesRemaining);
+        const std::optional<size_t> targetCount = ReadChunk(target, buffers.target, bytesRemaining);
+        if (!sourceCount || sourceCount != targetCount ||
+            std::memcmp(buffers.source.data(), buffers.target.data(), *sourceCount) != 0) {
+            return false;
+        }
+        if (*sourceCount < kComparisonChunkBytes) {
+            return true;  // Both files end here.
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 bool FilesHaveSameContent(const std::wstring& source, const std::wstring& target) {
@@ -55,20 +73,4 @@ bool HaveSameContent(const ComparedFile& source, const ComparedFile& target,
                      ComparisonBuffers& buffers) {
     return source.file && target.file && AreFilesOfSameSize(source.facts, target.facts) &&
            HaveSameBytes(source.file.get(), target.file.get(), source.facts.size, buffers);
-}
-
-bool HaveSameBytes(HANDLE source, HANDLE target, uint64_t size, ComparisonBuffers& buffers) {
-    for (uint64_t bytesCompared = 0; bytesCompared < size; bytesCompared += kComparisonChunkBytes) {
-        const uint64_t bytesRemaining = size - bytesCompared;
-        const std::optional<size_t> sourceCount = ReadChunk(source, buffers.source, bytesRemaining);
-        const std::optional<size_t> targetCount = ReadChunk(target, buffers.target, bytesRemaining);
-        if (!sourceCount || sourceCount != targetCount ||
-            std::memcmp(buffers.source.data(), buffers.target.data(), *sourceCount) != 0) {
-            return false;
-        }
-        if (*sourceCount < kComparisonChunkBytes) {
-            return true;  // Both files end here.
-        }
-    }
-    return true;
 }

@@ -7,7 +7,6 @@
 
 #include "common/files.h"
 #include "common/handles.h"
-#include "common/windows_api.h"
 
 // Whether two files hold the same bytes. Any thread; blocks while both are read.
 
@@ -32,10 +31,6 @@ struct ComparedFile {
 };
 [[nodiscard]] ComparedFile OpenForComparison(const std::wstring& path);
 
-// FilesHaveSameContent for opened files.
+// FilesHaveSameContent for opened files that are at their beginning.
 [[nodiscard]] bool HaveSameContent(const ComparedFile& source, const ComparedFile& target,
                                    ComparisonBuffers& buffers);
-
-// Its last step: whether two open files of `size` bytes hold the same bytes.
-[[nodiscard]] bool HaveSameBytes(HANDLE source, HANDLE target, uint64_t size,
-                                 ComparisonBuffers& buffers);
