@@ -5,31 +5,31 @@
   fault_server.py stop FOLDER     stops it
   fault_server.py serve FOLDER    runs in the foreground
 
-FOLDER/ports then holds three ports: of HTTP, of HTTPS with a certificate for "localhost" (not for
-"127.0.0.1") from the authority in FOLDER/authority.der, and of HTTPS with a certificate for
-"localhost" that is self-signed. The server ends after 15 minutes without a request, and when
-FOLDER/ports is missing or belongs to another server.
+FOLDER/ports then holds four ports: of HTTP, of HTTPS with a certificate for "localhost" (not for
+"127.0.0.1") from the authority in FOLDER/authority.der, of HTTPS with a certificate for
+"localhost" that is self-signed, and one that accepts no connections. The server ends after 15
+minutes without a request, and when FOLDER/ports is missing or belongs to another server.
 
 A request's path is /PREFIX/BEHAVIOR/ARGUMENTS..., its query is ignored. Each test has its own
-prefix, under which the server logs requests: /control/log/PREFIX returns, for each, the scheme and
-the head as it arrived, each line ended by a line feed, and an empty line. /control/release/PREFIX
+prefix, under which the server appends requests to FOLDER/requests/PREFIX.log: for each, the
+scheme, the request line, the headers, and an empty line. The file FOLDER/requests/PREFIX.release
 ends every wait under that prefix, also later ones.
 The behaviors are the functions below whose names begin with "serve_".
 """
 
+import http.server
 import os
+import shutil
 import socket
+import socketserver
 import ssl
 import struct
+import subprocess
 import sys
 import threading
 import time
 
-# No __pycache__ beside the sources.
-sys.dont_write_bytecode = True
-
-from fault_server_control import LOOPBACK, ports_file, read_ports, start, stop
-
+LOOPBACK = "127.0.0.1"
 IDLE_LIMIT_S = 15 * 60
 # The longest time that a connection stays silent.
 WAIT_LIMIT_S = 10
@@ -37,6 +37,24 @@ PATTERN = bytes(range(251))
 BLOCK = PATTERN * 4177  # About 1 MB.
 # The format of SO_LINGER.
 LINGER = "HH" if os.name == "nt" else "ii"
+
+
+def ports_file(folder):
+    return os.path.join(folder, "ports")
+
+
+def read_ports(folder):
+    try:
+        with open(ports_file(folder), encoding="ascii") as file:
+            return [int(port) for port in file.read().split()]
+    except OSError:
+        return []
+
+
+def wait_until(condition):
+    deadline = time.monotonic() + WAIT_LIMIT_S
+    while time.monotonic() < deadline and not condition():
+        time.sleep(0.005)
 
 
 def unread_bytes(connection):
@@ -56,45 +74,47 @@ def unread_bytes(connection):
     return queues
 
 
-class Exchange:
+class Exchange(http.server.BaseHTTPRequestHandler):
     """One connection with its only request."""
 
-    def __init__(self, server, connection, scheme):
-        self.server = server
-        self.connection = connection
-        self.scheme = scheme
-        self.head = b""
-        self.prefix = ""
-        self.arguments = []
+    timeout = 60
+    last_request = time.monotonic()  # Of all connections.
 
-    def header(self, name):
-        for line in self.head.decode("latin-1").split("\r\n")[1:]:
-            key, _, value = line.partition(":")
-            if key.lower() == name:
-                return value.strip()
-        return ""
+    def handle(self):
+        self.raw_requestline = self.rfile.readline()
+        if not self.parse_request():
+            return
+        Exchange.last_request = time.monotonic()
+        path = self.path.partition("?")[0]
+        self.prefix, behavior, *arguments = path.removeprefix("/").split("/")
+        self.note_request()
+        globals()["serve_" + behavior](self, *arguments)
+
+    def file_of_prefix(self, extension):
+        return os.path.join(self.server.folder, "requests", self.prefix + extension)
+
+    def note_request(self):
+        headers = [f"{name}: {value}" for name, value in self.headers.items()]
+        lines = [self.server.scheme, self.requestline, *headers, "", ""]
+        # In one step, for readers and for other connections.
+        with open(self.file_of_prefix(".log"), "ab", buffering=0) as file:
+            file.write("\n".join(lines).encode("latin-1"))
 
     def send_head(self, status, *headers):
         lines = [f"HTTP/1.1 {status} Reason", "Connection: close", *headers]
-        self.connection.sendall("\r\n".join(lines + ["", ""]).encode("latin-1"))
+        self.wfile.write("\r\n".join(lines + ["", ""]).encode("latin-1"))
 
     def send_pattern(self, size, start=0):
         """Sends the pattern 0, 1, ... 250, 0, 1, ... from byte `start` on, up to byte `size`."""
         while start < size:
             offset = start % len(PATTERN)
             piece = BLOCK[offset : offset + size - start]
-            self.connection.sendall(piece)
+            self.wfile.write(piece)
             start += len(piece)
-
-    def wait_until_read(self):
-        """Returns when the client has read everything that was sent, where that is visible."""
-        deadline = time.monotonic() + WAIT_LIMIT_S
-        while time.monotonic() < deadline and unread_bytes(self.connection):
-            time.sleep(0.005)
 
     def wait(self):
         """Sends nothing until the test releases it."""
-        self.server.release_of(self.prefix).wait(WAIT_LIMIT_S)
+        wait_until(lambda: os.path.exists(self.file_of_prefix(".release")))
 
 
 def serve_body(exchange, size):
@@ -111,10 +131,10 @@ def serve_chunked(exchange, size):
     exchange.send_head(200, "Transfer-Encoding: chunked")
     for start in range(0, int(size), 30000):
         end = min(start + 30000, int(size))
-        exchange.connection.sendall(b"%x\r\n" % (end - start))
+        exchange.wfile.write(b"%x\r\n" % (end - start))
         exchange.send_pattern(end, start)
-        exchange.connection.sendall(b"\r\n")
-    exchange.connection.sendall(b"0\r\n\r\n")
+        exchange.wfile.write(b"\r\n")
+    exchange.wfile.write(b"0\r\n\r\n")
 
 
 def serve_encoded(exchange, size):
@@ -135,9 +155,9 @@ def serve_status(exchange, status, size="6"):
 def serve_redirect(exchange, target, *rest):
     """Sends the client to /PREFIX/rest... of another address, as `target` names it."""
     path = "/".join(["", exchange.prefix, *rest])
-    http_port, https_port, _ = exchange.server.ports
+    http_port, https_port, *_ = read_ports(exchange.server.folder)
     locations = {
-        "absolute": f"{exchange.scheme}://{exchange.header('host')}{path}",
+        "absolute": f"{exchange.server.scheme}://{exchange.headers['host']}{path}",
         "relative": path,
         "named": f"http://localhost:{http_port}{path}",
         "http": f"http://{LOOPBACK}:{http_port}{path}",
@@ -167,19 +187,20 @@ def serve_reset(exchange, announced, sent):
 def reset_when_read(exchange):
     # A reset discards what the client has not read yet, and a client that is not waiting in a read
     # may mistake it for the end.
-    exchange.wait_until_read()
+    wait_until(lambda: not unread_bytes(exchange.connection))
     time.sleep(0.2)
     # Without lingering, closing resets.
     exchange.connection.setsockopt(
         socket.SOL_SOCKET, socket.SO_LINGER, struct.pack(LINGER, 1, 0)
     )
+    exchange.connection.close()
 
 
 def serve_package(exchange, announced, sent, end="close"):
     """Begins like a ZIP and continues like the others. An announced size of 0 is left out. At the end of
     what is sent comes a close, a reset or a wait."""
     exchange.send_head(200, *([] if announced == "0" else [f"Content-Length: {announced}"]))
-    exchange.connection.sendall(b"PK\x03\x04")
+    exchange.wfile.write(b"PK\x03\x04")
     exchange.send_pattern(int(sent), start=4)
     if end == "reset":
         reset_when_read(exchange)
@@ -197,11 +218,8 @@ def serve_stall(exchange, announced, sent):
 
 def serve_stall_late(exchange, announced, sent):
     """The same, but the last byte before the wait comes late enough to be published, because the
-    tool publishes at most every 0.35 seconds. An announced size of 0 is left out."""
-    if announced == "0":
-        exchange.send_head(200)
-    else:
-        exchange.send_head(200, f"Content-Length: {announced}")
+    tool publishes at most every 0.35 seconds."""
+    exchange.send_head(200, f"Content-Length: {announced}")
     exchange.send_pattern(int(sent) - 1)
     time.sleep(0.5)
     exchange.send_pattern(int(sent), start=int(sent) - 1)
@@ -223,7 +241,7 @@ def serve_silence(exchange):
 
 
 def serve_garbage(exchange):
-    exchange.connection.sendall(b"\x00\xff not a response\n\n" * 4)
+    exchange.wfile.write(b"\x00\xff not a response\n\n" * 4)
 
 
 def serve_close(exchange):
@@ -244,147 +262,103 @@ def serve_archive(exchange, name):
         exchange.connection.sendfile(file)
 
 
-BEHAVIORS = {
-    name.removeprefix("serve_"): function
-    for name, function in list(globals().items())
-    if name.startswith("serve_")
-}
+class Listener(socketserver.ThreadingTCPServer):
+    daemon_threads = True
+    request_queue_size = 64
 
-
-class Server:
-    def __init__(self, folder):
+    def __init__(self, folder, certificate=None):
+        super().__init__((LOOPBACK, 0), Exchange)
         self.folder = folder
-        self.lock = threading.Lock()
-        self.heads = {}  # prefix -> list of (scheme, head)
-        self.releases = {}  # prefix -> Event
-        self.last_request = time.monotonic()
-        # Each with its TLS context, None for plain HTTP.
-        self.listeners = [
-            (self.listen(), None),
-            (self.listen(), self.certificate("server")),
-            (self.listen(), self.certificate("stranger")),
-        ]
-        self.ports = [listener.getsockname()[1] for listener, _ in self.listeners]
-
-    def certificate(self, name):
-        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-        context.load_cert_chain(
-            os.path.join(self.folder, f"{name}.pem"), os.path.join(self.folder, f"{name}.key")
-        )
-        return context
-
-    @staticmethod
-    def listen():
-        return socket.create_server((LOOPBACK, 0), backlog=64)
-
-    def release_of(self, prefix):
-        with self.lock:
-            return self.releases.setdefault(prefix, threading.Event())
-
-    def log(self, exchange):
-        with self.lock:
-            self.heads.setdefault(exchange.prefix, []).append((exchange.scheme, exchange.head))
-
-    def log_text(self, prefix):
-        with self.lock:
-            entries = list(self.heads.get(prefix, []))
-        return b"".join(
-            scheme.encode() + b"\n" + head.strip(b"\r\n").replace(b"\r\n", b"\n") + b"\n\n"
-            for scheme, head in entries
-        )
-
-    def control(self, exchange, order, prefix=""):
-        answer = b""
-        if order == "log":
-            answer = self.log_text(prefix)
-        elif order == "release":
-            self.release_of(prefix).set()
-        exchange.send_head(200, f"Content-Length: {len(answer)}")
-        exchange.connection.sendall(answer)
-        if order == "stop":
-            exchange.connection.close()
-            self.end()
-
-    def answer(self, exchange):
-        while b"\r\n\r\n" not in exchange.head:
-            received = exchange.connection.recv(65536)
-            if not received:
-                return
-            exchange.head += received
-        target = exchange.head.split(b" ", 2)[1].decode("latin-1")
-        exchange.prefix, *parts = target.partition("?")[0].lstrip("/").split("/")
-        if exchange.prefix == "control":
-            self.control(exchange, *parts)
-            return
-        self.log(exchange)
-        behavior = BEHAVIORS.get(parts[0] if parts else "")
-        if behavior is None:
-            exchange.send_head(404, "Content-Length: 0")
-        else:
-            behavior(exchange, *parts[1:])
-
-    def close(self, connection, exchange):
-        """Lets the client read everything before the connection is closed."""
-        try:
-            lingers = connection.getsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.calcsize(LINGER))
-            if exchange is not None and not struct.unpack(LINGER, lingers)[0]:
-                connection.shutdown(socket.SHUT_WR)
-                connection.settimeout(2)
-                while connection.recv(65536):
-                    pass
-        except OSError:
-            pass
-        connection.close()
-
-    def handle(self, connection, tls):
-        exchange = None
-        try:
-            connection.settimeout(60)
-            if tls is not None:
-                connection = tls.wrap_socket(connection, server_side=True)
-            exchange = Exchange(self, connection, "https" if tls else "http")
-            self.answer(exchange)
-        except (OSError, ValueError, TypeError, LookupError) as error:
-            # The client closed the connection or sent an invalid request.
-            print(f"{error!r} {exchange.head[:80] if exchange else b''!r}", flush=True)
-        self.close(connection, exchange)
-        self.last_request = time.monotonic()
-
-    def accept(self, listener, tls):
-        while True:
-            connection, _ = listener.accept()
-            self.last_request = time.monotonic()
-            threading.Thread(target=self.handle, args=(connection, tls), daemon=True).start()
-
-    def is_current(self):
-        return read_ports(self.folder) == self.ports
-
-    def end(self):
-        if self.is_current():
-            os.remove(ports_file(self.folder))
-        os._exit(0)
-
-    def run(self):
-        for listener in self.listeners:
-            threading.Thread(target=self.accept, args=listener, daemon=True).start()
-        # In one step, so that a reader of the file finds all numbers.
-        temporary = f"{ports_file(self.folder)}.{os.getpid()}"
-        with open(temporary, "w", encoding="ascii") as file:
-            file.write("{} {} {}\n".format(*self.ports))
-        os.replace(temporary, ports_file(self.folder))
-        while self.is_current() and time.monotonic() - self.last_request < IDLE_LIMIT_S:
-            time.sleep(5)
-        self.end()
+        self.scheme = "https" if certificate else "http"
+        if certificate:
+            base = os.path.join(folder, certificate)
+            context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            context.load_cert_chain(base + ".pem", base + ".key")
+            # The handshake comes with the first read, in the connection's thread.
+            self.socket = context.wrap_socket(
+                self.socket, server_side=True, do_handshake_on_connect=False
+            )
 
 
 def serve(folder):
-    Server(folder).run()
+    shutil.rmtree(os.path.join(folder, "requests"), ignore_errors=True)
+    os.makedirs(os.path.join(folder, "requests"))
+    listeners = [Listener(folder), Listener(folder, "server"), Listener(folder, "stranger")]
+    for listener in listeners:
+        threading.Thread(target=listener.serve_forever, daemon=True).start()
+    # Takes a port without listening there.
+    closed = socket.socket()
+    closed.bind((LOOPBACK, 0))
+    ports = [end.getsockname()[1] for end in [*(each.socket for each in listeners), closed]]
+    # In one step, so that a reader of the file finds all numbers.
+    temporary = f"{ports_file(folder)}.{os.getpid()}"
+    with open(temporary, "w", encoding="ascii") as file:
+        file.write(" ".join(map(str, ports)))
+    os.replace(temporary, ports_file(folder))
+    while time.monotonic() - Exchange.last_request < IDLE_LIMIT_S:
+        if read_ports(folder) != ports:
+            return 0
+        time.sleep(0.2)
+    return stop(folder)
+
+
+def is_running(folder):
+    try:
+        socket.create_connection((LOOPBACK, read_ports(folder)[0]), timeout=5).close()
+        return True
+    except (OSError, IndexError):
+        return False
+
+
+def make_certificates(folder):
+    """A test authority, a certificate for "localhost" from it, and a self-signed one."""
+
+    def openssl(*arguments):
+        subprocess.run(["openssl", *arguments], cwd=folder, check=True, capture_output=True)
+
+    # Not elliptic curves: older versions of Windows know few of them.
+    new = ["req", "-x509", "-newkey", "rsa:2048", "-noenc", "-days", "3650"]
+    localhost = ["-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost",
+                 "-addext", "basicConstraints=critical,CA:FALSE"]  # fmt: skip
+    openssl(*new, "-keyout", "authority.key", "-out", "authority.pem",
+            "-subj", "/CN=Fault server test authority",
+            "-addext", "keyUsage=critical,keyCertSign,cRLSign")  # fmt: skip
+    openssl(*new, "-keyout", "server.key", "-out", "server.pem", *localhost,
+            "-CA", "authority.pem", "-CAkey", "authority.key")  # fmt: skip
+    openssl("x509", "-in", "authority.pem", "-outform", "DER", "-out", "authority.der")
+    openssl(*new, "-keyout", "stranger.key", "-out", "stranger.pem", *localhost)
+
+
+def start(folder):
+    if is_running(folder):
+        return 0
+    os.makedirs(folder, exist_ok=True)
+    stop(folder)
+    # The last of the files to be made.
+    if not os.path.exists(os.path.join(folder, "stranger.pem")):
+        make_certificates(folder)
+    # The server must not inherit the caller's pipes: a test runner waits for their end.
+    with open(os.path.join(folder, "log"), "w", encoding="utf-8") as log:
+        server = subprocess.Popen(
+            [sys.executable, os.path.abspath(__file__), "serve", folder],
+            stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True,
+            creationflags=getattr(subprocess, "DETACHED_PROCESS", 0),
+        )  # fmt: skip
+    wait_until(lambda: is_running(folder) or server.poll() is not None)
+    if is_running(folder):
+        return 0
+    print(f"The fault server does not start; see {folder}/log.", file=sys.stderr)
+    return 1
+
+
+def stop(folder):
+    if os.path.exists(ports_file(folder)):
+        os.remove(ports_file(folder))
     return 0
 
 
 def main():
-    command = [sys.executable, os.path.abspath(__file__), "serve"]
-    orders = {"start": lambda folder: start(folder, command), "stop": stop, "serve": serve}
+    orders = {"start": start, "stop": stop, "serve": serve}
     if len(sys.argv) != 3 or sys.argv[1] not in orders:
         print(__doc__, file=sys.stderr)
         return 2

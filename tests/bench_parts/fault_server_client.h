@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,8 +19,15 @@ struct LoggedRequest {
     std::string requestLine;  // "GET /pkg.zip HTTP/1.1".
     std::vector<std::string> headers;
 
-    // Of the first header of that name, in any letter case; empty without one.
-    [[nodiscard]] std::string HeaderValue(std::string_view name) const;
+    // Of the first header of that name; empty without one.
+    [[nodiscard]] std::string HeaderValue(const std::string& name) const;
+};
+
+struct ServerPorts {
+    std::uint16_t http = 0;
+    std::uint16_t https = 0;
+    std::uint16_t strangers = 0;
+    std::uint16_t unused = 0;
 };
 
 // The server as one test sees it: with URLs and a log that no other test shares. Does not use the
@@ -39,7 +47,7 @@ public:
     [[nodiscard]] std::string ObjectName(std::string_view behavior) const;
 
     [[nodiscard]] std::uint16_t HttpPort() const {
-        return httpPort_;
+        return ports_.http;
     }
 
     // The requests so far, oldest first.
@@ -49,16 +57,19 @@ public:
     void ReleaseWaits() const;
 
 private:
-    std::uint16_t httpPort_ = 0;
-    std::uint16_t httpsPort_ = 0;
-    std::uint16_t strangersPort_ = 0;
+    [[nodiscard]] std::wstring UrlAt(const wchar_t* host, std::uint16_t port,
+                                     std::wstring_view behavior) const;
+    // The server's file for this test's prefix.
+    [[nodiscard]] std::filesystem::path FileOfPrefix(const wchar_t* extension) const;
+
+    ServerPorts ports_;
     std::string prefix_;
 };
 
 // What the server sends as a body of `size` bytes: 0, 1, ... 250, 0, 1, ...
 std::string PatternBytes(std::size_t size);
 
-// An unused port on loopback.
+// A port on loopback that accepts no connections.
 std::uint16_t UnusedPort();
 
 // Makes the current user trust the server's certificate as long as the object lives. A program's
