@@ -8,12 +8,13 @@
 // Without a plan it ends with 0 at once.
 //
 // It appends to the file that the environment variable BENCH_RECORDS names, in UTF-8: when it
-// starts, lines "key=value" in the order of Describe() below; when it ends by itself, "end=CODE".
+// starts, the lines of Describe() below; when it ends by itself, "end=CODE".
 
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -45,13 +46,15 @@ std::string Describe() {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     ::GetStartupInfoW(&startup);
-    return "program=" + ToUtf8(OwnPath()) +                                         //
-           "\ncommand=" + ToUtf8(::GetCommandLineW()) +                             //
-           "\nfolder=" + ToUtf8(std::filesystem::current_path().native()) +         //
-           "\nstartup=" + std::to_string(startup.dwFlags & STARTF_USESHOWWINDOW) +  //
-           "\nshow=" + std::to_string(startup.wShowWindow) +                        //
-           "\nmark=" + ToUtf8(Environment(L"BENCH_MARK")) +                         //
-           "\npid=" + std::to_string(::GetCurrentProcessId()) + "\n";
+    std::ostringstream lines;
+    lines << ToUtf8(OwnPath()) << '\n'
+          << ToUtf8(::GetCommandLineW()) << '\n'
+          << ToUtf8(std::filesystem::current_path().native()) << '\n'
+          << (startup.dwFlags & STARTF_USESHOWWINDOW) << '\n'
+          << startup.wShowWindow << '\n'
+          << ToUtf8(Environment(L"BENCH_MARK")) << '\n'
+          << ::GetCurrentProcessId() << '\n';
+    return lines.str();
 }
 
 // One write, so that a reader never sees half a note.

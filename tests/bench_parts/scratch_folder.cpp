@@ -1,16 +1,19 @@
 #include "bench_parts/scratch_folder.h"
 
 #include <gtest/gtest.h>
+#include <sddl.h>
 #include <winioctl.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <optional>
 #include <system_error>
 #include <thread>
 #include <utility>
+
+#include "bench_parts/waiting.h"
+#include "common/text.h"
 
 namespace fs = std::filesystem;
 
@@ -18,7 +21,6 @@ namespace bench {
 namespace {
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-constexpr ULONGLONG kHostCommandTimeLimitMs = 10'000;
 
 // Where links or permissions were made from outside. A folder above them may then only be removed
 // from outside, for under Wine a file link is not to be told from its target. Test thread only.
@@ -39,16 +41,10 @@ KernelHandle Open(const fs::path& path, DWORD access, DWORD shareMode, DWORD dis
                                                    nullptr));
 }
 
-fs::path TempFolder() {
-    std::wstring folder(MAX_PATH + 1, L'\0');
-    folder.resize(::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
-    return folder;
-}
-
 // Unique within this process; programs that run at the same time differ by their process id.
 fs::path UniqueTempPath(const wchar_t* prefix) {
     static std::atomic<unsigned> counter = 0;
-    return TempFolder() /
+    return fs::temp_directory_path() /
            (prefix + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(counter++));
 }
 
@@ -115,7 +111,7 @@ void ListBelow(const fs::path& folder, const std::wstring& prefix,
     });
 }
 
-// The host's path of a Windows path, of which only the drive need exist; empty if not known.
+// The host's path of a Windows path; empty if not known.
 std::wstring HostPath(const fs::path& path) {
     using GetUnixFileName = char*(__cdecl*)(const wchar_t*);
     const auto getUnixFileName = reinterpret_cast<GetUnixFileName>(reinterpret_cast<void*>(
@@ -123,35 +119,10 @@ std::wstring HostPath(const fs::path& path) {
     if (getUnixFileName == nullptr) {
         return {};
     }
-    fs::path existing = path;
-    std::wstring rest;
-    while (::GetFileAttributesW(existing.c_str()) == INVALID_FILE_ATTRIBUTES &&
-           existing.has_relative_path()) {
-        rest.insert(0, L"/" + existing.filename().native());
-        existing = existing.parent_path();
-    }
-    char* const hostPath = getUnixFileName(existing.c_str());
-    if (hostPath == nullptr) {
-        return {};
-    }
-    std::wstring wide(MAX_PATH * 4, L'\0');
-    const int length =
-        ::MultiByteToWideChar(CP_UTF8, 0, hostPath, -1, wide.data(), static_cast<int>(wide.size()));
+    char* const hostPath = getUnixFileName(path.c_str());
+    std::wstring wide = hostPath == nullptr ? std::wstring() : Utf8ToWide(hostPath);
     ::HeapFree(::GetProcessHeap(), 0, hostPath);
-    wide.resize(length > 0 ? static_cast<std::size_t>(length - 1) : 0);
-    return wide + rest;
-}
-
-// The file's content as soon as there is any; none after the time limit.
-std::optional<std::string> AwaitContent(const fs::path& path) {
-    const ULONGLONG deadline = ::GetTickCount64() + kHostCommandTimeLimitMs;
-    while (::GetTickCount64() < deadline) {
-        if (::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES) {
-            return ReadFile(path);
-        }
-        ::Sleep(1);
-    }
-    return std::nullopt;
+    return wide;
 }
 
 // Runs `script` in the host's shell with the host's names of two paths as $1 and $2. True when its
@@ -176,9 +147,10 @@ bool RunOnHost(const std::wstring& script, const fs::path& first, const fs::path
                           nullptr, nullptr, &startup, &process)) {
         return false;
     }
-    const std::optional<std::string> exitCode = AwaitContent(resultFile);
+    const bool success =
+        Await([&] { return fs::exists(resultFile); }) && ReadFile(resultFile) == "0\n";
     ::DeleteFileW(resultFile.c_str());
-    return exitCode == "0\n";
+    return success;
 }
 
 bool WasChangedFromOutside(const fs::path& folder) {
@@ -198,18 +170,14 @@ bool MakeLink(const fs::path& link, const fs::path& target, DWORD kind) {
 }
 
 // An empty access list: no access except for the owner, who may change the list.
-std::vector<std::byte> AccessForNobody() {
-    ACL list{};
-    SECURITY_DESCRIPTOR absolute{};
-    DWORD size = 0;
-    ::InitializeAcl(&list, sizeof list, ACL_REVISION);
-    ::InitializeSecurityDescriptor(&absolute, SECURITY_DESCRIPTOR_REVISION);
-    ::SetSecurityDescriptorDacl(&absolute, TRUE, &list, FALSE);
-    ::SetSecurityDescriptorControl(&absolute, SE_DACL_PROTECTED, SE_DACL_PROTECTED);
-    ::MakeSelfRelativeSD(&absolute, nullptr, &size);
-    std::vector<std::byte> access(size);
-    ::MakeSelfRelativeSD(&absolute, access.data(), &size);
-    return access;
+bool DenyAccess(const fs::path& path) {
+    PSECURITY_DESCRIPTOR access = nullptr;
+    ::ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P", SDDL_REVISION_1, &access,
+                                                           nullptr);
+    const BOOL success = ::SetFileSecurityW(
+        path.c_str(), DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, access);
+    ::LocalFree(access);
+    return success != FALSE;
 }
 
 std::vector<std::byte> AccessOf(const fs::path& path) {
@@ -270,10 +238,7 @@ UnreadableFolder::UnreadableFolder(fs::path folder)
     if (IsWine()) {
         made_ = RunOnHost(L"chmod 000 -- \\\"$1\\\"", folder_, folder_);
     } else {
-        made_ = !formerAccess_.empty() &&
-                ::SetFileSecurityW(folder_.c_str(),
-                                   DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
-                                   AccessForNobody().data());
+        made_ = !formerAccess_.empty() && DenyAccess(folder_);
     }
     made_ = made_ && !CanBeListed(folder_);
 }

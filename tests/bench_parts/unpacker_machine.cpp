@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
 
 #include "bench_parts/running_copy.h"
+#include "bench_parts/waiting.h"
 #include "common/text.h"
 #include "common/tool_instance.h"
 #include "job/progress/job_progress.h"
@@ -17,40 +19,7 @@ namespace bench {
 namespace {
 
 constexpr DWORD kPatienceMs = 30'000;
-constexpr DWORD kPollMs = 2;
 constexpr ULONGLONG kSmallDiskLimit = 4'194'304;  // A larger disk means that nothing is mounted.
-
-// Repeats an action that fails because a process that has just ended still holds its exe or current
-// folder, until it succeeds or takes too long. Returns the last error or ERROR_SUCCESS.
-template <class Action>
-DWORD RetryWhileHeld(Action action) {
-    const ULONGLONG deadline = ::GetTickCount64() + kPatienceMs;
-    for (;; ::Sleep(kPollMs)) {
-        const DWORD error = action() ? ERROR_SUCCESS : ::GetLastError();
-        const bool isHeld = error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
-        if (!isHeld || ::GetTickCount64() > deadline) {
-            return error;
-        }
-    }
-}
-
-void FillIn(ProgramRun& run, const std::string& key, const std::string& value) {
-    if (key == "command") {
-        run.commandLine = Utf8ToWide(value);
-    } else if (key == "folder") {
-        run.currentFolder = Utf8ToWide(value);
-    } else if (key == "startup") {
-        run.startup = value;
-    } else if (key == "show") {
-        run.show = value;
-    } else if (key == "mark") {
-        run.mark = Utf8ToWide(value);
-    } else if (key == "pid") {
-        run.processId = std::stoul(value);
-    } else if (key == "end") {
-        run.endCode = static_cast<uint32_t>(std::stoul(value));
-    }
-}
 
 }  // namespace
 
@@ -73,13 +42,16 @@ UnpackerMachine::UnpackerMachine()
 UnpackerMachine::~UnpackerMachine() {
     resetJobProgress();
     toolExePath = formerToolExePath_;
-    std::error_code ignored;
-    fs::current_path(formerCurrentFolder_, ignored);
-    // Otherwise the scratch folder could not be removed.
-    for (const fs::path& program : programs_) {
-        RetryWhileHeld([&] { return ::DeleteFileW(program.c_str()); });
+    std::error_code error;
+    fs::current_path(formerCurrentFolder_, error);
+    // A process that has just ended still holds its exe and its current folder.
+    programs_.push_back(CurrentFolder());
+    for (const fs::path& path : programs_) {
+        Await([&] {
+            fs::remove_all(path, error);
+            return !error;
+        });
     }
-    RetryWhileHeld([this] { return ::RemoveDirectoryW(CurrentFolder().c_str()); });
 }
 
 fs::path UnpackerMachine::ToolFolder() const {
@@ -136,48 +108,45 @@ void UnpackerMachine::PutPowerShell() const {
 
 void UnpackerMachine::PutProgram(const fs::path& source, const fs::path& program) const {
     fs::create_directories(program.parent_path());
-    const DWORD error =
-        RetryWhileHeld([&] { return ::CopyFileW(source.c_str(), program.c_str(), FALSE); });
-    if (error != ERROR_SUCCESS) {
-        throw std::system_error(static_cast<int>(error), std::system_category(),
-                                "copy " + source.string());
-    }
+    // A process that has just ended still holds its exe.
+    EXPECT_TRUE(Await([&] { return ::CopyFileW(source.c_str(), program.c_str(), FALSE); }))
+        << source << ' ' << ::GetLastError();
     programs_.push_back(program);
 }
 
 std::vector<ProgramRun> UnpackerMachine::Runs() const {
     std::vector<ProgramRun> runs;
     const fs::path records = Root() / L"records.txt";
-    if (::GetFileAttributesW(records.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    if (!fs::exists(records)) {
         return runs;
     }
     std::istringstream lines(ReadFile(records));
-    for (std::string line; std::getline(lines, line);) {
-        const size_t equals = line.find('=');
-        const std::string value = line.substr(equals + 1);
-        if (line.substr(0, equals) == "program") {
-            runs.emplace_back().program = Utf8ToWide(value);
-        } else if (!runs.empty()) {
-            FillIn(runs.back(), line.substr(0, equals), value);
+    const auto nextLine = [&lines] {
+        std::string line;
+        std::getline(lines, line);
+        return line;
+    };
+    for (std::string line = nextLine(); !line.empty(); line = nextLine()) {
+        if (line.starts_with("end=")) {
+            runs.back().endCode = static_cast<uint32_t>(std::stoul(line.substr(4)));
+            continue;
         }
+        runs.push_back({.program = Utf8ToWide(line),
+                        .commandLine = Utf8ToWide(nextLine()),
+                        .currentFolder = Utf8ToWide(nextLine()),
+                        .startup = nextLine(),
+                        .show = nextLine(),
+                        .mark = Utf8ToWide(nextLine()),
+                        .processId = std::stoul(nextLine())});
     }
     return runs;
 }
 
 std::vector<ProgramRun> UnpackerMachine::AwaitRuns(size_t count) const {
-    const ULONGLONG deadline = ::GetTickCount64() + kPatienceMs;
-    for (;;) {
-        std::vector<ProgramRun> runs = Runs();
-        if (runs.size() >= count) {
-            return runs;
-        }
-        if (::GetTickCount64() > deadline) {
-            ADD_FAILURE() << runs.size() << " programs were started, not " << count;
-            runs.resize(count);
-            return runs;
-        }
-        ::Sleep(kPollMs);
-    }
+    EXPECT_TRUE(Await([&] { return Runs().size() >= count; })) << "too few programs were started";
+    std::vector<ProgramRun> runs = Runs();
+    runs.resize(std::max(runs.size(), count));
+    return runs;
 }
 
 KernelHandle OpenRunningProcess(DWORD processId) {

@@ -22,7 +22,7 @@ struct ProgramRun {
     std::string show;     // The show state; SW_HIDE is "0".
     std::wstring mark;    // The environment variable BENCH_MARK.
     DWORD processId = 0;
-    std::optional<uint32_t> endCode;  // Empty while it runs and after it was terminated.
+    std::optional<uint32_t> endCode{};  // Empty while it runs and after it was terminated.
 };
 
 // A machine with only the unpacking programs that a test puts there: as long as the object lives,

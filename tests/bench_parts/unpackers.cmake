@@ -18,10 +18,7 @@ function(add_stand_in name)
     target_compile_definitions(
         ${name}
         PRIVATE BENCH_SEVEN_ZIP_FOLDER=L"${windows_root}${PROJECT_SOURCE_DIR}/build/bench/seven_zip")
-    if(MINGW)
-        target_compile_options(${name} PRIVATE -municode)
-        target_link_options(${name} PRIVATE -municode)
-    endif()
+    use_wide_entry_point(${name})
 endfunction()
 
 add_stand_in(recorder ${bench_parts_folder}/recorder.cpp)
