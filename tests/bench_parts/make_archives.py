@@ -7,11 +7,11 @@ Each NAME.zip or NAME.rar that can be unpacked has a NAME.contents: for each ent
 path, a tab and its size, then its bytes. The files are the same each time.
 """
 
+import io
 import os
 import random
 import struct
 import sys
-import unittest.mock
 import zipfile
 import zlib
 
@@ -66,48 +66,14 @@ def many(count):
     ]
 
 
-def write_zip(path, items, method=zipfile.ZIP_DEFLATED, zip64=False):
+def write_zip(path, items, method=zipfile.ZIP_DEFLATED):
     with zipfile.ZipFile(path, "w") as archive:
         for name, data in items:
             entry = zipfile.ZipInfo(name, TIME)
             entry.compress_type = zipfile.ZIP_STORED if name.endswith("/") else method
             entry.create_system = 0  # Windows
             entry.external_attr = 0x10 if name.endswith("/") else 0x20
-            if name.endswith("/"):
-                archive.writestr(entry, b"")
-                continue
-            with archive.open(entry, "w", force_zip64=zip64) as out:
-                out.write(data)
-
-
-def write_zip64(path, items):
-    """Every entry and the directory in the long form, which is otherwise for 4 GiB and more."""
-    with unittest.mock.patch.multiple(zipfile, ZIP64_LIMIT=0, ZIP_FILECOUNT_LIMIT=0):
-        write_zip(path, items, zip64=True)
-
-
-def encrypt(data, password):
-    """The classic encryption of ZIP: three keys that each byte changes. The format describes it in
-    section 6.1 of APPNOTE.TXT."""
-    keys = [0x12345678, 0x23456789, 0x34567890]
-
-    def add_to_crc(byte, crc):
-        return zlib.crc32(bytes([byte]), crc ^ 0xFFFFFFFF) ^ 0xFFFFFFFF
-
-    def update(byte):
-        keys[0] = add_to_crc(byte, keys[0])
-        keys[1] = ((keys[1] + (keys[0] & 0xFF)) * 134775813 + 1) & 0xFFFFFFFF
-        keys[2] = add_to_crc(keys[1] >> 24, keys[2])
-
-    for byte in password:
-        update(byte)
-    out = bytearray()
-    # Twelve bytes in front, the last of which shows a reader whether its password is right.
-    for byte in noise(3, 11) + bytes([zlib.crc32(data) >> 24]) + data:
-        mixed = (keys[2] | 2) & 0xFFFF
-        out.append(byte ^ ((mixed * (mixed ^ 1) >> 8) & 0xFF))
-        update(byte)
-    return bytes(out)
+            archive.writestr(entry, data)
 
 
 def write_single_zip(path, name, body, size, crc, flags=0, method=zipfile.ZIP_STORED):
@@ -123,51 +89,19 @@ def write_single_zip(path, name, body, size, crc, flags=0, method=zipfile.ZIP_ST
 
 
 def write_locked_zip(path):
-    """A file that only a password opens."""
+    """A file that only a password opens, if any: its bytes are noise."""
     data = b"the secret"
-    body = encrypt(data, b"secret")
+    body = noise(3, 12 + len(data))
     write_single_zip(path, b"secret.dat", body, len(data), zlib.crc32(data), flags=1)
 
 
-# 4 GiB of zeros and a few more bytes; zlib.crc32 takes long for so many.
-HUGE_MATCHES = ((1 << 32) // 258 // 8 + 1) * 8
-HUGE_SIZE = 1 + HUGE_MATCHES * 258 + len(b"end")
-HUGE_CRC = 0x8F307BD5
-
-
-def deflate_bits(bits, value, count, is_code=False):
-    """Appends a number, or a Huffman code, whose first bit is its highest."""
-    for place in range(count - 1, -1, -1) if is_code else range(count):
-        bits.append(value >> place & 1)
-
-
-def huge_body():
-    """That file in the shortest form that the fixed codes allow: eight times the match "258 bytes like
-    the last one" are 13 bytes, which repeat."""
-    bits = []
-    deflate_bits(bits, 1, 1)  # The last block,
-    deflate_bits(bits, 1, 2)  # with fixed codes.
-    deflate_bits(bits, 0x30, 8, is_code=True)  # A zero.
-    period = []
-    for _ in range(8):
-        deflate_bits(period, 0b11000101, 8, is_code=True)  # 258 bytes
-        deflate_bits(period, 0, 5)  # from one byte back.
-    start = len(bits) // 8 + 1
-    tail = []
-    for byte in b"end":
-        deflate_bits(tail, 0x30 + byte, 8, is_code=True)
-    deflate_bits(tail, 0, 7)  # The block ends.
-    bits += period * 2 + tail
-    bits += [0] * (-len(bits) % 8)
-    packed = bytes(
-        sum(bit << place for place, bit in enumerate(bits[i : i + 8])) for i in range(0, len(bits), 8)
-    )
-    cycle = packed[start : start + 13]
-    return packed[:start] + cycle * (HUGE_MATCHES // 8 - 2) + packed[start:]
-
-
 def write_huge_zip(path):
-    write_single_zip(path, b"huge.dat", huge_body(), HUGE_SIZE, HUGE_CRC, method=zipfile.ZIP_DEFLATED)
+    """4 GiB of zeros and a few more bytes; zlib.crc32 takes long for so many."""
+    packer = zlib.compressobj(9, zlib.DEFLATED, -zlib.MAX_WBITS)
+    # Complete in itself, so that it can be repeated.
+    block = packer.compress(bytes(1 << 20)) + packer.flush(zlib.Z_FULL_FLUSH)
+    body = block * 4096 + packer.compress(bytes(2049) + b"end") + packer.flush()
+    write_single_zip(path, b"huge.dat", body, (1 << 32) + 2052, 0x8F307BD5, method=zipfile.ZIP_DEFLATED)
 
 
 def write_bytes(path, data):
@@ -195,53 +129,42 @@ def write_broken(folder, name, whole):
     write_bytes(os.path.join(folder, f"{base}_truncated{extension}"), whole[:cut])
 
 
-def write_zips(folder):
-    packages = {
-        "zip_stored": (CLIENT, lambda path, items: write_zip(path, items, zipfile.ZIP_STORED)),
-        "zip_deflated": (CLIENT, write_zip),
-        "zip_64": (CLIENT, write_zip64),
-        "zip_unicode": (UNICODE, write_zip),
-        "zip_many": (many(1_000), write_zip),
-        # More than a ZIP archive held before ZIP64. For the slow tests.
-        "zip_100000": (many(100_000), write_zip),
-        "zip_lone_folder": (under("Client", CLIENT), write_zip),
-        "zip_own_name": (under("Client", under("client", TWO_FILES)), write_zip),
-        "zip_small_client": (SMALL_CLIENT, write_zip),
-        "zip_small_client_lone_folder": (under("Client", SMALL_CLIENT), write_zip),
-    }
-    for name, (items, write) in packages.items():
-        write(os.path.join(folder, name + ".zip"), items)
-        write_contents(os.path.join(folder, name + ".contents"), items)
-    write_locked_zip(os.path.join(folder, "zip_password.zip"))
-    write_huge_zip(os.path.join(folder, "zip_huge.zip"))
-    whole = os.path.join(folder, "zip_whole.zip")
-    write_zip(whole, TWO_FILES, zipfile.ZIP_STORED)
-    with open(whole, "rb") as archive:
-        write_broken(folder, "zip.zip", archive.read())
-    os.remove(whole)
-
-
-def write_rars(folder):
-    packages = {
-        "plain": CLIENT,
-        "unicode": UNICODE,
-        "lone_folder": under("Client", CLIENT),
-        "small_client": SMALL_CLIENT,
-        "small_client_lone_folder": under("Client", SMALL_CLIENT),
-    }
-    for version, write in (("rar4", write_rar.rar4), ("rar5", write_rar.rar5)):
-        for name, items in packages.items():
-            base = os.path.join(folder, f"{version}_{name}")
-            write_bytes(base + ".rar", write(items))
-            write_contents(base + ".contents", items)
-        write_broken(folder, version + ".rar", write(TWO_FILES))
+def write_packages(folder, names_and_items, extension, write):
+    for name, items in names_and_items.items():
+        base = os.path.join(folder, name)
+        write(base + extension, items)
+        write_contents(base + ".contents", items)
 
 
 def main():
     folder = sys.argv[1]
     os.makedirs(folder, exist_ok=True)
-    write_zips(folder)
-    write_rars(folder)
+    zips = {
+        "zip_deflated": CLIENT,
+        "zip_unicode": UNICODE,
+        "zip_many": many(1_000),
+        # More than a ZIP archive held before ZIP64. For the slow tests.
+        "zip_100000": many(100_000),
+        "zip_lone_folder": under("Client", CLIENT),
+        "zip_own_name": under("Client", under("client", TWO_FILES)),
+        "zip_small_client": SMALL_CLIENT,
+        "zip_small_client_lone_folder": under("Client", SMALL_CLIENT),
+    }
+    rars = {
+        "rar5_plain": CLIENT,
+        "rar5_unicode": UNICODE,
+        "rar5_lone_folder": under("Client", CLIENT),
+        "rar5_small_client": SMALL_CLIENT,
+        "rar5_small_client_lone_folder": under("Client", SMALL_CLIENT),
+    }
+    write_packages(folder, zips, ".zip", write_zip)
+    write_packages(folder, rars, ".rar", lambda path, items: write_bytes(path, write_rar.rar5(items)))
+    write_locked_zip(os.path.join(folder, "zip_password.zip"))
+    write_huge_zip(os.path.join(folder, "zip_huge.zip"))
+    whole = io.BytesIO()
+    write_zip(whole, TWO_FILES, zipfile.ZIP_STORED)
+    write_broken(folder, "zip.zip", whole.getvalue())
+    write_broken(folder, "rar5.rar", write_rar.rar5(TWO_FILES))
 
 
 if __name__ == "__main__":
