@@ -32,7 +32,7 @@ import time
 LOOPBACK = "127.0.0.1"
 IDLE_LIMIT_S = 15 * 60
 # The longest time that a connection stays silent.
-WAIT_LIMIT_S = 10
+WAIT_LIMIT_S = 60
 PATTERN = bytes(range(251))
 BLOCK = PATTERN * 4177  # About 1 MB.
 # The format of SO_LINGER.
