@@ -2,22 +2,22 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <system_error>
+#include <utility>
 
-#include "bench_parts/scratch_folder.h"
-#include "bench_parts/utf8.h"
-#include "common/windows_api.h"
-#include "convergence/job_process.h"
+#include "bench_parts/running_copy.h"
+#include "bench_parts/waiting.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-constexpr DWORD kPatienceMs = 10'000;
 constexpr uint64_t kYear2010 = 129'067'776'000'000'000;  // In 100 ns steps since 1601.
 
-void FlipBits(std::string& bytes, size_t position) {
-    bytes[position] = static_cast<char>(bytes[position] ^ 0x10);
+void Put(const fs::path& file, std::string_view bytes, uint64_t time = kYear2010) {
+    bench::WriteFile(file, bytes);
+    bench::SetWriteTime(file, time);
 }
 
 void Install(const fs::path& folder, const bench::Contents& package) {
@@ -25,28 +25,26 @@ void Install(const fs::path& folder, const bench::Contents& package) {
         if (name.ends_with(L'/')) {
             fs::create_directories(folder / name);
         } else {
-            bench::WriteFile(folder / name, bytes);
-            bench::SetWriteTime(folder / name, kYear2010);
+            Put(folder / name, bytes);
         }
     }
 }
 
+std::string WithFlippedBit(std::string bytes, size_t position) {
+    bytes[position] = static_cast<char>(bytes[position] ^ 0x10);
+    return bytes;
+}
+
 // Of each kind of damage at least one. Of equal size: the first, the last and a middle byte.
 void Break(const fs::path& folder, const bench::Contents& package, uint64_t packageTime) {
-    std::string bytes = package.at(L"data/maps/b.map");
-    FlipBits(bytes, bytes.size() - 1);
-    bench::WriteFile(folder / L"data/maps/b.map", bytes);
-    bytes = package.at(L"client.exe");
-    FlipBits(bytes, 0);
-    bench::WriteFile(folder / L"client.exe", bytes);
-    bench::SetWriteTime(folder / L"client.exe", packageTime);
-    bytes = package.at(L"data/every byte.bin");
-    FlipBits(bytes, bytes.size() / 2);
-    bench::WriteFile(folder / L"data/every byte.bin", bytes);
-    bench::WriteFile(folder / L"readme.txt", package.at(L"readme.txt") + "and one line more");
-    // An older version: shorter, from another time.
-    bench::WriteFile(folder / L"data/maps/a.map", "hill hill hill");
-    bench::SetWriteTime(folder / L"data/maps/a.map", kYear2010);
+    const auto put = [&](const wchar_t* name, size_t position, uint64_t time) {
+        Put(folder / name, WithFlippedBit(package.at(name), position), time);
+    };
+    put(L"data/maps/b.map", package.at(L"data/maps/b.map").size() - 1, kYear2010);
+    put(L"client.exe", 0, packageTime);
+    put(L"data/every byte.bin", package.at(L"data/every byte.bin").size() / 2, kYear2010);
+    Put(folder / L"readme.txt", package.at(L"readme.txt") + "and one line more");
+    Put(folder / L"data/maps/a.map", "hill hill hill");  // An older version: shorter.
     fs::remove(folder / L"smile \U0001f600.bin");
     fs::remove_all(folder / L"\u65e5\u672c\u8a9e");
     fs::remove(folder / L"leer");
@@ -54,73 +52,40 @@ void Break(const fs::path& folder, const bench::Contents& package, uint64_t pack
 }
 
 void AddPlayersOwn(const fs::path& folder) {
-    bench::WriteFile(folder / L"settings.ini", "volume=11\r\n");
-    bench::WriteFile(folder / L"data/maps/my own.map", "molehill");
-    bench::WriteFile(folder / L"screenshots/\u00fcber allem.png", "the view from the top");
+    Put(folder / L"settings.ini", "volume=11\r\n");
+    Put(folder / L"data/maps/my own.map", "molehill");
+    Put(folder / L"screenshots/\u00fcber allem.png", "the view from the top");
     fs::create_directory(folder / L"screenshots/empty");
-    bench::SetWriteTime(folder / L"settings.ini", kYear2010);
-}
-
-// A process that has just ended can hold on to its exe for a moment.
-void RemoveWhenReleased(const fs::path& folder) {
-    const ULONGLONG deadline = ::GetTickCount64() + kPatienceMs;
-    std::error_code error;
-    do {
-        fs::remove_all(folder, error);
-    } while (error && ::GetTickCount64() < deadline && (::Sleep(1), true));
-    EXPECT_FALSE(error) << error.message();
 }
 
 }  // namespace
 
-FolderState StateOf(const fs::path& folder) {
-    FolderState state;
-    state[L""].writeTime = bench::GetWriteTime(folder);
-    for (const auto& [path, bytes] : bench::FolderContents(folder)) {
-        state[path] = {bytes, bench::GetWriteTime(folder / path)};
+bench::Contents StateOf(const fs::path& folder) {
+    bench::Contents state = bench::FolderContents(folder);
+    for (auto& [path, bytes] : state) {
+        if (!path.ends_with(L'/') && path != kUninstallerName) {
+            bytes += " of " + std::to_string(bench::GetWriteTime(folder / path));
+        }
     }
     return state;
-}
-
-std::string FirstDifference(const FolderState& expected, const FolderState& actual) {
-    for (const auto& [path, entry] : expected) {
-        const auto found = actual.find(path);
-        if (found == actual.end()) {
-            return "missing: " + bench::ToUtf8(path);
-        }
-        if (found->second.bytes != entry.bytes) {
-            return "different: " + bench::ToUtf8(path);
-        }
-        if (found->second.writeTime != entry.writeTime) {
-            return "of another time: " + bench::ToUtf8(path);
-        }
-    }
-    for (const auto& [path, entry] : actual) {
-        if (!expected.contains(path)) {
-            return "not expected: " + bench::ToUtf8(path);
-        }
-    }
-    return {};
 }
 
 BrokenClient::BrokenClient(const fs::path& parent, const bench::Contents& package,
                            uint64_t packageTime)
     : root_(parent / L"machine") {
-    fs::create_directories(Folder());
     fs::create_directories(TempFolder());
     Install(Folder(), package);
     Break(Folder(), package, packageTime);
     AddPlayersOwn(Folder());
-    PutJobRunner(Tool());
-    bench::SetWriteTime(Tool(), kYear2010);
+    Put(Tool(), bench::ReadFile(bench::FolderOfThisProgram() / L"job_runner.exe"));
     initial_ = StateOf(Folder());
-    for (const auto& [path, entry] : initial_) {
-        if (!path.empty() && !package.contains(path)) {
-            additional_[path] = entry;
-        }
-    }
 }
 
+// A process that has just ended can hold on to its exe for a moment.
 BrokenClient::~BrokenClient() {
-    RemoveWhenReleased(root_);
+    std::error_code error;
+    EXPECT_TRUE(bench::Await([&] {
+        fs::remove_all(root_, error);
+        return !error;
+    })) << error.message();
 }

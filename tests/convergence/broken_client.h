@@ -2,33 +2,20 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <map>
-#include <string>
 
 #include "bench_parts/package_contents.h"
-
-// One entry of a folder; a folder has no bytes.
-struct EntryState {
-    std::string bytes;
-    uint64_t writeTime = 0;
-
-    bool operator==(const EntryState&) const = default;
-};
-
-// By relative path as in bench::FolderListing; the folder itself under the empty path.
-using FolderState = std::map<std::wstring, EntryState>;
-
-FolderState StateOf(const std::filesystem::path& folder);
-
-// Empty when both are the same, else the first difference.
-std::string FirstDifference(const FolderState& expected, const FolderState& actual);
 
 // The name of the tool in its client folder. The package has a file of that name too.
 inline constexpr wchar_t kToolName[] = L"Karvoth Repair.exe";
 inline constexpr wchar_t kUninstallerName[] = L"Uninstall.exe";
 
+// The folder's content, with each file's time after its bytes: bench::FirstDifference finds both.
+// Without the time of the uninstaller, which each job writes anew.
+bench::Contents StateOf(const std::filesystem::path& folder);
+
 // An installed client with every kind of damage and the tool in it, in a folder that is removed
-// with the object. Beside it is a folder for the tool's temporary files.
+// with the object. Beside it is a folder for the tool's temporary files. All clients with the same
+// package are alike.
 class BrokenClient {
 public:
     // What the package holds, and the time of its files, 0 when it is not known: one damaged file
@@ -49,17 +36,12 @@ public:
         return root_ / L"temp";
     }
 
-    // How it was at first.
-    [[nodiscard]] const FolderState& Initial() const {
+    // How it was at first, as by StateOf.
+    [[nodiscard]] const bench::Contents& Initial() const {
         return initial_;
-    }
-    // What of it is not the package's: the player's own files and folders.
-    [[nodiscard]] const FolderState& Additional() const {
-        return additional_;
     }
 
 private:
     std::filesystem::path root_;
-    FolderState initial_;
-    FolderState additional_;
+    bench::Contents initial_;
 };

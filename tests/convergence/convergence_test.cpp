@@ -1,11 +1,10 @@
 // The promise of the tool: whatever interrupted an earlier job, the next one makes the client agree
 // with the package.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -16,10 +15,7 @@
 #include "bench_parts/unpacker_machine.h"
 #include "convergence/broken_client.h"
 #include "convergence/job_process.h"
-#include "convergence/kill_points.h"
 #include "package/package_hash.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -27,35 +23,33 @@ namespace {
 constexpr wchar_t kEntryKey[] =
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Quellstone.Karvoth";
 
+constexpr wchar_t kZip[] = L"zip_small_client.zip";
+constexpr wchar_t kLoneZip[] = L"zip_small_client_lone_folder.zip";
+constexpr wchar_t kRar[] = L"rar5_small_client.rar";
+constexpr wchar_t kLoneRar[] = L"rar5_small_client_lone_folder.rar";
+
+constexpr JobKind kRepair = JobKind::Repair;
+constexpr JobKind kReinstall = JobKind::Reinstall;
+
 struct Scene {
+    const char* name;
     const wchar_t* package;
-    bool hasLoneFolder;
     JobKind kind;
-    unsigned seed;
-    unsigned rounds;  // How many killed jobs, or pairs of them.
+    unsigned first;       // The first change at which a job is killed,
+    unsigned step;        // and the distance of the others; no multiple of 3, so that deaths vary.
+    unsigned again = 0;   // Where the next job is killed too; 0 if it is not.
+    JobKind last = kind;  // The job that is left alone.
+    const wchar_t* function = kAnyFunction;  // What counts as a change.
 };
 
-// What Google Test prints of it.
 void PrintTo(const Scene& scene, std::ostream* out) {
-    *out << (scene.kind == JobKind::Reinstall ? "Reinstall" : "Repair") << " from "
-         << fs::path(scene.package).string() << ", seed " << scene.seed;
-}
-
-std::string SceneName(const testing::TestParamInfo<Scene>& scene) {
-    return std::string(scene.param.kind == JobKind::Reinstall ? "Reinstall" : "Repair") + "_" +
-           fs::path(scene.param.package).stem().string() + "_" + std::to_string(scene.param.seed);
+    *out << scene.name;
 }
 
 std::wstring DigestOf(const std::wstring& packageName) {
     std::wstring digest;
     EXPECT_TRUE(ComputeFileSha256(bench::PackagePath(packageName), digest));
     return digest;
-}
-
-// The entry has the same bytes and the same time in both.
-void ExpectSame(const FolderState& expected, const FolderState& actual, const std::wstring& path) {
-    const auto found = actual.find(path);
-    EXPECT_TRUE(found != actual.end() && found->second == expected.at(path)) << path;
 }
 
 // Without the date, which may change during a test.
@@ -65,13 +59,15 @@ bench::StoredValues ReadEntry() {
     return values;
 }
 
+// The entries of `all` that `wanted` has too.
+bench::Contents Among(const bench::Contents& wanted, bench::Contents all) {
+    std::erase_if(all, [&](const auto& entry) { return !wanted.contains(entry.first); });
+    return all;
+}
+
 class KilledJob : public testing::TestWithParam<Scene> {
 protected:
-    KilledJob()
-        : order_{GetParam().kind, server_.Url(std::wstring(L"archive/") + GetParam().package),
-                 DigestOf(GetParam().package)} {
-        const bench::Contents all = bench::PackageContents(GetParam().package);
-        package_ = GetParam().hasLoneFolder ? bench::Below(L"Client", all) : all;
+    KilledJob() {
         machine_.PutTar();
         machine_.PutSevenZip(machine_.SearchFolder() / L"7z.exe");
         bench::RemoveKey(kEntryKey);
@@ -83,240 +79,127 @@ protected:
 
     // Runs the job undisturbed. Its result is the reference for all others.
     void SetUp() override {
-        const BrokenClient client(machine_.Root(), package_, packageTime_);
-        const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_);
-        ASSERT_EQ(outcome.exitCode, kJobSucceeded) << outcome.detail;
-        EXPECT_EQ(bench::FirstDifference(ExpectedContents(client), ContentsOf(client)), "");
-        calls_ = outcome.calls;
+        const BrokenClient client(machine_.Root(), package_);
+        ASSERT_EQ(Run(GetParam().kind, client), kJobSucceeded);
         reference_ = StateOf(client.Folder());
-        packageTime_ = reference_.at(L"client.exe").writeTime;
-        ExpectPackageTime();
+        packageTime_ = bench::GetWriteTime(client.Folder() / L"client.exe");
         referenceEntry_ = ReadEntry();
         EXPECT_EQ(referenceEntry_.size(), 9U);
         bench::RemoveKey(kEntryKey);
-        EXPECT_EQ(calls_.size(), 7U + (GetParam().hasLoneFolder ? 1U : 0U) +
-                                     (GetParam().kind == JobKind::Reinstall ? 1U : 0U));
-    }
 
-    // All files of the test packages are of one time.
-    void ExpectPackageTime() const {
-        constexpr uint64_t kThreeSeconds = 30'000'000;
-        for (const auto& [path, bytes] : package_) {
-            if (!path.ends_with(L'/') && path != kToolName) {
-                const uint64_t time = reference_.at(path).writeTime;
-                EXPECT_LT(std::max(time, packageTime_) - std::min(time, packageTime_),
-                          kThreeSeconds)
-                    << path;
-            }
-        }
-    }
-
-    static bench::Contents ContentsOf(const BrokenClient& client) {
-        return bench::FolderContents(client.Folder());
-    }
-
-    // The package's files, the tool, the uninstaller, and in a repair what the player added.
-    bench::Contents ExpectedContents(const BrokenClient& client) const {
+        const bench::Contents actual = bench::FolderContents(client.Folder());
         bench::Contents expected = package_;
-        if (GetParam().kind == JobKind::Repair) {
-            for (const auto& [path, entry] : client.Additional()) {
-                expected[path] = entry.bytes;
-            }
-        }
-        expected[kToolName] = client.Initial().at(kToolName).bytes;
+        expected[kToolName] = bench::ReadFile(client.Tool());  // Not the package's.
         expected[kUninstallerName] = bench::ReadFile(client.Folder() / kUninstallerName);
-        return expected;
+        EXPECT_EQ(bench::FirstDifference(expected, Among(expected, actual)), "");
+        EXPECT_EQ(actual.size(), expected.size() + Kept(client).size() - 1) << "with the tool once";
+        ExpectKept(client);
     }
 
-    void Kill(const BrokenClient& client, const Strike& strike) const {
-        const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_, strike);
-        // The network and the unpacking program decide how many calls these take.
-        const bool varies = strike.phase == Phase::Download || strike.phase == Phase::Unpacking;
-        EXPECT_THAT(outcome.exitCode, testing::AnyOf(kKilled, varies ? kKilledLate : kKilled));
+    int Run(JobKind kind, const BrokenClient& client,
+            const std::optional<Strike>& strike = std::nullopt) const {
+        const std::wstring url = server_.Url(std::wstring(L"archive/") + GetParam().package);
+        return RunJob(client.Tool(), client.TempFolder(), {kind, url, digest_}, strike);
     }
 
-    // A client that is partly repaired takes fewer calls.
-    void KillAgain(const BrokenClient& client, const Strike& strike) const {
-        const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_, strike);
-        EXPECT_THAT(outcome.exitCode, testing::AnyOf(kKilled, kKilledLate));
+    // What no job may change: the tool and, in a repair, the player's own files and folders.
+    [[nodiscard]] bench::Contents Kept(const BrokenClient& client) const {
+        bench::Contents kept = client.Initial();
+        std::erase_if(kept, [&](const auto& entry) {
+            return entry.first != kToolName &&
+                   (GetParam().kind == JobKind::Reinstall || package_.contains(entry.first));
+        });
+        return kept;
     }
 
-    // Must hold at whatever moment the process ended.
-    void ExpectNothingLost(const BrokenClient& client, Phase phase) const {
-        const FolderState state = StateOf(client.Folder());
-        if (phase < Phase::CleanOut) {
-            EXPECT_EQ(FirstDifference(client.Initial(), state), "");
-        }
-        ExpectSame(client.Initial(), state, kToolName);
-        if (GetParam().kind == JobKind::Repair) {
-            ExpectAdditionalUntouched(client, state);
-        }
-    }
-
-    static void ExpectAdditionalUntouched(const BrokenClient& client, const FolderState& state) {
-        for (const auto& [path, entry] : client.Additional()) {
-            if (path.ends_with(L'/')) {
-                EXPECT_TRUE(state.contains(path)) << path;
-            } else {
-                ExpectSame(client.Additional(), state, path);
-            }
-        }
+    // Must hold at whatever moment a job ended.
+    void ExpectKept(const BrokenClient& client) const {
+        const bench::Contents kept = Kept(client);
+        EXPECT_EQ(bench::FirstDifference(kept, Among(kept, StateOf(client.Folder()))), "");
     }
 
     void ExpectConvergence(const BrokenClient& client) const {
         const std::vector<std::wstring> leftBehind = bench::FolderListing(client.TempFolder());
-        const JobOutcome outcome = RunJob(client.Tool(), client.TempFolder(), order_);
-        EXPECT_EQ(outcome.exitCode, kJobSucceeded) << outcome.detail;
-        EXPECT_EQ(bench::FirstDifference(ExpectedContents(client), ContentsOf(client)), "");
-        const FolderState state = StateOf(client.Folder());
-        ExpectReferenceFiles(state);
-        ExpectSame(client.Initial(), state, kToolName);
-        if (GetParam().kind == JobKind::Repair) {
-            ExpectAdditionalUntouched(client, state);
-        }
+        EXPECT_EQ(Run(GetParam().last, client), kJobSucceeded);
+        // A repair leaves what the reinstall did not come to remove, and counts its size.
+        const bool isSameKind = GetParam().last == GetParam().kind;
+        const bench::Contents state = StateOf(client.Folder());
+        EXPECT_EQ(bench::FirstDifference(reference_, isSameKind ? state : Among(reference_, state)),
+                  "");
         EXPECT_EQ(bench::FolderListing(client.TempFolder()), leftBehind);
-        ExpectReferenceEntry();
-    }
-
-    // Bytes and times as an undisturbed job leaves them.
-    void ExpectReferenceFiles(const FolderState& state) const {
-        for (const auto& [path, bytes] : package_) {
-            if (!path.ends_with(L'/') && path != kToolName) {
-                ExpectSame(reference_, state, path);
-            }
-        }
-        EXPECT_EQ(state.at(kUninstallerName).bytes, reference_.at(kUninstallerName).bytes);
-    }
-
-    void ExpectReferenceEntry() const {
-        EXPECT_TRUE(ReadEntry() == referenceEntry_);
+        EXPECT_TRUE(ReadEntry() == referenceEntry_ || !isSameKind);
         bench::RemoveKey(kEntryKey);
     }
 
     bench::UnpackerMachine machine_;
     bench::FaultServer server_;
-    JobOrder order_;
-    bench::Contents package_;
-    PhaseCalls calls_;
-    FolderState reference_;
+    std::wstring digest_ = DigestOf(GetParam().package);
+    bench::Contents package_ = PackageOf(GetParam().package);
     uint64_t packageTime_ = 0;
+    bench::Contents reference_;
     bench::StoredValues referenceEntry_;
+
+private:
+    // As it is in the client.
+    static bench::Contents PackageOf(const std::wstring& name) {
+        const bench::Contents all = bench::PackageContents(name);
+        return name.find(L"lone_folder") == std::wstring::npos ? all : bench::Below(L"Client", all);
+    }
 };
 
 TEST_P(KilledJob, ConvergesWhenItIsRunAgain) {
-    KillPoints killPoints(calls_, GetParam().seed);
-    for (unsigned i = 0; i < GetParam().rounds && !HasFailure(); ++i) {
-        const Strike strike = killPoints.Next();
-        SCOPED_TRACE(Description(strike));
+    const Scene& scene = GetParam();
+    unsigned kills = 0;
+    for (unsigned number = scene.first; !HasFailure(); number += scene.step) {
+        SCOPED_TRACE(number);
         const BrokenClient client(machine_.Root(), package_, packageTime_);
-        Kill(client, strike);
-        ExpectNothingLost(client, strike.phase);
+        const Death death =
+            scene.function == kAnyFunction ? static_cast<Death>(number % 3) : Death::Stretched;
+        const int end = Run(scene.kind, client, Strike{death, scene.function, number});
+        if (end == kJobSucceeded) {
+            break;  // It has fewer changes.
+        }
+        ++kills;
+        ASSERT_GE(end, kKilled);
+        if (end < kKilled + static_cast<int>(JobStage::Finishing)) {
+            EXPECT_EQ(bench::FirstDifference(client.Initial(), StateOf(client.Folder())), "");
+        }
+        ExpectKept(client);
+        if (scene.again != 0) {
+            Run(scene.kind, client, Strike{death, scene.function, scene.again});
+            ExpectKept(client);
+        }
         ExpectConvergence(client);
     }
-    std::printf("Kill points of seed %u:\n", GetParam().seed);
-    killPoints.PrintSpread();
+    std::printf("Killed jobs: %u\n", kills);
+    EXPECT_GE(kills, 3U);
 }
 
-constexpr wchar_t kZip[] = L"zip_small_client.zip";
-constexpr wchar_t kLoneZip[] = L"zip_small_client_lone_folder.zip";
-constexpr wchar_t kRar[] = L"rar5_small_client.rar";
-constexpr wchar_t kLoneRar[] = L"rar5_small_client_lone_folder.rar";
-
-constexpr unsigned kFewRounds = 6;
-constexpr unsigned kManyRounds = 13;
-
-// In the usual run few of each, so that none takes long.
-INSTANTIATE_TEST_SUITE_P(Some, KilledJob,
-                         testing::Values(Scene{kZip, false, JobKind::Repair, 1001, kFewRounds},
-                                         Scene{kLoneRar, true, JobKind::Repair, 1004, kFewRounds},
-                                         Scene{kLoneZip, true, JobKind::Reinstall, 1006,
-                                               kFewRounds},
-                                         Scene{kRar, false, JobKind::Reinstall, 1007, kFewRounds}),
-                         SceneName);
+// In the usual run few jobs of each, so that none takes long. The nastiest case is a file with its
+// full size but not its content.
+INSTANTIATE_TEST_SUITE_P(
+    Some, KilledJob,
+    testing::Values(Scene{"RepairZip", kZip, kRepair, 2, 13},
+                    Scene{"RepairLoneRar", kLoneRar, kRepair, 7, 16},
+                    Scene{"ReinstallLoneZip", kLoneZip, kReinstall, 5, 22},
+                    Scene{"ReinstallRar", kRar, kReinstall, 9, 25},
+                    Scene{"RepairKilledTwice", kLoneZip, kRepair, 16, 16, 40},
+                    Scene{"ReinstallAndRepair", kZip, kReinstall, 14, 32, 0, kRepair},
+                    Scene{"RepairCopies", kLoneZip, kRepair, 1, 1, 0, kRepair, L"CopyFileW"}),
+    testing::PrintToStringParamName());
 INSTANTIATE_TEST_SUITE_P(
     Slow, KilledJob,
-    testing::Values(Scene{kZip, false, JobKind::Repair, 1001, kManyRounds},
-                    Scene{kLoneZip, true, JobKind::Repair, 1002, kManyRounds},
-                    Scene{kRar, false, JobKind::Repair, 1003, kManyRounds},
-                    Scene{kLoneRar, true, JobKind::Repair, 1004, kManyRounds},
-                    Scene{kZip, false, JobKind::Reinstall, 1005, kManyRounds},
-                    Scene{kLoneZip, true, JobKind::Reinstall, 1006, kManyRounds},
-                    Scene{kRar, false, JobKind::Reinstall, 1007, kManyRounds},
-                    Scene{kLoneRar, true, JobKind::Reinstall, 1008, kManyRounds},
-                    Scene{kZip, false, JobKind::Repair, 1009, kManyRounds},
-                    Scene{kLoneZip, true, JobKind::Repair, 1010, kManyRounds},
-                    Scene{kRar, false, JobKind::Repair, 1011, kManyRounds},
-                    Scene{kLoneRar, true, JobKind::Repair, 1012, kManyRounds},
-                    Scene{kZip, false, JobKind::Reinstall, 1013, kManyRounds},
-                    Scene{kLoneZip, true, JobKind::Reinstall, 1014, kManyRounds},
-                    Scene{kRar, false, JobKind::Reinstall, 1015, kManyRounds},
-                    Scene{kLoneRar, true, JobKind::Reinstall, 1016, kManyRounds}),
-    SceneName);
-
-class JobWithManyDeaths : public KilledJob {};
-
-TEST_P(JobWithManyDeaths, ConvergesWhenItIsKilledTwice) {
-    KillPoints killPoints(calls_, GetParam().seed);
-    for (unsigned i = 0; i < GetParam().rounds && !HasFailure(); ++i) {
-        const Strike first = killPoints.Next();
-        const Strike second = killPoints.Next();
-        SCOPED_TRACE(Description(first) + "; " + Description(second));
-        const BrokenClient client(machine_.Root(), package_, packageTime_);
-        Kill(client, first);
-        KillAgain(client, second);
-        ExpectNothingLost(client, std::max(first.phase, second.phase));
-        ExpectConvergence(client);
-    }
-    std::printf("Kill points of seed %u:\n", GetParam().seed);
-    killPoints.PrintSpread();
-}
-
-// The nastiest case: a file with its full size but not its content.
-TEST_P(JobWithManyDeaths, ConvergesAfterEachHalfOfACopy) {
-    const unsigned copies = calls_.at(Phase::Copying).at(L"CopyFileW");
-    for (unsigned number = 1; number <= copies && !HasFailure(); ++number) {
-        const auto death = number % 3 == 0 ? Intervention::DieHalfWay : Intervention::DieStretched;
-        const Strike strike{death, Phase::Copying, L"CopyFileW", number};
-        SCOPED_TRACE(Description(strike));
-        const BrokenClient client(machine_.Root(), package_, packageTime_);
-        Kill(client, strike);
-        ExpectNothingLost(client, strike.phase);
-        ExpectConvergence(client);
-    }
-    std::printf("Copies that were cut short: %u\n", copies);
-}
-
-INSTANTIATE_TEST_SUITE_P(Repair, JobWithManyDeaths,
-                         testing::Values(Scene{kLoneZip, true, JobKind::Repair, 2001, 4}),
-                         SceneName);
-INSTANTIATE_TEST_SUITE_P(Slow, JobWithManyDeaths,
-                         testing::Values(Scene{kLoneZip, true, JobKind::Repair, 2001, 8},
-                                         Scene{kLoneZip, true, JobKind::Reinstall, 2002, 8}),
-                         SceneName);
-
-class KilledReinstall : public KilledJob {};
-
-// The player tries the other button.
-TEST_P(KilledReinstall, IsCompletedByARepair) {
-    KillPoints killPoints(calls_, GetParam().seed);
-    const JobOrder repair{JobKind::Repair, order_.url, order_.digest};
-    for (unsigned i = 0; i < GetParam().rounds && !HasFailure(); ++i) {
-        const Strike strike = killPoints.Next();
-        SCOPED_TRACE(Description(strike));
-        const BrokenClient client(machine_.Root(), package_, packageTime_);
-        Kill(client, strike);
-        EXPECT_EQ(RunJob(client.Tool(), client.TempFolder(), repair).exitCode, kJobSucceeded);
-        ExpectReferenceFiles(StateOf(client.Folder()));
-    }
-    std::printf("Kill points of seed %u:\n", GetParam().seed);
-    killPoints.PrintSpread();
-}
-
-INSTANTIATE_TEST_SUITE_P(Some, KilledReinstall,
-                         testing::Values(Scene{kZip, false, JobKind::Reinstall, 3002, 3}),
-                         SceneName);
-INSTANTIATE_TEST_SUITE_P(Slow, KilledReinstall,
-                         testing::Values(Scene{kRar, false, JobKind::Reinstall, 3001, 12}),
-                         SceneName);
+    testing::Values(
+        Scene{"RepairZip", kZip, kRepair, 1, 4}, Scene{"RepairLoneZip", kLoneZip, kRepair, 2, 4},
+        Scene{"RepairRar", kRar, kRepair, 3, 4}, Scene{"RepairLoneRar", kLoneRar, kRepair, 4, 4},
+        Scene{"ReinstallZip", kZip, kReinstall, 1, 5},
+        Scene{"ReinstallLoneZip", kLoneZip, kReinstall, 2, 5},
+        Scene{"ReinstallRar", kRar, kReinstall, 3, 5},
+        Scene{"ReinstallLoneRar", kLoneRar, kReinstall, 4, 5},
+        Scene{"RepairKilledTwice", kLoneZip, kRepair, 8, 10, 30},
+        Scene{"ReinstallKilledTwice", kLoneZip, kReinstall, 8, 16, 60},
+        Scene{"ReinstallAndRepair", kRar, kReinstall, 5, 10, 0, kRepair},
+        Scene{"ReinstallCopies", kLoneZip, kReinstall, 1, 1, 0, kReinstall, L"CopyFileW"}),
+    testing::PrintToStringParamName());
 
 }  // namespace

@@ -2,113 +2,116 @@
 
 #include "convergence/job_runner.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <iterator>
-#include <optional>
+#include <fstream>
 #include <string>
 #include <tuple>
 
+#include "bench_parts/named_call.h"
 #include "bench_parts/utf8.h"
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
-#include "convergence/counted_calls.h"
 #include "job/job_flow.h"
 #include "job/job_thread.h"
-#include "package/bcrypt_api.h"
-#include "package/winhttp_api.h"
 
 namespace {
 
-using bench::ToUtf8;
+namespace fs = std::filesystem;
+
+using bench::kAdvapi32;
+using bench::kKernel32;
 
 constexpr int kOrderArguments = 4;
-constexpr int kInterventionArguments = 8;
+constexpr int kStrikeArguments = 7;
 
-constexpr wchar_t kAdvapi[] = L"advapi32.dll";
-constexpr wchar_t kBcrypt[] = L"bcrypt.dll";
-constexpr wchar_t kKernel[] = L"kernel32.dll";
-constexpr wchar_t kWinHttp[] = L"winhttp.dll";
+Death death = Death::Before;
+std::string struckFunction;
+unsigned struckNumber = 0;  // Counted from 1; 0 for none.
+unsigned calls = 0;
 
-// Whatever the stages ask of the system.
-using CountedFunctions = std::tuple<
-    CountedCall<kWinHttp, "WinHttpOpen", decltype(&::WinHttpOpen)>,
-    CountedCall<kWinHttp, "WinHttpConnect", decltype(&::WinHttpConnect)>,
-    CountedCall<kWinHttp, "WinHttpOpenRequest", decltype(&::WinHttpOpenRequest)>,
-    CountedCall<kWinHttp, "WinHttpSendRequest", decltype(&::WinHttpSendRequest)>,
-    CountedCall<kWinHttp, "WinHttpReceiveResponse", decltype(&::WinHttpReceiveResponse)>,
-    CountedCall<kWinHttp, "WinHttpQueryHeaders", decltype(&::WinHttpQueryHeaders)>,
-    CountedCall<kWinHttp, "WinHttpReadData", decltype(&::WinHttpReadData)>,
-    CountedCall<kBcrypt, "BCryptOpenAlgorithmProvider", decltype(&::BCryptOpenAlgorithmProvider)>,
-    CountedCall<kBcrypt, "BCryptHashData", decltype(&::BCryptHashData)>,
-    CountedCall<kBcrypt, "BCryptFinishHash", decltype(&::BCryptFinishHash)>,
-    CountedCall<kKernel, "GetTempPathW", decltype(&::GetTempPathW)>,
-    CountedCall<kKernel, "CreateFileW", decltype(&::CreateFileW)>,
-    CountedCall<kKernel, "ReadFile", decltype(&::ReadFile)>,
-    CountedCall<kKernel, "WriteFile", decltype(&::WriteFile)>,
-    CountedCall<kKernel, "SetFileTime", decltype(&::SetFileTime)>,
-    CountedCall<kKernel, "CopyFileW", decltype(&::CopyFileW)>,
-    CountedCall<kKernel, "MoveFileExW", decltype(&::MoveFileExW)>,
-    CountedCall<kKernel, "CreateDirectoryW", decltype(&::CreateDirectoryW)>,
-    CountedCall<kKernel, "RemoveDirectoryW", decltype(&::RemoveDirectoryW)>,
-    CountedCall<kKernel, "DeleteFileW", decltype(&::DeleteFileW)>,
-    CountedCall<kKernel, "SetFileInformationByHandle", decltype(&::SetFileInformationByHandle)>,
-    CountedCall<kKernel, "SetFileAttributesW", decltype(&::SetFileAttributesW)>,
-    CountedCall<kKernel, "FindFirstFileExW", decltype(&::FindFirstFileExW)>,
-    CountedCall<kKernel, "FindNextFileW", decltype(&::FindNextFileW)>,
-    CountedCall<kKernel, "GetFileAttributesW", decltype(&::GetFileAttributesW)>,
-    CountedCall<kKernel, "GetFileAttributesExW", decltype(&::GetFileAttributesExW)>,
-    CountedCall<kKernel, "GetFileInformationByHandle", decltype(&::GetFileInformationByHandle)>,
-    CountedCall<kKernel, "GetFileInformationByHandleEx", decltype(&::GetFileInformationByHandleEx)>,
-    CountedCall<kKernel, "GetFileSizeEx", decltype(&::GetFileSizeEx)>,
-    CountedCall<kKernel, "GetFileTime", decltype(&::GetFileTime)>,
-    CountedCall<kKernel, "GetFinalPathNameByHandleW", decltype(&::GetFinalPathNameByHandleW)>,
-    CountedCall<kKernel, "SearchPathW", decltype(&::SearchPathW)>,
-    CountedCall<kKernel, "CreateProcessW", decltype(&::CreateProcessW)>,
-    CountedCall<kKernel, "WaitForSingleObject", decltype(&::WaitForSingleObject)>,
-    CountedCall<kKernel, "GetExitCodeProcess", decltype(&::GetExitCodeProcess)>,
-    CountedCall<kAdvapi, "RegCreateKeyExW", decltype(&::RegCreateKeyExW)>,
-    CountedCall<kAdvapi, "RegSetValueExW", decltype(&::RegSetValueExW)>,
-    CountedCall<kAdvapi, "RegCloseKey", decltype(&::RegCloseKey)>>;
-
-template <typename Value, size_t kCount>
-std::optional<Value> ValueNamed(const std::array<std::wstring_view, kCount>& names,
-                                std::wstring_view name) {
-    const auto found = std::find(names.begin(), names.end(), name);
-    return found == names.end() ? std::nullopt
-                                : std::optional(static_cast<Value>(found - names.begin()));
+bool IsStruck(const char* function) {
+    const bool counts = struckFunction == bench::ToUtf8(kAnyFunction) || struckFunction == function;
+    calls += counts ? 1 : 0;
+    return counts && calls == struckNumber;
 }
 
-std::optional<ChosenCall> ReadChosenCall(wchar_t** arguments) {
-    const auto intervention = ValueNamed<Intervention>(kInterventionNames, arguments[0]);
-    const auto phase = ValueNamed<Phase>(kPhaseNames, arguments[1]);
-    if (!intervention || !phase) {
-        return std::nullopt;
-    }
-    return ChosenCall{*intervention, *phase, ToUtf8(arguments[2]),
-                      static_cast<unsigned>(std::wcstoul(arguments[3], nullptr, 10))};
-}
-
-void PrintReport() {
-    std::printf("detail\t%s\n", ToUtf8(snapshot().detailLine).c_str());
-    for (const auto& [place, number] : CountedCalls()) {
-        std::printf("calls\t%s\t%s\t%u\n",
-                    ToUtf8(kPhaseNames[static_cast<size_t>(place.first)]).c_str(),
-                    place.second.c_str(), number);
+[[noreturn]] void Die() {
+    // Without the lock: only this thread writes the record.
+    const auto stage = static_cast<UINT>(jobProgress.state.stage);
+    ::TerminateProcess(::GetCurrentProcess(), kKilled + stage);
+    for (;;) {
+        ::Sleep(INFINITE);
     }
 }
+
+void CopyHalf(const fs::path& source, const fs::path& target, bool isStretched) {
+    const std::uintmax_t size = fs::file_size(source);
+    std::string half(size / 2, '\0');
+    std::ifstream(source, std::ios::binary).read(half.data(), std::ssize(half));
+    std::ofstream(target, std::ios::binary) << half;
+    if (isStretched) {
+        fs::resize_file(target, size);
+    }
+}
+
+struct CountChange {
+    template <bench::FunctionName kName, typename Result, typename... Arguments>
+    static Result Call(Result(WINAPI* original)(Arguments...), Arguments... arguments) {
+        if (IsStruck(kName.text)) {
+            if (death != Death::Before) {
+                DoHalf<kName>(original, arguments...);
+            }
+            Die();
+        }
+        return original(arguments...);
+    }
+
+private:
+    // Nothing if the call cannot be done by half.
+    template <bench::FunctionName kName, typename Function, typename... Arguments>
+    static void DoHalf([[maybe_unused]] Function original,
+                       [[maybe_unused]] Arguments... arguments) {
+        if constexpr (kName.Is("CopyFileW")) {
+            [](const wchar_t* source, const wchar_t* target, BOOL) {
+                CopyHalf(source, target, death == Death::Stretched);
+            }(arguments...);
+        } else if constexpr (kName.Is("WriteFile")) {
+            [=](auto file, const void* bytes, auto size, auto... others) {
+                original(file, bytes, size / 2, others...);
+            }(arguments...);
+        } else if constexpr (kName.Is("CreateProcessW")) {
+            original(arguments...);
+        }
+    }
+};
+
+template <const wchar_t* kDll, bench::FunctionName kName, typename Function>
+using Change = bench::NamedCall<CountChange, kDll, kName, Function>;
+
+using Changes = std::tuple<
+    Change<kKernel32, "CopyFileW", decltype(&::CopyFileW)>,
+    Change<kKernel32, "CreateDirectoryW", decltype(&::CreateDirectoryW)>,
+    Change<kKernel32, "CreateProcessW", decltype(&::CreateProcessW)>,
+    Change<kKernel32, "DeleteFileW", decltype(&::DeleteFileW)>,
+    Change<kKernel32, "MoveFileExW", decltype(&::MoveFileExW)>,
+    Change<kKernel32, "RemoveDirectoryW", decltype(&::RemoveDirectoryW)>,
+    Change<kKernel32, "SetFileInformationByHandle", decltype(&::SetFileInformationByHandle)>,
+    Change<kKernel32, "SetFileTime", decltype(&::SetFileTime)>,
+    Change<kKernel32, "WriteFile", decltype(&::WriteFile)>,
+    Change<kAdvapi32, "RegCreateKeyExW", decltype(&::RegCreateKeyExW)>,
+    Change<kAdvapi32, "RegSetValueExW", decltype(&::RegSetValueExW)>>;
 
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    std::optional<ChosenCall> chosen;
-    if (argc == kInterventionArguments) {
-        chosen = ReadChosenCall(argv + kOrderArguments);
-    }
-    if (argc != kOrderArguments && !chosen) {
+    if (argc != kOrderArguments && argc != kStrikeArguments) {
         return kUsageError;
+    }
+    if (argc == kStrikeArguments) {
+        death = static_cast<Death>(std::stoi(argv[4]));
+        struckFunction = bench::ToUtf8(argv[5]);
+        struckNumber = std::stoul(argv[6]);
     }
     const JobKind kind =
         std::wstring_view(argv[2]) == L"reinstall" ? JobKind::Reinstall : JobKind::Repair;
@@ -116,16 +119,15 @@ int wmain(int argc, wchar_t** argv) {
     toolConfig.startupExe = L"client.exe";
     LocateTool();
 
-    const CountedFunctions countedFunctions;
-    BeginCounting(chosen);
+    const Changes changes;
     if (!PrepareJob(kind, argv[1])) {
         return kUsageError;
     }
     StartJobThread([kind] { runJob(kind); });
     JoinJobThread();
-    if (chosen) {
-        Die(kKilledLate);
+    if (snapshot().stage == JobStage::Done) {
+        return kJobSucceeded;
     }
-    PrintReport();
-    return snapshot().stage == JobStage::Done ? kJobSucceeded : kJobFailed;
+    std::puts(bench::ToUtf8(snapshot().detailLine).c_str());
+    return kJobFailed;
 }
