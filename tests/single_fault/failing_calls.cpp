@@ -11,15 +11,14 @@
 
 namespace {
 
-constexpr wchar_t kAdvapi[] = L"advapi32.dll";
-constexpr wchar_t kKernel[] = L"kernel32.dll";
+using bench::kAdvapi32;
+using bench::kKernel32;
 
 DWORD watchedThread = 0;
 size_t callCount = 0;
 std::vector<SystemCall>* notedCalls = nullptr;
 const Fault* plannedFault = nullptr;
 SystemCall struckCall{};
-bool hasStruck = false;
 
 bool IsSamePath(const wchar_t* path) {
     return path != nullptr && !struckCall.path.empty() && struckCall.path == path;
@@ -27,18 +26,18 @@ bool IsSamePath(const wchar_t* path) {
 
 // Whether this call fails. `path` may be null.
 bool Strikes(const char* function, const wchar_t* path) {
+    // The record without the lock: only this thread writes it, and some calls are made under it.
+    const SystemCall noted{function, path == nullptr ? L"" : path,
+                           jobProgress.state.statusLine + jobProgress.state.detailLine};
     ++callCount;
     if (notedCalls != nullptr) {
-        // Without the lock: only this thread writes the record, and some calls are made under it.
-        notedCalls->push_back({function, path == nullptr ? std::wstring() : std::wstring(path),
-                               jobProgress.state.detailLine});
+        notedCalls->push_back(noted);
     }
     if (plannedFault == nullptr || callCount < plannedFault->number) {
         return false;
     }
     if (callCount == plannedFault->number) {
-        hasStruck = true;
-        struckCall = {function, path == nullptr ? std::wstring() : std::wstring(path), {}};
+        struckCall = noted;
         return true;
     }
     switch (plannedFault->mode) {
@@ -107,36 +106,37 @@ template <const wchar_t* kDll, bench::FunctionName kName, typename Function>
 using FailingCall = bench::NamedCall<FailCall, kDll, kName, Function>;
 
 using AllCalls = std::tuple<
-    FailingCall<kKernel, "CopyFileW", decltype(&::CopyFileW)>,
-    FailingCall<kKernel, "CreateDirectoryW", decltype(&::CreateDirectoryW)>,
-    FailingCall<kKernel, "CreateFileW", decltype(&::CreateFileW)>,
-    FailingCall<kKernel, "CreateProcessW", decltype(&::CreateProcessW)>,
-    FailingCall<kKernel, "DeleteFileW", decltype(&::DeleteFileW)>,
-    FailingCall<kKernel, "FindFirstFileExW", decltype(&::FindFirstFileExW)>,
-    FailingCall<kKernel, "FindNextFileW", decltype(&::FindNextFileW)>,
-    FailingCall<kKernel, "GetEnvironmentVariableW", decltype(&::GetEnvironmentVariableW)>,
-    FailingCall<kKernel, "GetExitCodeProcess", decltype(&::GetExitCodeProcess)>,
-    FailingCall<kKernel, "GetFileAttributesExW", decltype(&::GetFileAttributesExW)>,
-    FailingCall<kKernel, "GetFileAttributesW", decltype(&::GetFileAttributesW)>,
-    FailingCall<kKernel, "GetFileInformationByHandle", decltype(&::GetFileInformationByHandle)>,
-    FailingCall<kKernel, "GetFileInformationByHandleEx", decltype(&::GetFileInformationByHandleEx)>,
-    FailingCall<kKernel, "GetFileSizeEx", decltype(&::GetFileSizeEx)>,
-    FailingCall<kKernel, "GetFileTime", decltype(&::GetFileTime)>,
-    FailingCall<kKernel, "GetFinalPathNameByHandleW", decltype(&::GetFinalPathNameByHandleW)>,
-    FailingCall<kKernel, "GetFullPathNameW", decltype(&::GetFullPathNameW)>,
-    FailingCall<kKernel, "GetTempPathW", decltype(&::GetTempPathW)>,
-    FailingCall<kKernel, "GetVolumePathNameW", decltype(&::GetVolumePathNameW)>,
-    FailingCall<kKernel, "MoveFileExW", decltype(&::MoveFileExW)>,
-    FailingCall<kKernel, "ReadFile", decltype(&::ReadFile)>,
-    FailingCall<kKernel, "RemoveDirectoryW", decltype(&::RemoveDirectoryW)>,
-    FailingCall<kKernel, "SearchPathW", decltype(&::SearchPathW)>,
-    FailingCall<kKernel, "SetFileAttributesW", decltype(&::SetFileAttributesW)>,
-    FailingCall<kKernel, "SetFileInformationByHandle", decltype(&::SetFileInformationByHandle)>,
-    FailingCall<kKernel, "SetFileTime", decltype(&::SetFileTime)>,
-    FailingCall<kKernel, "WaitForSingleObject", decltype(&::WaitForSingleObject)>,
-    FailingCall<kKernel, "WriteFile", decltype(&::WriteFile)>,
-    FailingCall<kAdvapi, "RegCreateKeyExW", decltype(&::RegCreateKeyExW)>,
-    FailingCall<kAdvapi, "RegSetValueExW", decltype(&::RegSetValueExW)>>;
+    FailingCall<kKernel32, "CopyFileW", decltype(&::CopyFileW)>,
+    FailingCall<kKernel32, "CreateDirectoryW", decltype(&::CreateDirectoryW)>,
+    FailingCall<kKernel32, "CreateFileW", decltype(&::CreateFileW)>,
+    FailingCall<kKernel32, "CreateProcessW", decltype(&::CreateProcessW)>,
+    FailingCall<kKernel32, "DeleteFileW", decltype(&::DeleteFileW)>,
+    FailingCall<kKernel32, "FindFirstFileExW", decltype(&::FindFirstFileExW)>,
+    FailingCall<kKernel32, "FindNextFileW", decltype(&::FindNextFileW)>,
+    FailingCall<kKernel32, "GetEnvironmentVariableW", decltype(&::GetEnvironmentVariableW)>,
+    FailingCall<kKernel32, "GetExitCodeProcess", decltype(&::GetExitCodeProcess)>,
+    FailingCall<kKernel32, "GetFileAttributesExW", decltype(&::GetFileAttributesExW)>,
+    FailingCall<kKernel32, "GetFileAttributesW", decltype(&::GetFileAttributesW)>,
+    FailingCall<kKernel32, "GetFileInformationByHandle", decltype(&::GetFileInformationByHandle)>,
+    FailingCall<kKernel32, "GetFileInformationByHandleEx",
+                decltype(&::GetFileInformationByHandleEx)>,
+    FailingCall<kKernel32, "GetFileSizeEx", decltype(&::GetFileSizeEx)>,
+    FailingCall<kKernel32, "GetFileTime", decltype(&::GetFileTime)>,
+    FailingCall<kKernel32, "GetFinalPathNameByHandleW", decltype(&::GetFinalPathNameByHandleW)>,
+    FailingCall<kKernel32, "GetFullPathNameW", decltype(&::GetFullPathNameW)>,
+    FailingCall<kKernel32, "GetTempPathW", decltype(&::GetTempPathW)>,
+    FailingCall<kKernel32, "GetVolumePathNameW", decltype(&::GetVolumePathNameW)>,
+    FailingCall<kKernel32, "MoveFileExW", decltype(&::MoveFileExW)>,
+    FailingCall<kKernel32, "ReadFile", decltype(&::ReadFile)>,
+    FailingCall<kKernel32, "RemoveDirectoryW", decltype(&::RemoveDirectoryW)>,
+    FailingCall<kKernel32, "SearchPathW", decltype(&::SearchPathW)>,
+    FailingCall<kKernel32, "SetFileAttributesW", decltype(&::SetFileAttributesW)>,
+    FailingCall<kKernel32, "SetFileInformationByHandle", decltype(&::SetFileInformationByHandle)>,
+    FailingCall<kKernel32, "SetFileTime", decltype(&::SetFileTime)>,
+    FailingCall<kKernel32, "WaitForSingleObject", decltype(&::WaitForSingleObject)>,
+    FailingCall<kKernel32, "WriteFile", decltype(&::WriteFile)>,
+    FailingCall<kAdvapi32, "RegCreateKeyExW", decltype(&::RegCreateKeyExW)>,
+    FailingCall<kAdvapi32, "RegSetValueExW", decltype(&::RegSetValueExW)>>;
 
 std::unique_ptr<AllCalls> allCalls;
 
@@ -149,7 +149,6 @@ void Watch(const std::function<void()>& work) {
     };
     openedPaths.clear();
     callCount = 0;
-    hasStruck = false;
     struckCall = {};
     const EndOfWatch end;
     watchedThread = ::GetCurrentThreadId();
@@ -184,11 +183,10 @@ std::vector<SystemCall> FailingCalls::NoteDuring(const std::function<void()>& wo
     return calls;
 }
 
-bool FailingCalls::FailDuring(const Fault& fault, const std::function<void()>& work) {
+void FailingCalls::FailDuring(const Fault& fault, const std::function<void()>& work) {
     plannedFault = &fault;
     Watch(work);
     plannedFault = nullptr;
-    return hasStruck;
 }
 
 Uncounted::Uncounted() : former_(std::exchange(watchedThread, 0)) {}

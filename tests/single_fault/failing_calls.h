@@ -26,7 +26,7 @@ struct Fault {
 struct SystemCall {
     const char* function;
     std::wstring path;  // Named or opened before; empty for a call without one.
-    std::wstring step;  // The record's detail line at that moment.
+    std::wstring step;  // The record's headline and detail line at that moment.
 };
 
 // The functions are replaced as long as the object lives; one at a time. Closing a handle is left
@@ -46,8 +46,8 @@ public:
     // Does the work on this thread and returns the calls that the thread made meanwhile.
     static std::vector<SystemCall> NoteDuring(const std::function<void()>& work);
 
-    // Does the work with the fault in it; whether a call has failed.
-    static bool FailDuring(const Fault& fault, const std::function<void()>& work);
+    // Does the work with the fault in it.
+    static void FailDuring(const Fault& fault, const std::function<void()>& work);
 
 private:
     std::vector<std::string> missing_;

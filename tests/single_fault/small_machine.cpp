@@ -4,21 +4,33 @@
 
 #include <cstdint>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
+#include "bench_parts/call_hook.h"
+#include "bench_parts/registry_entry.h"
 #include "bench_parts/utf8.h"
 #include "common/folder_walk.h"
 #include "common/tool_instance.h"
-#include "common/windows_api.h"
-#include "job/progress/job_progress.h"
+#include "config/tool_config.h"
+#include "job/job_flow.h"
+#include "package/package_hash.h"
+#include "package/package_source.h"
+#include "single_fault/failing_calls.h"
+#include "system/installed_programs_values.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
+using bench::kKernel32;
+
 constexpr wchar_t kToolName[] = L"Repair Tool.exe";
 constexpr std::string_view kToolBytes = "the running tool";
 constexpr std::string_view kOthersBytes = "not of the client";
+
+// Any small ZIP: it is downloaded and checked, but not unpacked.
+constexpr wchar_t kZip[] = L"zip_own_name.zip";
 
 struct PackageFile {
     const wchar_t* path;
@@ -45,6 +57,11 @@ fs::path PutTool(const fs::path& root) {
     return tool;
 }
 
+fs::path MakeFolder(fs::path folder) {
+    fs::create_directories(folder);
+    return folder;
+}
+
 // But for the tool, links and the folder that holds one.
 void Empty(const fs::path& folder) {
     static_cast<void>(ListFolder(folder, [](const FolderEntry& entry) {
@@ -64,29 +81,88 @@ bool Holds(const fs::path& file, std::string_view bytes) {
            bench::ReadFile(file) == bytes;
 }
 
+void UnpackTo(const fs::path& folder) {
+    for (const PackageFile& file : kPackage) {
+        bench::WriteFile(folder / file.path, file.bytes);
+    }
+    fs::create_directories(folder / L"leer");
+}
+
+// The target folder in the command line of an unpacking program: tar.exe or PowerShell.
+fs::path UnpackingFolder(std::wstring_view commandLine) {
+    for (const auto& [before, after] :
+         {std::pair{std::wstring_view(L" -C \""), L'"'},
+          std::pair{std::wstring_view(L"-DestinationPath '"), L'\''}}) {
+        const size_t begin = commandLine.find(before);
+        if (begin != std::wstring_view::npos) {
+            const size_t name = begin + before.size();
+            return commandLine.substr(name, commandLine.find(after, name) - name);
+        }
+    }
+    return {};
+}
+
+// Unpacks at once instead of starting a program, and gives handles of `endedProgram`.
+auto HookUnpacking(HANDLE endedProgram) {
+    using Function = decltype(&::CreateProcessW);
+    return bench::HookCall<Function>(
+        kKernel32, "CreateProcessW",
+        [=](LPCWSTR program, LPWSTR commandLine, auto... others) -> BOOL {
+            const Uncounted uncounted;
+            const fs::path folder = UnpackingFolder(commandLine);
+            if (folder.empty()) {  // The bench's own.
+                return bench::RealFunction<Function>(kKernel32, "CreateProcessW")(
+                    program, commandLine, others...);
+            }
+            UnpackTo(folder / L"Client");
+            auto* const started = std::get<LPPROCESS_INFORMATION>(std::tuple(others...));
+            for (HANDLE* const handle : {&started->hProcess, &started->hThread}) {
+                ::DuplicateHandle(::GetCurrentProcess(), endedProgram, ::GetCurrentProcess(),
+                                  handle, 0, FALSE, DUPLICATE_SAME_ACCESS);
+            }
+            return TRUE;
+        });
+}
+
+auto HookRenaming() {
+    return bench::HookCall<decltype(&::MoveFileExW)>(kKernel32, "MoveFileExW", [](auto...) -> BOOL {
+        ::SetLastError(ERROR_NOT_SAME_DEVICE);
+        return FALSE;
+    });
+}
+
 }  // namespace
 
-SmallMachine::SmallMachine()
+SmallMachine::SmallMachine(bool canRename)
     : runningTool_(PutTool(root_.Path()), FILE_SHARE_READ),
-      formerCurrentFolder_(fs::current_path()),
-      temp_(L"TMP", TempFolder().native()) {
+      // Where files end up when the temporary folder cannot be told.
+      currentFolder_(MakeFolder(root_.Path() / L"current")),
+      temp_(L"TMP", MakeFolder(TempFolder()).native()),
+      endedProgram_(L"child_program.exe", root_.Path() / L"ended.exe", L"exit 0") {
     toolFolder = Client();
     toolExePath = Client() / kToolName;
+    toolConfig = ToolConfig{};
+    toolConfig.startupExe = L"client.exe";
+    toolConfig.archiveUrl = server_.Url(std::wstring(L"archive/") + kZip);
+    EXPECT_TRUE(ComputeFileSha256(bench::PackagePath(kZip), toolConfig.archiveSha256));
+    SelectPackageUrl(L"");
     bench::WriteFile(root_.Path() / L"elsewhere" / L"picture.png", kOthersBytes);
     bench::WriteFile(root_.Path() / L"games" / L"neighbor.txt", kOthersBytes);
-    bench::WriteFile(Archive(), "PK");
-    fs::create_directory(TempFolder());
     fs::create_directory(Client() / kFolderWithLink);
-    fs::create_directory(root_.Path() / L"current");
-    // Where files end up when the temporary folder cannot be told.
-    fs::current_path(root_.Path() / L"current");
+    ::WaitForSingleObject(endedProgram_.Process(), INFINITE);
+    hooks_.emplace_back(new auto(HookUnpacking(endedProgram_.Process())));
+    if (!canRename) {
+        hooks_.emplace_back(new auto(HookRenaming()));
+    }
 }
 
 SmallMachine::~SmallMachine() {
-    fs::current_path(formerCurrentFolder_);
     runningTool_.Close();
+    bench::RemoveKey(UninstallKeyPath(toolConfig));
     toolFolder.clear();
     toolExePath.clear();
+    selectedPackageUrl.clear();
+    toolConfig = ToolConfig{};
     resetJobProgress();
 }
 
@@ -103,32 +179,19 @@ void SmallMachine::Restore() {
     }
 }
 
-void SmallMachine::Unpack(const fs::path& top) {
-    Empty(Staging());
-    UnpackTo(Staging() / top);
+bool SmallMachine::RunJob(JobKind kind) {
+    ClearForJobStart(kind);
+    runJob(kind);
+    return snapshot().stage == JobStage::Done;
 }
 
-void SmallMachine::KeepUnpacked() {
-    if (::GetFileAttributesW(Staging().c_str()) == INVALID_FILE_ATTRIBUTES) {
-        UnpackTo(Staging());
-    }
-    EXPECT_EQ(FirstMissing(Staging()), "");
-}
-
-void SmallMachine::UnpackTo(const fs::path& folder) {
+std::string SmallMachine::FirstMissing() const {
     for (const PackageFile& file : kPackage) {
-        bench::WriteFile(folder / file.path, file.bytes);
-    }
-    fs::create_directories(folder / L"leer");
-}
-
-std::string SmallMachine::FirstMissing(const fs::path& folder) {
-    for (const PackageFile& file : kPackage) {
-        if (std::wstring_view(file.path) != kToolName && !Holds(folder / file.path, file.bytes)) {
+        if (std::wstring_view(file.path) != kToolName && !Holds(Client() / file.path, file.bytes)) {
             return bench::ToUtf8(file.path);
         }
     }
-    return {};
+    return Holds(Client() / L"Uninstall.exe", "the uninstaller's bytes") ? "" : "Uninstall.exe";
 }
 
 std::string SmallMachine::Damage() const {

@@ -1,60 +1,60 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <vector>
 
+#include "bench_parts/current_folder.h"
+#include "bench_parts/environment_variable.h"
+#include "bench_parts/fault_server_client.h"
 #include "bench_parts/package_contents.h"
+#include "bench_parts/running_copy.h"
 #include "bench_parts/scratch_folder.h"
-#include "bench_parts/unpacker_machine.h"
+#include "job/progress/job_progress.h"
 
-// A minimal machine, because it is set up some thousand times: a client with one file for each kind
-// of damage, its package, and files outside that no job may touch. The program under test is told
-// the location of the tool. The tool's file is open like that of a running program: it can be
-// neither written nor deleted.
+// A minimal machine, because thousands of jobs run on it: a client with one file for each kind of
+// damage, its package, and files outside that no job may touch. The package is downloaded, but the
+// unpacking program is a function of this one. The program under test is told the location of the
+// tool. The tool's file is open like that of a running program: it can be neither written nor
+// deleted. Create it before FailingCalls.
 class SmallMachine {
 public:
-    SmallMachine();
+    // Without renaming, files are moved by copies, as between two volumes.
+    explicit SmallMachine(bool canRename);
     ~SmallMachine();
     SmallMachine(const SmallMachine&) = delete;
     SmallMachine& operator=(const SmallMachine&) = delete;
 
     // Makes the client anew, empties the temporary folder and resets the job's record.
     void Restore();
-    // Makes the staging folder anew, with the package unpacked below `Staging() / top`.
-    void Unpack(const std::filesystem::path& top);
-    // The package unpacked in the staging folder, where it stays: for work that does not change it.
-    void KeepUnpacked();
 
-    [[nodiscard]] std::filesystem::path Client() const {
-        return root_.Path() / L"games" / L"Client";
-    }
-    [[nodiscard]] std::filesystem::path Staging() const {
-        return root_.Path() / L"staging";
-    }
-    [[nodiscard]] std::filesystem::path Archive() const {
-        return root_.Path() / L"package.zip";
-    }
-    [[nodiscard]] std::filesystem::path TempFolder() const {
-        return root_.Path() / L"temp";
-    }
+    // Whether the job ended in success; a failure is in the record.
+    static bool RunJob(JobKind kind);
 
-    // What the unpacking program would write.
-    static void UnpackTo(const std::filesystem::path& folder);
-
-    // The first file of the package that `folder` has not, or not byte for byte; empty when it has
-    // all. The tool's own file does not count.
-    [[nodiscard]] static std::string FirstMissing(const std::filesystem::path& folder);
+    // What a successful job should have left in the client and has not, or not byte for byte; empty
+    // when nothing is missing. The tool's own file does not count.
+    [[nodiscard]] std::string FirstMissing() const;
     // What has changed outside of the client folder or in the tool's own file; empty if unchanged.
     [[nodiscard]] std::string Damage() const;
     // Whether the client is as Restore left it.
     [[nodiscard]] bool IsClientUntouched() const;
 
 private:
+    [[nodiscard]] std::filesystem::path Client() const {
+        return root_.Path() / L"games" / L"Client";
+    }
+    [[nodiscard]] std::filesystem::path TempFolder() const {
+        return root_.Path() / L"temp";
+    }
     void BreakClient() const;
 
     bench::ScratchFolder root_;
+    bench::FaultServer server_;
     bench::OpenElsewhere runningTool_;
-    std::filesystem::path formerCurrentFolder_;
+    bench::CurrentFolder currentFolder_;
     bench::EnvironmentVariable temp_;
+    bench::RunningCopy endedProgram_;
+    std::vector<std::shared_ptr<void>> hooks_;
     bench::Contents initialClient_;
 };
