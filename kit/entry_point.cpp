@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "common/system_dlls.h"
+#include "kit/crash_guard.h"
 #include "kit/kit_main.h"
 #include "kit/output_file.h"
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "kit/kit_main.h"
+#include "kit/crash_guard.h"
 #include "kit_process.h"
 
 namespace {

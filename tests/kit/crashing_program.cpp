@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "kit/kit_main.h"
+#include "kit/crash_guard.h"
 
 int wmain(int count, wchar_t** arguments) {
     InstallCrashGuards();

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "common/files.h"
+#include "kit/crash_guard.h"
 #include "kit/errors.h"
-#include "kit/kit_main.h"
 #include "kit/output_file.h"
 
 namespace {
