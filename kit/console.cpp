@@ -65,7 +65,7 @@ public:
     TextColor(const TextColor&) = delete;
     TextColor& operator=(const TextColor&) = delete;
 
-    // With the mutex held.
+    // With the mutex held, unless the process has crashed.
     static void Restore() {
         if (coloredConsole != nullptr) {
             ::SetConsoleTextAttribute(coloredConsole, colorToRestore);
@@ -272,6 +272,10 @@ void Progress::Add(uint64_t bytes) {
 
 void RestoreTextColorOnInterruption() {
     ::SetConsoleCtrlHandler(OnInterruption, TRUE);
+}
+
+void RestoreTextColorAfterCrash() {
+    TextColor::Restore();
 }
 
 std::string ProgressText(std::string_view what, uint64_t doneBytes, uint64_t totalBytes,

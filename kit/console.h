@@ -109,6 +109,10 @@ private:
 // From now on Ctrl+C restores the console's text color before the process ends.
 void RestoreTextColorOnInterruption();
 
+// Restores the console's text color in a process that is about to end because of a crash: takes no
+// lock, which the crashed thread may hold.
+void RestoreTextColorAfterCrash();
+
 // "Packing 42 %, 118.3 MB/s, 12 s left". `elapsedMs` is over 0.
 std::string ProgressText(std::string_view what, uint64_t doneBytes, uint64_t totalBytes,
                          int64_t elapsedMs);

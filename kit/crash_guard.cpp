@@ -8,11 +8,13 @@
 #include <exception>
 
 #include "common/windows_api.h"
+#include "kit/console.h"
 
 namespace {
 
 // As few steps as possible: the process is damaged.
 [[noreturn]] void EndAfterCrash(const char* line) {
+    RestoreTextColorAfterCrash();
     DWORD written = 0;
     ::WriteFile(::GetStdHandle(STD_ERROR_HANDLE), line, static_cast<DWORD>(std::strlen(line)),
                 &written, nullptr);

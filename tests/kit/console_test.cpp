@@ -11,6 +11,7 @@
 #include "bench_parts/environment_variable.h"
 #include "common/handles.h"
 #include "common/text.h"
+#include "kit/crash_guard.h"
 
 namespace {
 
@@ -154,6 +155,43 @@ TEST(Console, AnInterruptionGivesTheTextItsColorBack) {
     console.PrintError({{"error", Color::Error}, {"."}});
     console.PrintError({{"warning", Color::Warning}});
     EXPECT_EQ(screen.Colors(1, 1), std::vector{kPlain}) << "colored after the interruption";
+}
+
+TEST(Console, ACrashGivesTheTextItsColorBack) {
+    const bench::EnvironmentVariable noColor(L"NO_COLOR", std::nullopt);
+    LPTOP_LEVEL_EXCEPTION_FILTER filter = nullptr;
+    {
+        const auto hook = bench::HookCall<decltype(&::SetUnhandledExceptionFilter)>(
+            L"kernel32.dll", "SetUnhandledExceptionFilter",
+            [&](LPTOP_LEVEL_EXCEPTION_FILTER installed) -> LPTOP_LEVEL_EXCEPTION_FILTER {
+                filter = installed;
+                return nullptr;
+            });
+        InstallCrashGuards();
+    }
+    ASSERT_NE(filter, nullptr);
+    struct Ended {};
+    const auto end = bench::HookCall<decltype(&::TerminateProcess)>(
+        L"kernel32.dll", "TerminateProcess", [](HANDLE, UINT) -> BOOL { throw Ended(); });
+    const Screen screen;
+    Console console;
+    int crashes = 0;
+    using Write = decltype(&::WriteConsoleW);
+    const auto crash =
+        bench::HookCall<Write>(L"kernel32.dll", "WriteConsoleW",
+                               [&](HANDLE, const void* text, DWORD, DWORD*, void*) -> BOOL {
+                                   if (*static_cast<const wchar_t*>(text) == L'e') {
+                                       EXPECT_EQ(screen.CurrentColor(), kBlue | 12);
+                                       EXCEPTION_RECORD record{};
+                                       EXCEPTION_POINTERS pointers{&record, nullptr};
+                                       EXPECT_THROW(filter(&pointers), Ended);
+                                       EXPECT_EQ(screen.CurrentColor(), kPlain);
+                                       ++crashes;
+                                   }
+                                   return TRUE;
+                               });
+    console.PrintError({{"error", Color::Error}});
+    EXPECT_EQ(crashes, 1);
 }
 
 class ProgressTest : public testing::Test {
