@@ -69,11 +69,13 @@ uint64_t EndOfPlace(const std::vector<PlacedEntry>& entries, size_t index,
 }
 
 std::vector<Work> DivideWork(const std::vector<PlacedEntry>& entries, uint64_t directoryOffset) {
+    // What the directory says can be far beyond the file.
+    const auto placeOf = [&](size_t i) {
+        return i < entries.size() ? std::min(entries[i].offset, directoryOffset) : directoryOffset;
+    };
     std::vector<Work> works;
     for (size_t i = 0; i < entries.size(); ++i) {
-        const uint64_t end = i + 1 < entries.size() ? entries[i + 1].offset
-                                                    : std::max(directoryOffset, entries[i].offset);
-        const uint64_t bytes = end - entries[i].offset;
+        const uint64_t bytes = placeOf(i + 1) - placeOf(i);
         if (works.empty() || works.back().bytes + bytes > kGroupBytes) {
             works.push_back({i, 0, 0});
         }

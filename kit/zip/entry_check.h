@@ -26,7 +26,7 @@ using ByteProgress = std::function<void(uint64_t moreBytes)>;
 // because entries that share bytes are damaged and not unpacked. What follows a damaged entry
 // counts as stray only if the entry's end is certain: both headers agree on its size. What begins
 // like an entry does not count if the directory gives a wrong place for one. `onRead` is told how
-// many more bytes of the file are done, from any thread.
+// many more bytes of the file are done, never more than there are, from any thread.
 //
 // Throws OutsideFailure when the file cannot be read.
 [[nodiscard]] StrayBytes CheckEntries(const RandomAccessFile& file, ZipDirectory& directory,

@@ -13,7 +13,10 @@
 #include "config/config_text.h"
 #include "kit/json.h"
 #include "kit/utf8.h"
+#include "kit/zip/entry_check.h"
 #include "kit/zip/package_check.h"
+#include "kit/zip/random_access_file.h"
+#include "kit/zip/zip_directory.h"
 
 namespace {
 
@@ -77,6 +80,21 @@ TEST(PackageCorpus, HasAFindingAndACleanNeighborForEveryRule) {
             EXPECT_TRUE(found.contains(id)) << id;
             EXPECT_TRUE(neighbors.contains(id)) << id;
         }
+    }
+}
+
+TEST(PackageCorpus, IsNeverMoreThanWhollyRead) {
+    for (const Json& expected : Expectations()) {
+        const std::string name = expected["file"];
+        const RandomAccessFile file(std::wstring(kFolder) + L"/" +
+                                    std::wstring(name.begin(), name.end()));
+        ZipDirectory directory = ReadZipDirectory(file);
+        if (!directory.problem.empty()) {
+            continue;
+        }
+        uint64_t read = 0;
+        static_cast<void>(CheckEntries(file, directory, 1, [&](uint64_t bytes) { read += bytes; }));
+        EXPECT_LE(read, directory.offset) << name;
     }
 }
 
