@@ -279,17 +279,22 @@ void CheckStartupExe(const Judged& judged, Findings& findings) {
     }
 }
 
+std::string ShortcutNameFault(const std::wstring& name) {
+    if (ReplaceFileNameCharacters(name) != name) {
+        return "has characters that no file name can have; they become _";
+    }
+    if (TrimWhitespace(name).size() != name.size()) {
+        return "begins or ends in a blank, a tab or a line break, which is left out";
+    }
+    return name.ends_with(L'.') ? "ends in a dot" : "";
+}
+
 void CheckShortcutName(const Judged& judged, Findings& findings) {
     const std::wstring& name = judged.config.shortcutName;
-    const bool isReplaced = ReplaceFileNameCharacters(name) != name;
-    const bool isCut = name.ends_with(L'.') || TrimWhitespace(name).size() != name.size();
-    if (isReplaced || isCut) {
-        findings.Add(
-            "name.shortcut", judged.At("shortcutName"),
-            Quoted(name) + (isReplaced ? " has characters that no file name can have; they "
-                                         "become _."
-                                       : " ends in a dot or blank."),
-            "Leave out \\ / : * ? \" < > | and dots or blanks at the end.");
+    const std::string fault = ShortcutNameFault(name);
+    if (!fault.empty()) {
+        findings.Add("name.shortcut", judged.At("shortcutName"), Quoted(name) + " " + fault + ".",
+                     "Leave out \\ / : * ? \" < > |, blanks at either end, and dots at the end.");
     }
 }
 

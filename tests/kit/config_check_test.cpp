@@ -70,6 +70,26 @@ TEST(CheckConfig, FindingsSayWhatToDo) {
     }
 }
 
+TEST(CheckConfig, SaysWhatHappensToTheShortcutsName) {
+    const struct {
+        const char* name;
+        const char* message;
+    } rows[] = {
+        {"Game: 2", "\"Game: 2\" has characters that no file name can have; they become _."},
+        {"\\tGame",
+         "\"\tGame\" begins or ends in a blank, a tab or a line break, which is left out."},
+        {"Game \\n",
+         "\"Game \n\" begins or ends in a blank, a tab or a line break, which is left out."},
+        {"Game.", "\"Game.\" ends in a dot."},
+    };
+    for (const auto& row : rows) {
+        const std::vector<Finding> findings =
+            Checked(ConfigText({std::string("shortcutName=") + row.name})).List();
+        ASSERT_EQ(findings.size(), 1U) << row.message;
+        EXPECT_EQ(findings[0].message, row.message);
+    }
+}
+
 TEST(CheckConfig, AByteOrderMarkIsAnErrorOnlyIfItHidesASettingInUse) {
     const std::string mark = "\xEF\xBB\xBF";
     const std::string rest = ConfigText({});
