@@ -16,7 +16,7 @@
 namespace {
 
 // More than anybody reads.
-constexpr size_t kMostOutputBytes = 0x100000;
+constexpr DWORD kMostOutputBytes = 0x100000;
 
 constexpr DWORD kEndLimitMs = 5'000;
 
@@ -230,15 +230,28 @@ std::string OutputText(std::string bytes) {
     return WideToUtf8(wide);
 }
 
-void PrintOutput(HANDLE file, Console& console) {
+// The file's end, where the reason for a failure is: whole lines of at most kMostOutputBytes.
+// Failures to read are ignored: the command's exit code says what matters.
+std::string ReadOutput(HANDLE file) {
+    LARGE_INTEGER size{};
+    LARGE_INTEGER begin{};
+    static_cast<void>(::GetFileSizeEx(file, &size));
+    begin.QuadPart = std::max<LONGLONG>(0, size.QuadPart - kMostOutputBytes);
     std::string bytes(kMostOutputBytes, '\0');
     DWORD length = 0;
-    ::SetFilePointer(file, 0, nullptr, FILE_BEGIN);
-    if (!::ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &length, nullptr)) {
-        length = 0;  // The command's exit code says what matters.
+    if (!::SetFilePointerEx(file, begin, nullptr, FILE_BEGIN) ||
+        !::ReadFile(file, bytes.data(), kMostOutputBytes, &length, nullptr)) {
+        length = 0;
     }
     bytes.resize(length);
-    const std::string text = OutputText(std::move(bytes));
+    if (begin.QuadPart > 0) {
+        bytes.replace(0, std::min(bytes.find('\n'), bytes.size()), "(the beginning is left out)");
+    }
+    return bytes;
+}
+
+void PrintOutput(HANDLE file, Console& console) {
+    const std::string text = OutputText(ReadOutput(file));
     std::string_view rest = text;
     while (!rest.empty()) {
         const size_t end = rest.find('\n');

@@ -11,6 +11,7 @@
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/utf8.h"
 #include "bench_parts/waiting.h"
+#include "error_output.h"
 #include "kit/errors.h"
 
 namespace {
@@ -55,6 +56,10 @@ TEST_F(SigningCommand, MustEndWithZero) {
               "the signing command failed with exit code 3221225477");
 }
 
+TEST_F(SigningCommand, HasTheTimeThatIsDocumented) {
+    EXPECT_EQ(kSigningTimeLimitMs, 600'000U);
+}
+
 TEST_F(SigningCommand, IsEndedAfterTheTimeLimit) {
     EXPECT_THAT(Run(Child(L"sleep 600000"), 1000), HasSubstr("took longer than 1 seconds"));
 }
@@ -94,6 +99,28 @@ TEST_F(SigningCommand, LeavesNoFileBehind) {
     const auto before = bench::FolderListing(std::filesystem::temp_directory_path());
     EXPECT_EQ(Run(Child(L"exit 0")), "");
     EXPECT_EQ(bench::FolderListing(std::filesystem::temp_directory_path()), before);
+}
+
+TEST_F(SigningCommand, ShowsTheEndOfALongOutput) {
+    const bench::ScratchFolder scratch;
+    // Each letter has two bytes, one of which the limit cuts off.
+    std::string lines;
+    for (int i = 0; i < 2000; ++i) {
+        lines += std::string(i % 2, 'x');
+        for (int j = 0; j < 400; ++j) {
+            lines += "\u00E4";
+        }
+        lines += "\r\n";
+    }
+    bench::WriteFile(scratch.Path() / L"output.txt", lines + "the reason\r\n");
+    const kit_test::ErrorOutput error(scratch.Path() / L"error.txt");
+    Console console;
+    RunSigningCommand(L"cmd.exe /c type \"" + (scratch.Path() / L"output.txt").native() + L"\"",
+                      kLongMs, console);
+    const std::string text = error.Text();
+    EXPECT_THAT(text.substr(0, 100), testing::StartsWith("(the beginning is left out)\n"));
+    EXPECT_THAT(text.substr(text.size() - 100), testing::EndsWith("\u00E4\nthe reason\n"));
+    EXPECT_GT(text.size(), 1'000'000U);
 }
 
 TEST_F(SigningCommand, HasAnEmptyInput) {
