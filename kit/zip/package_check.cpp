@@ -413,7 +413,8 @@ void CheckPackage(const std::wstring& path, const ToolConfig& config, Findings& 
             throw OutsideFailure("cannot read the package", path, ERROR_FILE_NOT_FOUND);
         case EntryKind::Folder:
             throw OutsideFailure("cannot read the package " + WideToUtf8(path) +
-                                 ": it is a folder; give the package file");
+                                     ", which is a folder; give the package file",
+                                 ERROR_ACCESS_DENIED);
         case EntryKind::RegularFile:
         case EntryKind::Unreadable:
             break;

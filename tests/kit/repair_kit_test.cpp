@@ -190,19 +190,22 @@ TEST(RepairKit, SaysWhatCannotBeReadAndLeavesStdoutEmpty) {
     bench::MakeSparseFile(hugeBrand / L"config.txt", 5ULL << 30);
     const fs::path hugePicture = MakeBrandFolder(scratch.Path() / L"picture", ConfigText({}));
     bench::MakeSparseFile(hugePicture / L"logo.png", (256ULL << 20) + 1);
+    const std::wstring good = Quoted(MakeBrandFolder(scratch.Path() / L"good", ConfigText({})));
     const struct {
-        fs::path brand;
+        std::wstring arguments;
         const char* reason;
     } rows[] = {
-        {scratch.Path() / L"missing", "cannot find the folder"},
-        {file, "which is a file"},
-        {oddBrand, "which is a folder"},
-        {lockedBrand, "(code 32)"},
-        {hugeBrand, "config.txt, which is larger than 4 MiB"},
-        {hugePicture, "logo.png, which is larger than 256 MiB"},
+        {Quoted(scratch.Path() / L"missing"), "cannot find the folder"},
+        {Quoted(file), "which is a file"},
+        {Quoted(oddBrand), "which is a folder"},
+        {Quoted(lockedBrand), "(code 32)"},
+        {Quoted(hugeBrand), "config.txt, which is larger than 4 MiB"},
+        {Quoted(hugePicture), "logo.png, which is larger than 256 MiB"},
+        {good + L" --package " + Quoted(oddBrand), "which is a folder; give the package file"},
+        {good + L" --package " + Quoted(scratch.Path() / L"none"), "cannot read the package"},
     };
     for (const auto& row : rows) {
-        const KitRun run = RunRepairKit(L"check --json " + Quoted(row.brand));
+        const KitRun run = RunRepairKit(L"check --json " + row.arguments);
         EXPECT_EQ(run.exitCode, 4U) << row.reason;
         EXPECT_THAT(run.out, IsEmpty());
         EXPECT_THAT(run.error, HasSubstr(row.reason));
