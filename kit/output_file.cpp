@@ -134,6 +134,24 @@ BOOL WINAPI OnInterruption(DWORD) {
     return FALSE;  // The system's own handler ends the process.
 }
 
+// Some file systems, above all of other makers and on servers, cannot flush a file and say so in
+// one of three ways.
+DWORD FlushToDisk(HANDLE file) {
+    const DWORD error = ::FlushFileBuffers(file) ? ERROR_SUCCESS : ::GetLastError();
+    const bool isUnsupported = error == ERROR_INVALID_FUNCTION || error == ERROR_NOT_SUPPORTED ||
+                               error == ERROR_INVALID_PARAMETER;
+    return isUnsupported ? ERROR_SUCCESS : error;
+}
+
+// The closed file, to flush what another program has written to it. An interruption can remove it
+// meanwhile.
+KernelHandle OpenForFlushing(const std::wstring& path) {
+    return AdoptHandle<KernelHandle>(
+        ::CreateFileW(SystemPath(path).Text(), GENERIC_WRITE,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
 std::wstring FolderOf(const std::wstring& path) {
     std::wstring folder = ParentFolder(path);
     return folder.empty() ? L"." : folder;
@@ -218,8 +236,13 @@ void OutputFile::CloseFile() {
 }
 
 void OutputFile::Flush() {
-    if (file_ && !::FlushFileBuffers(file_.get())) {
-        const DWORD error = ::GetLastError();
+    DWORD error = ERROR_SUCCESS;
+    if (file_) {
+        error = FlushToDisk(file_.get());
+    } else if (const KernelHandle changed = OpenForFlushing(temporaryPath_)) {
+        error = FlushToDisk(changed.get());
+    }
+    if (error != ERROR_SUCCESS) {
         Discard();
         throw OutsideFailure("cannot write", target_, error);
     }

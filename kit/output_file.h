@@ -46,12 +46,12 @@ public:
     }
 
     // Writes the file to the disk, so that not even a power failure leaves a target without its
-    // content, and closes it. What other programs change in it afterwards is not covered. Throws,
-    // with the temporary file removed, when the disk fails.
+    // content, and closes it. Throws, with the temporary file removed, when the disk fails.
     void Close();
 
-    // Closes the file if it is open, and renames it to the target, replacing what is there. Throws,
-    // with the temporary file removed, when one of these fails.
+    // Closes the file if it is open, else writes to the disk what other programs have changed in it
+    // (unless they keep it from being opened). Renames it to the target, replacing what is there.
+    // Throws, with the temporary file removed, when one of these fails.
     void Commit();
 
     // The same for a file that is only the first half of the work: from its renaming on until the

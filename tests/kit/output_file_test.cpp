@@ -180,6 +180,54 @@ TEST(OutputFile, KeepsTheTargetWhenTheContentDoesNotReachTheDisk) {
     EXPECT_EQ(ReadFile(target), "old");
 }
 
+TEST(OutputFile, IsCompleteWhereTheFileSystemCannotFlush) {
+    const ScratchFolder scratch;
+    DWORD error = ERROR_SUCCESS;
+    const auto hook = bench::HookCall<decltype(&::FlushFileBuffers)>(
+        L"kernel32.dll", "FlushFileBuffers", [&error](HANDLE) -> BOOL {
+            ::SetLastError(error);
+            return FALSE;
+        });
+    for (const DWORD unsupported :
+         {ERROR_INVALID_FUNCTION, ERROR_NOT_SUPPORTED, ERROR_INVALID_PARAMETER}) {
+        error = unsupported;
+        OutputFile file(scratch.Path() / std::to_wstring(unsupported));
+        file.Write("new");
+        EXPECT_EQ(MessageOf([&] { file.Commit(); }), "no failure") << unsupported;
+    }
+    EXPECT_EQ(FolderListing(scratch.Path()).size(), 3U);
+}
+
+TEST(OutputFile, FlushesWhatAnotherProgramHasWrittenToIt) {
+    const ScratchFolder scratch;
+    const fs::path target = scratch.Path() / L"a.exe";
+    WriteFile(target, "old");
+    OutputFile file(target);
+    file.Write("new");
+    file.Close();
+    WriteFile(file.TemporaryPath(), "new and signed");
+    {
+        const auto hook = bench::HookCall<decltype(&::FlushFileBuffers)>(
+            L"kernel32.dll", "FlushFileBuffers", [](HANDLE) -> BOOL {
+                ::SetLastError(ERROR_DISK_FULL);
+                return FALSE;
+            });
+        EXPECT_THAT(MessageOf([&] { file.Commit(); }), HasSubstr("(code 112)"));
+    }
+    EXPECT_THAT(FolderListing(scratch.Path()), ElementsAre(L"a.exe"));
+    EXPECT_EQ(ReadFile(target), "old");
+}
+
+TEST(OutputFile, TakesAFileThatAnotherProgramHasMadeReadOnly) {
+    const ScratchFolder scratch;
+    const fs::path target = scratch.Path() / L"a.exe";
+    OutputFile file(target);
+    file.Close();
+    ASSERT_TRUE(::SetFileAttributesW(file.TemporaryPath().c_str(), FILE_ATTRIBUTE_READONLY));
+    EXPECT_EQ(MessageOf([&] { file.Commit(); }), "no failure");
+    EXPECT_TRUE(::SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL));
+}
+
 TEST(WriteFilesTogether, WritesAllOrNone) {
     const ScratchFolder scratch;
     const fs::path folder = scratch.Path() / L"new";
