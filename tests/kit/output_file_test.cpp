@@ -3,17 +3,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <optional>
 #include <random>
+#include <thread>
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/waiting.h"
 #include "common/files.h"
+#include "error_output.h"
 #include "kit/content_digest.h"
 #include "kit/errors.h"
+#include "kit/zip/package_completion.h"
 #include "kit_process.h"
 
 namespace {
@@ -312,6 +316,38 @@ TEST(Interruption, ReportsNothingOnceTheWorkIsFinished) {
     first.CommitUnfinishedWork([] { ADD_FAILURE(); });
     second.Commit();
     EXPECT_EQ(ExitCodeOf(handler), std::nullopt);
+}
+
+TEST(Interruption, GivesTheDigestOnceThePackageIsInPlace) {
+    PHANDLER_ROUTINE const handler = InterruptionHandler();
+    const ScratchFolder scratch;
+    const fs::path package = scratch.Path() / L"client.zip";
+    const fs::path config = scratch.Path() / L"config.txt";
+    WriteFile(config, "archiveSha256=old\n");
+    const kit_test::ErrorOutput error(scratch.Path() / L"error.txt");
+    Console console;
+    std::atomic<bool> isAtConfig = false;
+    {
+        const auto hook = bench::HookOpen([&](const std::wstring& path) {
+            if (path.ends_with(L"config.txt")) {
+                isAtConfig = true;
+                ::Sleep(INFINITE);  // The interruption comes now.
+            }
+            return DWORD{ERROR_SUCCESS};
+        });
+        std::thread([&] {
+            OutputFile file(package);
+            file.Write("new");
+            CompletePackage(file, "1234", config, console);
+        }).detach();
+        ASSERT_TRUE(bench::Await([&] { return isAtConfig.load(); }));
+        EXPECT_EQ(ExitCodeOf(handler), 4U);
+    }
+    EXPECT_EQ(error.Text(),
+              "repair_kit: the package is complete, but set archiveSha256=1234 yourself: it was "
+              "interrupted\n");
+    EXPECT_EQ(ReadFile(package), "new");
+    EXPECT_EQ(ReadFile(config), "archiveSha256=old\n");
 }
 
 TEST(Interruption, RemovesOpenAndClosedTemporaryFiles) {

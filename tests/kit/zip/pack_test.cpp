@@ -7,6 +7,7 @@
 
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/skipping.h"
+#include "kit/content_digest.h"
 #include "kit/errors.h"
 #include "kit/exit_codes.h"
 #include "kit/output_file.h"
@@ -181,7 +182,9 @@ TEST_F(Pack, SaysThatTheBrandWasPackedWithTheClient) {
 TEST_F(Pack, KeepsThePackageWhenTheBrandCannotBeWritten) {
     MakeBrand("archiveSha256=old\n");
     const bench::OpenElsewhere lock(brand_ / L"config.txt", FILE_SHARE_READ);
-    EXPECT_THAT(FailureOfRun(), HasSubstr("archiveSha256="));
+    const std::string failure = FailureOfRun();
+    EXPECT_THAT(failure, HasSubstr("archiveSha256=" + DigestOfFile(package_) + " "));
+    EXPECT_THAT(failure, HasSubstr("config.txt: "));
     EXPECT_THAT(PackedNames(), ElementsAre("game.exe"));
     EXPECT_EQ(ReadFile(brand_ / L"config.txt"), "archiveSha256=old\n");
 }
