@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <ostream>
 #include <string>
 
 #include "bench_parts/game_machine.h"
@@ -20,25 +18,14 @@ namespace {
 
 constexpr wchar_t kRar[] = L"rar5_plain.rar";
 
-struct OddFolder {
-    const char* name;
-    const wchar_t* relativePath;
-    size_t length;  // To which the full path is filled up; 0 leaves it as it is.
-};
-
-void PrintTo(const OddFolder& folder, std::ostream* out) {
-    *out << folder.name;
-}
-
-class OddClientFolder : public bench::GameMachine, public testing::WithParamInterface<OddFolder> {
+class OddClientFolder : public bench::GameMachine {
 protected:
-    void SetUp() override {
-        folder_ = machine_.Root() / GetParam().relativePath;
-        const size_t length = folder_.native().size();
-        folder_ += std::wstring(std::max(length, GetParam().length) - length, L'l');
+    void Install(const fs::path& folder) {
+        folder_ = folder;
         bench::WriteFile(folder_ / L"repair.exe", kToolBytes);
         bench::WriteFile(folder_ / L"client.exe", "old");
         bench::WriteFile(folder_ / L"settings.ini", "mine");
+        machine_.PutSevenZip(folder_ / L"7z.exe");
         toolFolder = folder_;
         toolExePath = folder_ / L"repair.exe";
     }
@@ -66,31 +53,32 @@ protected:
     fs::path folder_;
 };
 
-constexpr OddFolder kFolders[] = {
-    {"Signs", L"%TEMP% O'Brien's 'Spiele' & 100% [a] (b) {c}, d;e=f+g!h #$^~@`", 0},
-    {"Alphabets", L"\u00dcb\u00e4r \u00df\\\u6f22\u5b57 \u30b2\u30fc\u30e0 \U0001f3ae", 0},
-    {"Long", L"l", 215},  // The package's longest name fits in below 260.
-};
+TEST_F(OddClientFolder, IsRepairedWithAProgramBesideTheToolAndReinstalled) {
+    fs::path longFolder = machine_.Root() / L"l";
+    // The package's longest name fits in below 260.
+    longFolder += std::wstring(215 - longFolder.native().size(), L'l');
+    for (const fs::path& folder :
+         {machine_.Root() / L"%TEMP% O'Brien's 'Spiele' & 100% [a] (b) {c}, d;e=f+g!h #$^~@`",
+          machine_.Root() / L"\u00dcb\u00e4r \u00df\\\u6f22\u5b57 \u30b2\u30fc\u30e0 \U0001f3ae",
+          longFolder}) {
+        SCOPED_TRACE(folder);
+        Install(folder);
+        toolConfig.archiveUrl = PackageUrl(kRar);
+        RunJob(JobKind::Repair);
+        ExpectSuccess(kRepairSuccess);
+        bench::Contents expected = bench::PackageContents(kRar);
+        expected[L"settings.ini"] = "mine";
+        EXPECT_EQ(bench::FirstDifference(expected, Contents()), "");
+        ExpectRegistered();
+        resetForRetry();
 
-INSTANTIATE_TEST_SUITE_P(Each, OddClientFolder, testing::ValuesIn(kFolders),
-                         testing::PrintToStringParamName());
-
-TEST_P(OddClientFolder, IsRepairedWithAProgramBesideTheToolAndReinstalled) {
-    machine_.PutSevenZip(folder_ / L"7z.exe");
-    toolConfig.archiveUrl = PackageUrl(kRar);
-    RunJob(JobKind::Repair);
-    ExpectSuccess(kRepairSuccess);
-    bench::Contents expected = bench::PackageContents(kRar);
-    expected[L"settings.ini"] = "mine";
-    EXPECT_EQ(bench::FirstDifference(expected, Contents()), "");
-    ExpectRegistered();
-
-    resetForRetry();
-    toolConfig.archiveUrl = PackageUrl(kZip);
-    RunJob(JobKind::Reinstall);
-    ExpectSuccess(L"Reinstall complete.");
-    EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), Contents()), "");
-    ExpectRegistered();
+        toolConfig.archiveUrl = PackageUrl(kZip);
+        RunJob(JobKind::Reinstall);
+        ExpectSuccess(L"Reinstall complete.");
+        EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), Contents()), "");
+        ExpectRegistered();
+        resetForRetry();
+    }
 }
 
 }  // namespace
