@@ -47,15 +47,6 @@ bool IsSafeAt(const fs::path& folder, const fs::path& exePath) {
     return IsSafeReinstallFolder();
 }
 
-std::wstring FinalPath(const fs::path& folder) {
-    const auto opened = AdoptHandle<KernelHandle>(
-        ::CreateFileW(folder.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                      FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    std::wstring path(MAX_PATH, L'\0');
-    path.resize(::GetFinalPathNameByHandleW(opened.get(), path.data(), MAX_PATH, 0));
-    return path;
-}
-
 }  // namespace
 
 TEST(ReinstallSafety, RefusesRootsAndResolvedPathsOfLessThanSixUtf16Units) {
@@ -107,15 +98,6 @@ TEST(ReinstallSafety, RefusesTheRootOfAnotherDrive) {
     ASSERT_TRUE(drive.Made());
     EXPECT_FALSE(IsSafeAt(L"X:\\", L"X:\\RepairTool.exe"));
     EXPECT_FALSE(IsSafeAt(L"X:", L"X:\\RepairTool.exe"));
-}
-
-TEST(ReinstallSafety, AllowsASubstitutedDriveOfAClientFolder) {
-    const bench::ClientFolders folders;
-    const bench::SubstitutedDrive drive(L"X:", folders.Client());
-    ASSERT_TRUE(drive.Made());
-    SKIP_ON_WINE_WITHOUT(FinalPath(L"X:\\") == FinalPath(folders.Client()),
-                         "resolve a substituted drive");
-    EXPECT_TRUE(IsSafeAt(L"X:\\", L"X:\\RepairTool.exe"));
 }
 
 TEST(ReinstallSafety, RefusesASubstitutedDriveOfARoot) {

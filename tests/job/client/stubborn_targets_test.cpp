@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <vector>
+#include <sddl.h>
+
+#include <memory>
+#include <string>
 
 #include "bench_parts/running_copy.h"
 #include "common/handles.h"
@@ -64,84 +66,38 @@ private:
     }
 };
 
-// A file that is part of a process's memory, as a game maps its archives. No handle stays open.
-class MappedFile {
-public:
-    explicit MappedFile(const fs::path& path) {
-        const auto file = AdoptHandle<KernelHandle>(::CreateFileW(
-            path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-            nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-        const KernelHandle section(
-            ::CreateFileMappingW(file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
-        view_ = ::MapViewOfFile(section.get(), FILE_MAP_READ, 0, 0, 0);
+struct UnmapView {
+    void operator()(void* view) const noexcept {
+        ::UnmapViewOfFile(view);
     }
-    ~MappedFile() {
-        Unmap();
-    }
-    MappedFile(const MappedFile&) = delete;
-    MappedFile& operator=(const MappedFile&) = delete;
-
-    [[nodiscard]] bool Mapped() const {
-        return view_ != nullptr;
-    }
-    void Unmap() {
-        if (view_ != nullptr) {
-            ::UnmapViewOfFile(view_);
-            view_ = nullptr;
-        }
-    }
-
-private:
-    void* view_ = nullptr;
 };
 
-// Allows everyone to read and delete a file or folder, but not to write to it, while the object
-// lives.
-class WriteProtected {
-public:
-    explicit WriteProtected(fs::path path) : path_(std::move(path)) {
-        DWORD size = 0;
-        ::GetFileSecurityW(path_.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
-        formerAccess_.resize(size);
-        ::GetFileSecurityW(path_.c_str(), DACL_SECURITY_INFORMATION, formerAccess_.data(), size,
-                           &size);
-        std::vector<std::byte> everyone(SECURITY_MAX_SID_SIZE);
-        std::vector<std::byte> list(256);
-        auto* const acl = reinterpret_cast<PACL>(list.data());
-        size = static_cast<DWORD>(everyone.size());
-        ::CreateWellKnownSid(WinWorldSid, nullptr, everyone.data(), &size);
-        ::InitializeAcl(acl, static_cast<DWORD>(list.size()), ACL_REVISION);
-        ::AddAccessAllowedAce(acl, ACL_REVISION,
-                              FILE_GENERIC_READ | FILE_GENERIC_EXECUTE | DELETE | WRITE_DAC,
-                              everyone.data());
-        SECURITY_DESCRIPTOR access{};
-        ::InitializeSecurityDescriptor(&access, SECURITY_DESCRIPTOR_REVISION);
-        ::SetSecurityDescriptorDacl(&access, TRUE, acl, FALSE);
-        made_ = ::SetFileSecurityW(path_.c_str(),
-                                   DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
-                                   &access) != FALSE;
-    }
-    ~WriteProtected() {
-        Lift();
-    }
-    WriteProtected(const WriteProtected&) = delete;
-    WriteProtected& operator=(const WriteProtected&) = delete;
+// Makes a file part of this process's memory, as a game maps its archives. No handle stays open.
+std::unique_ptr<void, UnmapView> Map(const fs::path& path) {
+    const auto file = AdoptHandle<KernelHandle>(::CreateFileW(
+        path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const KernelHandle section(
+        ::CreateFileMappingW(file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
+    return std::unique_ptr<void, UnmapView>(::MapViewOfFile(section.get(), FILE_MAP_READ, 0, 0, 0));
+}
 
-    [[nodiscard]] bool Made() const {
-        return made_;
-    }
-    void Lift() {
-        if (made_) {
-            ::SetFileSecurityW(path_.c_str(), DACL_SECURITY_INFORMATION, formerAccess_.data());
-            made_ = false;
-        }
-    }
+// Rights to a file or folder, as the security descriptor language names them.
+constexpr wchar_t kAllRights[] = L"FA";
+constexpr wchar_t kNoWriting[] = L"FRFXSDWD";  // But deletion and the change of these rights.
 
-private:
-    fs::path path_;
-    std::vector<std::byte> formerAccess_;
-    bool made_ = false;
-};
+// Gives everyone these rights and no others.
+bool Allow(const fs::path& path, const std::wstring& rights) {
+    const std::wstring list = L"D:P(A;;" + rights + L";;;WD)";
+    PSECURITY_DESCRIPTOR access = nullptr;
+    const bool isAllowed =
+        ::ConvertStringSecurityDescriptorToSecurityDescriptorW(list.c_str(), SDDL_REVISION_1,
+                                                               &access, nullptr) &&
+        ::SetFileSecurityW(path.c_str(),
+                           DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, access);
+    ::LocalFree(access);
+    return isAllowed;
+}
 
 TEST_F(StubbornTargets, ARunningProgramThatDiffersFailsBothJobs) {
     bench::WriteFile(InPackage(L"game.exe"), "new");
@@ -168,13 +124,13 @@ TEST_F(StubbornTargets, ARunningProgramThatMatchesThePackageIsClean) {
 TEST_F(StubbornTargets, AMappedFileThatDiffersFailsTheRepairUntilItIsUnmapped) {
     bench::WriteFile(InPackage(L"a.pak"), "new");
     bench::WriteFile(InClient(L"a.pak"), "old and longer");
-    MappedFile mapped(InClient(L"a.pak"));
-    ASSERT_TRUE(mapped.Mapped());
+    auto mapped = Map(InClient(L"a.pak"));
+    ASSERT_TRUE(mapped);
     EXPECT_FALSE(Repair());
     ExpectFailureOf(L"a.pak");
     EXPECT_EQ(bench::ReadFile(InClient(L"a.pak")), "old and longer");
     ExpectCompleteOrReported(Reinstall(), L"a.pak");
-    mapped.Unmap();
+    mapped.reset();
     EXPECT_TRUE(Repair());
     ExpectComplete();
 }
@@ -225,13 +181,12 @@ TEST_F(StubbornTargets, HiddenAndSystemFilesAreRepairedOrReportedAndReinstalled)
 TEST_F(StubbornTargets, AFileWithoutWriteAccessFailsTheRepairUntilThereIsAccess) {
     bench::WriteFile(InPackage(L"a.dat"), "new");
     bench::WriteFile(InClient(L"a.dat"), "old");
-    WriteProtected protection(InClient(L"a.dat"));
-    ASSERT_TRUE(protection.Made());
+    ASSERT_TRUE(Allow(InClient(L"a.dat"), kNoWriting));
     EXPECT_FALSE(Repair());
     ExpectFailureOf(L"a.dat");
     EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "old");
     ExpectCompleteOrReported(Reinstall(), L"a.dat");
-    protection.Lift();
+    EXPECT_TRUE(Allow(InClient(L"a.dat"), kAllRights));
     EXPECT_TRUE(Repair());
     ExpectComplete();
 }
@@ -240,12 +195,11 @@ TEST_F(StubbornTargets, AFolderWithoutWriteAccessFailsAtItsMissingFile) {
     WriteToBoth(L"data\\good.dat", "good");
     bench::WriteFile(InPackage(L"data\\missing.dat"), "new");
     bench::WriteFile(InClient(L"data\\save.dat"), "mine");
-    WriteProtected protection(InClient(L"data"));
-    ASSERT_TRUE(protection.Made());
+    ASSERT_TRUE(Allow(InClient(L"data"), kNoWriting));
     EXPECT_FALSE(Repair());
     ExpectFailureOf(L"data\\missing.dat");
     EXPECT_THAT(bench::FolderListing(InClient(L"data")), ElementsAre(L"good.dat", L"save.dat"));
-    protection.Lift();
+    EXPECT_TRUE(Allow(InClient(L"data"), kAllRights));
     EXPECT_TRUE(Repair());
     ExpectComplete();
 }
@@ -253,9 +207,9 @@ TEST_F(StubbornTargets, AFolderWithoutWriteAccessFailsAtItsMissingFile) {
 TEST_F(StubbornTargets, AReinstallOverAFolderWithoutWriteAccessIsCompleteOrReported) {
     bench::WriteFile(InPackage(L"data\\a.dat"), "new");
     bench::WriteFile(InClient(L"data\\a.dat"), "old");
-    const WriteProtected protection(InClient(L"data"));
-    ASSERT_TRUE(protection.Made());
+    ASSERT_TRUE(Allow(InClient(L"data"), kNoWriting));
     ExpectCompleteOrReported(Reinstall(), L"data\\a.dat");
+    EXPECT_TRUE(Allow(InClient(L"data"), kAllRights));
 }
 
 }  // namespace
