@@ -5,11 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <future>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -27,34 +27,13 @@ using testing::ElementsAre;
 using testing::Optional;
 
 // ExtractPackage on a second thread, as in a job.
-class BackgroundExtraction {
-public:
-    BackgroundExtraction(const UnpackerMachine& machine, std::string_view archiveBytes) {
-        const std::filesystem::path archive = machine.Root() / L"package.bin";
-        bench::WriteFile(archive, archiveBytes);
-        thread_ = std::thread([this, archive, staging = machine.StagingFolder()] {
-            result_ = ExtractPackage(archive, staging);
-        });
-    }
-    ~BackgroundExtraction() {
-        if (thread_.joinable()) {
-            jobProgress.cancelRequested = true;
-            thread_.join();
-        }
-    }
-    BackgroundExtraction(const BackgroundExtraction&) = delete;
-    BackgroundExtraction& operator=(const BackgroundExtraction&) = delete;
-
-    // Waits for the end.
-    bool Result() {
-        thread_.join();
-        return result_;
-    }
-
-private:
-    bool result_ = false;
-    std::thread thread_;
-};
+std::future<bool> StartExtraction(const UnpackerMachine& machine, std::string_view archiveBytes) {
+    const std::filesystem::path archive = machine.Root() / L"package.bin";
+    bench::WriteFile(archive, archiveBytes);
+    return std::async(std::launch::async, [archive, staging = machine.StagingFolder()] {
+        return ExtractPackage(archive, staging);
+    });
+}
 
 // Ends the running program as the window does, but without a stop request, which the job thread's
 // poll could see first.
@@ -99,8 +78,8 @@ TEST(StopDuringExtraction, EndsEachRarProgramThatIsStillStarted) {
     std::vector<KernelHandle> programs;
     const auto hook = WatchStarts(programs);
     jobProgress.cancelRequested = true;
-    BackgroundExtraction extraction(machine, bench::kRarStart);
-    EXPECT_FALSE(extraction.Result());
+    std::future<bool> extraction = StartExtraction(machine, bench::kRarStart);
+    EXPECT_FALSE(extraction.get());
     EXPECT_THAT(ExitCodes(programs), ElementsAre(Optional(1u), Optional(1u), Optional(1u)));
     EXPECT_EQ(snapshot().errorMessage, bench::RarFailed(L"7za.exe exit code 0"));
     EXPECT_NE(jobProgress.childProcess, nullptr);
@@ -109,12 +88,12 @@ TEST(StopDuringExtraction, EndsEachRarProgramThatIsStillStarted) {
 TEST(StopDuringExtraction, Shows1WhenTheWindowEndedTheLastProgram) {
     const UnpackerMachine machine;
     machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "hold");
-    BackgroundExtraction extraction(machine, bench::kRarStart);
+    std::future<bool> extraction = StartExtraction(machine, bench::kRarStart);
     machine.AwaitRuns(1);
 
     EndPublishedProgram();
 
-    EXPECT_FALSE(extraction.Result());
+    EXPECT_FALSE(extraction.get());
     EXPECT_EQ(snapshot().errorMessage, bench::RarFailed(L"7z.exe exit code 1"));
     EXPECT_EQ(jobProgress.childProcess, nullptr);
 }
@@ -126,12 +105,12 @@ TEST(StopDuringExtraction, EndsTarAndThenPowerShellAndLeavesWhatWasUnpacked) {
     bench::WriteFile(machine.StagingFolder() / L"Client" / L"half.dat", "half");
     std::vector<KernelHandle> programs;
     const auto hook = WatchStarts(programs);
-    BackgroundExtraction extraction(machine, bench::kZipStart);
+    std::future<bool> extraction = StartExtraction(machine, bench::kZipStart);
     machine.AwaitRuns(1);
 
     jobProgress.cancelRequested = true;
 
-    EXPECT_FALSE(extraction.Result());
+    EXPECT_FALSE(extraction.get());
     EXPECT_THAT(ExitCodes(programs), ElementsAre(Optional(1u), Optional(1u)));
     EXPECT_EQ(snapshot().errorMessage, bench::kZipFailed);
     EXPECT_THAT(bench::FolderListing(machine.StagingFolder()),
@@ -144,13 +123,13 @@ TEST(StopDuringExtraction, LetsAQuickNextProgramFinish) {
     machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "exit 0");
     std::vector<KernelHandle> programs;
     const auto hook = WatchStarts(programs, 2);
-    BackgroundExtraction extraction(machine, bench::kRarStart);
+    std::future<bool> extraction = StartExtraction(machine, bench::kRarStart);
     machine.AwaitRuns(1);
 
     // Not requestCancel(): the poll must end the first program.
     jobProgress.cancelRequested = true;
 
-    EXPECT_TRUE(extraction.Result());
+    EXPECT_TRUE(extraction.get());
     EXPECT_FALSE(jobProgress.failed);
     EXPECT_THAT(ExitCodes(programs), ElementsAre(Optional(1u), Optional(0u)));
     EXPECT_EQ(jobProgress.childProcess, nullptr);

@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <future>
 #include <mutex>
 #include <set>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -31,23 +31,19 @@ HANDLE PublishedChild() {
     return jobProgress.childProcess;
 }
 
-// RunHiddenAndWait on a second thread, as in a job.
-struct BackgroundRun {
-    explicit BackgroundRun(std::wstring commandLine)
-        : thread([this, line = std::move(commandLine)] {
-              result = RunHiddenAndWait(line, &exitCode);
-          }) {}
-    ~BackgroundRun() {
-        if (thread.joinable()) {
-            jobProgress.cancelRequested = true;
-            thread.join();
-        }
-    }
-
-    DWORD exitCode = kUntouched;
+struct EndOfRun {
     bool result = false;
-    std::thread thread;  // Last: it writes to the others.
+    DWORD exitCode = kUntouched;
 };
+
+// RunHiddenAndWait on a second thread, as in a job.
+std::future<EndOfRun> StartRun(const std::wstring& commandLine) {
+    return std::async(std::launch::async, [commandLine] {
+        EndOfRun end;
+        end.result = RunHiddenAndWait(commandLine, &end.exitCode);
+        return end;
+    });
+}
 
 class ProcessRunner : public testing::Test {
 protected:
@@ -143,7 +139,7 @@ TEST_F(ProcessRunner, PublishesTheProgramWhileItRunsAndLeavesItNoOpenFile) {
         auto file = AdoptHandle<KernelHandle>(
             ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, &inheritable, CREATE_ALWAYS, 0, nullptr));
         ASSERT_TRUE(file);
-        BackgroundRun run(Recorder("hold"));
+        std::future<EndOfRun> running = StartRun(Recorder("hold"));
         // The program can be up before its handle is published.
         const HANDLE program = bench::Await(&PublishedChild);
         const size_t number = exitCode == 9 ? 1 : 2;
@@ -154,25 +150,25 @@ TEST_F(ProcessRunner, PublishesTheProgramWhileItRunsAndLeavesItNoOpenFile) {
             ::CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)));
 
         ::TerminateProcess(program, exitCode);
-        run.thread.join();
+        const EndOfRun end = running.get();
 
         EXPECT_EQ(PublishedChild(), nullptr);
-        EXPECT_EQ(run.exitCode, exitCode);
-        EXPECT_EQ(run.result, exitCode == 0);
+        EXPECT_EQ(end.exitCode, exitCode);
+        EXPECT_EQ(end.result, exitCode == 0);
     }
 }
 
 TEST_F(ProcessRunner, EndsTheProgramWhenItSeesAStopRequest) {
-    BackgroundRun run(Recorder("hold"));
+    std::future<EndOfRun> running = StartRun(Recorder("hold"));
     const KernelHandle process = bench::OpenRunningProcess(machine_.AwaitRuns(1).at(0).processId);
 
     jobProgress.cancelRequested = true;
 
     EXPECT_EQ(bench::AwaitExitCode(process), 1u);
-    run.thread.join();
-    EXPECT_FALSE(run.result);
+    const EndOfRun end = running.get();
+    EXPECT_FALSE(end.result);
     EXPECT_EQ(machine_.Runs().at(0).endCode, std::nullopt);
-    EXPECT_EQ(run.exitCode, kUntouched);
+    EXPECT_EQ(end.exitCode, kUntouched);
     EXPECT_FALSE(jobProgress.failed);
     // The handle is still published, but closed.
     EXPECT_NE(PublishedChild(), nullptr);
