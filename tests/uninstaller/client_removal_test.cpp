@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "bench_parts/call_hook.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/running_copy.h"
 #include "bench_parts/skipping.h"
 #include "remove_game_test.h"
@@ -205,15 +205,9 @@ TEST_F(RemoveGameTest, DistinguishesMissingRightsFromFilesInUse) {
             return RealCreateFile()(path, access, more...);
         });
     // The attributes of an entry whose removal is pending cannot be read.
-    const auto attributes = bench::HookCall<decltype(&::GetFileAttributesExW)>(
-        bench::kKernel32, "GetFileAttributesExW", [&](LPCWSTR path, auto... more) -> BOOL {
-            if (isRemovalPending && denied == path) {
-                ::SetLastError(ERROR_ACCESS_DENIED);
-                return FALSE;
-            }
-            return bench::RealFunction<decltype(&::GetFileAttributesExW)>(
-                bench::kKernel32, "GetFileAttributesExW")(path, more...);
-        });
+    const auto attributes = bench::HookAttributes([&](const std::wstring& path) -> DWORD {
+        return isRemovalPending && denied == path ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    });
     const struct {
         fs::path denied;
         DWORD access;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "bench_parts/call_hook.h"
@@ -65,15 +66,14 @@ protected:
     // Calls `seen` instead of opening the copy's file to be held; its second argument opens it.
     template <class Callable>
     [[nodiscard]] static auto WhenHeld(Callable seen) {
-        return bench::HookCall<decltype(&::CreateFileW)>(
-            bench::kKernel32, "CreateFileW",
-            [seen](LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
-                   DWORD creation, DWORD flags, HANDLE model) -> HANDLE {
-                const auto open = [&] {
-                    return bench::RealFunction<decltype(&::CreateFileW)>(
-                        bench::kKernel32, "CreateFileW")(path, access, share, security, creation,
-                                                         flags, model);
+        using Function = decltype(&::CreateFileW);
+        return bench::HookCall<Function>(
+            bench::kKernel32, "CreateFileW", [seen](LPCWSTR path, auto... more) -> HANDLE {
+                const auto open = [=] {
+                    return bench::RealFunction<Function>(bench::kKernel32, "CreateFileW")(path,
+                                                                                          more...);
                 };
+                const DWORD flags = std::get<4>(std::tuple(more...));
                 return (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0 ? seen(path, open) : open();
             });
     }

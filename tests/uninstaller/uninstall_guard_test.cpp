@@ -140,17 +140,11 @@ TEST_F(JudgeClientTest, RefusesWithoutTheUninstallersFileInTheFolder) {
     EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder);
 }
 
-TEST_F(JudgeClientTest, RefusesADrivesRootAndFoldersOfFiveCharacters) {
-    const std::pair<const wchar_t*, Refusal> cases[] = {{L"C:\\", Refusal::UnsafeFolder},
-                                                        {L"C:\\q", Refusal::UnsafeFolder},
-                                                        {L"C:\\qz", Refusal::UnsafeFolder},
-                                                        {L"C:\\qzx", Refusal::None},
-                                                        {L"C:\\qzx\\..", Refusal::UnsafeFolder}};
-    for (const auto& [folder, refusal] : cases) {
-        const GameInFolder game(folder);
-        Install(folder);
-        EXPECT_EQ(FindRefusal(), refusal) << folder;
-    }
+// The rules are those of a reinstall.
+TEST_F(JudgeClientTest, RefusesAFolderThatIsNotSafeToEmpty) {
+    const GameInFolder game(L"C:\\qz");
+    Install(L"C:\\qz");
+    EXPECT_EQ(FindRefusal(), Refusal::UnsafeFolder);
 }
 
 TEST_F(JudgeClientTest, RefusesAFolderWithAnotherProgram) {
