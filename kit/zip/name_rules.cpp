@@ -6,9 +6,24 @@
 
 namespace {
 
+// A pattern for a component, ASCII in capitals, and what files hold whose names fit. Its only
+// special character is `*`, which matches anything: once at most, or at both ends.
 struct PlayerFile {
-    std::string_view pattern;  // Folded; `*` matches anything.
+    constexpr PlayerFile(std::string_view pattern, std::string_view kindOfFile)
+        : kind(kindOfFile), hasStar(pattern.find('*') != std::string_view::npos) {
+        if (pattern.size() > 1 && pattern.starts_with('*') && pattern.ends_with('*')) {
+            inner = pattern.substr(1, pattern.size() - 2);
+            return;
+        }
+        begin = pattern.substr(0, pattern.find('*'));
+        end = pattern.substr(hasStar ? begin.size() + 1 : pattern.size());
+    }
+
     std::string_view kind;
+    bool hasStar;
+    std::string_view begin;
+    std::string_view inner;
+    std::string_view end;
 };
 
 // docs/kit.md lists these.
@@ -53,29 +68,23 @@ constexpr PlayerFile kPlayerFolders[] = {
     {"MINIDUMPS", "a crash dump"},
 };
 
-// Whether a component fits a pattern whose only special character is `*`, at most at both ends and
-// once between. The patterns are ASCII in capitals.
-bool FitsPattern(std::string_view component, std::string_view pattern) {
-    const size_t star = pattern.find('*');
-    if (star == std::string_view::npos) {
-        return IsSameAscii(component, pattern);
-    }
-    const std::string_view before = pattern.substr(0, star);
-    const std::string_view after = pattern.substr(star + 1);
-    if (!IsSameAscii(component.substr(0, before.size()), before)) {
-        return false;
-    }
-    component.remove_prefix(before.size());
-    if (!after.ends_with('*')) {
-        return component.size() >= after.size() &&
-               IsSameAscii(component.substr(component.size() - after.size()), after);
-    }
-    const std::string_view inner = after.substr(0, after.size() - 1);
+bool HasInside(std::string_view component, std::string_view inner) {
     const auto isSame = [](char left, char right) {
         return UpperAscii(left) == right;
     };
     return std::search(component.begin(), component.end(), inner.begin(), inner.end(), isSame) !=
            component.end();
+}
+
+bool Fits(std::string_view component, const PlayerFile& row) {
+    if (!row.hasStar) {
+        return IsSameAscii(component, row.begin);
+    }
+    const size_t ends = row.begin.size() + row.end.size();
+    return component.size() >= ends &&
+           IsSameAscii(component.substr(0, row.begin.size()), row.begin) &&
+           IsSameAscii(component.substr(component.size() - row.end.size()), row.end) &&
+           (row.inner.empty() || HasInside(component, row.inner));
 }
 
 // Most folders have none of these names, which this tells without comparing.
@@ -87,7 +96,7 @@ bool CanBePlayerFolder(std::string_view folder) {
 template <size_t Count>
 std::string_view KindOf(std::string_view component, const PlayerFile (&table)[Count]) {
     for (const PlayerFile& row : table) {
-        if (FitsPattern(component, row.pattern)) {
+        if (Fits(component, row)) {
             return row.kind;
         }
     }

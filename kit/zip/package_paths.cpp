@@ -92,9 +92,13 @@ void PackagePaths::SortRange(Range range, std::vector<Range>& unsorted) {
         }
         path.sortedBytes = static_cast<uint32_t>(path.name.size() - rest.size());
     }
-    std::sort(paths.begin(), paths.end(), [](const Path& left, const Path& right) {
+    const auto isBefore = [](const Path& left, const Path& right) {
         return left.characters < right.characters;
-    });
+    };
+    // Often all are the same, such as the name of a folder that everything is in.
+    if (!std::is_sorted(paths.begin(), paths.end(), isBefore)) {
+        std::sort(paths.begin(), paths.end(), isBefore);
+    }
     constexpr uint64_t kLastCharacter = (uint64_t{1} << kCharacterBits) - 1;
     for (size_t begin = 0, end = 0; begin < paths.size(); begin = end) {
         const uint64_t characters = paths[begin].characters;
