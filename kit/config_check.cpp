@@ -226,7 +226,7 @@ std::string ToolNameFault(const ToolConfig& config) {
         return "begins or ends in a blank, or ends in a dot, which Windows drops";
     }
     if (!HasExeExtension(name)) {
-        return "does not end in .exe";
+        return "is no name with the ending .exe";
     }
     if (IsDeviceName(WideToUtf8(name))) {
         return "is the name of a device";

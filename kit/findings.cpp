@@ -123,8 +123,10 @@ Finding Findings::LeftOut(const OfRule& rule, const std::vector<Kept>& sorted) {
     finding.severity = countOf[IndexOf(Severity::Error)] > 0     ? Severity::Error
                        : countOf[IndexOf(Severity::Warning)] > 0 ? Severity::Warning
                                                                  : Severity::Note;
+    const uint64_t leftOut = rule.count - kListedOfRule;
     finding.message = "There are " + std::to_string(rule.count) + " findings of this rule; " +
-                      std::to_string(rule.count - kListedOfRule) + " are left out from here on.";
+                      std::to_string(leftOut) + (leftOut == 1 ? " is" : " are") +
+                      " left out from here on.";
     finding.hint = "Fix the listed ones, then check again.";
     return finding;
 }

@@ -185,6 +185,7 @@ const std::vector<ConfigCase>& ConfigCases() {
         {{"repairToolName="}, {}},
         {{"repairToolName=Fix My Game.EXE"}, {}},
         {{"repairToolName=Tool"}, {"error name.tool config.txt:6"}},
+        {{"repairToolName=.exe"}, {"error name.tool config.txt:6"}},
         {{"repairToolName=Tool.com"}, {"error name.tool config.txt:6"}},
         {{"repairToolName=bin/Tool.exe"}, {"error name.tool config.txt:6"}},
         {{"repairToolName=bin\\\\Tool.exe"}, {"error name.tool config.txt:6"}},

@@ -68,13 +68,16 @@ TEST(Findings, ListTwentyOfARuleAndSayHowManyThereAre) {
     EXPECT_EQ(findings.Count("config.unknown-key"), 30U);
 }
 
-TEST(Findings, ListExactlyTwentyWithoutAnother) {
+TEST(Findings, ListTheOneAfterTwentyAsLeftOut) {
     Findings findings;
     for (uint64_t line = 1; line <= 20; ++line) {
         findings.Add("config.unknown-key", ConfigLine(line), "unknown", "");
     }
     ASSERT_EQ(findings.List().size(), 20U);
     EXPECT_EQ(findings.List()[19].message, "unknown");
+    findings.Add("config.unknown-key", ConfigLine(21), "unknown", "");
+    EXPECT_EQ(findings.List().back().message,
+              "There are 21 findings of this rule; 1 is left out from here on.");
 }
 
 TEST(Findings, GiveTheRestTheWorstSeverityThatIsLeftOut) {
