@@ -1,7 +1,8 @@
 #include "single_fault/failing_calls.h"
 
+#include <gtest/gtest.h>
+
 #include <map>
-#include <memory>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -15,38 +16,25 @@ using bench::kAdvapi32;
 using bench::kKernel32;
 
 DWORD watchedThread = 0;
-size_t callCount = 0;
-std::vector<SystemCall>* notedCalls = nullptr;
-const Fault* plannedFault = nullptr;
-SystemCall struckCall{};
-
-bool IsSamePath(const wchar_t* path) {
-    return path != nullptr && !struckCall.path.empty() && struckCall.path == path;
-}
+Fault fault;
+std::vector<SystemCall> calls;
 
 // Whether this call fails. `path` may be null.
 bool Strikes(const char* function, const wchar_t* path) {
     // The record without the lock: only this thread writes it, and some calls are made under it.
-    const SystemCall noted{function, path == nullptr ? L"" : path,
-                           jobProgress.state.statusLine + jobProgress.state.detailLine};
-    ++callCount;
-    if (notedCalls != nullptr) {
-        notedCalls->push_back(noted);
-    }
-    if (plannedFault == nullptr || callCount < plannedFault->number) {
+    calls.push_back({function, path == nullptr ? L"" : path,
+                     jobProgress.state.statusLine + jobProgress.state.detailLine});
+    if (fault.number == 0 || calls.size() < fault.number) {
         return false;
     }
-    if (callCount == plannedFault->number) {
-        struckCall = noted;
-        return true;
-    }
-    switch (plannedFault->mode) {
+    const SystemCall& struck = calls[fault.number - 1];
+    switch (fault.mode) {
         case FaultMode::Once:
-            return false;
+            return calls.size() == fault.number;
         case FaultMode::FromThenOn:
             return true;
         case FaultMode::SamePath:
-            return std::string_view(function) == struckCall.function && IsSamePath(path);
+            return calls.back().function == struck.function && calls.back().path == struck.path;
     }
     return false;
 }
@@ -89,8 +77,8 @@ struct FailCall {
         }
         const wchar_t* const path = PathAmong(arguments...);
         if (Strikes(kName.text, path)) {
-            ::SetLastError(plannedFault->error);
-            return FailureValue<kName, Result>(plannedFault->error);
+            ::SetLastError(fault.error);
+            return FailureValue<kName, Result>(fault.error);
         }
         const Result result = original(arguments...);
         if constexpr (std::is_same_v<Result, HANDLE>) {
@@ -138,55 +126,21 @@ using AllCalls = std::tuple<
     FailingCall<kAdvapi32, "RegCreateKeyExW", decltype(&::RegCreateKeyExW)>,
     FailingCall<kAdvapi32, "RegSetValueExW", decltype(&::RegSetValueExW)>>;
 
-std::unique_ptr<AllCalls> allCalls;
-
-// Watches this thread during the work, whatever leaves it.
-void Watch(const std::function<void()>& work) {
-    struct EndOfWatch {
-        ~EndOfWatch() {
-            watchedThread = 0;
-        }
-    };
-    openedPaths.clear();
-    callCount = 0;
-    struckCall = {};
-    const EndOfWatch end;
-    watchedThread = ::GetCurrentThreadId();
-    work();
-}
-
 }  // namespace
 
-FailingCalls::FailingCalls() {
-    allCalls = std::make_unique<AllCalls>();
-    std::apply(
-        [this](const auto&... calls) {
-            const auto note = [this](const auto& call) {
-                if (!call.Installed()) {
-                    missing_.emplace_back(call.Name());
-                }
-            };
-            (note(calls), ...);
-        },
-        *allCalls);
-}
-
-FailingCalls::~FailingCalls() {
-    allCalls.reset();
-}
-
-std::vector<SystemCall> FailingCalls::NoteDuring(const std::function<void()>& work) {
-    std::vector<SystemCall> calls;
-    notedCalls = &calls;
-    Watch(work);
-    notedCalls = nullptr;
+std::vector<SystemCall> CallsDuring(const std::function<void()>& work, const Fault& plannedFault) {
+    openedPaths.clear();
+    calls.clear();
+    fault = plannedFault;
+    const AllCalls allCalls;
+    const auto expectInstalled = [](const auto& call) {
+        EXPECT_TRUE(call.Installed()) << call.Name();
+    };
+    std::apply([&](const auto&... call) { (expectInstalled(call), ...); }, allCalls);
+    watchedThread = ::GetCurrentThreadId();
+    work();
+    watchedThread = 0;
     return calls;
-}
-
-void FailingCalls::FailDuring(const Fault& fault, const std::function<void()>& work) {
-    plannedFault = &fault;
-    Watch(work);
-    plannedFault = nullptr;
 }
 
 Uncounted::Uncounted() : former_(std::exchange(watchedThread, 0)) {}

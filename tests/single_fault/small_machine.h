@@ -17,7 +17,7 @@
 // damage, its package, and files outside that no job may touch. The package is downloaded, but the
 // unpacking program is a function of this one. The program under test is told the location of the
 // tool. The tool's file is open like that of a running program: it can be neither written nor
-// deleted. Create it before FailingCalls.
+// deleted.
 class SmallMachine {
 public:
     // Without renaming, files are moved by copies, as between two volumes.
