@@ -9,7 +9,7 @@
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/running_copy.h"
 #include "bench_parts/skipping.h"
-#include "remove_game_test.h"
+#include "installed_game_test.h"
 
 namespace {
 

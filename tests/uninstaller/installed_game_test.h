@@ -7,14 +7,18 @@
 #include <system_error>
 #include <utility>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/client_folder_test.h"
 #include "bench_parts/registry_entry.h"
 #include "common/com_apartment.h"
+#include "common/paths.h"
 #include "common/tool_instance.h"
 #include "config/tool_config.h"
 #include "system/desktop_shortcut.h"
 #include "system/installed_programs_entry.h"
 #include "system/known_folder.h"
+#include "system/startup_program.h"
+#include "uninstaller/client_removal.h"
 
 // "Bench Game", installed as the repair tool leaves it: a client folder with the startup program
 // "bin\start.exe", data and the uninstaller, and an entry in the list of installed programs. The
@@ -71,6 +75,23 @@ private:
         L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Quellstone.Bench Game";
     std::filesystem::path shortcut_ =
         std::filesystem::path(KnownFolder(FOLDERID_Desktop)) / L"Bench Game.lnk";
+};
+
+class RemoveGameTest : public InstalledGameTest {
+protected:
+    // What the guard approves of a client that is not in use.
+    static ApprovedClient Client() {
+        return {*WeaklyCanonical(toolFolder), *WeaklyCanonical(toolExePath),
+                *WeaklyCanonical(ResolveStartupExePath(toolConfig, toolFolder))};
+    }
+
+    static RemovalResult RemoveInstalledGame() {
+        return RemoveGame(Client());
+    }
+
+    static decltype(&::CreateFileW) RealCreateFile() {
+        return bench::RealFunction<decltype(&::CreateFileW)>(bench::kKernel32, "CreateFileW");
+    }
 };
 
 // Removes the game at the end from a folder that may not be the test's own, and the folder if it

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "remove_game_test.h"
+#include "installed_game_test.h"
 
 namespace {
 
