@@ -8,6 +8,21 @@
 namespace fs = std::filesystem;
 
 namespace bench {
+namespace {
+
+// Wine's own; memory of the process heap.
+using UnixFileName = char*(CDECL*)(const wchar_t* path);
+
+std::filesystem::path OnWinesRootDrive(const std::filesystem::path& folder) {
+    const auto nameOf = RealFunction<UnixFileName>(kKernel32, "wine_get_unix_file_name");
+    char* const name = nameOf(folder.c_str());
+    std::filesystem::path path = L"Z:";
+    path += name;
+    ::HeapFree(::GetProcessHeap(), 0, name);
+    return path.make_preferred();
+}
+
+}  // namespace
 
 ClientFolders::ClientFolders() {
     resetJobProgress();
@@ -81,5 +96,8 @@ fs::path WithShortName(const fs::path& path) {
     const fs::path shortName = fs::path(text).filename();
     return shortName == path.filename() ? fs::path() : path.parent_path() / shortName;
 }
+
+FolderOnAnotherDrive::FolderOnAnotherDrive(const std::filesystem::path& folder)
+    : drive_(L"X:", folder), path_(IsWine() ? OnWinesRootDrive(folder) : L"X:\\") {}
 
 }  // namespace bench

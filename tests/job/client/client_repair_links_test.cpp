@@ -7,7 +7,6 @@
 #include "bench_parts/skipping.h"
 #include "job/client/client_folders.h"
 #include "job/client/client_repair.h"
-#include "job/client/substituted_drive.h"
 #include "job/progress/job_progress.h"
 
 namespace fs = std::filesystem;

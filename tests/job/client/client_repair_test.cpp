@@ -250,16 +250,6 @@ TEST_F(ClientRepair, ReinstallCopiesIdenticalFilesThatTheCleanOutCouldNotRemove)
     ExpectCounters(1, 1, 1);
 }
 
-TEST_F(ClientRepair, ARefusedReinstallCopiesAndDeletesNothing) {
-    bench::WriteFile(InPackage(L"a.dat"), "a");
-    bench::WriteFile(InClient(L"settings.ini"), "mine");
-    const bench::ToolLocation location(Client(), Scratch() / L"tool.exe");
-    EXPECT_FALSE(Reinstall());
-    EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe", L"settings.ini"));
-    ExpectFailure(bench::kUnsafeReinstall);
-    ExpectCounters(0, 0, 0);
-}
-
 TEST_F(ClientRepair, AReinstallFromTheClientFolderItselfIsRefused) {
     bench::WriteFile(InClient(L"settings.ini"), "mine");
     for (const auto& [package, archive] :

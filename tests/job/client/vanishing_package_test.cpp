@@ -7,15 +7,14 @@
 #include "bench_parts/file_hooks.h"
 #include "job/client/client_folders.h"
 #include "job/client/client_repair.h"
-#include "job/client/substituted_drive.h"
 #include "job/progress/job_progress.h"
 
 namespace fs = std::filesystem;
 
 using testing::ElementsAre;
 
-// Unpacked packages that can be read only in part, and drives without resolved paths. No job may
-// succeed without all files of the package.
+// Unpacked packages that can be read only in part. No job may succeed without all files of the
+// package.
 
 namespace {
 
@@ -94,40 +93,4 @@ TEST_P(VanishingPackage, FailsIfItsTopFolderVanishesAfterTheCounting) {
     EXPECT_FALSE(Run(Package()));
     EXPECT_EQ(listings, 2);
     EXPECT_EQ(snapshot().errorMessage, kUnreadablePackage);
-}
-
-// As on a RAM disk whose driver does not know the mount manager: final paths have no drive letter.
-TEST_P(VanishingPackage, IsCopiedFromADriveWithoutResolvedPaths) {
-    const bench::FolderOnAnotherDrive drive(Package());
-    bench::WriteFile(InPackage(L"a.dat"), "a");
-    bench::WriteFile(InPackage(L"data\\empty"), "");
-    bench::WriteFile(InPackage(L"RepairTool.exe"), "of the package");
-    for (const DWORD error : {DWORD{ERROR_INVALID_FUNCTION}, DWORD{ERROR_PATH_NOT_FOUND}}) {
-        const auto resolve = bench::RealFunction<decltype(&::GetFinalPathNameByHandleW)>(
-            bench::kKernel32, "GetFinalPathNameByHandleW");
-        int refusals = 0;
-        {
-            const auto hook = bench::HookCall<decltype(&::GetFinalPathNameByHandleW)>(
-                bench::kKernel32, "GetFinalPathNameByHandleW",
-                [&](HANDLE file, LPWSTR path, DWORD size, DWORD flags) -> DWORD {
-                    std::wstring name(MAX_PATH, L'\0');
-                    name.resize(resolve(file, name.data(), MAX_PATH, FILE_NAME_NORMALIZED));
-                    if ((flags & VOLUME_NAME_NT) != 0 ||
-                        name.find(L"\\package") == std::wstring::npos) {
-                        return resolve(file, path, size, flags);
-                    }
-                    ++refusals;
-                    ::SetLastError(error);
-                    return 0;
-                });
-            EXPECT_TRUE(Run(drive.Path()));
-        }
-        EXPECT_GT(refusals, 0);
-        EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "a");
-        EXPECT_EQ(bench::ReadFile(InClient(L"data\\empty")), "");
-        EXPECT_EQ(bench::ReadFile(Tool()), bench::kToolBytes);
-        EXPECT_EQ(snapshot().filesRepaired, 2u);
-        fs::remove(InClient(L"a.dat"));
-        fs::remove(InClient(L"data\\empty"));
-    }
 }
