@@ -58,14 +58,6 @@ TEST_F(JobFlowTest, KindThatIsNeitherBehavesAsARepair) {
     EXPECT_EQ(bench::ReadFile(Client() / L"mine"), "mine");
 }
 
-TEST_F(JobFlowTest, GivenUrlIsAskedInsteadOfTheConfiguredOne) {
-    toolConfig.archiveUrl = server_.Url(L"status/500");
-    RunJob(JobKind::Repair, L" \t" + PackageUrl(kZip) + L"\r\n");
-    ExpectSuccess(kRepairSuccess);
-    EXPECT_EQ(server_.RequestLog().at(0).requestLine,
-              "GET " + server_.ObjectName("archive/zip_lone_folder.zip") + " HTTP/1.1");
-}
-
 TEST_F(JobFlowTest, ReinstallAsksForTheConfiguredUrlWhicheverServerIsChosen) {
     toolConfig.multiRepairTool = true;
     toolConfig.archiveUrl = server_.Url(L"status/501");

@@ -3,6 +3,7 @@
 
 #include <sddl.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -53,6 +54,22 @@ protected:
         } else {
             ExpectFailureOf(relativePath);
         }
+    }
+
+    void PutOldFile() const {
+        bench::WriteFile(InPackage(L"a.dat"), "new");
+        bench::WriteFile(InClient(L"a.dat"), "old and longer");
+    }
+
+    // The old file cannot be overwritten until the obstacle has been removed.
+    void ExpectRepairOnlyAfter(const std::function<void()>& removeObstacle) const {
+        EXPECT_FALSE(Repair());
+        ExpectFailureOf(L"a.dat");
+        EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "old and longer");
+        ExpectCompleteOrReported(Reinstall(), L"a.dat");
+        removeObstacle();
+        EXPECT_TRUE(Repair());
+        ExpectComplete();
     }
 
     static std::string ChildProgramBytes() {
@@ -122,17 +139,10 @@ TEST_F(StubbornTargets, ARunningProgramThatMatchesThePackageIsClean) {
 }
 
 TEST_F(StubbornTargets, AMappedFileThatDiffersFailsTheRepairUntilItIsUnmapped) {
-    bench::WriteFile(InPackage(L"a.pak"), "new");
-    bench::WriteFile(InClient(L"a.pak"), "old and longer");
-    auto mapped = Map(InClient(L"a.pak"));
+    PutOldFile();
+    auto mapped = Map(InClient(L"a.dat"));
     ASSERT_TRUE(mapped);
-    EXPECT_FALSE(Repair());
-    ExpectFailureOf(L"a.pak");
-    EXPECT_EQ(bench::ReadFile(InClient(L"a.pak")), "old and longer");
-    ExpectCompleteOrReported(Reinstall(), L"a.pak");
-    mapped.reset();
-    EXPECT_TRUE(Repair());
-    ExpectComplete();
+    ExpectRepairOnlyAfter([&] { mapped.reset(); });
 }
 
 TEST_F(StubbornTargets, AHardLinkToTheRunningToolIsReportedAndTheToolKeepsItsBytes) {
@@ -179,16 +189,9 @@ TEST_F(StubbornTargets, HiddenAndSystemFilesAreRepairedOrReportedAndReinstalled)
 }
 
 TEST_F(StubbornTargets, AFileWithoutWriteAccessFailsTheRepairUntilThereIsAccess) {
-    bench::WriteFile(InPackage(L"a.dat"), "new");
-    bench::WriteFile(InClient(L"a.dat"), "old");
+    PutOldFile();
     ASSERT_TRUE(Allow(InClient(L"a.dat"), kNoWriting));
-    EXPECT_FALSE(Repair());
-    ExpectFailureOf(L"a.dat");
-    EXPECT_EQ(bench::ReadFile(InClient(L"a.dat")), "old");
-    ExpectCompleteOrReported(Reinstall(), L"a.dat");
-    EXPECT_TRUE(Allow(InClient(L"a.dat"), kAllRights));
-    EXPECT_TRUE(Repair());
-    ExpectComplete();
+    ExpectRepairOnlyAfter([&] { EXPECT_TRUE(Allow(InClient(L"a.dat"), kAllRights)); });
 }
 
 TEST_F(StubbornTargets, AFolderWithoutWriteAccessFailsAtItsMissingFile) {

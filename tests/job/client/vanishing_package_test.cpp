@@ -37,8 +37,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Repair, VanishingPackage, testing::Values(false));
-INSTANTIATE_TEST_SUITE_P(Reinstall, VanishingPackage, testing::Values(true));
+INSTANTIATE_TEST_SUITE_P(RepairAndReinstall, VanishingPackage, testing::Bool());
 
 }  // namespace
 

@@ -12,7 +12,6 @@
 #include <utility>
 
 #include "bench_parts/call_hook.h"
-#include "common/tool_instance.h"
 
 namespace {
 
@@ -189,16 +188,6 @@ TEST_F(JobProgressTest, CancelRequestEndsTheUnpackingProgramAfterSettingTheFlagA
     requestCancel();
     EXPECT_EQ(calls, 1);
     EXPECT_NE(jobProgress.childProcess, nullptr);
-}
-
-TEST_F(JobProgressTest, NothingIsPostedByAStageOrAFailure) {
-    MSG message{};
-    ::PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);  // Gives this thread a queue.
-    mainWindow = nullptr;                                  // A post to it would arrive here.
-    reportStage(JobStage::Finishing, L"", L"");
-    reportFailure(L"x");
-    ReportSuccess(L"x");
-    EXPECT_FALSE(::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
 }
 
 TEST_F(JobProgressTest, SnapshotNeverTearsWhileTheJobWrites) {
