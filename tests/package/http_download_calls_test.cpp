@@ -192,23 +192,17 @@ TEST_F(HttpDownloadCalls, PublishTheStartAndTheSpeedSinceTheLastPublication) {
     EXPECT_EQ(states[0].bytesTotal, 0u);
     EXPECT_EQ(states[0].statusLine, L"Downloading client package...");
     EXPECT_EQ(states[0].detailLine, L"");
-    struct Row {
-        uint64_t bytesReceived;
-        double bytesPerSecond;
-    };
-    const Row rows[] = {
-        {0, 0.0},           {0, 0.0},     // After 0.2 s.
-        {3000, 3000 / 0.4},               // After 0.4 s.
-        {3000, 3000 / 0.4},               // 0.3 s later.
-        {3800, 800 / 0.8},                // 0.8 s later.
-        {3800, 800 / 0.8},  {3850, 0.0},  // The end.
-    };
-    ASSERT_EQ(states.size(), std::size(rows));
-    for (size_t i = 0; i < states.size(); ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_EQ(states[i].bytesReceived, rows[i].bytesReceived);
-        EXPECT_NEAR(states[i].bytesPerSecond, rows[i].bytesPerSecond, 0.1);
+    std::vector<uint64_t> received;
+    std::vector<double> speeds;
+    for (const JobState& state : states) {
+        received.push_back(state.bytesReceived);
+        speeds.push_back(state.bytesPerSecond);
     }
+    // After 0.0, 0.2, 0.4, 0.7, 1.2 and 1.3 s, and at the end.
+    EXPECT_THAT(received, testing::ElementsAre(0u, 0u, 3000u, 3000u, 3800u, 3800u, 3850u));
+    EXPECT_THAT(speeds,
+                testing::Pointwise(testing::DoubleNear(0.1),
+                                   {0.0, 0.0, 3000 / 0.4, 3000 / 0.4, 800 / 0.8, 800 / 0.8, 0.0}));
 }
 
 }  // namespace
