@@ -146,16 +146,9 @@ TEST_F(StartCopyTest, WaitsForAVirusScannerThatHoldsTheCopy) {
         ::SetLastError(ERROR_SHARING_VIOLATION);
         return INVALID_HANDLE_VALUE;
     });
-    bool isStarted = false;
-    const auto start = bench::HookCall<decltype(&::CreateProcessW)>(
-        bench::kKernel32, "CreateProcessW", [&](auto...) -> BOOL {
-            isStarted = true;
-            return FALSE;
-        });
-    EXPECT_FALSE(StartCopy(Original()));
+    ASSERT_TRUE(StartCopy(Original()));
     EXPECT_EQ(refused, 2);
-    EXPECT_TRUE(isStarted);
-    EXPECT_TRUE(Copies(L".exe").empty());
+    AwaitReport();
 }
 
 bool CanBeOpened(const fs::path& file, DWORD access, DWORD share) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_parts/environment_variable.h"
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/running_copy.h"
 #include "bench_parts/skipping.h"
@@ -270,18 +271,11 @@ TEST_F(SharedFolder, IsRecognizedAlsoIfItCannotBeResolved) {
 }
 
 TEST_F(SharedFolder, IsTheTemporaryFolderAndWhatIsAboveIt) {
-    fs::path temporary;
-    const auto hook = bench::HookCall<decltype(&::GetTempPathW)>(
-        bench::kKernel32, "GetTempPathW", [&](DWORD, LPWSTR text) -> DWORD {
-            const std::wstring path = temporary.native() + L"\\";
-            text[path.copy(text, MAX_PATH)] = L'\0';
-            return static_cast<DWORD>(path.size());
-        });
     const std::pair<fs::path, Refusal> cases[] = {{client_, Refusal::SharedFolder},
                                                   {client_ / L"data", Refusal::SharedFolder},
                                                   {Outside(), Refusal::None}};
     for (const auto& [folder, refusal] : cases) {
-        temporary = folder;
+        const bench::EnvironmentVariable temporary(L"TMP", folder.native());
         EXPECT_EQ(FindRefusal(), refusal) << folder;
     }
 }
