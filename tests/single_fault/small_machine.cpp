@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <regex>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -88,18 +89,12 @@ void UnpackTo(const fs::path& folder) {
     fs::create_directories(folder / L"leer");
 }
 
-// The target folder in the command line of an unpacking program: tar.exe or PowerShell.
-fs::path UnpackingFolder(std::wstring_view commandLine) {
-    for (const auto& [before, after] :
-         {std::pair{std::wstring_view(L" -C \""), L'"'},
-          std::pair{std::wstring_view(L"-DestinationPath '"), L'\''}}) {
-        const size_t begin = commandLine.find(before);
-        if (begin != std::wstring_view::npos) {
-            const size_t name = begin + before.size();
-            return commandLine.substr(name, commandLine.find(after, name) - name);
-        }
-    }
-    return {};
+// The target folder in the command line of an unpacking program, tar.exe or PowerShell; empty for
+// another program's.
+fs::path UnpackingFolder(const std::wstring& commandLine) {
+    std::wsmatch match;
+    std::regex_search(commandLine, match, std::wregex(L"(?: -C \"|-DestinationPath ')([^\"']+)"));
+    return match.str(1);
 }
 
 // Unpacks at once instead of starting a program, and gives handles of `endedProgram`.
