@@ -1,6 +1,7 @@
 #include "kit/config_lines.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <utility>
 #include <variant>
@@ -90,29 +91,39 @@ std::wstring Folded(std::string_view key) {
 // The number of insertions, deletions and replacements that make one text of the other; any number
 // over kMostDistance when there are more of them.
 size_t EditDistance(std::wstring_view left, std::wstring_view right) {
-    const size_t difference =
-        left.size() > right.size() ? left.size() - right.size() : right.size() - left.size();
-    if (difference > kMostDistance) {
-        return difference;
+    constexpr size_t kTooFar = kMostDistance + 1;
+    constexpr size_t kCells = 2 * kMostDistance + 1;
+    if (left.size() > right.size() + kMostDistance || right.size() > left.size() + kMostDistance) {
+        return kTooFar;
     }
-    std::vector<size_t> row(right.size() + 1);
-    for (size_t i = 0; i < row.size(); ++i) {
-        row[i] = i;
+    // For the first `i` characters of the left text: the distances from the first `i + cell -
+    // kMostDistance` of the right one. Further ones cannot lead to a small distance.
+    std::array<size_t, kCells + 1> row{};
+    row.fill(kTooFar);
+    for (size_t cell = kMostDistance; cell < kCells; ++cell) {
+        row[cell] = cell - kMostDistance;
     }
     for (size_t i = 0; i < left.size(); ++i) {
-        size_t diagonal = row[0];
-        size_t least = row[0] = i + 1;
-        for (size_t j = 0; j < right.size(); ++j) {
-            const size_t replaced = diagonal + (left[i] == right[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
-            least = std::min(least, row[j + 1]);
+        size_t least = kTooFar;
+        for (size_t cell = 0; cell < kCells; ++cell) {
+            const size_t end = i + 1 + cell;  // Of the right text's part, plus kMostDistance.
+            if (end < kMostDistance || end > right.size() + kMostDistance) {
+                row[cell] = kTooFar;
+                continue;
+            }
+            const bool hasLetter = end > kMostDistance;
+            const bool isSame = hasLetter && left[i] == right[end - kMostDistance - 1];
+            const size_t replaced = hasLetter ? row[cell] + (isSame ? 0 : 1) : kTooFar;
+            const size_t removed = row[cell + 1] + 1;
+            const size_t added = cell > 0 ? row[cell - 1] + 1 : kTooFar;
+            row[cell] = std::min({replaced, removed, added});
+            least = std::min(least, row[cell]);
         }
         if (least > kMostDistance) {
-            return least;
+            return kTooFar;
         }
     }
-    return row.back();
+    return row[right.size() + kMostDistance - left.size()];
 }
 
 const std::vector<std::pair<std::string_view, std::wstring>>& FoldedKeys() {

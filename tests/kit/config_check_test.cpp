@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <set>
 
 #include "brand_corpus.h"
@@ -142,6 +144,66 @@ TEST(NearestConfigKey, IsTheFirstOfTheNearestKeys) {
     };
     for (const auto& row : rows) {
         EXPECT_EQ(NearestConfigKey(row.key).value_or(""), row.nearest) << row.key;
+    }
+}
+
+// By the definition, without any shortcut.
+size_t PlainDistance(std::string_view left, std::string_view right) {
+    std::vector<std::vector<size_t>> cells(left.size() + 1, std::vector<size_t>(right.size() + 1));
+    for (size_t i = 0; i <= left.size(); ++i) {
+        for (size_t j = 0; j <= right.size(); ++j) {
+            cells[i][j] = i + j;
+            if (i > 0 && j > 0) {
+                const size_t replaced = left[i - 1] == right[j - 1] ? 0 : 1;
+                cells[i][j] = std::min(
+                    {cells[i - 1][j - 1] + replaced, cells[i - 1][j] + 1, cells[i][j - 1] + 1});
+            }
+        }
+    }
+    return cells.back().back();
+}
+
+TEST(NearestConfigKey, AgreesWithThePlainDistance) {
+    std::vector<std::string> keys;
+    for (const ConfigKey& key : ConfigKeys()) {
+        keys.emplace_back(key.name);
+    }
+    keys.emplace_back("format");
+    const auto lower = [](std::string text) {
+        for (char& each : text) {
+            each = each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each;
+        }
+        return text;
+    };
+    std::mt19937 random(20261122);
+    for (int round = 0; round < 300; ++round) {
+        std::string text = keys[random() % keys.size()];
+        for (auto edits = random() % 4 + 1; edits > 0; --edits) {
+            const size_t at = random() % (text.size() + 1);
+            const auto letter = static_cast<char>('a' + random() % 26);
+            switch (random() % 3) {
+                case 0:
+                    text.insert(at, 1, letter);
+                    break;
+                case 1:
+                    text.erase(at, 1);
+                    break;
+                default:
+                    text.replace(at, 1, 1, letter);
+                    break;
+            }
+        }
+        if (std::find(keys.begin(), keys.end(), text) != keys.end()) {
+            continue;
+        }
+        std::string nearest;
+        size_t least = 3;
+        for (const std::string& key : keys) {
+            const size_t distance = PlainDistance(lower(text), lower(key));
+            nearest = distance < least ? key : nearest;
+            least = std::min(least, distance);
+        }
+        EXPECT_EQ(NearestConfigKey(text).value_or(""), nearest) << text;
     }
 }
 
