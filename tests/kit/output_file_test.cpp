@@ -212,7 +212,9 @@ TEST(OutputFile, FlushesWhatAnotherProgramHasWrittenToIt) {
     WriteFile(file.TemporaryPath(), "new and signed");
     {
         const auto hook = bench::HookCall<decltype(&::FlushFileBuffers)>(
-            L"kernel32.dll", "FlushFileBuffers", [](HANDLE) -> BOOL {
+            L"kernel32.dll", "FlushFileBuffers", [&file](HANDLE) -> BOOL {
+                // As an interruption does it.
+                EXPECT_TRUE(::DeleteFileW(file.TemporaryPath().c_str()));
                 ::SetLastError(ERROR_DISK_FULL);
                 return FALSE;
             });
