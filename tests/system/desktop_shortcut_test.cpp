@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <optional>
 #include <string>
@@ -36,15 +35,23 @@ struct ShortcutFields {
     bool operator==(const ShortcutFields&) const = default;
 };
 
-std::optional<ShortcutFields> ReadShortcut(const fs::path& file) {
+ComPointer<IShellLinkW> MakeShellLink() {
+    void* made = nullptr;
+    EXPECT_EQ(
+        ::CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW, &made),
+        S_OK);
+    return ComPointer<IShellLinkW>(static_cast<IShellLinkW*>(made));
+}
+
+ComPointer<IPersistFile> FileOf(IShellLinkW& link) {
     void* found = nullptr;
-    if (FAILED(::CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                                  &found))) {
-        return std::nullopt;
-    }
-    const ComPointer<IShellLinkW> link(static_cast<IShellLinkW*>(found));
-    link->QueryInterface(IID_IPersistFile, &found);
-    const ComPointer<IPersistFile> persist(static_cast<IPersistFile*>(found));
+    EXPECT_EQ(link.QueryInterface(IID_IPersistFile, &found), S_OK);
+    return ComPointer<IPersistFile>(static_cast<IPersistFile*>(found));
+}
+
+std::optional<ShortcutFields> ReadShortcut(const fs::path& file) {
+    const ComPointer<IShellLinkW> link = MakeShellLink();
+    const ComPointer<IPersistFile> persist = FileOf(*link);
     if (persist->Load(file.c_str(), STGM_READ) != S_OK) {
         return std::nullopt;
     }
@@ -150,7 +157,12 @@ TEST_F(DesktopShortcut, NeedsTheUsersOwnDesktop) {
 TEST_F(DesktopShortcut, NeedsTheShellLinkObject) {
     const auto hook = bench::HookCall<decltype(&::CoCreateInstance)>(
         L"ole32.dll", "CoCreateInstance",
-        [](REFCLSID, LPUNKNOWN, DWORD, REFIID, LPVOID* object) -> HRESULT {
+        [](REFCLSID id, LPUNKNOWN outer, DWORD context, REFIID interfaceId,
+           LPVOID* object) -> HRESULT {
+            EXPECT_TRUE(::IsEqualGUID(id, CLSID_ShellLink));
+            EXPECT_TRUE(::IsEqualGUID(interfaceId, IID_IShellLinkW));
+            EXPECT_EQ(outer, nullptr);
+            EXPECT_EQ(context, DWORD{CLSCTX_INPROC_SERVER});
             *object = nullptr;
             return REGDB_E_CLASSNOTREG;
         });
@@ -168,108 +180,85 @@ TEST_F(DesktopShortcut, FailsOnAFolderOrAReadOnlyFileOfThatName) {
     bench::SetReadOnly(linkFile_, false);
 }
 
-// Methods of the shell link and its IPersistFile, by their places in the tables of methods.
+// Replaces a method of all objects of a COM class as long as this lives. `object` is one of them,
+// `index` the method's place in its table.
+class MethodHook {
+public:
+    MethodHook(void* object, size_t index, void* replacement)
+        : entry_(*static_cast<void***>(object) + index), original_(Exchange(replacement)) {}
+    ~MethodHook() {
+        Exchange(original_);
+    }
+    MethodHook(const MethodHook&) = delete;
+    MethodHook& operator=(const MethodHook&) = delete;
+
+    template <class Method>
+    [[nodiscard]] Method Original() const {
+        return reinterpret_cast<Method>(original_);
+    }
+
+private:
+    void* Exchange(void* method) {
+        DWORD protection = 0;
+        ::VirtualProtect(entry_, sizeof *entry_, PAGE_READWRITE, &protection);
+        void* const former = std::exchange(*entry_, method);
+        ::VirtualProtect(entry_, sizeof *entry_, protection, &protection);
+        return former;
+    }
+
+    void** entry_;
+    void* original_;
+};
+
 constexpr size_t kQueryInterface = 0;
+constexpr size_t kRelease = 2;
 constexpr size_t kSave = 6;
 constexpr size_t kSetDescription = 7;
 constexpr size_t kSetWorkingDirectory = 9;
 constexpr size_t kSetPath = 20;
-constexpr size_t kMethodCount = 21;
-constexpr size_t kFileMethodCount = 9;
 
-HRESULT STDMETHODCALLTYPE RefuseInterface(IUnknown*, REFIID, void** object) {
-    *object = nullptr;
-    return E_NOINTERFACE;
+HRESULT(STDMETHODCALLTYPE* queryInterface)(IUnknown*, REFIID, void**) = nullptr;
+ULONG(STDMETHODCALLTYPE* release)(IUnknown*) = nullptr;
+HRESULT(STDMETHODCALLTYPE* saveLink)(IPersistFile*, LPCOLESTR, BOOL) = nullptr;
+ULONG referencesLeft = 0;      // After the last Release.
+std::vector<BOOL> remembered;  // The "remember" of each Save.
+
+HRESULT STDMETHODCALLTYPE RefuseFileInterface(IUnknown* link, REFIID id, void** object) {
+    return ::IsEqualGUID(id, IID_IPersistFile) ? E_NOINTERFACE : queryInterface(link, id, object);
 }
 HRESULT STDMETHODCALLTYPE RefuseText(IShellLinkW*, LPCWSTR) {
     return E_FAIL;
 }
-
-HRESULT(STDMETHODCALLTYPE* saveLink)(IPersistFile*, LPCOLESTR, BOOL) = nullptr;
-std::vector<BOOL> remembered;  // The "remember" of each Save.
-
+ULONG STDMETHODCALLTYPE CountReferences(IUnknown* link) {
+    return referencesLeft = release(link);
+}
 HRESULT STDMETHODCALLTYPE RecordSave(IPersistFile* file, LPCOLESTR name, BOOL remember) {
     remembered.push_back(remember);
     return saveLink(file, name, remember);
 }
 
-// A shell link with one method replaced and Save recorded. It keeps a reference, to show whether
-// all others were released.
-class ObservedShellLink {
-public:
-    // `refused`: kMethodCount for none.
-    explicit ObservedShellLink(size_t refused) : refused_(refused) {
-        remembered.clear();
-    }
-
-    // Releases that reference; the result is how many are left.
-    ULONG ReleaseLast() {
-        return std::exchange(link_, nullptr)->Release();
-    }
-
-    HRESULT Create(REFCLSID id, LPUNKNOWN outer, DWORD context, REFIID interfaceId,
-                   LPVOID* object) {
-        EXPECT_TRUE(::IsEqualGUID(id, CLSID_ShellLink));
-        EXPECT_TRUE(::IsEqualGUID(interfaceId, IID_IShellLinkW));
-        EXPECT_EQ(outer, nullptr);
-        EXPECT_EQ(context, DWORD{CLSCTX_INPROC_SERVER});
-        const HRESULT result = bench::RealFunction<decltype(&::CoCreateInstance)>(
-            L"ole32.dll", "CoCreateInstance")(id, outer, context, interfaceId, object);
-        link_ = static_cast<IShellLinkW*>(*object);
-        link_->AddRef();
-        ReplaceMethods();
-        return result;
-    }
-
-private:
-    void ReplaceMethods() {
-        void* found = nullptr;
-        ASSERT_EQ(link_->QueryInterface(IID_IPersistFile, &found), S_OK);
-        const ComPointer<IPersistFile> file(static_cast<IPersistFile*>(found));
-        auto** const fileTable = static_cast<void***>(found);
-        std::copy_n(*fileTable, fileMethods_.size(), fileMethods_.begin());
-        saveLink = reinterpret_cast<decltype(saveLink)>(fileMethods_[kSave]);
-        fileMethods_[kSave] = reinterpret_cast<void*>(&RecordSave);
-        *fileTable = fileMethods_.data();
-
-        auto** const table = reinterpret_cast<void***>(link_);
-        std::copy_n(*table, methods_.size(), methods_.begin());
-        if (refused_ < kMethodCount) {
-            methods_[refused_] = refused_ == kQueryInterface
-                                     ? reinterpret_cast<void*>(&RefuseInterface)
-                                     : reinterpret_cast<void*>(&RefuseText);
-        }
-        *table = methods_.data();
-    }
-
-    size_t refused_;
-    IShellLinkW* link_ = nullptr;
-    std::array<void*, kMethodCount> methods_{};
-    std::array<void*, kFileMethodCount> fileMethods_{};
-};
-
-auto Observe(ObservedShellLink& link) {
-    return bench::HookCall<decltype(&::CoCreateInstance)>(
-        L"ole32.dll", "CoCreateInstance",
-        [&](auto&&... arguments) -> HRESULT { return link.Create(arguments...); });
-}
-
 TEST_F(DesktopShortcut, IsSavedOnceAlsoWithoutAFieldThatIsRefused) {
-    for (const size_t refused : {kMethodCount, kSetPath, kSetWorkingDirectory, kSetDescription}) {
-        ObservedShellLink link(refused);
-        const auto hook = Observe(link);
+    const ComPointer<IShellLinkW> link = MakeShellLink();
+    const MethodHook save(FileOf(*link).get(), kSave, reinterpret_cast<void*>(&RecordSave));
+    saveLink = save.Original<decltype(saveLink)>();
+    const MethodHook count(link.get(), kRelease, reinterpret_cast<void*>(&CountReferences));
+    release = count.Original<decltype(release)>();
+    for (const size_t refused : {kSetPath, kSetWorkingDirectory, kSetDescription}) {
+        const MethodHook refusal(link.get(), refused, reinterpret_cast<void*>(&RefuseText));
+        remembered.clear();
         EXPECT_EQ(MessageOf(true), kCreated) << refused;
-        EXPECT_EQ(link.ReleaseLast(), 0U);
+        EXPECT_EQ(referencesLeft, 0U);
         EXPECT_EQ(remembered, std::vector<BOOL>{TRUE});
         EXPECT_TRUE(fs::remove(linkFile_)) << refused;
     }
 }
 
 TEST_F(DesktopShortcut, FailsIfTheObjectCannotBeSaved) {
-    ObservedShellLink link(kQueryInterface);
-    const auto hook = Observe(link);
+    const ComPointer<IShellLinkW> link = MakeShellLink();
+    const MethodHook refusal(link.get(), kQueryInterface,
+                             reinterpret_cast<void*>(&RefuseFileInterface));
+    queryInterface = refusal.Original<decltype(queryInterface)>();
     EXPECT_EQ(MessageOf(false), kNotSaved);
-    EXPECT_EQ(link.ReleaseLast(), 0U);
     EXPECT_FALSE(fs::exists(linkFile_));
 }
 

@@ -56,18 +56,6 @@ TEST_F(FolderSize, OfABareDriveIsThatOfItsRoot) {
     EXPECT_GT(FolderSizeBytes(scratch_.Path().native().substr(0, 2)), 0U);
 }
 
-TEST_F(FolderSize, EntersNoFolderLinkExceptAsTheRoot) {
-    bench::WriteFile(scratch_.Path() / L"elsewhere" / L"large", std::string(5000, 'x'));
-    Put(L"file", 1);
-    SKIP_ON_WINDOWS_WITHOUT(
-        bench::MakeFolderLink(root_ / L"link", scratch_.Path() / L"elsewhere") &&
-            bench::MakeFolderLink(root_ / L"loop", root_) &&
-            bench::MakeFolderLink(root_ / L"dangling", scratch_.Path() / L"missing"),
-        "links for this user");
-    EXPECT_EQ(FolderSizeBytes(root_), 1U);
-    EXPECT_EQ(FolderSizeBytes(root_ / L"link"), 5000U);
-}
-
 TEST_F(FolderSize, CountsFileLinksAndHardLinksWithTheFilesSize) {
     bench::WriteFile(scratch_.Path() / L"large", std::string(5000, 'x'));
     Put(L"one name", 3);

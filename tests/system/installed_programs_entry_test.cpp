@@ -49,8 +49,8 @@ struct RegistryCalls {
 class InstalledProgramsEntry : public bench::ClientFolderTest {
 protected:
     InstalledProgramsEntry() {
-        toolConfig.programsDisplayName = L"Bench \u00fc";
-        toolConfig.websiteUrl = L"https://game.example/?a=b";
+        toolConfig.programsDisplayName = L" Bench: \u00fc ";
+        toolConfig.websiteUrl = L"\thttps://game.example/?a=b\n";
         bench::WriteFile(Uninstaller(), "MZ!");
         RemoveKey(keyPath_);
     }
@@ -83,7 +83,7 @@ protected:
     // Registers the game while the writes with these numbers, counted from 0, are refused.
     static RegistryCalls RegisterRefusing(const std::set<size_t>& refused);
 
-    std::wstring keyPath_ = kUninstallKeys + L"Quellstone.Bench \u00fc";
+    std::wstring keyPath_ = kUninstallKeys + L"Quellstone.Bench_ \u00fc";
 };
 
 RegistryCalls InstalledProgramsEntry::RegisterRefusing(const std::set<size_t>& refused) {
@@ -137,7 +137,7 @@ TEST_F(InstalledProgramsEntry, HasAllValues) {
     EXPECT_TRUE(Register());
     const std::wstring& folder = toolFolder;
     EXPECT_EQ(ReadKey(keyPath_),
-              (StoredValues{{L"DisplayName", StoredText(L"Bench \u00fc")},
+              (StoredValues{{L"DisplayName", StoredText(L"Bench: \u00fc")},
                             {L"Publisher", StoredText(L"Maker")},
                             {L"DisplayVersion", StoredText(L"1.2.3-\u03b2")},
                             {L"InstallLocation", StoredText(folder)},
@@ -162,7 +162,7 @@ TEST_F(InstalledProgramsEntry, IsOverwrittenValueByValue) {
         *version = L" \t";
     }
     EXPECT_TRUE(Register());
-    EXPECT_EQ(Stored(L"DisplayName"), StoredText(L"Bench \u00fc"));
+    EXPECT_EQ(Stored(L"DisplayName"), StoredText(L"Bench: \u00fc"));
     EXPECT_EQ(Stored(L"EstimatedSize"), StoredNumber(1));
     EXPECT_EQ(Stored(L"DisplayVersion"), StoredText(L""));
     // Values that are not written stay.

@@ -1,17 +1,12 @@
 #include "system/installed_programs_values.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace {
-
-using testing::ElementsAre;
-using testing::Pair;
 
 // The configured text with each of these indexes overrides those behind it.
 struct TextChoice {
@@ -112,65 +107,6 @@ TEST(SizeInKibibytes, RoundsUpAndStopsAtTheLargestNumber) {
     };
     for (const auto& [bytes, kibibytes] : cases) {
         EXPECT_EQ(SizeInKibibytes(bytes), kibibytes) << bytes;
-    }
-}
-
-using Data = std::variant<std::wstring, uint32_t>;
-
-std::vector<std::pair<std::wstring, Data>> Pairs(const ToolConfig& config,
-                                                 const InstalledProgramFacts& facts) {
-    std::vector<std::pair<std::wstring, Data>> pairs;
-    for (const RegistryValue& value : InstalledProgramValues(config, facts)) {
-        pairs.emplace_back(value.name, value.data);
-    }
-    return pairs;
-}
-
-TEST(InstalledProgramValues, HaveTheirOrderNamesAndTypes) {
-    ToolConfig config;
-    config.programsDisplayName = L" A/B: X? ";
-    config.websiteUrl = L"\thttps://game.example/\n";
-    InstalledProgramFacts facts;
-    facts.clientFolder = L"D:\\games/Karvoth";
-    facts.uninstaller = L"D:\\games/a\"b\\Uninstall.exe";
-    facts.icon = L"D:\\games/Karvoth\\patcher.exe";
-    facts.clientSizeBytes = 2049;
-    facts.today.wYear = 2026;
-    facts.today.wMonth = 3;
-    facts.today.wDay = 9;
-    const auto text = [](const wchar_t* value) {
-        return Data(std::wstring(value));
-    };
-    const auto number = [](uint32_t value) {
-        return Data(value);
-    };
-    EXPECT_THAT(
-        Pairs(config, facts),
-        ElementsAre(Pair(L"DisplayName", text(L"A/B: X?")), Pair(L"Publisher", text(L"Brennick")),
-                    Pair(L"DisplayVersion", text(L"2.0.0")),
-                    Pair(L"InstallLocation", text(L"D:\\games/Karvoth")),
-                    Pair(L"UninstallString", text(L"\"D:\\games/a\\\"b\\Uninstall.exe\"")),
-                    Pair(L"DisplayIcon", text(L"D:\\games/Karvoth\\patcher.exe,0")),
-                    Pair(L"InstallDate", text(L"20260309")),
-                    Pair(L"URLInfoAbout", text(L"https://game.example/")),
-                    Pair(L"EstimatedSize", number(3)), Pair(L"NoModify", number(1)),
-                    Pair(L"NoRepair", number(1))));
-}
-
-TEST(InstalledProgramValues, IncludeAnEmptyVersionButNoBlankWebsite) {
-    ToolConfig config = BlankConfig();
-    InstalledProgramFacts facts;
-    facts.today.wYear = 987;
-    facts.today.wMonth = 12;
-    facts.today.wDay = 31;
-    for (const wchar_t* const website : {L"", L" \t\r\n"}) {
-        config.websiteUrl = website;
-        const auto values = Pairs(config, facts);
-        EXPECT_EQ(values.size(), 10U);
-        EXPECT_THAT(values, testing::Contains(Pair(L"DisplayVersion", Data(std::wstring()))));
-        EXPECT_THAT(values,
-                    testing::Contains(Pair(L"InstallDate", Data(std::wstring(L"09871231")))));
-        EXPECT_THAT(values, testing::Not(testing::Contains(Pair(L"URLInfoAbout", testing::_))));
     }
 }
 

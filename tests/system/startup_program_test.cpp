@@ -1,17 +1,12 @@
 #include "system/startup_program.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <optional>
-#include <string>
 #include <vector>
 
 #include "bench_parts/client_folder_test.h"
-#include "bench_parts/running_copy.h"
 #include "bench_parts/shell_recorder.h"
 #include "bench_parts/skipping.h"
-#include "bench_parts/waiting.h"
 
 namespace {
 
@@ -64,26 +59,6 @@ TEST_F(LaunchStartupProgramTest, DoesNothingWithoutTheProgram) {
         toolConfig.startupExe = startupExe;
         EXPECT_TRUE(Launch().empty()) << startupExe;
     }
-}
-
-TEST_F(LaunchStartupProgramTest, StartsARealProgramInItsFolder) {
-    mainWindow = nullptr;
-    toolConfig.startupExe = L"bin \u00fc\\start it.exe";
-    const fs::path exe = fs::path(toolFolder) / toolConfig.startupExe;
-    const fs::path report = exe.native() + L".txt";
-    bench::WriteFile(exe, bench::ReadFile(bench::FolderOfThisProgram() / L"start_probe.exe"));
-    LaunchStartupProgram();
-    ASSERT_TRUE(bench::Await([&] { return fs::exists(report); }));
-    const std::string bytes = bench::ReadFile(report);
-    EXPECT_THAT(std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()),
-                             bytes.size() / sizeof(wchar_t)),
-                testing::StartsWith(exe.parent_path().native() + L"\n1\n1\n"));
-    // A program keeps its exe and its current folder in use until it has ended.
-    bench::Await([&] {
-        std::error_code ignored;
-        fs::remove_all(exe.parent_path(), ignored);
-        return !fs::exists(exe.parent_path());
-    });
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/client_folder_test.h"
-#include "bench_parts/current_folder.h"
 #include "bench_parts/running_copy.h"
 
 namespace {
@@ -46,16 +45,6 @@ TEST_F(WriteUninstallerTest, WritesTheEmbeddedProgramByteForByte) {
     ASSERT_TRUE(::CreateHardLinkW(otherName.c_str(), File().c_str(), nullptr));
     EXPECT_TRUE(WriteUninstaller());
     EXPECT_EQ(bench::ReadFile(otherName), kEmbedded);
-}
-
-TEST_F(WriteUninstallerTest, CreatesAMissingClientFolderAndUsesTheCurrentOneWithout) {
-    toolFolder = Outside() / L"new" / L"deeper";
-    EXPECT_TRUE(WriteUninstaller());
-    EXPECT_EQ(bench::ReadFile(File()), kEmbedded);
-    const bench::CurrentFolder current(Outside());
-    toolFolder.clear();
-    EXPECT_TRUE(WriteUninstaller());
-    EXPECT_EQ(bench::ReadFile(Outside() / L"Uninstall.exe"), kEmbedded);
 }
 
 TEST_F(WriteUninstallerTest, FailsOnARunningProgramAlsoByAnotherName) {
