@@ -7,6 +7,7 @@
 #include <fstream>
 #include <string>
 
+#include "bench_parts/call_hook.h"
 #include "bench_parts/game_machine.h"
 #include "config/tool_config.h"
 #include "package/package_source.h"
@@ -49,6 +50,15 @@ TEST_F(JobFlowTest, ReinstallLeavesThePackageAndTheToolOnly) {
     ExpectSuccess(L"Reinstall complete.");
     EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
     EXPECT_THAT(TempFolder(), IsEmpty());
+}
+
+TEST_F(JobFlowTest, StopComesTooLateOnceTheClientIsComplete) {
+    const auto hook = bench::WatchCall<decltype(&::FindResourceW)>(
+        bench::kKernel32, "FindResourceW", [](auto...) { requestCancel(); });
+    RunJob(JobKind::Repair);
+    EXPECT_TRUE(jobProgress.cancelRequested);
+    ExpectSuccess(kRepairSuccess);
+    EXPECT_EQ(bench::ReadFile(Client() / L"Uninstall.exe"), "the uninstaller's bytes");
 }
 
 TEST_F(JobFlowTest, KindThatIsNeitherBehavesAsARepair) {

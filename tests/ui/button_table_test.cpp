@@ -44,34 +44,17 @@ struct Row {
 };
 
 using enum ButtonLook;
+constexpr std::optional<Edges> kNowhere;
 
 // In the order of their creation.
 const Row kRows[] = {
     {4001, L"Repair Client", Primary, true, Edges(92, 396, 188, 44), Edges(342, 440, 176, 42), 0,
      kFailureShown},
-    {4011,
-     L"Repair game on Asia Download Server",
-     Choice,
-     true,
-     {},
-     Edges(112, 396, 300, 34),
-     kSeveralServers,
-     kFailureShown},
-    {4012,
-     L"Repair game on EU Download Server",
-     Choice,
-     true,
-     {},
-     Edges(448, 396, 300, 34),
-     kSeveralServers,
-     kFailureShown},
-    {4002,
-     L"Reinstall Game",
-     Accented,
-     true,
-     Edges(298, 396, 188, 44),
-     {},
-     0,
+    {4011, L"Repair game on Asia Download Server", Choice, true, kNowhere, Edges(112, 396, 300, 34),
+     kSeveralServers, kFailureShown},
+    {4012, L"Repair game on EU Download Server", Choice, true, kNowhere, Edges(448, 396, 300, 34),
+     kSeveralServers, kFailureShown},
+    {4002, L"Reinstall Game", Accented, true, Edges(298, 396, 188, 44), kNowhere, 0,
      kFailureShown | kSeveralServers},
     {4003, L"Create Game Shortcut", Plain, false, Edges(504, 396, 180, 44),
      Edges(178, 486, 220, 28), kOffersShortcut | kHasStartup, kFailureShown},

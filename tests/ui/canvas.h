@@ -89,8 +89,6 @@ Pixels WindowSizedPart(HDC device, const POINT& origin);
 
 // The picture as the bytes of a file, by one of these encoders that Windows brings along.
 std::string EncodedPicture(Gdiplus::GpBitmap* bitmap, const CLSID& encoder);
-inline constexpr CLSID kBmpEncoder{
-    0x557CF400, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
 inline constexpr CLSID kJpegEncoder{
     0x557CF401, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
 inline constexpr CLSID kPngEncoder{
@@ -101,13 +99,6 @@ std::optional<Box> DifferingArea(const Pixels& one, const Pixels& other,
                                  std::optional<Box> area = std::nullopt);
 
 bool Contains(const Box& outer, const Box& inner);
-
-constexpr int CenterX(const Box& box) {
-    return box.x + box.width / 2;
-}
-constexpr int CenterY(const Box& box) {
-    return box.y + box.height / 2;
-}
 
 // A text's color: that of the pixel which the text changed most. Smoothing mixes the others with
 // the background.

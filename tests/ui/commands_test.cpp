@@ -80,15 +80,6 @@ TEST_F(Commands, ReinstallAsksWithNoAsTheDefault) {
     EXPECT_EQ(selectedPackageUrl, kPrimaryUrl);
 }
 
-TEST_F(Commands, ASecondClickStartsNoSecondJob) {
-    const OpenWindow window;
-    const RunningJob job(JobKind::Reinstall);
-    window.Press(4001);
-    window.Press(4001);
-    EXPECT_EQ(snapshot().kind, JobKind::Reinstall);
-    EXPECT_EQ(selectedPackageUrl, L"");
-}
-
 TEST_F(Commands, CreateShortcutShowsItsSuccessBelowTheBarAndOnTheButton) {
     const OpenWindow window;
     const RunningJob job;
@@ -104,24 +95,6 @@ TEST_F(Commands, CreateShortcutShowsItsSuccessBelowTheBarAndOnTheButton) {
     EXPECT_THAT(window.DisabledButtons(), ElementsAre(4003));
     EXPECT_TRUE(window.TakePaint());
     EXPECT_THAT(player.Boxes(), IsEmpty());
-}
-
-TEST_F(Commands, CreateShortcutShowsAFailureInABox) {
-    const OpenWindow window;
-    std::filesystem::remove(client_.Path() / L"client.exe");
-    const Player player(IDOK);
-    window.TakePaint();
-    window.Press(4003);
-    EXPECT_FALSE(window.TakePaint());
-    ASSERT_EQ(player.Boxes().size(), 1U);
-    EXPECT_EQ(player.Boxes()[0].owner, window.Handle());
-    EXPECT_EQ(player.Boxes()[0].text,
-              L"Could not find the shortcut target: " + (client_.Path() / L"client.exe").native());
-    EXPECT_EQ(player.Boxes()[0].caption, L"Create Game Shortcut");
-    EXPECT_EQ(player.Boxes()[0].style, static_cast<UINT>(MB_OK | MB_ICONWARNING));
-    EXPECT_EQ(snapshot().detailLine, L"");
-    EXPECT_EQ(WindowText(window.Button(4003)), L"Create Game Shortcut");
-    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
 }
 
 TEST_F(Commands, RunPatcherStartsTheStartupProgramAtEachPress) {
@@ -150,34 +123,6 @@ TEST_F(Commands, TheLinksOpenTheirAddressesIfTheyHaveOne) {
     EXPECT_THAT(shell_.Calls(), ElementsAre(opening(L"https://www.karvoth.example/"),
                                             opening(L"https://community.karvoth.example/"),
                                             opening(L"https://www.karvoth.example/")));
-}
-
-TEST_F(Commands, RetryMakesTheWindowReadyAgain) {
-    const OpenWindow window;
-    LeaveEndedJob(JobKind::Repair, false);
-    window.Tick();
-    EXPECT_THAT(window.ShownButtons(), testing::Contains(4009));
-    window.Press(4009);
-    EXPECT_THAT(window.ShownButtons(), testing::Not(testing::Contains(4009)));
-    EXPECT_EQ(snapshot().statusLine, L"Ready.");
-    window.Press(4001);
-    EXPECT_TRUE(JobThreadExists());
-}
-
-TEST_F(Commands, BothCloseButtonsAskAndClose) {
-    for (const int id : {4010, 4008}) {
-        const OpenWindow window;
-        {
-            const Player player(IDNO);
-            window.Press(id);
-            ASSERT_EQ(player.Boxes().size(), 1U) << id;
-            EXPECT_EQ(player.Boxes()[0].caption, L"Close Repair Tool");
-            EXPECT_TRUE(::IsWindow(window.Handle())) << id;
-        }
-        const Player player(IDYES);
-        window.Press(id);
-        EXPECT_FALSE(::IsWindow(window.Handle())) << id;
-    }
 }
 
 TEST_F(Commands, MinimizeMinimizes) {

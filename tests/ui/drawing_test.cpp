@@ -19,7 +19,7 @@ constexpr Box kWhole{0, 0, 60, 40};
 
 class Drawing : public PaintingTest {};
 
-// Boxes, lines, discs and texts are drawn and checked by the painters' tests.
+// Everything else is drawn and checked by the painters' tests.
 
 // Both kinds of scaling, in this order.
 std::pair<bool, bool> DrawScaled(Gdiplus::GpImage* image) {
@@ -57,53 +57,6 @@ TEST_F(Drawing, UsesTheBestInterpolationForAFittedPictureOnly) {
     DrawImageFitting(target.Graphics(), picture.Bitmap(), kWhole);
     DrawImageCovering(target.Graphics(), picture.Bitmap(), kWhole);
     EXPECT_EQ(modes, std::vector({Gdiplus::InterpolationModeHighQualityBicubic, usual}));
-}
-
-TEST_F(Drawing, CopiesAPicturePixelByPixelWithItsTransparency) {
-    const OwnedBitmap picture = MakeBitmap(20, 10);
-    FillBox(MakeGraphics(picture.get()).get(), {3, 4, 5, 1}, kInk);
-    const Canvas target(60, 40, kBehind);
-    EXPECT_TRUE(CopyImage(target.Graphics(), picture.get(), {30, 20, 20, 10}));
-    const Pixels pixels = target.Read();
-    EXPECT_EQ(pixels.Count({33, 24, 5, 1}, kInk), 5);
-    EXPECT_EQ(pixels.Count({30, 20, 20, 10}, 0), 200 - 5);
-    EXPECT_EQ(pixels.Count(kWhole, kBehind), 60 * 40 - 200);
-}
-
-TEST_F(Drawing, MixesColorsAgainAfterACopy) {
-    const Canvas target(60, 40, 0xFF000000);
-    CopyImage(target.Graphics(), Canvas(1, 1, kInk).Bitmap(), {0, 0, 1, 1});
-    FillBox(target.Graphics(), kWhole, 0x80FFFFFF);
-    ExpectColor(target.Read(), 0xFF808080, {{30, 20}}, 1);
-}
-
-// The other functions are called without graphics in window_painter_test.cpp.
-TEST_F(Drawing, DrawsNoPictureWithoutGraphics) {
-    const Canvas picture(10, 10, kInk);
-    EXPECT_FALSE(DrawImageCovering(nullptr, picture.Bitmap(), kWhole));
-    EXPECT_FALSE(DrawImageFitting(nullptr, picture.Bitmap(), kWhole));
-    EXPECT_FALSE(CopyImage(nullptr, picture.Bitmap(), kWhole));
-    EXPECT_FALSE(CopyImage(picture.Graphics(), nullptr, kWhole));
-    EXPECT_EQ(picture.Read().Count({0, 0, 10, 10}, kInk), 100);
-}
-
-TEST_F(Drawing, CopiesThePixelsOfABitmapOfTheSameSize) {
-    const Canvas source(60, 40, 0x80FF4020);
-    FillBox(source.Graphics(), {7, 5, 20, 10}, kInk);
-    const Canvas target(60, 40, kBehind);
-    EXPECT_TRUE(CopyPixels(source.Bitmap(), target.Bitmap(), kWhole));
-    EXPECT_EQ(target.Read(), source.Read());
-}
-
-TEST_F(Drawing, CopiesNoPixelsOfAnotherSize) {
-    const Canvas target(60, 40, kBehind);
-    for (const auto& [width, height] : {std::pair(61, 40), std::pair(60, 39), std::pair(40, 60)}) {
-        const Canvas source(width, height, kInk);
-        EXPECT_FALSE(CopyPixels(source.Bitmap(), target.Bitmap(), kWhole));
-    }
-    EXPECT_FALSE(CopyPixels(nullptr, target.Bitmap(), kWhole));
-    EXPECT_FALSE(CopyPixels(target.Bitmap(), nullptr, kWhole));
-    EXPECT_EQ(target.Read(), Canvas(60, 40, kBehind).Read());
 }
 
 }  // namespace

@@ -8,8 +8,6 @@
 #include <string_view>
 
 #include "bench_parts/call_hook.h"
-#include "common/resources.h"
-#include "resource_ids.h"
 #include "ui/button_painter.h"
 #include "ui/canvas.h"
 #include "ui/drawing.h"
@@ -48,7 +46,7 @@ Argb PixelOf(const OwnedBitmap& bitmap, int x, int y) {
 class GdiplusObjects : public PaintingTest {};
 
 TEST_F(GdiplusObjects, ReadAPictureOfAnyUsualFormatAndKeepNoBytes) {
-    for (const CLSID& encoder : {kPngEncoder, kBmpEncoder, kJpegEncoder}) {
+    for (const CLSID& encoder : {kPngEncoder, kJpegEncoder}) {
         std::string bytes = EncodedPicture(SamplePicture().Bitmap(), encoder);
         const OwnedBitmap bitmap = MakeBitmapFromFile(BytesOf(bytes));
         std::ranges::fill(bytes, '\0');
@@ -65,13 +63,6 @@ TEST_F(GdiplusObjects, KeepATransparentPicturesAlpha) {
     const OwnedBitmap bitmap = MakeBitmapFromFile(BytesOf(bytes));
     ASSERT_TRUE(bitmap);
     EXPECT_EQ(PixelOf(bitmap, 4, 4) >> 24, 0U);
-}
-
-TEST_F(GdiplusObjects, ReadThePicturesOfABrand) {
-    const OwnedBitmap logo = MakeBitmapFromFile(EmbeddedData(nullptr, ID_LOGO_IMAGE));
-    ASSERT_TRUE(logo);
-    EXPECT_EQ(SizeOf(logo).first, SizeOf(logo).second);
-    EXPECT_TRUE(MakeBitmapFromFile(EmbeddedData(nullptr, ID_BACKGROUND_IMAGE)));
 }
 
 TEST_F(GdiplusObjects, MakeNoPictureOfOtherBytes) {

@@ -131,7 +131,7 @@ TEST_F(JobControl, RetryBringsTheReadyWindowBackBeforeAnyTick) {
     ASSERT_TRUE(bench::Await([] { return JobAwaitsCollection(); }));
     windowState.shortcutOffered = windowState.launchDone = true;
     window.TakePaint();
-    PrepareRetry(window.Handle());
+    window.Press(4009);
     EXPECT_FALSE(JobThreadExists());
     EXPECT_FALSE(windowState.shortcutOffered || windowState.launchDone);
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
@@ -168,9 +168,9 @@ TEST_F(JobControl, StoppingEndsAJobWithoutAQuestion) {
 
 TEST_F(JobControl, ClosingAlwaysAsksAndOnlyYesCloses) {
     const OpenWindow window;
-    const auto close = [&](int answer) {
+    const auto close = [&](int id, int answer) {
         const Player player(answer);
-        CloseAfterQuestion(window.Handle());
+        window.Press(id);
         ASSERT_EQ(player.Boxes().size(), 1U);
         EXPECT_EQ(player.Boxes()[0].owner, window.Handle());
         EXPECT_EQ(player.Boxes()[0].text,
@@ -185,12 +185,12 @@ TEST_F(JobControl, ClosingAlwaysAsksAndOnlyYesCloses) {
     {
         const RunningJob job;
         for (const int answer : {IDNO, IDCANCEL, 0}) {
-            close(answer);
+            close(4010, answer);
             EXPECT_TRUE(jobProgress.running);
         }
     }
     jobProgress.running = true;  // Without a job thread.
-    close(IDYES);
+    close(4008, IDYES);
     EXPECT_FALSE(jobProgress.running);
     EXPECT_EQ(HandleWaitingMessages(), 0);
 }
@@ -205,6 +205,20 @@ TEST_F(JobControl, YesStopsTheJobAndWaitsForItsEnd) {
     EXPECT_FALSE(jobProgress.running);
     EXPECT_FALSE(::IsWindow(window.Handle()));
     EXPECT_EQ(HandleWaitingMessages(), 0);
+}
+
+// The answer comes before the tick that would collect the job.
+TEST_F(JobControl, ClosingDoesNotFollowUpAJobThatHasJustEnded) {
+    for (const bool succeeded : {true, false}) {
+        const OpenWindow window;
+        LeaveEndedJob(JobKind::Reinstall, succeeded);
+        const Player player(IDYES);
+        CloseAfterQuestion(window.Handle());
+        EXPECT_EQ(player.Boxes().size(), 1U);
+        EXPECT_FALSE(JobThreadExists());
+        EXPECT_FALSE(::IsWindow(window.Handle()));
+        EXPECT_THAT(shell_.Calls(), IsEmpty());
+    }
 }
 
 // The launch does not wait for the answer, nor do the buttons.

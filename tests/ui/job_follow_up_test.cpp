@@ -166,6 +166,10 @@ TEST_F(JobFollowUp, ShowsThatTheShortcutFailedAndContinues) {
     ASSERT_EQ(player.Boxes().size(), 2U);
     EXPECT_EQ(player.Boxes()[1].text,
               L"Could not find the shortcut target: " + (client_.Path() / L"client.exe").native());
+    EXPECT_EQ(player.Boxes()[1].owner, window.Handle());
+    EXPECT_EQ(player.Boxes()[1].caption, L"Create Game Shortcut");
+    EXPECT_EQ(player.Boxes()[1].style, static_cast<UINT>(MB_OK | MB_ICONWARNING));
+    EXPECT_EQ(snapshot().detailLine, L"Client is ready.");
     EXPECT_THAT(window.DisabledButtons(), IsEmpty());
     EXPECT_TRUE(windowState.launchDone);
 }

@@ -73,13 +73,6 @@ TEST_F(MainWindow, HasATitleUntilTheConfigurationIsRead) {
     EXPECT_EQ(titles.at(0), L"KrvBrennickInstaller");
 }
 
-TEST_F(MainWindow, ReportsThatTheSystemRefusesAWindow) {
-    const auto hook = HookCall<decltype(&::CreateWindowExW)>(
-        L"user32.dll", "CreateWindowExW", [](auto...) -> HWND { return nullptr; });
-    EXPECT_EQ(CreateMainWindow(::GetModuleHandleW(nullptr), SW_SHOW), nullptr);
-    EXPECT_EQ(mainWindow, nullptr);
-}
-
 TEST_F(MainWindow, IsPaintedAndTicksFourTimesASecond) {
     std::vector<std::pair<UINT_PTR, UINT>> timers;
     const auto hook = WatchCall<decltype(&::SetTimer)>(
@@ -258,50 +251,20 @@ TEST_F(MainWindow, LoadsThePicturesThatTheBrandHas) {
     }
 }
 
-TEST_F(MainWindow, PreparesItsBackdropOnAnotherThreadAndIsThenShown) {
+// Images may be many times larger than the window.
+TEST_F(MainWindow, PreparesItsBackdropOnAnotherThreadAndKeepsNoImageInItsFullSize) {
     std::mutex mutex;
     std::vector<DWORD> decodingThreads;
-    using Decode = decltype(&GdipCreateBitmapFromStream);
-    const auto decode = HookCall<Decode>(
-        L"gdiplus.dll", "GdipCreateBitmapFromStream",
-        [&, real = RealFunction<Decode>(L"gdiplus.dll", "GdipCreateBitmapFromStream")](
-            IStream* stream, Gdiplus::GpBitmap** bitmap) {
-            {
-                const std::lock_guard lock(mutex);
-                decodingThreads.push_back(::GetCurrentThreadId());
-            }
-            return real(stream, bitmap);
-        });
-    bool hadImages = false;
-    using Show = decltype(&::ShowWindow);
-    const auto show = HookCall<Show>(
-        L"user32.dll", "ShowWindow",
-        [&, real = RealFunction<Show>(L"user32.dll", "ShowWindow")](HWND window, int command) {
-            if (window == mainWindow) {
-                hadImages = windowState.backdrop && windowState.panelLogo;
-            }
-            return real(window, command);
-        });
-    const OpenWindow window;
-    EXPECT_TRUE(hadImages);
-    ASSERT_EQ(decodingThreads.size(), 2U);
-    EXPECT_EQ(std::ranges::count(decodingThreads, ::GetCurrentThreadId()), 1) << "for the logo";
-}
-
-// They may be many times larger than the window.
-TEST_F(MainWindow, KeepsNoImageInItsFullSize) {
-    using Decode = decltype(&GdipCreateBitmapFromStream);
-    std::mutex mutex;
-    int decodedImages = 0;
     std::set<Gdiplus::GpImage*> kept;
+    using Decode = decltype(&GdipCreateBitmapFromStream);
     const auto decode = HookCall<Decode>(
         L"gdiplus.dll", "GdipCreateBitmapFromStream",
         [&, real = RealFunction<Decode>(L"gdiplus.dll", "GdipCreateBitmapFromStream")](
             IStream* stream, Gdiplus::GpBitmap** bitmap) {
             const auto status = real(stream, bitmap);
             const std::lock_guard lock(mutex);
+            decodingThreads.push_back(::GetCurrentThreadId());
             kept.insert(*bitmap);
-            ++decodedImages;
             return status;
         });
     const auto dispose = WatchCall<decltype(&GdipDisposeImage)>(
@@ -309,9 +272,17 @@ TEST_F(MainWindow, KeepsNoImageInItsFullSize) {
             const std::lock_guard lock(mutex);
             kept.erase(image);
         });
+    bool hadImages = false;
+    const auto show =
+        WatchCall<decltype(&::ShowWindow)>(L"user32.dll", "ShowWindow", [&](HWND window, int) {
+            if (window == mainWindow) {
+                hadImages = windowState.backdrop && windowState.panelLogo;
+            }
+        });
     const OpenWindow window;
-    window.TakePaint();
-    EXPECT_EQ(decodedImages, 2);
+    EXPECT_TRUE(hadImages) << "when it was shown";
+    ASSERT_EQ(decodingThreads.size(), 2U);
+    EXPECT_EQ(std::ranges::count(decodingThreads, ::GetCurrentThreadId()), 1) << "for the logo";
     EXPECT_EQ(kept.size(), 0U);
 }
 

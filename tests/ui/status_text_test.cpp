@@ -45,19 +45,6 @@ TEST(StatusText, IsTheHeadlineWithTheStagesCounter) {
     EXPECT_EQ(StatusText(JobState{}), L"Ready.");
 }
 
-TEST(StatusText, ShowsTheSpeed) {
-    JobState state = AtStage(JobStage::Downloading, L"Downloading...");
-    const std::pair<double, const wchar_t*> rows[] = {
-        {0.0, L"Downloading...  0 MB/s"},
-        {1023.0, L"Downloading...  1023 B/s"},
-        {1536.0, L"Downloading...  1.5 KB/s"},
-    };
-    for (const auto& [bytesPerSecond, text] : rows) {
-        state.bytesPerSecond = bytesPerSecond;
-        EXPECT_EQ(StatusText(state), text);
-    }
-}
-
 TEST(StatusText, CountsTheFilesInFullUnlessThereAreNone) {
     JobState state = AtStage(JobStage::Finishing, L"Verifying...");
     const struct {

@@ -175,8 +175,9 @@ Canvas FineLines(int width, int height) {
 
 TEST_F(WindowPainterPictures, LookTheSameWhetherScaledOnceOrAtEachPaint) {
     for (const auto& [width, height] :
-         {std::pair(860, 560), std::pair(1777, 909), std::pair(333, 517), std::pair(126, 126)}) {
-        SCOPED_TRACE(width);
+         {std::pair(860, 560), std::pair(860, 600), std::pair(900, 560), std::pair(1777, 909),
+          std::pair(126, 126)}) {
+        SCOPED_TRACE(testing::Message() << width << 'x' << height);
         const Canvas image = FineLines(width, height);
         const OwnedBitmap backdrop = MakeBackdrop(image.Bitmap());
         const OwnedBitmap logo = MakePanelLogo(image.Bitmap());
@@ -203,9 +204,13 @@ TEST_F(WindowPainterPictures, LookTheSameWhetherScaledOnceOrAtEachPaint) {
     }
 }
 
-TEST_F(WindowPainterPictures, AreDrawnWhenTheirPixelsCannotBeCopied) {
+TEST_F(WindowPainterPictures, AreDrawnOnlyWhenTheirPixelsCannotBeCopied) {
     const Canvas image = FineLines(kWindow.width, kWindow.height);
+    int draws = 0;
+    const auto drawing = WatchCall<decltype(&Gdiplus::DllExports::GdipDrawImageRect)>(
+        L"gdiplus.dll", "GdipDrawImageRect", [&](auto...) { ++draws; });
     const OwnedBitmap copied = MakeBackdrop(image.Bitmap());
+    EXPECT_EQ(draws, 0);
     OwnedBitmap drawn;
     {
         const auto hook = HookCall<decltype(&Gdiplus::DllExports::GdipBitmapLockBits)>(

@@ -94,6 +94,7 @@ TEST_F(WindowProcedure, PaintingShowsConfigurationFolderJobAndPictures) {
     ToolConfig config = FullConfig();
     config.repairToolName = L" odd:name?.exe ";
     const OpenWindow window({.config = config});
+    EXPECT_EQ(WindowText(window.Handle()), L" odd:name?.exe ");
     UpdateJobState([](JobState& state) {
         state.stage = JobStage::Downloading;
         state.bytesTotal = 3;

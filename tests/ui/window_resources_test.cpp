@@ -30,12 +30,6 @@ size_t WorkingSetNoise() {
     return IsWine() ? 256 * kKilobyte : 4 * kMegabyte;
 }
 
-void ExpectNothingLeft(const ResourceCounters& before, const ResourceCounters& after) {
-    EXPECT_LE(after.kernelHandles, before.kernelHandles + kLateHandles);
-    EXPECT_EQ(after.gdiObjects, before.gdiObjects);
-    EXPECT_LE(after.workingSetBytes, before.workingSetBytes + WorkingSetNoise());
-}
-
 class ResourceCountersTest : public PaintingTest {};
 
 TEST_F(ResourceCountersTest, SeeWhatIsNotReleased) {
@@ -71,12 +65,28 @@ void ShowStage(int round) {
     });
 }
 
-void PaintTimes(const OpenWindow& window, int times) {
-    for (int round = 0; round < times; ++round) {
-        ShowStage(round);
-        ::InvalidateRect(window.Handle(), nullptr, FALSE);
-        ASSERT_TRUE(window.TakePaint());
+void PaintStage(const OpenWindow& window, int round) {
+    ShowStage(round);
+    ::InvalidateRect(window.Handle(), nullptr, FALSE);
+    ASSERT_TRUE(window.TakePaint());
+}
+
+// Does something `warmUps` times, and then `rounds` times without keeping anything. `lostBySystem`:
+// GDI objects that the system loses in these rounds.
+template <class Round>
+void ExpectNothingKept(int warmUps, int rounds, Round round, size_t lostBySystem = 0) {
+    int number = 0;
+    while (number < warmUps) {
+        round(number++);
     }
+    const ResourceCounters before = CountResources();
+    while (number < warmUps + rounds) {
+        round(number++);
+    }
+    const ResourceCounters after = CountResources();
+    EXPECT_LE(after.kernelHandles, before.kernelHandles + kLateHandles);
+    EXPECT_EQ(after.gdiObjects, before.gdiObjects + lostBySystem);
+    EXPECT_LE(after.workingSetBytes, before.workingSetBytes + WorkingSetNoise());
 }
 
 // The parameter: tenths of the full size. Even one tenth has more rounds than kLateHandles.
@@ -94,17 +104,7 @@ INSTANTIATE_TEST_SUITE_P(Slow, JobResources, testing::Values(10));
 
 TEST_P(WindowResources, AreReleasedAfterEachPaint) {
     const OpenWindow window;
-    PaintTimes(window, 20);
-    const ResourceCounters before = CountResources();
-    PaintTimes(window, 100 * GetParam());
-    ExpectNothingLeft(before, CountResources());
-}
-
-void OpenAndClose(int times) {
-    for (int count = 0; count < times; ++count) {
-        const OpenWindow window;
-        PaintTimes(window, 2);
-    }
+    ExpectNothingKept(20, 100 * GetParam(), [&](int round) { PaintStage(window, round); });
 }
 
 // Of the same shape, without the tool.
@@ -129,13 +129,12 @@ size_t GdiObjectsLostBySystem(int windows) {
 }
 
 TEST_P(WindowResources, AreReleasedWithEachWindow) {
-    const size_t lostBySystem = GdiObjectsLostBySystem(3 + 2 * GetParam());
-    OpenAndClose(3);
-    const ResourceCounters before = CountResources();
-    OpenAndClose(3 + 2 * GetParam());
-    ResourceCounters after = CountResources();
-    after.gdiObjects -= lostBySystem;
-    ExpectNothingLeft(before, after);
+    const int rounds = 3 + 2 * GetParam();
+    const auto openAndClose = [](int round) {
+        const OpenWindow window;
+        PaintStage(window, round);
+    };
+    ExpectNothingKept(3, rounds, openAndClose, GdiObjectsLostBySystem(rounds));
 }
 
 void FinishJob(const OpenWindow& window) {
@@ -145,29 +144,14 @@ void FinishJob(const OpenWindow& window) {
     window.TakePaint();
 }
 
-void FailAndRetry(const OpenWindow& window, int times) {
-    for (int count = 0; count < times; ++count) {
+TEST_P(WindowResources, AreReleasedAfterEachFailedJob) {
+    const OpenWindow window;
+    ExpectNothingKept(5, 5 * GetParam(), [&](int) {
         window.Press(4001);
         FinishJob(window);
         ASSERT_TRUE(jobProgress.failed);
         window.Press(4009);
-    }
-}
-
-TEST_P(WindowResources, AreReleasedAfterEachFailedJob) {
-    const OpenWindow window;
-    FailAndRetry(window, 5);
-    const ResourceCounters before = CountResources();
-    FailAndRetry(window, 5 * GetParam());
-    ExpectNothingLeft(before, CountResources());
-}
-
-void Repair(const OpenWindow& window, int times) {
-    for (int count = 0; count < times; ++count) {
-        window.Press(4001);
-        FinishJob(window);
-        ASSERT_FALSE(jobProgress.failed) << testing::PrintToString(snapshot().errorMessage);
-    }
+    });
 }
 
 TEST_P(JobResources, AreReleasedAfterEachRepair) {
@@ -175,10 +159,11 @@ TEST_P(JobResources, AreReleasedAfterEachRepair) {
     config.archiveUrl = PackageUrl(kZip);
     config.runAfterInstall = false;
     const OpenWindow window({.config = config});
-    Repair(window, 3);
-    const ResourceCounters before = CountResources();
-    Repair(window, 3 + 2 * GetParam());
-    ExpectNothingLeft(before, CountResources());
+    ExpectNothingKept(3, 3 + 2 * GetParam(), [&](int) {
+        window.Press(4001);
+        FinishJob(window);
+        ASSERT_FALSE(jobProgress.failed) << testing::PrintToString(snapshot().errorMessage);
+    });
 }
 
 }  // namespace
