@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-
 #include "resource_ids.h"
 #include "window/tool_test.h"
 
@@ -24,19 +22,6 @@ TEST_F(BrandLook, ShowsItsPictures) {
     // Scaled down to 170 x 60 pixels, centered.
     ExpectColor(shot, kLogoColor, {{430, 150}, {510, 176}});
     ExpectColor(shot, 0xFF111215, {{430, 117}});
-}
-
-TEST_F(BrandLook, IsTheDefaultWithoutEmbeddedData) {
-    UseBareTool();
-    const ToolWindow& window = StartTool();
-    const Pixels shot = window.Look();
-    ExpectColor(shot, kDefaultAccent, {{430, 47}});
-    ExpectColor(shot, 0xFF0A0B0C, {{4, 60}});    // A plain background.
-    ExpectColor(shot, 0xFF121316, {{429, 96}});  // The logo's placeholder.
-    std::array<wchar_t, 64> title{};
-    ::SendMessageW(window.Handle(), WM_GETTEXT, title.size(),
-                   reinterpret_cast<LPARAM>(title.data()));
-    EXPECT_STREQ(title.data(), L"KrvBrennickInstaller.exe");
 }
 
 }  // namespace

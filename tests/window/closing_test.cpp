@@ -59,7 +59,7 @@ TEST_P(ClosingInADownload, StopsIt) {
 
 INSTANTIATE_TEST_SUITE_P(
     Each, ClosingInADownload,
-    testing::Values(Download{"NotBegun", L"stall_in_head", 0, true},
+    testing::Values(Download{"NotBegun", L"silence", 0, true},
                     Download{"Stalled", L"stall/3000000/2000000", 1, true},
                     Download{"Flowing", L"drip/4000000000/500000/20", 1'000'000, false},
                     // A byte a second: a read of a whole buffer would take an hour.

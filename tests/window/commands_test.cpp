@@ -13,27 +13,6 @@ namespace {
 
 class Command : public bench::ToolTest {};
 
-TEST_F(Command, CreatesTheShortcutDuringAJobAndStaysDone) {
-    Set("offerDesktopShortcut", L"1");
-    PutStartupProgram();
-    const bench::ToolWindow& window = StartTool();
-    const auto isDone = [&window] {
-        const bench::ButtonSeen button = window.See(ButtonId::CreateShortcut);
-        return button.visible && !button.enabled && button.text == L"Game Shortcut Created";
-    };
-    HoldRepair();
-    window.Press(ButtonId::CreateShortcut);
-    EXPECT_TRUE(bench::Await(isDone));
-    EXPECT_TRUE(std::filesystem::exists(ShortcutFile()));
-    EXPECT_FALSE(window.CanPress(ButtonId::RepairClient));
-    LetItFail();
-    window.AwaitCanPress(ButtonId::Retry);
-    EXPECT_FALSE(window.See(ButtonId::CreateShortcut).visible);
-    window.Press(ButtonId::Retry);
-    window.AwaitCanPress(ButtonId::RepairClient);
-    EXPECT_TRUE(isDone());
-}
-
 TEST_F(Command, RunsThePatcherInItsFolderAtEachPress) {
     machine_.PutRecorder(Client() / L"bin" / L"patch er.exe", "");
     Set("startupExe", L"bin\\patch er.exe");

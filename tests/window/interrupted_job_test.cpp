@@ -39,7 +39,7 @@ protected:
     }
 
     void RepairAgain() {
-        HoldJobsNoMore();
+        machine_.PutTar();
         StartTool();
         Repair();
         EXPECT_TRUE(Window().CanPress(ButtonId::RepairClient)) << "the repair has failed";

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "bench_parts/registry_entry.h"
 #include "bench_parts/running_copy.h"
 #include "bench_parts/scratch_folder.h"
 #include "extract/process_runner.h"
@@ -64,16 +65,14 @@ public:
         }
     }
     ~WineTakesPlantedDlls() {
-        ::RegDeleteTreeW(HKEY_CURRENT_USER, key_.c_str());
+        bench::RemoveKey(key_);
     }
     WineTakesPlantedDlls(const WineTakesPlantedDlls&) = delete;
     WineTakesPlantedDlls& operator=(const WineTakesPlantedDlls&) = delete;
 
 private:
     void Set(const std::wstring& name) const {
-        constexpr wchar_t kOrder[] = L"native,builtin";
-        ::RegSetKeyValueW(HKEY_CURRENT_USER, (key_ + L"\\DllOverrides").c_str(), name.c_str(),
-                          REG_SZ, kOrder, sizeof kOrder);
+        bench::StoreValue(key_ + L"\\DllOverrides", name, bench::StoredText(L"native,builtin"));
     }
 
     std::wstring key_;

@@ -12,7 +12,7 @@ namespace {
 class Screenshots : public bench::ToolTest {
 protected:
     Screenshots() {
-        Unset("repairToolName");
+        Set("repairToolName", L"KrvBrennickInstaller.exe");
         OfferLinksAndShortcut();
         UseBrandPictures();
     }
@@ -51,8 +51,9 @@ TEST_F(Screenshots, AreKeptOfADownloadThatFails) {
     Set("archiveUrl", server_.Url(L"stall_late/3178000/1048576"));
     const bench::ToolWindow& window = StartTool();
     StartRepair();
-    // The bar's last filled pixel.
+    // The bar's last filled pixel, and the next: 1,048,576 of 3,178,000 bytes are 207.87 pixels.
     window.AwaitPixel(321, 340, 0xFFFFA640);
+    window.AwaitPixel(322, 340, 0xFF0B0C0F);
     Keep(L"download");
     server_.ReleaseWaits();
     window.AwaitCanPress(ButtonId::Retry);

@@ -106,8 +106,7 @@ KernelHandle OpenHeld(const ProgramRun& run) {
 
 }  // namespace
 
-ToolTest::ToolTest()
-    : program_(FolderOfThisProgram() / L"karvoth_repair" / L"KrvBrennickInstaller.exe") {
+ToolTest::ToolTest() {
     Set("archiveUrl", PackageUrl(kZip));
     Set("repairToolName", L"repair.exe");
     Set("startupExe", L"client.exe");
@@ -143,10 +142,6 @@ void ToolTest::Set(const std::string& key, const std::wstring& value) {
     settings_[key] = Escaped(value);
 }
 
-void ToolTest::Unset(const std::string& key) {
-    settings_.erase(key);
-}
-
 void ToolTest::OfferSeveralServers(const std::wstring& secondServer) {
     Set("multiRepairTool", L"1");
     Set("archiveMirrorUrls", secondServer);
@@ -166,12 +161,6 @@ void ToolTest::UseBrandPictures() {
     embedded_.clear();
 }
 
-void ToolTest::UseBareTool() {
-    program_ = bench::FolderOfThisProgram() / L"bare_tool.exe";
-    settings_.clear();
-    embedded_.clear();
-}
-
 void ToolTest::PutStartupProgram() {
     const fs::path program = machine_.Root() / L"game" / kGameName;
     machine_.PutRecorder(program, "");
@@ -180,12 +169,10 @@ void ToolTest::PutStartupProgram() {
 
 ToolWindow& ToolTest::StartTool() {
     std::map<int, std::string> data = embedded_;
-    if (!settings_.empty()) {
-        std::string& text = data[ID_CONFIG_TEXT] = "format=Quellstone.v1\n";
-        for (const auto& [key, value] : settings_) {
-            text += key;
-            text += "=" + value + "\n";
-        }
+    std::string& text = data[ID_CONFIG_TEXT] = "format=Quellstone.v1\n";
+    for (const auto& [key, value] : settings_) {
+        text += key;
+        text += "=" + value + "\n";
     }
     EndTool();
     Await([this] {
@@ -196,10 +183,9 @@ ToolWindow& ToolTest::StartTool() {
     if (UsesKit()) {
         WriteFile(Tool(), BuildWithKit(data));
     } else {
-        WriteFile(Tool(), ReadFile(program_));
-        if (!data.empty()) {
-            StampResources(Tool(), data);
-        }
+        WriteFile(Tool(), ReadFile(FolderOfThisProgram() / L"karvoth_repair" /
+                                   L"KrvBrennickInstaller.exe"));
+        StampResources(Tool(), data);
     }
     toolBytes_ = ReadFile(Tool());
     return window_.emplace(Tool(), machine_.CurrentFolder());
@@ -238,10 +224,6 @@ void ToolTest::EndTool() {
 
 void ToolTest::HoldJobs() const {
     machine_.PutRecorder(machine_.CurrentFolder() / L"tar.exe", "hold");
-}
-
-void ToolTest::HoldJobsNoMore() const {
-    machine_.PutTar();
 }
 
 void ToolTest::HoldRepair() {

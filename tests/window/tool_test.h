@@ -22,16 +22,12 @@ protected:
 
     // Changes one setting; `value` is escaped as the format demands.
     void Set(const std::string& key, const std::wstring& value);
-    // Removes the setting, so that the default applies.
-    void Unset(const std::string& key);
     // Two servers; `secondServer` is the second one's package.
     void OfferSeveralServers(const std::wstring& secondServer);
     void OfferLinksAndShortcut();
     // Replaces embedded data of the tool, such as a picture.
     void Embed(int id, std::string bytes);
     void UseBrandPictures();
-    // Uses the tool without any embedded data, and without a setting until one is made.
-    void UseBareTool();
     // Makes a program that records its starts the startup program. It is outside of the client, so
     // a reinstall keeps it.
     void PutStartupProgram();
@@ -60,7 +56,6 @@ protected:
 
     // From here on.
     void HoldJobs() const;
-    void HoldJobsNoMore() const;
     // Start a job and return once it is held.
     void HoldRepair();
     void HoldReinstall();
@@ -96,7 +91,6 @@ protected:
     [[nodiscard]] static std::filesystem::path ShortcutFile();
 
 private:
-    std::filesystem::path program_;
     std::map<std::string, std::string> settings_;
     std::map<int, std::string> embedded_;
     std::optional<ToolWindow> window_;
