@@ -88,7 +88,16 @@ TEST_F(Removal, RemovesAFolderLinkAndLeavesItsTarget) {
     for (const auto& remove : {&RemoveEntry, &RemoveTree, &RemoveEntryOrTree}) {
         const path link = At(L"link" + std::to_wstring(++links));
         ASSERT_TRUE(bench::MakeFolderLink(link, At(L"real")));
-        const DWORD error = remove(link);
+        const auto remover = [&] {
+            // Wine never follows the link here; Windows does without this flag.
+            const auto hook = bench::WatchCall<decltype(&::CreateFileW)>(
+                bench::kKernel32, "CreateFileW",
+                [](LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD flags, HANDLE) {
+                    EXPECT_TRUE((flags & FILE_FLAG_OPEN_REPARSE_POINT) != 0);
+                });
+            return remove(link);
+        };
+        const DWORD error = remover();
         EXPECT_EQ(ReadFile(At(L"real\\file")), "kept");
         // Wine cannot remove the folder links that the bench makes from outside.
         if (!bench::IsWine()) {
@@ -183,6 +192,23 @@ TEST_F(Removal, RemoveTreeKeepsAFolderInPlaceWhileItIsEmptied) {
         });
     EXPECT_EQ(RemoveTree(At(L"tree")), ERROR_SUCCESS);
     EXPECT_TRUE(isAsked);
+    EXPECT_THAT(Listing(), IsEmpty());
+}
+
+TEST_F(Removal, RemoveTreeEmptiesAFolderThatIsOpenForDeletionElsewhere) {
+    WriteFile(At(L"tree\\file"), "x");
+    // As then: it can only be opened by those who allow deletion. Wine could not even list it.
+    const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
+        bench::kKernel32, "CreateFileW",
+        [](LPCWSTR path, DWORD access, DWORD shareMode, auto... others) -> HANDLE {
+            if ((shareMode & FILE_SHARE_DELETE) == 0) {
+                ::SetLastError(kInUse);
+                return INVALID_HANDLE_VALUE;
+            }
+            return bench::RealFunction<decltype(&::CreateFileW)>(
+                bench::kKernel32, "CreateFileW")(path, access, shareMode, others...);
+        });
+    EXPECT_EQ(RemoveTree(At(L"tree")), ERROR_SUCCESS);
     EXPECT_THAT(Listing(), IsEmpty());
 }
 
