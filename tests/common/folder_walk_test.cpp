@@ -174,6 +174,13 @@ TEST_F(FolderWalk, ReportsWhyAFolderCannotBeListed) {
     WriteFile(At(L"file"), "x");
     EXPECT_EQ(ListFolder(At(L"missing"), FailOnVisit).openError, DWORD{ERROR_PATH_NOT_FOUND});
     EXPECT_NE(ListFolder(At(L"file"), FailOnVisit).openError, ERROR_SUCCESS);
+    // How the empty root of a volume answers.
+    const auto hook = bench::HookCall<decltype(&::FindFirstFileExW)>(
+        bench::kKernel32, "FindFirstFileExW", [](auto...) -> HANDLE {
+            ::SetLastError(ERROR_FILE_NOT_FOUND);
+            return INVALID_HANDLE_VALUE;
+        });
+    EXPECT_EQ(ListFolder(scratch_.Path(), FailOnVisit).openError, ERROR_SUCCESS);
 }
 
 TEST_F(FolderWalk, StopsAltogetherWhenTheVisitorSaysSo) {
