@@ -66,7 +66,7 @@ TEST(SniffPackageSignature, ReadsTheFirstBytes) {
     const std::filesystem::path archive = folder.Path() / L"package.bin";
     EXPECT_EQ(SniffPackageSignature(archive), Unknown) << "missing";
     EXPECT_EQ(SniffPackageSignature(folder.Path()), Unknown) << "folder";
-    bench::WriteFile(archive, "PK\x03");
+    bench::WriteFile(archive, "Rar!\x1A\x07");
     EXPECT_EQ(SniffPackageSignature(archive), Unknown) << "short";
     bench::WriteFile(archive, kRarStart);
     EXPECT_EQ(SniffPackageSignature(archive), Rar);
