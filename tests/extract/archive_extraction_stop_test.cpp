@@ -72,15 +72,15 @@ std::vector<std::optional<DWORD>> ExitCodes(const std::vector<KernelHandle>& pro
 
 TEST(StopDuringExtraction, EndsEachRarProgramThatIsStillStarted) {
     const UnpackerMachine machine;
-    machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", "hold");
+    machine.PutRecorder(machine.ToolFolder() / L"unrar.exe", "exit 7");
     machine.PutRecorder(machine.ToolFolder() / L"7z.exe", "hold");
     machine.PutRecorder(machine.ToolFolder() / L"7za.exe", "hold");
     std::vector<KernelHandle> programs;
-    const auto hook = WatchStarts(programs);
+    const auto hook = WatchStarts(programs, 1);
     jobProgress.cancelRequested = true;
     std::future<bool> extraction = StartExtraction(machine, bench::kRarStart);
     EXPECT_FALSE(extraction.get());
-    EXPECT_THAT(ExitCodes(programs), ElementsAre(Optional(1u), Optional(1u), Optional(1u)));
+    EXPECT_THAT(ExitCodes(programs), ElementsAre(Optional(7u), Optional(1u), Optional(1u)));
     EXPECT_EQ(snapshot().errorMessage, bench::RarFailed(L"7za.exe exit code 0"));
     EXPECT_NE(jobProgress.childProcess, nullptr);
 }
