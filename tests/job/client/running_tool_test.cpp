@@ -40,6 +40,22 @@ TEST(RunningTool, IsRecognizedThroughAFolderLink) {
     EXPECT_TRUE(IsRunningTool(folders.Tool()));
 }
 
+TEST(RunningTool, IsRecognizedOnAVolumeWithoutDosName) {
+    const bench::ClientFolders folders;
+    using GetFinalPath = decltype(&::GetFinalPathNameByHandleW);
+    const auto hook = bench::HookCall<GetFinalPath>(
+        bench::kKernel32, "GetFinalPathNameByHandleW",
+        [](HANDLE file, LPWSTR path, DWORD size, DWORD flags) -> DWORD {
+            ::SetLastError(ERROR_INVALID_FUNCTION);
+            return (flags & VOLUME_NAME_NT) == 0
+                       ? 0
+                       : bench::RealFunction<GetFinalPath>(
+                             bench::kKernel32, "GetFinalPathNameByHandleW")(file, path, size, flags);
+        });
+    EXPECT_TRUE(IsRunningTool(folders.Tool()));
+    EXPECT_FALSE(IsRunningTool(folders.Client()));
+}
+
 TEST(RunningTool, OtherUnknownAndUnresolvedPathsAreNotTheTool) {
     const bench::ClientFolders folders;
     const fs::path client = folders.Client();
