@@ -132,6 +132,7 @@ TEST_F(DesktopShortcut, NeedsTheStartupProgram) {
 TEST_F(DesktopShortcut, NeedsTheUsersOwnDesktop) {
     HRESULT result = S_OK;
     bool hasPath = false;
+    const wchar_t* given = nullptr;
     const auto hook = bench::HookCall<decltype(&::SHGetKnownFolderPath)>(
         L"shell32.dll", "SHGetKnownFolderPath",
         [&](REFKNOWNFOLDERID folder, DWORD flags, HANDLE token, PWSTR* path) -> HRESULT {
@@ -145,13 +146,18 @@ TEST_F(DesktopShortcut, NeedsTheUsersOwnDesktop) {
                     static_cast<wchar_t*>(::CoTaskMemAlloc((kPath.size() + 1) * sizeof(wchar_t)));
                 (*path)[kPath.copy(*path, kPath.size())] = L'\0';
             }
+            given = *path;
             return result;
         });
     EXPECT_EQ(MessageOf(false), L"Could not locate the Desktop folder.");
     // A path that comes with an error must be freed but not used.
     result = E_FAIL;
     hasPath = true;
+    int freed = 0;
+    const auto watch = bench::WatchCall<decltype(&::CoTaskMemFree)>(
+        L"ole32.dll", "CoTaskMemFree", [&](LPVOID memory) { freed += memory == given ? 1 : 0; });
     EXPECT_EQ(MessageOf(false), L"Could not locate the Desktop folder.");
+    EXPECT_EQ(freed, 1);
 }
 
 TEST_F(DesktopShortcut, NeedsTheShellLinkObject) {
