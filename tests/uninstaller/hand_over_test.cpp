@@ -11,6 +11,7 @@
 
 #include "bench_parts/call_hook.h"
 #include "bench_parts/environment_variable.h"
+#include "bench_parts/file_hooks.h"
 #include "bench_parts/running_copy.h"
 #include "bench_parts/scratch_folder.h"
 #include "bench_parts/waiting.h"
@@ -115,11 +116,30 @@ TEST_F(StartCopyTest, LeavesNothingOfACopyThatCannotBeMadeOrStarted) {
         EXPECT_FALSE(StartCopy(Original()));
         EXPECT_TRUE(Copies(L".exe").empty());
     }
+    {
+        int readCount = 0;
+        const auto hook = bench::HookRead([&](DWORD& byteCount) -> DWORD {
+            byteCount -= ++readCount == 1 ? 1 : 0;
+            return ERROR_SUCCESS;
+        });
+        EXPECT_FALSE(StartCopy(Original()));
+    }
     bench::WriteFile(Original(), "no program");
     EXPECT_FALSE(StartCopy(Original()));
     fs::remove(Original());
     EXPECT_FALSE(StartCopy(Original()));
     EXPECT_TRUE(Copies(L".exe").empty());
+}
+
+TEST_F(StartCopyTest, OverwritesNoFile) {
+    const auto hook = bench::HookCall<decltype(&::GetTickCount64)>(
+        bench::kKernel32, "GetTickCount64", []() -> ULONGLONG { return 7; });
+    const fs::path other =
+        TempFolder() / (L"Uninstall-" + std::to_wstring(::GetCurrentProcessId()) + L"-7.exe");
+    bench::WriteFile(other, "not a copy");
+    EXPECT_FALSE(StartCopy(Original()));
+    EXPECT_TRUE(bench::ReadFile(other) == "not a copy");  // Too long to be printed.
+    fs::remove(other);
 }
 
 TEST_F(StartCopyTest, LeavesNoCopyThatWouldNotBeDeletedAtItsEnd) {
