@@ -28,6 +28,8 @@ class UninstallerProgram : public InstalledGameTest {
 protected:
     UninstallerProgram() {
         PutUninstaller(L"bench_uninstaller.exe");
+        // Its configuration names none, so the default counts.
+        bench::WriteFile(fs::path(toolFolder) / kDefaultStartupExe, "MZ start");
     }
     ~UninstallerProgram() override {
         // The copy ends a moment after its last box is closed.
