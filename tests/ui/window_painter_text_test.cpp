@@ -82,6 +82,11 @@ TEST_F(WindowPainterText, StaysOnOneLineInsideItsBoxHoweverLong) {
         }
         EXPECT_GT(InkOf(place, words).width, 500);
     }
+    // Some messages have two lines.
+    for (const TextPlace& place : {kFolder, kStatus, kDetail}) {
+        EXPECT_NEAR(InkOf(place, L"HHHH\nHHHH").height, InkOf(place, L"HHHH").height, 2)
+            << place.name;
+    }
 }
 
 TEST_F(WindowPainterText, IsNotThereWhenEmptyButForTheStatus) {
