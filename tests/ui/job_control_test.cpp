@@ -9,6 +9,7 @@
 #include "job/job_flow.h"
 #include "job/job_thread.h"
 #include "package/package_source.h"
+#include "ui/buttons.h"
 #include "ui/open_window.h"
 #include "ui/player.h"
 #include "ui/window_state.h"
@@ -123,6 +124,13 @@ TEST_F(JobControl, StartingAfterAShownFailureBringsTheStartButtonsBack) {
     beginJob(window.Handle(), JobKind::Repair, L"none://x");
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
     EXPECT_EQ(window.DisabledButtons(), kJobButtons);
+}
+
+TEST_F(JobControl, AFailureIsShownOnceItHasFinished) {
+    const OpenWindow window;
+    jobProgress.failed = true;
+    RefreshButtons(window.Handle());
+    EXPECT_EQ(window.ShownButtons(), kReadyButtons);
 }
 
 TEST_F(JobControl, RetryBringsTheReadyWindowBackBeforeAnyTick) {
