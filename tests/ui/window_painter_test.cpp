@@ -96,12 +96,13 @@ TEST_F(WindowPainter, PaintsTheSameOverAnOlderPictureAndOnADevice) {
     picture.backdrop = backdrop.get();
     const Canvas canvas;
     const MemoryDevice device(kWindow.width, kWindow.height);
-    for (const WindowPicture& each : {before, picture}) {
+    // `before` has no backdrop.
+    for (const WindowPicture& each : {before, picture, before}) {
         PaintWindow(canvas.Graphics(), each);
         PaintWindow(device.Dc(), each);
+        EXPECT_EQ(canvas.Read(), Paint(each));
+        EXPECT_EQ(device.Read(), Paint(each));
     }
-    EXPECT_EQ(canvas.Read(), Paint(picture));
-    EXPECT_EQ(device.Read(), Paint(picture));
 }
 
 // GDI+ may have failed to start, or have no memory.
