@@ -74,13 +74,13 @@ TEST_F(MainWindow, HasATitleUntilTheConfigurationIsRead) {
 }
 
 TEST_F(MainWindow, IsPaintedAndTicksFourTimesASecond) {
-    std::vector<std::pair<UINT_PTR, UINT>> timers;
+    std::vector<std::tuple<HWND, UINT_PTR, UINT>> timers;
     const auto hook = WatchCall<decltype(&::SetTimer)>(
-        L"user32.dll", "SetTimer",
-        [&](HWND, UINT_PTR id, UINT periodMs, TIMERPROC) { timers.emplace_back(id, periodMs); });
+        L"user32.dll", "SetTimer", [&](HWND window, UINT_PTR id, UINT periodMs, TIMERPROC) {
+            timers.emplace_back(window, id, periodMs);
+        });
     const OpenWindow window;
-    EXPECT_THAT(timers, ElementsAre(std::pair<UINT_PTR, UINT>(1, 250)));
-    EXPECT_TRUE(window.HadTimer());
+    EXPECT_THAT(timers, ElementsAre(std::tuple(window.Handle(), UINT_PTR{1}, UINT{250})));
     EXPECT_EQ(mainWindow, window.Handle());
     EXPECT_TRUE(::IsWindowVisible(window.Handle()));
     EXPECT_FALSE(::GetUpdateRect(window.Handle(), nullptr, FALSE)) << "it has been painted";

@@ -103,7 +103,7 @@ OpenWindow::OpenWindow(const Opening& opening) {
         toolConfig = *opening.config;
     }
     window_ = Create(opening);
-    hadTimer_ = ::KillTimer(window_, kTickTimer) != FALSE;
+    ::KillTimer(window_, kTickTimer);
     locatedExe_ = toolExePath;
     locatedFolder_ = toolFolder;
     toolFolder = folder;

@@ -79,10 +79,6 @@ public:
     // Paints what is invalid. False if nothing was.
     bool TakePaint() const;
 
-    // Whether the window had a tick timer to stop.
-    [[nodiscard]] bool HadTimer() const {
-        return hadTimer_;
-    }
     // What the creation put into the records about the running exe. They name the test's client
     // folder again afterwards.
     [[nodiscard]] const std::filesystem::path& LocatedExe() const {
@@ -94,7 +90,6 @@ public:
 
 private:
     HWND window_ = nullptr;
-    bool hadTimer_ = false;
     std::filesystem::path locatedExe_;
     std::filesystem::path locatedFolder_;
 };
