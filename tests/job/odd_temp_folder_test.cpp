@@ -108,22 +108,4 @@ TEST_F(OddTempFolder, JobsAreCompleteOrFailWithNothingLost) {
     }
 }
 
-class OddTempFolderForPowerShell : public bench::GameMachine {};
-
-// The fallback after tar.exe. Apostrophes are its quotes.
-TEST_F(OddTempFolderForPowerShell, RepairsAndReinstalls) {
-    machine_.PutRecorder(machine_.CurrentFolder() / L"tar.exe", "exit 1");
-    machine_.PutPowerShell();
-    const fs::path folder = machine_.Root() / L"O'Brien's ''Temp'' & %TEMP%";
-    fs::create_directory(folder);
-    for (const JobKind kind : {JobKind::Repair, JobKind::Reinstall}) {
-        const bench::EnvironmentVariable tmp(L"TMP", folder.native());
-        RunJob(kind);
-        ExpectSuccess(kind == JobKind::Repair ? kRepairSuccess : L"Reinstall complete.");
-        EXPECT_EQ(bench::FirstDifference(LoneFolderPackage(), ClientContents()), "");
-        EXPECT_TRUE(fs::is_empty(folder));
-        resetForRetry();
-    }
-}
-
 }  // namespace
