@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "bench_parts/file_hooks.h"
 #include "job/client/client_folders.h"
@@ -101,34 +100,6 @@ TEST_F(ClientRepairFaults, AReinstallReplacesFilesByFoldersAndFoldersByFiles) {
     bench::WriteFile(InClient(L"folder"), "x");
     EXPECT_TRUE(Reinstall());
     EXPECT_THAT(Listing(), ElementsAre(L"RepairTool.exe", L"file", L"folder/", L"folder/a.dat"));
-}
-
-TEST_F(ClientRepairFaults, AFullDiskFailsAtTheFileAndKeepsWhatWasCopied) {
-    for (const wchar_t* name : {L"a.dat", L"b.dat", L"c.dat"}) {
-        bench::WriteFile(InPackage(name), "content");
-    }
-    std::vector<std::wstring> copied;
-    {
-        const auto hook =
-            bench::HookCopy([&](const std::wstring& source, const std::wstring& target) -> DWORD {
-                copied.push_back(fs::path(source).filename());
-                if (copied.size() < 2) {
-                    return ERROR_SUCCESS;
-                }
-                bench::WriteFile(target, "con");  // The system leaves what it has written so far.
-                return ERROR_DISK_FULL;
-            });
-        EXPECT_FALSE(Repair());
-    }
-    ASSERT_EQ(copied.size(), 2u);
-    ExpectFailureOf(copied[1]);
-    EXPECT_EQ(snapshot().filesDone, 2u);
-    EXPECT_EQ(snapshot().filesRepaired, 1u);
-    EXPECT_EQ(bench::ReadFile(InClient(copied[0])), "content");
-
-    EXPECT_TRUE(Repair()) << "once there is room";
-    EXPECT_EQ(snapshot().filesRepaired, 2u);
-    EXPECT_EQ(bench::ReadFile(InClient(copied[1])), "content");
 }
 
 TEST_F(ClientRepairFaults, AFolderOfThePackageThatCannotBeListedIsSkipped) {

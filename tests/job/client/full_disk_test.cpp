@@ -12,13 +12,15 @@ namespace fs = std::filesystem;
 
 using ClientRepairOnAFullDisk = bench::ClientTest;
 
-TEST_F(ClientRepairOnAFullDisk, FailsAtTheFileThatFindsNoRoomAndKeepsTheOthers) {
-    constexpr int kFileCount = 10;
-    for (int i = 0; i < kFileCount; ++i) {
+TEST_F(ClientRepairOnAFullDisk, FailsAtTheFileThatFindsNoRoomUntilThereIsRoom) {
+    constexpr uint64_t kFiles = 4;
+    for (uint64_t i = 0; i < kFiles; ++i) {
         bench::WriteFile(InPackage(std::to_wstring(i)),
                          std::string(300'000, static_cast<char>('a' + i)));
     }
-    const fs::path client = bench::EmptySmallDisk() / L"client";
+    const fs::path disk = bench::EmptySmallDisk();
+    bench::WriteFile(disk / L"filling", std::string(1'400'000, 'f'));
+    const fs::path client = disk / L"client";
     const bench::ToolLocation location(client, client / L"RepairTool.exe");
 
     EXPECT_FALSE(Repair());
@@ -26,7 +28,7 @@ TEST_F(ClientRepairOnAFullDisk, FailsAtTheFileThatFindsNoRoomAndKeepsTheOthers) 
     const JobState state = snapshot();
     uint64_t intactFiles = 0;
     bool isBrokenOneNamed = false;
-    for (int i = 0; i < kFileCount; ++i) {
+    for (uint64_t i = 0; i < kFiles; ++i) {
         const std::wstring name = std::to_wstring(i);
         const bool isIntact = fs::exists(client / name) &&
                               bench::ReadFile(client / name) == bench::ReadFile(InPackage(name));
@@ -37,6 +39,10 @@ TEST_F(ClientRepairOnAFullDisk, FailsAtTheFileThatFindsNoRoomAndKeepsTheOthers) 
     }
     EXPECT_TRUE(isBrokenOneNamed) << state.errorMessage;
     EXPECT_GT(intactFiles, 0u);
-    EXPECT_EQ(intactFiles, state.filesRepaired);
+    ExpectCounters(kFiles, intactFiles + 1, intactFiles);
+
+    fs::remove(disk / L"filling");
+    EXPECT_TRUE(Repair());
+    ExpectCounters(kFiles, kFiles, kFiles - intactFiles);
     bench::EmptySmallDisk();
 }
