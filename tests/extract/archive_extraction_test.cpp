@@ -36,7 +36,7 @@ std::filesystem::path PutArchive(const UnpackerMachine& machine, std::string_vie
 std::wstring MessageOfExtraction(const UnpackerMachine& machine, std::string_view archiveBytes) {
     const bool succeeded =
         ExtractPackage(PutArchive(machine, archiveBytes), machine.StagingFolder());
-    const std::wstring message = snapshot().errorMessage;
+    std::wstring message = snapshot().errorMessage;
     EXPECT_EQ(succeeded, message.empty());
     EXPECT_EQ(jobProgress.failed, !succeeded);
     return message;

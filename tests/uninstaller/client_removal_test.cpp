@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "bench_parts/file_hooks.h"
 #include "bench_parts/running_copy.h"

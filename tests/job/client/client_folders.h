@@ -88,7 +88,7 @@ inline constexpr wchar_t kUnsafeReinstall[] =
     L"Safety check failed. Reinstall can only run from inside the game client folder.";
 
 // Makes opening that very path fail.
-[[nodiscard]] inline auto RefuseToOpen(std::wstring refused) {
+[[nodiscard]] inline auto RefuseToOpen(const std::wstring& refused) {
     return HookOpen([=](const std::wstring& path) -> DWORD {
         return path == refused ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
     });

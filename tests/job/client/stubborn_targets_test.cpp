@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sddl.h>
-
 #include <functional>
 #include <memory>
 #include <string>
@@ -13,6 +11,9 @@
 #include "job/client/client_repair.h"
 #include "job/client/reinstall_cleanup.h"
 #include "job/progress/job_progress.h"
+
+// Must follow the platform header.
+#include <sddl.h>
 
 namespace fs = std::filesystem;
 
