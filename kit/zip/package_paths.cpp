@@ -11,8 +11,6 @@ namespace {
 // the folder. No name without a fault has this character.
 constexpr char32_t kEnd = 0;
 constexpr char32_t kSeparator = 1;
-constexpr unsigned kCharacterBits = 21;
-constexpr unsigned kCharactersAtOnce = 3;
 
 char32_t TakeCharacter(std::string_view& name) {
     if (name.empty()) {
@@ -80,35 +78,52 @@ void PackagePaths::Sort() {
     FindLoneTopFolder();
 }
 
+// Sets what the path is sorted by next. False when that does not have the form.
+bool PackagePaths::TakeKey(Path& path, const KeyForm& form) {
+    std::string_view rest = path.name.substr(path.sortedBytes);
+    path.key = 0;
+    for (unsigned i = 0; i < form.characters; ++i) {
+        const char32_t character = TakeCharacter(rest);
+        if (character >> form.bits != 0) {
+            return false;
+        }
+        path.key = path.key << form.bits | character;
+    }
+    path.keyEnd = static_cast<uint32_t>(path.name.size() - rest.size());
+    return true;
+}
+
 // Sorts paths that begin alike by their next few characters. Adds the ranges that are still alike
 // then. A comparison of whole names would look at the common beginnings of names again and again.
 void PackagePaths::SortRange(Range range, std::vector<Range>& unsorted) {
     const std::span<Path> paths = std::span(paths_).subspan(range.begin, range.end - range.begin);
+    constexpr KeyForm kAnyCharacters{3, 21};
+    constexpr KeyForm kSmallCharacters{8, 8};
+    KeyForm form = kSmallCharacters;
+    if (!std::all_of(paths.begin(), paths.end(), [&](Path& path) { return TakeKey(path, form); })) {
+        form = kAnyCharacters;
+        std::for_each(paths.begin(), paths.end(), [&](Path& path) { TakeKey(path, form); });
+    }
     for (Path& path : paths) {
-        std::string_view rest = path.name.substr(path.sortedBytes);
-        path.characters = 0;
-        for (unsigned i = 0; i < kCharactersAtOnce; ++i) {
-            path.characters = path.characters << kCharacterBits | TakeCharacter(rest);
-        }
-        path.sortedBytes = static_cast<uint32_t>(path.name.size() - rest.size());
+        path.sortedBytes = path.keyEnd;
     }
     const auto isBefore = [](const Path& left, const Path& right) {
-        return left.characters < right.characters;
+        return left.key < right.key;
     };
     // Often all are the same, such as the name of a folder that everything is in.
     if (!std::is_sorted(paths.begin(), paths.end(), isBefore)) {
         std::sort(paths.begin(), paths.end(), isBefore);
     }
-    constexpr uint64_t kLastCharacter = (uint64_t{1} << kCharacterBits) - 1;
+    const uint64_t lastCharacter = (uint64_t{1} << form.bits) - 1;
     for (size_t begin = 0, end = 0; begin < paths.size(); begin = end) {
-        const uint64_t characters = paths[begin].characters;
-        while (end < paths.size() && paths[end].characters == characters) {
+        const uint64_t key = paths[begin].key;
+        while (end < paths.size() && paths[end].key == key) {
             ++end;
         }
         if (end - begin < 2) {
             continue;
         }
-        if ((characters & kLastCharacter) != kEnd) {
+        if ((key & lastCharacter) != kEnd) {
             unsorted.push_back({range.begin + begin, range.begin + end});
             continue;
         }

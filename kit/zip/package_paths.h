@@ -51,8 +51,9 @@ private:
     struct Path {
         std::string_view name;  // Without the slash at a folder's end.
         size_t entry = 0;
-        uint64_t characters = 0;   // The next ones to sort by, folded.
-        uint32_t sortedBytes = 0;  // Of the name: up to those characters' end.
+        uint64_t key = 0;          // The next characters to sort by, folded.
+        uint32_t keyEnd = 0;       // Where these end in the name.
+        uint32_t sortedBytes = 0;  // Of the name; all paths of a range are alike up to there.
         bool isFolder = false;
         bool clashesWithPathBefore = false;
         bool hasNewTopName = false;
@@ -62,6 +63,13 @@ private:
         size_t end = 0;
     };
 
+    // How many characters are sorted by at once, and the bits for each.
+    struct KeyForm {
+        unsigned characters = 0;
+        unsigned bits = 0;
+    };
+
+    static bool TakeKey(Path& path, const KeyForm& form);
     void SortRange(Range range, std::vector<Range>& unsorted);
     void CompareNeighbors();
     void FindLoneTopFolder();

@@ -35,6 +35,14 @@ TEST(PackagePaths, FindsFilesOfOneName) {
     EXPECT_THAT(ClashesOf({"a", "A", "a"}), ElementsAre(Pair(0, 1), Pair(1, 2)));
 }
 
+TEST(PackagePaths, FindsClashesBesideLettersOfEachLength) {
+    EXPECT_THAT(ClashesOf({"abc\u8AAD", "ABCDEFGHi", "ABC\u8AAD", "abcdefgh", "abc\U0001F600",
+                           "ABCDEFGH", "Abcdefghi", "abc\U0001F600"}),
+                testing::UnorderedElementsAre(Pair(0, 2), Pair(3, 5), Pair(1, 6), Pair(4, 7)));
+    EXPECT_THAT(ClashesOf({"abcdefg/x", "ABCDEFG/X/y", "abcdefgh\u00E4", "ABCDEFGH\u00C4"}),
+                testing::UnorderedElementsAre(Pair(0, 1), Pair(2, 3)));
+}
+
 TEST(PackagePaths, FindsAFileThatIsAlsoAFolder) {
     EXPECT_THAT(ClashesOf({"Data/", "data"}), ElementsAre(Pair(1, 0)));
     EXPECT_THAT(ClashesOf({"data/x/y", "DATA"}), ElementsAre(Pair(1, 0)));
