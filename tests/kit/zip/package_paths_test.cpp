@@ -36,6 +36,9 @@ TEST(PackagePaths, FindsFilesOfOneName) {
 }
 
 TEST(PackagePaths, FindsClashesBesideLettersOfEachLength) {
+    EXPECT_THAT(ClashesOf({"c", "b\u0100", "C"}), ElementsAre(Pair(0, 2)));
+    EXPECT_THAT(ClashesOf({"abcdefg\u00E4", "ABCDEFG\u00C4x", "ABCDEFG\u00C4"}),
+                ElementsAre(Pair(0, 2)));
     EXPECT_THAT(ClashesOf({"abc\u8AAD", "ABCDEFGHi", "ABC\u8AAD", "abcdefgh", "abc\U0001F600",
                            "ABCDEFGH", "Abcdefghi", "abc\U0001F600"}),
                 testing::UnorderedElementsAre(Pair(0, 2), Pair(3, 5), Pair(1, 6), Pair(4, 7)));
