@@ -19,8 +19,8 @@ std::wstring ReplaceFileNameCharacters(std::wstring_view text);
 // Lower case, character by character, by the C library's towlower in the "C" locale.
 std::wstring LowerCase(std::wstring_view text);
 
-// Whether two names are one to Windows: equal when letter case is ignored by the system's own table,
-// whatever the user's language (CompareStringOrdinal).
+// Whether two names are one to Windows: equal when letter case is ignored by the system's own
+// table, whatever the user's language (CompareStringOrdinal).
 bool IsSameIgnoringCase(std::wstring_view left, std::wstring_view right);
 
 // UTF-8 to UTF-16. Invalid sequences become U+FFFD (MultiByteToWideChar without flags); a

@@ -205,8 +205,8 @@ TEST_F(Removal, RemoveTreeEmptiesAFolderThatIsOpenForDeletionElsewhere) {
                 ::SetLastError(kInUse);
                 return INVALID_HANDLE_VALUE;
             }
-            return bench::RealFunction<decltype(&::CreateFileW)>(
-                bench::kKernel32, "CreateFileW")(path, access, shareMode, others...);
+            return bench::RealFunction<decltype(&::CreateFileW)>(bench::kKernel32, "CreateFileW")(
+                path, access, shareMode, others...);
         });
     EXPECT_EQ(RemoveTree(At(L"tree")), ERROR_SUCCESS);
     EXPECT_THAT(Listing(), IsEmpty());

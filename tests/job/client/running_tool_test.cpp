@@ -50,7 +50,8 @@ TEST(RunningTool, IsRecognizedOnAVolumeWithoutDosName) {
             return (flags & VOLUME_NAME_NT) == 0
                        ? 0
                        : bench::RealFunction<GetFinalPath>(
-                             bench::kKernel32, "GetFinalPathNameByHandleW")(file, path, size, flags);
+                             bench::kKernel32, "GetFinalPathNameByHandleW")(file, path, size,
+                                                                            flags);
         });
     EXPECT_TRUE(IsRunningTool(folders.Tool()));
     EXPECT_FALSE(IsRunningTool(folders.Client()));
