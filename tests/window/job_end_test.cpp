@@ -67,9 +67,9 @@ TEST_F(JobEnd, StartsTheGameInItsFolderAfterEachRepair) {
 }
 
 TEST_F(JobEnd, ComesWhileTheWindowIsMinimized) {
-    const bench::ToolWindow& window = StartTool();
+    const bench::ToolWindow& window = StartTool(SW_SHOWMINNOACTIVE);
+    EXPECT_TRUE(::IsIconic(window.Handle()));
     HoldRepair();
-    window.Minimize();
     LetItSucceed();
     EXPECT_TRUE(bench::Await([&] { return window.See(ButtonId::RepairClient).enabled; }));
     ExpectRepaired();

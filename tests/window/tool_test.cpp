@@ -167,7 +167,7 @@ void ToolTest::PutStartupProgram() {
     Set("startupExe", program.native());
 }
 
-ToolWindow& ToolTest::StartTool() {
+ToolWindow& ToolTest::StartTool(WORD showCommand) {
     std::map<int, std::string> data = embedded_;
     std::string& text = data[ID_CONFIG_TEXT] = "format=Quellstone.v1\n";
     for (const auto& [key, value] : settings_) {
@@ -188,7 +188,7 @@ ToolWindow& ToolTest::StartTool() {
         StampResources(Tool(), data);
     }
     toolBytes_ = ReadFile(Tool());
-    return window_.emplace(Tool(), machine_.CurrentFolder());
+    return window_.emplace(Tool(), machine_.CurrentFolder(), showCommand);
 }
 
 void ToolTest::StartRepair() {

@@ -35,7 +35,7 @@ protected:
     // Driving the tool.
 
     // Stamps the copy and starts it. The machine's current folder is the tool's.
-    ToolWindow& StartTool();
+    ToolWindow& StartTool(WORD showCommand = SW_SHOWNORMAL);
     // Only after StartTool.
     [[nodiscard]] ToolWindow& Window() {
         return *window_;

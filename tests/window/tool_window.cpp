@@ -34,10 +34,12 @@ bool PostState(HWND button, bool pressed) {
 
 }  // namespace
 
-ToolWindow::ToolWindow(const std::filesystem::path& exe,
-                       const std::filesystem::path& currentFolder) {
+ToolWindow::ToolWindow(const std::filesystem::path& exe, const std::filesystem::path& currentFolder,
+                       WORD showCommand) {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESHOWWINDOW;
+    startup.wShowWindow = showCommand;
     PROCESS_INFORMATION started{};
     if (!::CreateProcessW(exe.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr,
                           currentFolder.c_str(), &startup, &started)) {

@@ -23,7 +23,9 @@ struct ButtonSeen {
 class ToolWindow {
 public:
     // Starts the exe in this process's environment and waits until its window is shown.
-    ToolWindow(const std::filesystem::path& exe, const std::filesystem::path& currentFolder);
+    // `showCommand`: SW_..., as a shortcut asks for it.
+    ToolWindow(const std::filesystem::path& exe, const std::filesystem::path& currentFolder,
+               WORD showCommand = SW_SHOWNORMAL);
     // Terminates it if the test has not closed it.
     ~ToolWindow();
     ToolWindow(const ToolWindow&) = delete;
