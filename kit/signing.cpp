@@ -15,7 +15,7 @@
 
 namespace {
 
-// More than anybody reads.
+// More than a person reads.
 constexpr DWORD kMostOutputBytes = 0x100000;
 
 constexpr DWORD kEndLimitMs = 5'000;
@@ -29,8 +29,8 @@ SECURITY_ATTRIBUTES Inheritable() {
     return attributes;
 }
 
-// A file for the command's output, gone when the last handle is closed. A pipe would stay open as
-// long as anything that the command leaves running.
+// A file for the command's output, deleted when the last handle is closed. A pipe would stay open
+// as long as anything that the command leaves running.
 KernelHandle CreateOutputFile() {
     std::array<wchar_t, MAX_PATH> path{};
     const std::wstring folder = TemporaryFolder();
@@ -66,11 +66,11 @@ public:
     void Add(HANDLE process) const {
         static_cast<void>(::AssignProcessToJobObject(job_.get(), process));
     }
-    // Waits a few seconds until the processes are gone: until then they hold their files.
+    // Waits a few seconds until the processes have ended: until then they hold their files.
     void End(HANDLE process) const {
         const std::vector<KernelHandle> members = Members();
         static_cast<void>(::TerminateJobObject(job_.get(), 1));  // The next line ends the command.
-        static_cast<void>(::TerminateProcess(process, 1));       // It may be gone already.
+        static_cast<void>(::TerminateProcess(process, 1));       // It may have ended already.
         const ULONGLONG begin = ::GetTickCount64();
         const auto await = [begin](HANDLE ending) {
             const ULONGLONG passed = std::min<ULONGLONG>(::GetTickCount64() - begin, kEndLimitMs);
@@ -230,6 +230,18 @@ std::string OutputText(std::string bytes) {
     return WideToUtf8(wide);
 }
 
+// The bytes before the second line; of a single long line, those of a character cut in two.
+size_t RestOfFirstLine(std::string_view bytes) {
+    if (const size_t end = bytes.find('\n'); end != std::string_view::npos) {
+        return end + 1;
+    }
+    const auto isContinuation = [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+    };
+    const auto first = std::find_if_not(bytes.begin(), bytes.end(), isContinuation);
+    return static_cast<size_t>(first - bytes.begin());
+}
+
 // The file's end, where the reason for a failure is: whole lines of at most kMostOutputBytes.
 // Failures to read are ignored: the command's exit code says what matters.
 std::string ReadOutput(HANDLE file) {
@@ -245,7 +257,7 @@ std::string ReadOutput(HANDLE file) {
     }
     bytes.resize(length);
     if (begin.QuadPart > 0) {
-        bytes.replace(0, std::min(bytes.find('\n'), bytes.size()), "(the beginning is left out)");
+        bytes.replace(0, RestOfFirstLine(bytes), "(the beginning is left out)\n");
     }
     return bytes;
 }

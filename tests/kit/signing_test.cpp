@@ -123,6 +123,23 @@ TEST_F(SigningCommand, ShowsTheEndOfALongOutput) {
     EXPECT_GT(text.size(), 1'000'000U);
 }
 
+TEST_F(SigningCommand, ShowsTheEndOfASingleLongLine) {
+    const bench::ScratchFolder scratch;
+    std::string line = "x";
+    for (int i = 0; i < 700'000; ++i) {
+        line += "\u00E4";
+    }
+    bench::WriteFile(scratch.Path() / L"output.txt", line + " the reason");
+    const kit_test::ErrorOutput error(scratch.Path() / L"error.txt");
+    Console console;
+    RunSigningCommand(L"cmd.exe /c type \"" + (scratch.Path() / L"output.txt").native() + L"\"",
+                      kLongMs, console);
+    const std::string text = error.Text();
+    EXPECT_THAT(text.substr(0, 100),
+                testing::StartsWith("(the beginning is left out)\n\u00E4\u00E4"));
+    EXPECT_THAT(text.substr(text.size() - 100), testing::EndsWith("\u00E4 the reason\n"));
+}
+
 TEST_F(SigningCommand, HasAnEmptyInput) {
     constexpr DWORD kEnoughMs = 10'000;
     // Asks for a line.
