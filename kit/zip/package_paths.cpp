@@ -78,7 +78,7 @@ void PackagePaths::Sort() {
     FindLoneTopFolder();
 }
 
-// Sets what the path is sorted by next. False when that does not have the form.
+// Sets the path's next sort key. False if a character needs more than `form.bits`.
 bool PackagePaths::TakeKey(Path& path, const KeyForm& form) {
     std::string_view rest = path.name.substr(path.sortedBytes);
     path.key = 0;
@@ -93,6 +93,16 @@ bool PackagePaths::TakeKey(Path& path, const KeyForm& form) {
     return true;
 }
 
+// False at the first path for which TakeKey is.
+bool PackagePaths::TakeKeys(std::span<Path> paths, const KeyForm& form) {
+    for (Path& path : paths) {
+        if (!TakeKey(path, form)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // Sorts paths that begin alike by their next few characters. Adds the ranges that are still alike
 // then. A comparison of whole names would look at the common beginnings of names again and again.
 void PackagePaths::SortRange(Range range, std::vector<Range>& unsorted) {
@@ -100,9 +110,9 @@ void PackagePaths::SortRange(Range range, std::vector<Range>& unsorted) {
     constexpr KeyForm kAnyCharacters{3, 21};
     constexpr KeyForm kSmallCharacters{8, 8};
     KeyForm form = kSmallCharacters;
-    if (!std::all_of(paths.begin(), paths.end(), [&](Path& path) { return TakeKey(path, form); })) {
+    if (!TakeKeys(paths, form)) {
         form = kAnyCharacters;
-        std::for_each(paths.begin(), paths.end(), [&](Path& path) { TakeKey(path, form); });
+        static_cast<void>(TakeKeys(paths, form));  // Every character has at most 21 bits.
     }
     for (Path& path : paths) {
         path.sortedBytes = path.keyEnd;

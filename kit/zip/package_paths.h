@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -63,13 +64,14 @@ private:
         size_t end = 0;
     };
 
-    // How many characters are sorted by at once, and the bits for each.
+    // How many characters a key holds, and the bits of each.
     struct KeyForm {
         unsigned characters = 0;
         unsigned bits = 0;
     };
 
-    static bool TakeKey(Path& path, const KeyForm& form);
+    [[nodiscard]] static bool TakeKey(Path& path, const KeyForm& form);
+    [[nodiscard]] static bool TakeKeys(std::span<Path> paths, const KeyForm& form);
     void SortRange(Range range, std::vector<Range>& unsorted);
     void CompareNeighbors();
     void FindLoneTopFolder();
