@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/handles.h"
+#include "common/text.h"
 #include "common/win32_error.h"
 #include "common/windows_api.h"
 
@@ -280,7 +281,7 @@ bool IsVolumeRoot(const std::wstring& canonicalPath) {
     }
     root = WithoutVerbatimPrefix(root.c_str());
     const std::wstring path = AsFolder(canonicalPath);
-    return ::CompareStringOrdinal(root.c_str(), -1, path.c_str(), -1, TRUE) == CSTR_EQUAL;
+    return IsSameIgnoringCase(root, path);
 }
 
 bool IsSameCanonicalPath(std::wstring_view left, std::wstring_view right) {

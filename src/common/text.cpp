@@ -45,6 +45,10 @@ std::wstring LowerCase(std::wstring_view text) {
 }
 
 bool IsSameIgnoringCase(std::wstring_view left, std::wstring_view right) {
+    // CompareStringOrdinal refuses the null pointer of an empty view.
+    if (left.empty() || right.empty()) {
+        return left.empty() && right.empty();
+    }
     return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
                                   static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
 }

@@ -56,14 +56,14 @@ TEST(LowerCase, ChangesAsciiLettersOnly) {
     EXPECT_EQ(LowerCase(std::wstring_view(L"A\0B", 3)), std::wstring(L"a\0b", 3));
 }
 
-TEST(IsSameIgnoringCase, GoesByTheSystemsTable) {
+TEST(IsSameIgnoringCase, FollowsTheSystemsTable) {
     const struct {
         std::wstring_view left;
         std::wstring_view right;
         bool isSame;
     } rows[] = {
-        {L"", L"", true},
-        {L"", L"a", false},
+        {L"", std::wstring_view(), true},
+        {std::wstring_view(), L"a", false},
         {L"Tool.EXE", L"tOOL.exe", true},
         {L"tool", L"tool1", false},
         {L"\u00C4\u0416", L"\u00E4\u0436", true},

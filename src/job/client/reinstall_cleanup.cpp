@@ -31,9 +31,8 @@ bool IsRoot(std::wstring_view canonicalPath) {
 // Both canonical: backslashes only, none at the end of `folder`. Letter case is ignored because
 // some file servers return a path in the case it was asked for.
 bool IsAtOrBelow(std::wstring_view path, std::wstring_view folder) {
-    const int length = static_cast<int>(folder.size());
     return path.size() >= folder.size() &&
-           ::CompareStringOrdinal(path.data(), length, folder.data(), length, TRUE) == CSTR_EQUAL &&
+           IsSameIgnoringCase(path.substr(0, folder.size()), folder) &&
            (path.size() == folder.size() || path[folder.size()] == L'\\');
 }
 
