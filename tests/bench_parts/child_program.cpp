@@ -44,13 +44,13 @@ int wmain(int argc, wchar_t** argv) {
         ::Sleep(std::wcstoul(argv[2], nullptr, 10));
         return 0;
     }
+    if (mode != L"hang" && mode != L"args") {
+        return kUsageError;
+    }
     std::ofstream file(std::filesystem::path(argv[2]), std::ios::binary);
     if (mode == L"hang" && file) {
         ::Sleep(INFINITE);
     }
-    if (mode == L"args") {
-        Report(file);
-        return file ? 0 : kUsageError;
-    }
-    return kUsageError;
+    Report(file);
+    return file.flush() ? 0 : kUsageError;
 }

@@ -23,7 +23,7 @@ namespace {
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 // Where links or permissions were made from outside. A folder above them may then only be removed
-// from outside, for under Wine a file link is not to be told from its target. Test thread only.
+// from outside, because Wine shows a file link as its target. Test thread only.
 std::vector<fs::path> changedFromOutside;
 
 // Reads the last error itself: call it before anything else can change it.
@@ -109,20 +109,6 @@ void ListBelow(const fs::path& folder, const std::wstring& prefix,
             ListBelow(EntryIn(folder, name), prefix + name + L"/", listing);
         }
     });
-}
-
-// The host's path of a Windows path; empty if not known.
-std::wstring HostPath(const fs::path& path) {
-    using GetUnixFileName = char*(__cdecl*)(const wchar_t*);
-    const auto getUnixFileName = reinterpret_cast<GetUnixFileName>(reinterpret_cast<void*>(
-        ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
-    if (getUnixFileName == nullptr) {
-        return {};
-    }
-    char* const hostPath = getUnixFileName(path.c_str());
-    std::wstring wide = hostPath == nullptr ? std::wstring() : Utf8ToWide(hostPath);
-    ::HeapFree(::GetProcessHeap(), 0, hostPath);
-    return wide;
 }
 
 // Runs `script` in the host's shell with the host's names of two paths as $1 and $2. True when its
@@ -348,6 +334,19 @@ bool DropFileCache() {
 
 bool IsWine() {
     return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+std::wstring HostPath(const fs::path& path) {
+    using GetUnixFileName = char*(__cdecl*)(const wchar_t*);
+    const auto getUnixFileName = reinterpret_cast<GetUnixFileName>(reinterpret_cast<void*>(
+        ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
+    if (getUnixFileName == nullptr) {
+        return {};
+    }
+    char* const hostPath = getUnixFileName(path.c_str());
+    std::wstring wide = hostPath == nullptr ? std::wstring() : Utf8ToWide(hostPath);
+    ::HeapFree(::GetProcessHeap(), 0, hostPath);
+    return wide;
 }
 
 }  // namespace bench

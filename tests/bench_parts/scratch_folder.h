@@ -103,4 +103,7 @@ bool DropFileCache();
 // Is this Wine instead of Windows?
 bool IsWine();
 
+// Under Wine, the host's path of a Windows path; empty if not known.
+std::wstring HostPath(const std::filesystem::path& path);
+
 }  // namespace bench

@@ -88,16 +88,19 @@ TEST_F(Removal, RemovesAFolderLinkAndLeavesItsTarget) {
     for (const auto& remove : {&RemoveEntry, &RemoveTree, &RemoveEntryOrTree}) {
         const path link = At(L"link" + std::to_wstring(++links));
         ASSERT_TRUE(bench::MakeFolderLink(link, At(L"real")));
+        int opens = 0;
         const auto remover = [&] {
             // Wine never follows the link here; Windows does without this flag.
             const auto hook = bench::WatchCall<decltype(&::CreateFileW)>(
                 bench::kKernel32, "CreateFileW",
-                [](LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD flags, HANDLE) {
+                [&](LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD flags, HANDLE) {
+                    ++opens;
                     EXPECT_TRUE((flags & FILE_FLAG_OPEN_REPARSE_POINT) != 0);
                 });
             return remove(link);
         };
         const DWORD error = remover();
+        EXPECT_GT(opens, 0);
         EXPECT_EQ(ReadFile(At(L"real\\file")), "kept");
         // Wine cannot remove the folder links that the bench makes from outside.
         if (!bench::IsWine()) {
@@ -197,7 +200,7 @@ TEST_F(Removal, RemoveTreeKeepsAFolderInPlaceWhileItIsEmptied) {
 
 TEST_F(Removal, RemoveTreeEmptiesAFolderThatIsOpenForDeletionElsewhere) {
     WriteFile(At(L"tree\\file"), "x");
-    // As then: it can only be opened by those who allow deletion. Wine could not even list it.
+    // Opening it requires FILE_SHARE_DELETE. Wine cannot list a folder in this state.
     const auto hook = bench::HookCall<decltype(&::CreateFileW)>(
         bench::kKernel32, "CreateFileW",
         [](LPCWSTR path, DWORD access, DWORD shareMode, auto... others) -> HANDLE {

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <optional>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -150,6 +151,8 @@ private:
 TEST_P(KilledJob, ConvergesWhenItIsRunAgain) {
     const Scene& scene = GetParam();
     unsigned kills = 0;
+    unsigned secondKills = 0;
+    std::set<int> ends;
     for (unsigned number = scene.first; !HasFailure(); number += scene.step) {
         SCOPED_TRACE(number);
         const BrokenClient client(machine_.Root(), package_, packageTime_);
@@ -160,19 +163,25 @@ TEST_P(KilledJob, ConvergesWhenItIsRunAgain) {
             break;  // It has fewer changes.
         }
         ++kills;
+        ends.insert(end);
         ASSERT_GE(end, kKilled);
         if (end < kKilled + static_cast<int>(JobStage::Finishing)) {
             EXPECT_EQ(bench::FirstDifference(client.Initial(), StateOf(client.Folder())), "");
         }
         ExpectKept(client);
         if (scene.again != 0) {
-            Run(scene.kind, client, Strike{death, scene.function, scene.again});
+            const int secondEnd =
+                Run(scene.kind, client, Strike{death, scene.function, scene.again});
+            EXPECT_NE(secondEnd, kJobFailed);
+            secondKills += secondEnd >= kKilled ? 1 : 0;
             ExpectKept(client);
         }
         ExpectConvergence(client);
     }
     std::printf("Killed jobs: %u\n", kills);
     EXPECT_GE(kills, 3U);
+    EXPECT_TRUE(scene.again == 0 || secondKills > 0);
+    EXPECT_TRUE(ends.contains(kKilled + static_cast<int>(JobStage::Finishing)));
 }
 
 // In the usual run few jobs of each, so that none takes long. The nastiest case is a file with its

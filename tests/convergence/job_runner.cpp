@@ -68,7 +68,7 @@ struct CountChange {
     }
 
 private:
-    // Nothing if the call cannot be done by half.
+    // Nothing for calls that cannot be half done.
     template <bench::FunctionName kName, typename Function, typename... Arguments>
     static void DoHalf([[maybe_unused]] Function original,
                        [[maybe_unused]] Arguments... arguments) {

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <exception>
 #include <stdexcept>
 
 #include "bench_parts/call_hook.h"
@@ -167,7 +169,13 @@ TEST(Console, ACrashGivesTheTextItsColorBack) {
                 filter = installed;
                 return nullptr;
             });
+        const UINT errorMode = ::GetErrorMode();
+        const std::terminate_handler onTerminate = std::get_terminate();
+        const auto onAbort = std::signal(SIGABRT, SIG_DFL);
         InstallCrashGuards();
+        ::SetErrorMode(errorMode);
+        std::set_terminate(onTerminate);
+        std::signal(SIGABRT, onAbort);
     }
     ASSERT_NE(filter, nullptr);
     struct Ended {};

@@ -226,8 +226,9 @@ constexpr size_t kSetPath = 20;
 HRESULT(STDMETHODCALLTYPE* queryInterface)(IUnknown*, REFIID, void**) = nullptr;
 ULONG(STDMETHODCALLTYPE* release)(IUnknown*) = nullptr;
 HRESULT(STDMETHODCALLTYPE* saveLink)(IPersistFile*, LPCOLESTR, BOOL) = nullptr;
-ULONG referencesLeft = 0;      // After the last Release.
-std::vector<BOOL> remembered;  // The "remember" of each Save.
+constexpr ULONG kNotReleased = ULONG_MAX;
+ULONG referencesLeft = kNotReleased;  // After the last Release.
+std::vector<BOOL> remembered;         // The "remember" of each Save.
 
 HRESULT STDMETHODCALLTYPE RefuseFileInterface(IUnknown* link, REFIID id, void** object) {
     return ::IsEqualGUID(id, IID_IPersistFile) ? E_NOINTERFACE : queryInterface(link, id, object);
@@ -252,6 +253,7 @@ TEST_F(DesktopShortcut, IsSavedOnceAlsoWithoutAFieldThatIsRefused) {
     for (const size_t refused : {kSetPath, kSetWorkingDirectory, kSetDescription}) {
         const MethodHook refusal(link.get(), refused, reinterpret_cast<void*>(&RefuseText));
         remembered.clear();
+        referencesLeft = kNotReleased;
         EXPECT_EQ(MessageOf(true), kCreated) << refused;
         EXPECT_EQ(referencesLeft, 0U);
         EXPECT_EQ(remembered, std::vector<BOOL>{TRUE});
@@ -264,7 +266,11 @@ TEST_F(DesktopShortcut, FailsIfTheObjectCannotBeSaved) {
     const MethodHook refusal(link.get(), kQueryInterface,
                              reinterpret_cast<void*>(&RefuseFileInterface));
     queryInterface = refusal.Original<decltype(queryInterface)>();
+    const MethodHook count(link.get(), kRelease, reinterpret_cast<void*>(&CountReferences));
+    release = count.Original<decltype(release)>();
+    referencesLeft = kNotReleased;
     EXPECT_EQ(MessageOf(false), kNotSaved);
+    EXPECT_EQ(referencesLeft, 0U);
     EXPECT_FALSE(fs::exists(linkFile_));
 }
 

@@ -131,6 +131,9 @@ TEST_F(JobControl, AFailureIsShownOnceItHasFinished) {
     jobProgress.failed = true;
     RefreshButtons(window.Handle());
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
+    jobProgress.finished = true;
+    RefreshButtons(window.Handle());
+    EXPECT_EQ(window.ShownButtons(), kFailureButtons);
 }
 
 TEST_F(JobControl, RetryBringsTheReadyWindowBackBeforeAnyTick) {
@@ -138,12 +141,14 @@ TEST_F(JobControl, RetryBringsTheReadyWindowBackBeforeAnyTick) {
     beginJob(window.Handle(), JobKind::Repair, L"none://x");
     ASSERT_TRUE(bench::Await([] { return JobAwaitsCollection(); }));
     windowState.shortcutOffered = windowState.launchDone = true;
+    MarkShortcutCreated(window.Handle());
     window.TakePaint();
     window.Press(4009);
     EXPECT_FALSE(JobThreadExists());
     EXPECT_FALSE(windowState.shortcutOffered || windowState.launchDone);
     EXPECT_EQ(window.ShownButtons(), kReadyButtons);
-    EXPECT_THAT(window.DisabledButtons(), IsEmpty());
+    EXPECT_THAT(window.DisabledButtons(), ElementsAre(4003));
+    EXPECT_EQ(WindowText(window.Button(4003)), L"Game Shortcut Created");
     EXPECT_TRUE(window.TakePaint());
     EXPECT_EQ(snapshot().statusLine, L"Ready.");
     EXPECT_EQ(snapshot().detailLine, L"");

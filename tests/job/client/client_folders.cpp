@@ -10,16 +10,8 @@ namespace fs = std::filesystem;
 namespace bench {
 namespace {
 
-// Wine's own; memory of the process heap.
-using UnixFileName = char*(CDECL*)(const wchar_t* path);
-
-std::filesystem::path OnWinesRootDrive(const std::filesystem::path& folder) {
-    const auto nameOf = RealFunction<UnixFileName>(kKernel32, "wine_get_unix_file_name");
-    char* const name = nameOf(folder.c_str());
-    std::filesystem::path path = L"Z:";
-    path += name;
-    ::HeapFree(::GetProcessHeap(), 0, name);
-    return path.make_preferred();
+fs::path OnWinesRootDrive(const fs::path& folder) {
+    return fs::path(L"Z:" + HostPath(folder)).make_preferred();
 }
 
 }  // namespace

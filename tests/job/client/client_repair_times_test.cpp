@@ -3,6 +3,7 @@
 #include <string>
 
 #include "bench_parts/call_hook.h"
+#include "common/files.h"
 #include "job/client/client_folders.h"
 #include "job/client/client_repair.h"
 #include "job/progress/job_progress.h"
@@ -22,10 +23,6 @@ constexpr uint64_t kYear1902 = 110'000 * kDay;
 constexpr uint64_t kYear1970 = 134'774 * kDay;
 constexpr uint64_t kYear1980 = 138'426 * kDay;
 constexpr uint64_t kYear2010 = 149'384 * kDay;
-
-uint64_t Steps(const FILETIME& time) {
-    return (uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
-}
 
 // The parameter is the time.
 class OldTimes : public testing::TestWithParam<uint64_t>, protected bench::ClientFolders {
@@ -71,7 +68,7 @@ TEST_P(OldTimes, AreNoEndlessMismatchOnADiskThatBeginsIn1980) {
         kKernel32, "SetFileTime",
         [](HANDLE file, const FILETIME* created, const FILETIME* used,
            const FILETIME* written) -> BOOL {
-            if (Steps(*written) < kYear1980) {
+            if (JoinFileTime(*written) < kYear1980) {
                 ::SetLastError(ERROR_INVALID_PARAMETER);
                 return FALSE;
             }

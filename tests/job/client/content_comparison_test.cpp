@@ -72,6 +72,11 @@ TEST_F(ContentComparison, TellsEqualFilesFromFilesThatDifferInOneByte) {
     }
 }
 
+TEST_F(ContentComparison, TakesEmptyFilesForEqual) {
+    WriteBoth("", "");
+    EXPECT_TRUE(AreSame());
+}
+
 // The reads are faked, because real ones of that many bytes take seconds.
 TEST_F(ContentComparison, ComparesBeyondFourGiB) {
     WriteBoth("", "");

@@ -84,6 +84,7 @@ TEST(PackageCorpus, HasAFindingAndACleanNeighborForEveryRule) {
 }
 
 TEST(PackageCorpus, IsNeverMoreThanWhollyRead) {
+    int begun = 0;
     for (const Json& expected : Expectations()) {
         const std::string name = expected["file"];
         const RandomAccessFile file(std::wstring(kFolder) + L"/" +
@@ -95,7 +96,9 @@ TEST(PackageCorpus, IsNeverMoreThanWhollyRead) {
         uint64_t read = 0;
         static_cast<void>(CheckEntries(file, directory, 1, [&](uint64_t bytes) { read += bytes; }));
         EXPECT_LE(read, directory.offset) << name;
+        begun += read > 0 ? 1 : 0;
     }
+    EXPECT_GT(begun, 40);
 }
 
 TEST(PackageFacts, CountWhatIsInThePackage) {
