@@ -8,9 +8,9 @@
 
 // The finished programs of a brand, made of the unbranded ones that the kit carries. Resource by
 // resource they equal those that add_branded_tool links. The same brand gives the same bytes. A
-// file that the brand lacks, or an icon that cannot be read, is left out.
+// file that is missing in the brand, or an icon that cannot be read, is left out.
 //
-// None when the brand does not fit into a program; `reason` then says why, as the end of a
+// None when the brand cannot be put into a program; `reason` then says why, as the end of a
 // sentence: "the version texts are too long".
 
 [[nodiscard]] std::optional<ByteBuffer> BrandedUninstaller(const Brand& brand, std::string& reason);

@@ -169,7 +169,7 @@ void CheckDigest(const Judged& judged, bool noDigest, Findings& findings) {
     if (digits != kDigits) {
         findings.Add("digest.malformed", judged.At("archiveSha256"),
                      Quoted(digest) + " has " + std::to_string(digits) +
-                         " hexadecimal digits, so no package fits.",
+                         " hexadecimal digits, so every package is refused.",
                      kHint);
     }
 }
@@ -226,7 +226,7 @@ std::string ToolNameFault(const ToolConfig& config) {
         return "begins or ends in a blank, or ends in a dot, which Windows drops";
     }
     if (!HasExeExtension(name)) {
-        return "is no name with the ending .exe";
+        return "is not a name that ends in .exe";
     }
     if (IsDeviceName(WideToUtf8(name))) {
         return "is the name of a device";

@@ -134,8 +134,8 @@ BOOL WINAPI OnInterruption(DWORD) {
     return FALSE;  // The system's own handler ends the process.
 }
 
-// Some file systems, above all of other makers and on servers, cannot flush a file and say so in
-// one of three ways.
+// Some file systems (network shares, third-party drivers) cannot flush and fail with one of three
+// codes.
 DWORD FlushToDisk(HANDLE file) {
     const DWORD error = ::FlushFileBuffers(file) ? ERROR_SUCCESS : ::GetLastError();
     const bool isUnsupported = error == ERROR_INVALID_FUNCTION || error == ERROR_NOT_SUPPORTED ||
@@ -143,8 +143,8 @@ DWORD FlushToDisk(HANDLE file) {
     return isUnsupported ? ERROR_SUCCESS : error;
 }
 
-// The closed file, to flush what another program has written to it. An interruption can remove it
-// meanwhile.
+// Reopens the closed file to flush what another program has written. Shares deletion, so that an
+// interruption can still remove it.
 KernelHandle OpenForFlushing(const std::wstring& path) {
     return AdoptHandle<KernelHandle>(
         ::CreateFileW(SystemPath(path).Text(), GENERIC_WRITE,

@@ -118,7 +118,7 @@ Paths RemoveClientFolder(const ApprovedClient& client) {
     return RemoveEmptied(client.folder, kept);
 }
 
-// Whether this account lacks the right to remove the entry. The removal's error is not enough:
+// Whether this account has no right to remove the entry. The removal's error is not enough:
 // ERROR_ACCESS_DENIED can also mean a running program, which can still be opened with DELETE
 // access, or a pending deletion, in which case the attributes cannot be read.
 bool IsAccessDenied(const std::wstring& path) {

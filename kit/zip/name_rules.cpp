@@ -6,8 +6,8 @@
 
 namespace {
 
-// A pattern for a component, ASCII in capitals, and what files hold whose names fit. Its only
-// special character is `*`, which matches anything: once at most, or at both ends.
+// A pattern for a file name, in ASCII capitals, and what matching files hold. Its only special
+// character is `*`, which matches anything; it occurs once at most, or at both ends.
 struct PlayerFile {
     constexpr PlayerFile(std::string_view pattern, std::string_view kindOfFile)
         : kind(kindOfFile), hasStar(pattern.find('*') != std::string_view::npos) {

@@ -9,9 +9,8 @@
 #include "ui/palette.h"
 
 // Owning types and factory functions for GDI+ objects. A factory returns null when GDI+ fails; GDI+
-// drawing functions fail for null objects, so such things are simply not drawn. A
-// GdiplusSession must outlive all objects. Any thread, but each object is used by one thread at a
-// time.
+// drawing functions fail for null objects, so such things are simply not drawn. A GdiplusSession
+// must outlive all objects. Any thread, but each object is used by one thread at a time.
 
 struct DeleteGdiplusObject {
     void operator()(Gdiplus::GpBrush* brush) const noexcept {

@@ -15,7 +15,8 @@
 //   };
 //   NamedCall<Policy, kKernel32, "CopyFileW", decltype(&::CopyFileW)> hook;
 //
-// Nothing happens if the program does not import the function. One object for each function.
+// `original` is what calls reached before: the real function, or an earlier hook. Nothing happens
+// if the program does not import the function. One object for each function.
 
 namespace bench {
 

@@ -1,4 +1,4 @@
-"""Compares the kit's list of settings that nobody acts on with the operators' guide and with what the
+"""Compares the kit's list of settings without an effect with the operators' guide and with what the
 sources use."""
 
 import pathlib

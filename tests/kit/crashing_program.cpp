@@ -12,7 +12,7 @@ int wmain(int count, wchar_t** arguments) {
     if (way == L"abort") {
         std::abort();
     } else if (way == L"throw") {
-        throw std::runtime_error("nobody catches this");
+        throw std::runtime_error("not caught");
     } else if (way == L"write") {
         volatile int* volatile nowhere = nullptr;
         *nowhere = 1;

@@ -258,7 +258,7 @@ TEST(WriteFilesTogether, TakesBackNewFilesWhenOneCannotBeReplaced) {
 }
 
 // Another handle would keep the file from being removed on Ctrl+C.
-TEST(DigestOfOpenFile, ReadsAFileInTheMakingThroughItsHandle) {
+TEST(DigestOfOpenFile, ReadsAnUnfinishedFileThroughItsHandle) {
     const ScratchFolder scratch;
     OutputFile file(scratch.Path() / L"a.zip");
     file.Write("abc");

@@ -23,8 +23,7 @@ constexpr std::array<DWORD, 6> kErrors{ERROR_ACCESS_DENIED,  ERROR_SHARING_VIOLA
                                        ERROR_PATH_NOT_FOUND, ERROR_INVALID_FUNCTION,
                                        ERROR_DISK_FULL,      ERROR_IO_DEVICE};
 
-// A job, and which of its calls fail: those in steps with that text, which the other jobs do not do
-// likewise.
+// A job, and the steps whose calls fail: only those that no other job covers.
 struct Job {
     const char* name;
     JobKind kind;
@@ -34,7 +33,7 @@ struct Job {
 constexpr Job kJobs[] = {
     {"Repair", JobKind::Repair, true},
     {"RepairByCopies", JobKind::Repair, false, L"Moving client files into place..."},
-    {"Reinstall", JobKind::Reinstall, true, L"einstall"},
+    {"Reinstall", JobKind::Reinstall, true, L"einstall"},  // Of either letter case.
 };
 
 // The last is the error, ERROR_SUCCESS for errors that change from call to call.

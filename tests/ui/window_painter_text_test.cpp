@@ -82,7 +82,7 @@ TEST_F(WindowPainterText, StaysOnOneLineInsideItsBoxHoweverLong) {
         }
         EXPECT_GT(InkOf(place, words).width, 500);
     }
-    // Some messages have two lines.
+    // Some messages contain a line break.
     for (const TextPlace& place : {kFolder, kStatus, kDetail}) {
         EXPECT_NEAR(InkOf(place, L"HHHH\nHHHH").height, InkOf(place, L"HHHH").height, 2)
             << place.name;
