@@ -38,7 +38,8 @@ TEST(ScratchFolder, FailsTheTestWhenSomethingIsStillOpen) {
     fs::remove_all(folder);
 }
 
-// For bench_self_check.
+// Each must end badly, so they are disabled: only bench_self_check runs them, one at a time, and
+// expects run_in_prefix to notice.
 
 TEST(DISABLED_BadEnd, Failure) {
     ADD_FAILURE();

@@ -3,7 +3,7 @@
 
   fault_server.py start FOLDER    starts one in the background unless one is running for FOLDER
   fault_server.py stop FOLDER     stops it
-  fault_server.py serve FOLDER    runs in the foreground
+  fault_server.py run FOLDER      runs one in the foreground
 
 FOLDER/ports then holds four ports: of HTTP, of HTTPS with a certificate for "localhost" (not for
 "127.0.0.1") from the authority in FOLDER/authority.der, of HTTPS with a certificate for
@@ -280,7 +280,7 @@ class Listener(socketserver.ThreadingTCPServer):
             )
 
 
-def serve(folder):
+def run(folder):
     shutil.rmtree(os.path.join(folder, "requests"), ignore_errors=True)
     os.makedirs(os.path.join(folder, "requests"))
     listeners = [Listener(folder), Listener(folder, "server"), Listener(folder, "stranger")]
@@ -340,7 +340,7 @@ def start(folder):
     # The server must not inherit the caller's pipes: a test runner waits for their end.
     with open(os.path.join(folder, "log"), "w", encoding="utf-8") as log:
         server = subprocess.Popen(
-            [sys.executable, os.path.abspath(__file__), "serve", folder],
+            [sys.executable, os.path.abspath(__file__), "run", folder],
             stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True,
             creationflags=getattr(subprocess, "DETACHED_PROCESS", 0),
         )  # fmt: skip
@@ -358,11 +358,11 @@ def stop(folder):
 
 
 def main():
-    orders = {"start": start, "stop": stop, "serve": serve}
-    if len(sys.argv) != 3 or sys.argv[1] not in orders:
+    commands = {"start": start, "stop": stop, "run": run}
+    if len(sys.argv) != 3 or sys.argv[1] not in commands:
         print(__doc__, file=sys.stderr)
         return 2
-    return orders[sys.argv[1]](os.path.abspath(sys.argv[2]))
+    return commands[sys.argv[1]](os.path.abspath(sys.argv[2]))
 
 
 if __name__ == "__main__":

@@ -4,9 +4,9 @@
 
 #include "bench_parts/scratch_folder.h"
 
-// The only reasons to skip a test. GTEST_SKIP is used nowhere else, so that a bench that has lost
-// one of its parts is a failure: run_in_prefix also fails a test that skips itself for another
-// reason than that Wine lacks something.
+// The only reasons to skip a test, so that a bench that has lost one of its parts is a failure:
+// run_in_prefix fails a test that skips itself for another reason than that Wine cannot do
+// something. No other test uses GTEST_SKIP but the one that bench_self_check expects to fail so.
 
 // For what not every Windows machine has. The bench must have it.
 #define SKIP_ON_WINDOWS_WITHOUT(available, what)               \

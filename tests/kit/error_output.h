@@ -8,7 +8,7 @@
 
 namespace kit_test {
 
-// Standard error goes to a file as long as the object lives, for consoles that are made meanwhile.
+// Redirects standard error to a file for its own lifetime. Affects consoles created after it.
 class ErrorOutput {
 public:
     explicit ErrorOutput(const std::filesystem::path& path)

@@ -101,8 +101,18 @@ TEST_F(SigningCommand, LeavesNoFileBehind) {
     EXPECT_EQ(bench::FolderListing(std::filesystem::temp_directory_path()), before);
 }
 
-TEST_F(SigningCommand, ShowsTheEndOfALongOutput) {
+// What appears on standard error when a command prints `output`.
+std::string ShownOf(const std::string& output) {
     const bench::ScratchFolder scratch;
+    const std::filesystem::path file = scratch.Path() / L"output.txt";
+    bench::WriteFile(file, output);
+    const kit_test::ErrorOutput error(scratch.Path() / L"error.txt");
+    Console console;
+    RunSigningCommand(L"cmd.exe /c type \"" + file.native() + L"\"", kLongMs, console);
+    return error.Text();
+}
+
+TEST_F(SigningCommand, ShowsTheEndOfALongOutput) {
     // Each letter has two bytes, one of which the limit cuts off.
     std::string lines;
     for (int i = 0; i < 2000; ++i) {
@@ -112,29 +122,18 @@ TEST_F(SigningCommand, ShowsTheEndOfALongOutput) {
         }
         lines += "\r\n";
     }
-    bench::WriteFile(scratch.Path() / L"output.txt", lines + "the reason\r\n");
-    const kit_test::ErrorOutput error(scratch.Path() / L"error.txt");
-    Console console;
-    RunSigningCommand(L"cmd.exe /c type \"" + (scratch.Path() / L"output.txt").native() + L"\"",
-                      kLongMs, console);
-    const std::string text = error.Text();
+    const std::string text = ShownOf(lines + "the reason\r\n");
     EXPECT_THAT(text.substr(0, 100), testing::StartsWith("(the beginning is left out)\n"));
     EXPECT_THAT(text.substr(text.size() - 100), testing::EndsWith("\u00E4\nthe reason\n"));
     EXPECT_GT(text.size(), 1'000'000U);
 }
 
 TEST_F(SigningCommand, ShowsTheEndOfASingleLongLine) {
-    const bench::ScratchFolder scratch;
     std::string line = "x";
     for (int i = 0; i < 700'000; ++i) {
         line += "\u00E4";
     }
-    bench::WriteFile(scratch.Path() / L"output.txt", line + " the reason");
-    const kit_test::ErrorOutput error(scratch.Path() / L"error.txt");
-    Console console;
-    RunSigningCommand(L"cmd.exe /c type \"" + (scratch.Path() / L"output.txt").native() + L"\"",
-                      kLongMs, console);
-    const std::string text = error.Text();
+    const std::string text = ShownOf(line + " the reason");
     EXPECT_THAT(text.substr(0, 100),
                 testing::StartsWith("(the beginning is left out)\n\u00E4\u00E4"));
     EXPECT_THAT(text.substr(text.size() - 100), testing::EndsWith("\u00E4 the reason\n"));
